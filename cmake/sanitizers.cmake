@@ -1,0 +1,6 @@
+# Sanitizers for every target of ours. A finding ends the program, so that a test fails.
+if(KVR_SANITIZERS)
+  add_compile_options(-fsanitize=${KVR_SANITIZERS} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${KVR_SANITIZERS})
+endif()

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+
+/// Where the program takes time from. It is replaceable so that in a test a transcript holds
+/// chosen times and no pause takes real seconds.
+struct Clock {
+  std::time_t (*now)();
+  int (*nanosleep)(const timespec* request, timespec* remainder);  ///< 0, or -1 with errno set
+};
+
+/// The system's clock until somebody replaces it, which only tests do.
+extern Clock program_clock;
+
+/// `time` as local time by an strftime `format`, at most 127 characters; empty for a time that the
+/// calendar can't express.
+std::string local_time_text(std::time_t time, const char* format);

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Small records of the client library's side that no call of this program delivers. Their names are
+// ours; their layout is pinned.
+
+struct kvr_NamedEntry {
+  std::int32_t code;
+  char name[30];
+  char reserved_34[2];
+  std::uint32_t value_a;  ///< copied, never interpreted, as the two below
+  std::uint32_t value_b;
+  std::uint32_t value_c;
+};
+
+static_assert(sizeof(kvr_NamedEntry) == 48);
+
+struct kvr_NamedEntryList {
+  kvr_NamedEntry* entries;  ///< contiguous array
+  std::int32_t count;
+};
+
+static_assert(sizeof(kvr_NamedEntryList) == 16);
+
+/// Eight owned texts, three owned lists and plain values.
+struct kvr_EntryRecord {
+  char* text_0;
+  char* text_8;
+  char plain_16[8];
+  char* text_24;
+  char* text_32;
+  char plain_40[32];
+  char* text_72;
+  char* text_80;
+  char plain_88[12];
+  std::int32_t value_100;
+  char plain_104[4];
+  std::int32_t value_108;
+  char plain_112[8];
+  char* text_120;
+  char* text_128;
+  kvr_NamedEntryList list_136;
+  kvr_NamedEntryList list_152;
+  kvr_NamedEntryList list_168;
+  std::int32_t value_184;
+  std::int32_t value_188;
+  char plain_192[4];
+  float value_196;
+  float value_200;
+  std::int32_t value_204;
+};
+
+static_assert(offsetof(kvr_EntryRecord, text_72) == 72);
+static_assert(offsetof(kvr_EntryRecord, value_100) == 100);
+static_assert(offsetof(kvr_EntryRecord, value_108) == 108);
+static_assert(offsetof(kvr_EntryRecord, text_120) == 120);
+static_assert(offsetof(kvr_EntryRecord, list_136) == 136);
+static_assert(offsetof(kvr_EntryRecord, value_184) == 184);
+static_assert(offsetof(kvr_EntryRecord, value_204) == 204);
+static_assert(sizeof(kvr_EntryRecord) == 208);
+
+struct kvr_Block116 {
+  char bytes[116];
+};
+
+struct kvr_Limits {
+  std::uint8_t enabled;
+  float first;
+  float second;
+  float third;
+  float fourth;
+};
+
+struct kvr_Settings {
+  char reserved_0[4];
+  std::uint8_t byte_4;
+  std::uint8_t byte_5;
+  std::uint8_t byte_6;
+  std::uint8_t byte_7;
+  std::int32_t value_8;
+  std::uint8_t byte_12;
+  std::uint8_t byte_13;
+  std::uint8_t byte_14;
+  std::uint8_t byte_15;
+  char reserved_16[8];
+  std::int16_t value_24;
+};
+
+static_assert(offsetof(kvr_Settings, value_8) == 8);
+static_assert(offsetof(kvr_Settings, value_24) == 24);
+
+/// A run of bytes somewhere else.
+struct kvr_ByteRun {
+  const std::uint8_t* data;
+  std::size_t length;
+};
