@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// What the program needs of the operating system beyond the standard library. posix.cpp and
+// windows.cpp each supply all of it; nothing else in src/ includes a system header.
+namespace platform {
+
+/// Stands between the parts of a path.
+extern const char kPathSeparator;
+
+/// The user's documents folder, without a separator at its end; empty when it can't be found.
+/// Outside Windows: XDG_DOCUMENTS_DIR of user-dirs.dirs, else Documents in the home folder, and it
+/// is made if missing, since a fresh account has none.
+std::string documents_folder();
+
+/// Makes one folder. False when it can't, also because it exists.
+bool create_directory(const std::string& path);
+
+/// A variable of the environment; empty when it is unset, or does not fit into `buffer_size` bytes
+/// with its terminator.
+std::string environment_text(const char* name, std::size_t buffer_size);
+
+/// What a command ended with, from the result of std::system: its exit status if it has one, else
+/// the result as it is.
+int command_status(int system_result);
+
+/// Takes a console event, by its number on Windows, and says whether it has dealt with it. The type
+/// is that of a Windows console control handler.
+using ConsoleHandler = int (*)(unsigned long event);
+
+/// Has `handler` called for each console event, on a thread of its own each time. Outside Windows
+/// the events are signals: SIGINT 0, SIGQUIT 1, SIGHUP 2 (unless it is ignored, as under nohup),
+/// SIGTERM 6. Call it from the main thread before there are others: the signals are blocked in the
+/// caller and in every thread that it starts. False when the system refuses.
+bool install_console_handler(ConsoleHandler handler);
+
+/// Waits for one key of the console, without echo and without Enter. The main thread rests
+/// meanwhile, so that a prompt it waits at does not take the key. Outside Windows the key comes
+/// from the controlling terminal; without one, a byte of standard input or its end counts as a key.
+void wait_for_key();
+
+}  // namespace platform

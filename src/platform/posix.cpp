@@ -1,0 +1,242 @@
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <thread>
+
+#include "platform/platform.h"
+
+namespace platform {
+
+const char kPathSeparator = '/';
+
+namespace {
+
+std::string environment_text(const char* name) {
+  const char* const value = std::getenv(name);
+  return value == nullptr ? std::string() : std::string(value);
+}
+
+std::string user_dirs_file(const std::string& home) {
+  const std::string config = environment_text("XDG_CONFIG_HOME");
+  return (config.empty() ? home + "/.config" : config) + "/user-dirs.dirs";
+}
+
+/// The value of a line such as XDG_DOCUMENTS_DIR="$HOME/Documents". Only absolute folders and those
+/// below $HOME are legal there.
+std::optional<std::string> user_dir_value(std::string_view line, std::string_view key,
+                                          const std::string& home) {
+  line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+  const std::string opening = std::string(key) + "=\"";
+  if (!line.starts_with(opening)) {
+    return std::nullopt;
+  }
+  line.remove_prefix(opening.size());
+  std::string folder;
+  constexpr std::string_view kHomeMark = "$HOME";
+  if (line.starts_with(kHomeMark)) {
+    folder = home;
+    line.remove_prefix(kHomeMark.size());
+  }
+  for (std::size_t i = 0; i < line.size() && line[i] != '"'; ++i) {
+    if (line[i] == '\\' && i + 1 < line.size()) {
+      ++i;
+    }
+    folder += line[i];
+  }
+  while (folder.size() > 1 && folder.back() == '/') {
+    folder.pop_back();
+  }
+  return folder.starts_with('/') ? std::optional(folder) : std::nullopt;
+}
+
+std::string find_documents_folder() {
+  const std::string home = environment_text("HOME");
+  std::string folder = home.empty() ? std::string() : home + "/Documents";
+  std::ifstream user_dirs(user_dirs_file(home));
+  for (std::string line; std::getline(user_dirs, line);) {
+    folder = user_dir_value(line, "XDG_DOCUMENTS_DIR", home).value_or(folder);
+  }
+  return folder;
+}
+
+}  // namespace
+
+std::string documents_folder() {
+  const std::string folder = find_documents_folder();
+  if (!folder.empty()) {
+    std::error_code ignored;  // a folder that can't be made shows when one is made inside it
+    std::filesystem::create_directories(folder, ignored);
+  }
+  return folder;
+}
+
+bool create_directory(const std::string& path) { return mkdir(path.c_str(), 0777) == 0; }
+
+std::string environment_text(const char* name, std::size_t buffer_size) {
+  const std::string value = environment_text(name);
+  return value.size() < buffer_size ? value : std::string();
+}
+
+int command_status(int system_result) {
+  return system_result != -1 && WIFEXITED(system_result) ? WEXITSTATUS(system_result)
+                                                         : system_result;
+}
+
+namespace {
+
+struct ConsoleSignal {
+  int signal;
+  unsigned long event;
+};
+
+constexpr ConsoleSignal kConsoleSignals[] = {{SIGINT, 0}, {SIGQUIT, 1}, {SIGHUP, 2}, {SIGTERM, 6}};
+
+bool is_ignored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+sigset_t console_signals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const ConsoleSignal& console_signal : kConsoleSignals) {
+    if (console_signal.signal == SIGHUP && is_ignored(SIGHUP)) {
+      continue;  // nohup asked for it
+    }
+    sigaddset(&signals, console_signal.signal);
+  }
+  return signals;
+}
+
+void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler) {
+  for (int signal = 0; sigwait(&signals, &signal) == 0;) {
+    for (const ConsoleSignal& console_signal : kConsoleSignals) {
+      if (console_signal.signal == signal) {
+        std::thread(handler, console_signal.event).detach();
+      }
+    }
+  }
+}
+
+// The main thread rests inside a signal handler: its blocked read has then given up the terminal,
+// and is taken up again afterwards.
+
+std::optional<pthread_t> main_thread;
+int resting_place[2] = {-1, -1};  // a pipe: the main thread rests until its writing end is closed
+
+void rest(int /*signal*/) {
+  const int saved_errno = errno;
+  char byte = 0;
+  while (read(resting_place[0], &byte, 1) < 0 && errno == EINTR) {
+  }
+  errno = saved_errno;
+}
+
+class MainThreadRest {
+ public:
+  MainThreadRest() {
+    if (!main_thread || pthread_equal(*main_thread, pthread_self()) != 0 ||
+        pipe2(resting_place, O_CLOEXEC) != 0) {
+      return;
+    }
+    struct sigaction action {};
+    action.sa_handler = rest;
+    action.sa_flags = SA_RESTART;
+    resting_ =
+        sigaction(SIGUSR1, &action, nullptr) == 0 && pthread_kill(*main_thread, SIGUSR1) == 0;
+  }
+  ~MainThreadRest() {
+    if (resting_) {
+      close(resting_place[1]);
+    }
+  }
+  MainThreadRest(const MainThreadRest&) = delete;
+  MainThreadRest& operator=(const MainThreadRest&) = delete;
+
+ private:
+  bool resting_ = false;
+};
+
+/// A terminal that hands over each key at once, without echo, until it is put back.
+class UnbufferedTerminal {
+ public:
+  explicit UnbufferedTerminal(int descriptor) : descriptor_(descriptor) {
+    if (tcgetattr(descriptor_, &saved_) != 0) {
+      return;
+    }
+    termios unbuffered = saved_;
+    unbuffered.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    unbuffered.c_cc[VMIN] = 1;
+    unbuffered.c_cc[VTIME] = 0;
+    changed_ = tcsetattr(descriptor_, TCSANOW, &unbuffered) == 0;
+  }
+  ~UnbufferedTerminal() {
+    if (changed_) {
+      tcsetattr(descriptor_, TCSANOW, &saved_);
+    }
+  }
+  UnbufferedTerminal(const UnbufferedTerminal&) = delete;
+  UnbufferedTerminal& operator=(const UnbufferedTerminal&) = delete;
+
+ private:
+  int descriptor_;
+  termios saved_{};
+  bool changed_ = false;
+};
+
+/// Takes one byte; false on an error, true at the end of input too.
+bool take_byte(int descriptor) {
+  char byte = 0;
+  ssize_t taken = -1;
+  do {
+    taken = read(descriptor, &byte, 1);
+  } while (taken < 0 && errno == EINTR);
+  return taken >= 0;
+}
+
+bool take_terminal_key() {
+  const int terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
+  if (terminal < 0) {
+    return false;
+  }
+  bool taken = false;
+  {
+    const UnbufferedTerminal unbuffered(terminal);
+    taken = take_byte(terminal);
+  }
+  close(terminal);
+  return taken;
+}
+
+}  // namespace
+
+bool install_console_handler(ConsoleHandler handler) {
+  main_thread = pthread_self();
+  const sigset_t signals = console_signals();
+  if (pthread_sigmask(SIG_BLOCK, &signals, nullptr) != 0) {
+    return false;
+  }
+  std::thread(deliver_console_signals, signals, handler).detach();
+  return true;
+}
+
+void wait_for_key() {
+  const MainThreadRest main_thread_rests;
+  if (!take_terminal_key()) {
+    take_byte(STDIN_FILENO);
+  }
+}
+
+}  // namespace platform
