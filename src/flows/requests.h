@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+#include "api/request_records.h"
+
+// What the flows ask of the library. Each request starts as zero bytes; the constants here are the
+// same on every test.
+
+/// A body with its constants; the flow fills in what the operator answered.
+kvr_Ratio1phRequest make_ratio_1ph_request();
+kvr_Ratio3phRequest make_ratio_3ph_request();
+
+/// Stores the nameplate ratio N:1 as rated voltages: N on the H winding, 1 on the X winding.
+void set_nameplate_ratio(kvr_TestSetup& setup, double ratio);
+
+/// How the library is to keep a test of a run, by the instrument's status on the last pass of the
+/// main menu: not at all when its store can't be written, in the record of the run for a later test
+/// of a series, else in a new record.
+kvr_SaveMode save_mode_for(bool first, bool series);
+
+/// The head of a test. Without a test ID nothing is kept, whatever `save_mode` says. Throws
+/// KVR_RES_TEXT_TOO_LONG for an ID that does not fit.
+kvr_TestRequestHeader make_request_header(const std::string& test_id, kvr_SaveMode save_mode);

@@ -1,0 +1,78 @@
+#include "flows/voltage_plan.h"
+
+#include <exception>
+#include <iostream>
+#include <new>
+#include <string>
+
+#include "shell/prompts.h"
+
+namespace {
+
+constexpr double kDefaultVoltage = 8.0;
+constexpr float kAscendingVoltages[] = {3.0F, 6.0F, 12.0F, 24.0F, 36.0F, 47.0F};
+constexpr float kDescendingVoltages[] = {47.0F, 36.0F, 24.0F, 12.0F, 6.0F, 3.0F};
+
+/// A longer plan counts as one that can't be allocated: at a second a test it would run for half a
+/// year, and a system that hands out more memory than it has would go down with it.
+constexpr int kLongestPlan = 1 << 24;
+
+template <std::size_t size>
+VoltagePlan sequence(const float (&voltages)[size]) {
+  VoltagePlan plan;
+  for (const float voltage : voltages) {
+    plan.push_back({0, voltage});
+  }
+  return plan;
+}
+
+VoltagePlan repeated(float voltage, int count) {
+  if (count > kLongestPlan) {
+    throw std::bad_alloc();
+  }
+  return VoltagePlan(count > 0 ? static_cast<std::size_t>(count) : 0, {0, voltage});
+}
+
+bool is_letter(const std::string& answer, char upper, char lower) {
+  return answer.size() == 1 && (answer[0] == upper || answer[0] == lower);
+}
+
+/// Throws when the answer does not convert.
+VoltagePlan parse_answer(const std::string& answer) {
+  if (answer.empty()) {
+    return {{0, static_cast<float>(kDefaultVoltage)}};
+  }
+  if (is_letter(answer, 'A', 'a')) {
+    return sequence(kAscendingVoltages);
+  }
+  if (is_letter(answer, 'Z', 'z')) {
+    return sequence(kDescendingVoltages);
+  }
+  // The voltage is read from the whole answer, not from the part before the x, so that 0x10 is ten
+  // tests at 16 V. Operators' notes hold such answers.
+  const float voltage = std::stof(answer);
+  const std::size_t x = answer.find_first_of("xX");
+  if (x == std::string::npos) {
+    return {{0, voltage}};
+  }
+  return repeated(voltage, std::stoi(answer.substr(x + 1)));
+}
+
+}  // namespace
+
+VoltagePlan prompt_voltage_plan() {
+  static std::string line;
+  while (true) {
+    std::cout.precision(2);  // stays: the run shows its voltages so
+    std::cout << "Enter Test Voltage \n"
+              << " empty for " << kDefaultVoltage << "V,\n"
+              << "'A' - ascending  test, Z - descending auto test\n"
+                 "10x5 - auto repeating (VxN - test N times at V voltage))\n";
+    read_line(line);
+    try {
+      return parse_answer(line);
+    } catch (const std::exception&) {
+      pause_at_end_of_input();  // no voltage: ask again
+    }
+  }
+}

@@ -1,0 +1,78 @@
+#include "shell/main_menu.h"
+
+#include <iostream>
+
+#include "api/client_api.h"
+#include "common/c_text.h"
+#include "flows/single_phase.h"
+#include "shell/accepted.h"
+#include "shell/prompts.h"
+#include "shell/session.h"
+#include "shell/stop_handling.h"
+
+namespace {
+
+/// A line of the status display, shown when a flag of the status has the telling value.
+struct StatusLine {
+  std::uint8_t kvr_Status::*flag;
+  bool telling_value;
+  const char* text;
+};
+
+constexpr StatusLine kStatusLines[] = {
+    {&kvr_Status::api_locked, true, "WARNING: API Locked!\n"},
+    {&kvr_Status::database_loaded, false, "ERROR: Database not loaded!\n"},
+    {&kvr_Status::secondary_sd_mounted, false, "ERROR: Secondary SDCARD not mounted!\n"},
+    {&kvr_Status::secondary_sd_read_only, true, "ERROR: Secondary SDCARD READONLY!\n"},
+    {&kvr_Status::emergency_button_pressed, true, "WARNING: Emergency Button pressed!\n"},
+    {&kvr_Status::primary_sd_error, true, "ERROR: Primary SDCARD ERROR!\n"},
+    {&kvr_Status::secondary_sd_error, true, "ERROR: Secondary SDCARD ERROR!\n"},
+    {&kvr_Status::measurement_board_connected, false, "ERROR: measurement board not connected!\n"},
+};
+
+/// Tells what is wrong with the instrument. None of it keeps a test from being started.
+void show_device_status() {
+  if (!is_accepted(kvr_GetStatus(&device_status))) {
+    return;
+  }
+  for (const StatusLine& line : kStatusLines) {
+    if ((device_status.*line.flag != 0) == line.telling_value) {
+      std::cout << line.text;
+    }
+  }
+  if (device_status.device_status_code != KVR_RES_OK) {
+    std::cout << "\nDEVICE STATUS: ";
+    write_c_text(std::cout, kvr_CodeToString(device_status.device_status_code));
+    std::cout << '\n';
+  }
+}
+
+}  // namespace
+
+void show_menu_head() {
+  stop_signal_seen = false;
+  std::cout << "\n!!! === KVRU3 main menu === !!!\n";
+  show_device_status();
+  if (raw_data_enabled) {
+    std::cout << "Save RAW Data to File\n";
+  }
+}
+
+void main_menu() {
+  while (true) {
+    show_menu_head();
+    std::cout << "\n== Choose menu item ==\n\n"
+                 "2. Single Phase Test\n"
+                 "0. Exit\n";
+    if (exit_requested) {
+      return;
+    }
+    const std::int32_t choice = read_int();
+    if (choice == 0) {
+      return;
+    }
+    if (choice == 2) {
+      Single_Phase();
+    }
+  }
+}

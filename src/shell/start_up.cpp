@@ -1,0 +1,208 @@
+#include "shell/start_up.h"
+
+#include <algorithm>
+#include <iostream>
+#include <string_view>
+
+#include "api/client_api.h"
+#include "common/clock.h"
+#include "common/field_text.h"
+#include "common/utils.h"
+#include "platform/platform.h"
+#include "shell/accepted.h"
+#include "shell/callbacks.h"
+#include "shell/prompts.h"
+#include "shell/session.h"
+#include "shell/stop_handling.h"
+
+Options parse_options(const std::vector<std::string>& arguments) {
+  const auto find = [&](std::string_view option) {
+    return std::find(arguments.begin(), arguments.end(), option);
+  };
+  Options options;
+  options.debug = find("--debug") != arguments.end();
+  options.quiet = find("--quiet") != arguments.end();
+  const auto serial_port = find("--serialport");
+  if (serial_port != arguments.end() && std::next(serial_port) != arguments.end()) {
+    options.serial_port = *std::next(serial_port);
+  }
+  return options;
+}
+
+kvr_InitParams make_init_params(const Options& options) {
+  kvr_InitParams params{};
+  params.init_mode = 2;
+  params.debug_mode = options.debug ? 1 : 0;
+  params.quiet_mode = options.quiet ? 1 : 0;
+  params.init_setting_a = 1000;
+  params.init_setting_b = 50;
+  params.status_callback = on_status;
+  params.status_context = nullptr;
+  return params;
+}
+
+const char* model_tier_text(std::int32_t model_tier) {
+  struct ModelTier {
+    std::int32_t number;
+    const char* text;
+  };
+  constexpr ModelTier kModelTiers[] = {
+      {10, "BSC"}, {20, "ADV"}, {30, "PRO"}, {40, "EXP"}, {50, "TEST"}};
+  for (const ModelTier& tier : kModelTiers) {
+    if (tier.number == model_tier) {
+      return tier.text;
+    }
+  }
+  return "UNKNOWN";
+}
+
+namespace {
+
+void make_results_folder() {
+  results_folder = platform::documents_folder();
+  if (!results_folder.empty()) {
+    results_folder += platform::kPathSeparator;
+    results_folder += "KVRU3";
+    results_folder += platform::kPathSeparator;
+  }
+  // A folder that is already there counts as one that can't be made: every run but the first shows
+  // the banner. Operators know it so.
+  if (Utils::CreateDir(results_folder)) {
+    std::cout << "Folder with results: " << results_folder << '\n';
+  } else {
+    std::cout << "!!!!!!!!!!!!!!!!!!\n"
+                 "Can not create folder for results.\n"
+                 "!!!!!!!!!!!!!!!!!!\n";
+  }
+}
+
+bool start_client_library(const Options& options) {
+  kvr_InitParams params = make_init_params(options);
+  const kvr_code code = options.serial_port.empty()
+                            ? kvr_Lib_Initialize(&params)
+                            : kvr_Lib_InitializeTestStation(options.serial_port.c_str(), &params);
+  if (is_accepted(code)) {
+    return true;
+  }
+  std::cout << "kvr_Lib_Initialize failed!!!\n";
+  return false;
+}
+
+/// What differs between the two roads to the instrument.
+struct ConnectionMethod {
+  kvr_ConnectionType type;
+  const char* client_name_prefix;
+  const char* waiting;
+  const char* failed;
+};
+
+constexpr ConnectionMethod kUsbOrWifi = {
+    KVR_CONNECTION_USB_WIFI, "", "Connecting to the KVRU3 device over USB/WIFI, please wait...\n",
+    "Cannot connect to the device over USB!"};
+
+constexpr ConnectionMethod kService = {KVR_CONNECTION_SERVICE, "Service_",
+                                       "Connecting to the KVRU3 device via IP, please wait...\n",
+                                       "Cannot connect to the device via TCP!"};
+
+using FirmwareText = char[kFirmwareTextSize];
+
+bool connect(const ConnectionMethod& method, FirmwareText& firmware_version) {
+  std::cout << method.waiting << std::flush;
+  kvr_ConnectionType type = method.type;
+  const std::string name = method.client_name_prefix + client_name;
+  if (is_accepted(kvr_ConnectAPI(&type, 5, name.c_str(), firmware_version))) {
+    return true;
+  }
+  std::cout << method.failed;
+  return false;
+}
+
+/// The address goes nowhere: a Service connection differs from the other by type and name only.
+void ask_service_address() {
+  static std::string service_ip;
+  std::cout << "Please enter IP address: ";
+  read_line(service_ip);
+}
+
+/// Repeats until a connection is accepted (true) or the operator cancels (false).
+bool connect_to_instrument(FirmwareText& firmware_version) {
+  while (true) {
+    std::cout << "\n== Select connection method ==\n\n"
+                 "1. USB/WIFI\n"
+                 "2. Service\n"
+                 "0. Cancel\n";
+    std::fill(std::begin(firmware_version), std::end(firmware_version), '\0');
+    const std::int32_t choice = read_int();
+    if (choice == 0) {
+      return false;
+    }
+    if (choice == 1 && connect(kUsbOrWifi, firmware_version)) {
+      return true;
+    }
+    if (choice == 2) {
+      ask_service_address();
+      if (connect(kService, firmware_version)) {
+        return true;
+      }
+    }
+  }
+}
+
+std::string device_time_text(std::int64_t time) {
+  return local_time_text(static_cast<std::time_t>(time), "%a, %d.%m.%Y %H:%M:%S");
+}
+
+void show_device(const FirmwareText& firmware_version) {
+  std::cout << "Device firmware version: " << field_text(firmware_version);
+  kvr_GetClientAPIInfo(&client_api_info);
+  client_version = field_text(client_api_info.version);
+  if (!is_accepted(kvr_GetDeviceInfo(&device_info))) {
+    std::cout << "ERORR getting device information!";
+    return;
+  }
+  device_serial = field_text(device_info.serial_number);
+  device_software_version = field_text(device_info.software_version);
+  std::cout << "Model type: " << model_tier_text(device_info.model_tier) << '\n'
+            << "Serial #: " << device_serial << '\n'
+            << "Hardware version: " << field_text(device_info.hardware_version) << '\n'
+            << "Software version: " << device_software_version << '\n'
+            << "Firmware version: " << field_text(device_info.firmware_version) << '\n'
+            << "Device date/time: " << device_time_text(device_info.device_date_time) << '\n'
+            << "Debug mode is " << (device_info.debug_mode != 0 ? "ON" : "OFF") << '\n';
+  if (device_info.calibrated == 0) {
+    std::cout << "Device is not calibrated\n";
+    return;
+  }
+  std::cout << "Device has been calibrated at " << device_time_text(device_info.calibration_date)
+            << '\n';
+  if (device_info.calibration_old != 0) {
+    std::cout << "Calibration old! Please re-calibrate.\n";
+  }
+}
+
+int shut_down() {
+  std::cout << "\nExiting...\n" << std::flush;
+  kvr_Lib_Shutdown();
+  std::cout << "END\n";
+  return 0;
+}
+
+}  // namespace
+
+int run_session(const std::vector<std::string>& arguments, void (*menu)()) {
+  SignalHandler::RegisterStopHandler(stop_or_terminate);
+  std::cout << "Console Tester "
+            << "1.1.0.7" << '\n';
+  make_results_folder();
+  if (!start_client_library(parse_options(arguments))) {
+    return 1;
+  }
+  kvr_SetClientKey(KVR_CLIENT_KEY);
+  std::cout << "Connecting to KVR device...\n";
+  FirmwareText firmware_version{};
+  if (connect_to_instrument(firmware_version)) {
+    show_device(firmware_version);
+    menu();
+  }
+  return shut_down();
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "api/session_records.h"
+
+// The way from the command line to a connected instrument, and back. What lies between is the menu
+// that a program hands in.
+
+/// The three options of the command line. Anything else on it is ignored.
+struct Options {
+  bool debug = false;
+  bool quiet = false;
+  std::string serial_port;  ///< empty: no test station
+};
+
+/// Looks up the options. `arguments` are those of the command line without the program's own path.
+/// The first --serialport counts, and what follows it is its value, whatever it is.
+Options parse_options(const std::vector<std::string>& arguments);
+
+/// What the initialise call is given.
+kvr_InitParams make_init_params(const Options& options);
+
+/// The word for the model tier of an instrument.
+const char* model_tier_text(std::int32_t model_tier);
+
+/// A whole run of the program around `menu`: banner, results folder, client library, connection
+/// dialogue, device display, menu, shutdown. Returns the exit status. `menu` is passed over when
+/// the operator cancels the connection.
+int run_session(const std::vector<std::string>& arguments, void (*menu)());
