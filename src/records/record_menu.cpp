@@ -8,38 +8,20 @@
 #include "api/client_api.h"
 #include "records/record_export.h"
 #include "shell/accepted.h"
+#include "shell/menu.h"
 #include "shell/prompts.h"
 #include "shell/session.h"
 #include "text/text_output.h"
 
 void record_menu() {
-  struct MenuItem {
-    std::int32_t choice;
-    void (*action)();
-  };
-  constexpr MenuItem kItems[] = {{1, list_records},
-                                 {2, read_record},
-                                 {3, export_records},
-                                 {4, delete_record},
-                                 {9, clear_database}};
-  while (true) {
-    std::cout << "\n== Choose menu item ==\n\n"
-                 "1. List database records\n"
-                 "2. Read record\n"
-                 "3. Export records to csv\n"
-                 "4. Delete record\n"
-                 "9. Clear database\n"
-                 "0. Cancel\n";
-    const std::int32_t choice = read_int();
-    if (choice == 0) {
-      return;
-    }
-    for (const MenuItem& item : kItems) {
-      if (item.choice == choice) {
-        item.action();
-      }
-    }
-  }
+  constexpr MenuItem kItems[] = {{1, "List database records", list_records},
+                                 {2, "Read record", read_record},
+                                 {3, "Export records to csv", export_records},
+                                 {4, "Delete record", delete_record},
+                                 {9, "Clear database", clear_database}};
+  do {
+    show_menu(kItems, "Cancel");
+  } while (run_menu_choice(kItems));
 }
 
 namespace {

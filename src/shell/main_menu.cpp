@@ -4,9 +4,7 @@
 
 #include "api/client_api.h"
 #include "common/c_text.h"
-#include "flows/single_phase.h"
 #include "shell/accepted.h"
-#include "shell/prompts.h"
 #include "shell/session.h"
 #include "shell/stop_handling.h"
 
@@ -47,10 +45,7 @@ void show_device_status() {
   }
 }
 
-}  // namespace
-
 void show_menu_head() {
-  stop_signal_seen = false;
   std::cout << "\n!!! === KVRU3 main menu === !!!\n";
   show_device_status();
   if (raw_data_enabled) {
@@ -58,21 +53,12 @@ void show_menu_head() {
   }
 }
 
-void main_menu() {
-  while (true) {
+}  // namespace
+
+void run_main_menu(std::span<const MenuItem> items) {
+  do {
+    stop_signal_seen = false;
     show_menu_head();
-    std::cout << "\n== Choose menu item ==\n\n"
-                 "2. Single Phase Test\n"
-                 "0. Exit\n";
-    if (exit_requested) {
-      return;
-    }
-    const std::int32_t choice = read_int();
-    if (choice == 0) {
-      return;
-    }
-    if (choice == 2) {
-      Single_Phase();
-    }
-  }
+    show_menu(items, "Exit");
+  } while (!exit_requested && run_menu_choice(items));
 }

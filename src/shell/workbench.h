@@ -1,0 +1,8 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// The tester workbench: the console tester's start-up and connection, with a menu of what the
+/// console tester does not offer. Arguments and result as for run_console_tester.
+int run_workbench(const std::vector<std::string>& arguments);
