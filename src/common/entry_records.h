@@ -24,32 +24,33 @@ struct kvr_NamedEntryList {
 
 static_assert(sizeof(kvr_NamedEntryList) == 16);
 
-/// Eight owned texts, three owned lists and plain values.
+/// Eight owned texts, three owned lists and plain values. The texts and the lists' arrays come from
+/// new[].
 struct kvr_EntryRecord {
-  char* text_0;
-  char* text_8;
-  char plain_16[8];
-  char* text_24;
-  char* text_32;
-  char plain_40[32];
-  char* text_72;
-  char* text_80;
-  char plain_88[12];
-  std::int32_t value_100;
-  char plain_104[4];
-  std::int32_t value_108;
-  char plain_112[8];
-  char* text_120;
-  char* text_128;
-  kvr_NamedEntryList list_136;
-  kvr_NamedEntryList list_152;
-  kvr_NamedEntryList list_168;
-  std::int32_t value_184;
-  std::int32_t value_188;
-  char plain_192[4];
-  float value_196;
-  float value_200;
-  std::int32_t value_204;
+  char* text_0 = nullptr;
+  char* text_8 = nullptr;
+  char plain_16[8] = {};
+  char* text_24 = nullptr;
+  char* text_32 = nullptr;
+  char plain_40[32] = {};
+  char* text_72 = nullptr;
+  char* text_80 = nullptr;
+  char plain_88[12] = {};
+  std::int32_t value_100 = 20;
+  char plain_104[4] = {};
+  std::int32_t value_108 = 20;
+  char plain_112[8] = {};
+  char* text_120 = nullptr;
+  char* text_128 = nullptr;
+  kvr_NamedEntryList list_136 = {};
+  kvr_NamedEntryList list_152 = {};
+  kvr_NamedEntryList list_168 = {};
+  std::int32_t value_184 = 1;
+  std::int32_t value_188 = 3;
+  char plain_192[4] = {};
+  float value_196 = 1.0F;
+  float value_200 = 1.0F;
+  std::int32_t value_204 = 2;
 };
 
 static_assert(offsetof(kvr_EntryRecord, text_72) == 72);
