@@ -62,7 +62,8 @@ std::int32_t ClockFromAngle(float angle) {
   if (!(std::abs(hours) < std::numeric_limits<std::int32_t>::max())) {
     return 0;
   }
-  const auto clock = static_cast<std::int32_t>(hours < 0 ? hours - kGuard : hours + kGuard) % kHours;
+  const auto clock =
+      static_cast<std::int32_t>(hours < 0 ? hours - kGuard : hours + kGuard) % kHours;
   return clock < 0 ? clock + kHours : clock;
 }
 

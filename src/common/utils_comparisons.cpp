@@ -28,9 +28,8 @@ bool Utils::equal_block(const kvr_Block116& a, const kvr_Block116& b) {
 }
 
 bool Utils::equal_limits(const kvr_Limits& a, const kvr_Limits& b) {
-  return a.enabled == b.enabled && near_equal(a.first, b.first) &&
-         near_equal(a.second, b.second) && near_equal(a.fourth, b.fourth) &&
-         near_equal(a.third, b.third);
+  return a.enabled == b.enabled && near_equal(a.first, b.first) && near_equal(a.second, b.second) &&
+         near_equal(a.fourth, b.fourth) && near_equal(a.third, b.third);
 }
 
 // Bytes 5 and 15 don't count.

@@ -83,10 +83,10 @@ void Utils::free_record(kvr_EntryRecord* record) {
     return;
   }
   for (const List list : kLists) {
-    delete[] (record->*list).entries;
+    delete[](record->*list).entries;
   }
   for (const Text text : kTexts) {
-    delete[] record->*text;
+    delete[] (record->*text);
   }
   delete record;
 }
