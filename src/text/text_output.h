@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "api/result_records.h"
+
+/// Turns result records into the text that the operator reads. All text goes into a stream of the
+/// caller; only ResultsToReportFile writes elsewhere. Operations keep no state.
+///
+/// Numbers follow the notation and precision of the stream, which the operations for whole records
+/// set to fixed and 8. Lines with a precision of their own put back 8. A null array or entry that
+/// would be walked gives no lines. A bad connection_type in a setup throws as Utils::winding_h
+/// does, with the text written so far left in the stream.
+class KVR_Text_Output {
+ public:
+  // Whole records (text_output.cpp).
+
+  /// The whole text of a record. Leaves `out` in fixed notation with precision 8.
+  static void ResultsToText(const kvr_TestRecord* record, std::ostringstream& out);
+  /// The same, and appends a report to the file `file_name`, unless that is null. A file that can't
+  /// be opened costs a warning on standard output, one that can't be written nothing: `out` gets
+  /// the text in any case.
+  static void ResultsToReportFile(const kvr_TestRecord* record, std::ostringstream& out,
+                                  const std::string& serial, const std::string& sw_version,
+                                  const char* file_name);
+  static std::string ResultsToString(const kvr_TestRecord* record);
+  /// The header line, without a line end.
+  static std::string RecordHeaderToText(const kvr_TestRecord* record);
+  static std::string RecordHeaderToText(const kvr_TestLabel* record);
+  /// Degrees, folded once into -180 to 180, with six decimals.
+  static std::string RadToDegText(float radians);
+
+  // Ratio results (ratio_text.cpp). Without `detailed` the angles are left out, and of a
+  // three-phase result all that follows them.
+
+  static void ResultsToText_3ph_VR(const kvr_TestData_Ratio_3ph* record, std::ostringstream& out,
+                                   bool detailed);
+  /// A `reference_ratio` of 0 means that there is none to compare against.
+  static void ResultsToText_Phase_VR(const kvr_TestData_Ratio_Phase* phase, double reference_ratio,
+                                     std::ostringstream& out, bool detailed);
+
+  // Impedance results (impedance_text.cpp).
+
+  static void ResultsToText_Impedance_Single_3ph(const kvr_TestData_Impedance_SingleTest* test,
+                                                 std::ostringstream& out);
+
+  // Resistance results (resistance_text.cpp).
+
+  /// One measured point, and the tap change seen meanwhile on a line of its own.
+  static void PointToText(const kvr_TestData_Point* point, std::ostringstream& out);
+  static void TapsToText(const kvr_TestData_Taps* taps, std::ostringstream& out);
+  static void SidesToText(const kvr_TestData_Sides* sides, std::ostringstream& out);
+  /// What a running test has saved so far. Leaves `out` in fixed notation with precision 8.
+  static void ProgressToText(const kvr_TestData_Progress* record, std::ostringstream& out);
+
+  // DRM results (other_text.cpp).
+
+  static void DrmSummaryToText(const kvr_TestData_Drm* record, std::ostringstream& out);
+
+  // The words of the enumerations (enumeration_text.cpp). Any value may be asked for. The views
+  // live as long as the process.
+
+  static std::string_view TestTypeText(kvr_TestType value);
+  static std::string_view WindingTextUpper(kvr_WindingType value);
+  static std::string_view WindingTextLower(kvr_WindingType value);
+  static std::string_view TestingModeText(kvr_TestingMode value);
+  static std::string_view HealthStateText(kvr_HealthState value);
+  static std::string_view PointStateText(kvr_PointState value);
+  static std::string_view TapChangerText(kvr_TapChangerType value);
+  static std::string_view NumberingSchemeText(kvr_NumberingScheme value);
+  static std::string_view LetterLabelText(kvr_LetterLabel value);
+  static std::string_view MaterialText(kvr_ConductorMaterial value);
+  static std::string_view RecordOriginText(kvr_RecordOrigin value);
+  static std::string_view TerminalText(kvr_Terminal value);
+  /// With the terminals of a tertiary winding.
+  static std::string_view TerminalTextY(kvr_Terminal value);
+  /// REQUIRES: `index` is 0 to 6.
+  static std::string_view TerminalPairText(std::uint32_t index, bool high_side);
+  /// The second terminal, with the first in parentheses behind it.
+  static std::string TerminalsText(const kvr_TerminalPair& terminals);
+};
