@@ -1,0 +1,387 @@
+#!/usr/bin/env python3
+r"""Runs session files: whole dialogues with the console tester, each in a fresh home folder.
+
+A session file opens with what it is about. Then come sections, each under a heading that begins
+with four dashes. The empty line before a heading belongs to the heading.
+
+What goes in:
+  ---- options              one command line argument a line
+  ---- environment          NAME=value, or -NAME to take a variable away
+  ---- script               the client library is the scripted one and answers as this script says,
+                            see scripted_client_api_script.h
+  ---- bench                or it is the virtual instrument with this bench, the built-in one if empty
+  ---- program NAME         another program than console-tester
+  ---- given file PATH      a file that is there before
+  ---- given folder PATH    a folder that is there before
+  ---- answers              standard input
+
+What comes out:
+  ---- output               standard output
+  ---- error output         standard error; without the section it must be empty
+  ---- ends with            "status N", "abort", or "waiting" if the program waits for more input at
+                            the end of input, for ever and without work
+  ---- file PATH            a file that is there afterwards
+  ---- no files             no file is there afterwards, but for the given ones as they were
+  ---- calls NAME ...       what was asked of the scripted library and of the clock, only lines that
+                            begin with one of the names, if there are any
+  ---- complaints           what the scripted library has to complain about; else it must be content
+
+Paths begin with results/ (the results folder), home/ or work/ (the working folder). Texts may name
+them as {results}, {home} and {work}. In texts \\ \t \xHH stand for a backslash, a tab and any byte,
+\s for a blank at the end of a line, and a \ at the end of a line takes its line feed away. Scripts
+and benches are taken as they are.
+
+Every expected section but error output, calls and complaints has to be there. With --rebuild the
+expected sections are written as they came out, for review.
+"""
+
+import argparse
+import difflib
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+SECONDS_TO_END = 10
+SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
+RESULTS_FOLDER = "home/Documents/KVRU3"
+INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "given file",
+                  "given folder", "answers")
+EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "no files", "calls",
+                     "complaints")
+RAW_SECTIONS = ("script", "bench")
+
+
+class BadSession(Exception):
+    """A session file that can't be run."""
+
+
+# Session files
+
+def decode(lines):
+    """Lines of a section as bytes."""
+    text = "".join(line + "\n" for line in lines)
+    text = re.sub(r"(?<!\\)((?:\\\\)*)\\\n", r"\1", text)
+
+    def escaped(match):
+        code = match.group(1)
+        plain = {"\\": "\\", "t": "\t", "r": "\r", "s": " "}
+        if code in plain:
+            return plain[code]
+        if code.startswith("x") and len(code) == 3:
+            return chr(int(code[1:], 16))
+        raise BadSession(f"unknown escape \\{code}")
+    return re.sub(r"\\(x[0-9a-f]{2}|.)", escaped, text).encode("latin-1")
+
+
+def encode(content):
+    """Bytes as lines of a section."""
+    def printable(match):
+        known = {"\\": r"\\", "\t": r"\t", "\r": r"\r"}
+        return known.get(match.group(), f"\\x{ord(match.group()):02x}")
+    text = re.sub(r"[^\n -\[\]-~]", printable, content.decode("latin-1"))
+    text = re.sub(r" $", r"\\s", text, flags=re.MULTILINE)
+    text = re.sub(r"^----", r"\\x2d---", text, flags=re.MULTILINE)
+    if text and not text.endswith("\n"):
+        text += "\\\n"
+    return text.split("\n")[:-1]
+
+
+class Session:
+    """The description and the sections, as (name, argument, lines)."""
+
+    def __init__(self, text):
+        self.description = []
+        self.sections = []
+        lines = self.description
+        for line in text.split("\n"):
+            if line.startswith("---- "):
+                if not lines or lines[-1] != "":
+                    raise BadSession(f"no empty line before '{line}'")
+                lines.pop()
+                name, argument = self.split_heading(line[5:])
+                lines = []
+                self.sections.append((name, argument, lines))
+            else:
+                lines.append(line)
+        if lines and lines[-1] == "":
+            lines.pop()
+        if not any(self.description) or not self.sections:
+            raise BadSession("a session opens with a description, and then come sections")
+        for name, argument, lines in self.sections:
+            if name not in RAW_SECTIONS:
+                lines[:] = encode(decode(lines))  # one way to write a text
+
+    @staticmethod
+    def split_heading(heading):
+        for name in sorted(INPUT_SECTIONS + EXPECTED_SECTIONS, key=len, reverse=True):
+            if heading == name or heading.startswith(name + " "):
+                return name, heading[len(name) + 1:]
+        raise BadSession(f"unknown heading '{heading}'")
+
+    def all(self, name):
+        return [(argument, lines) for each, argument, lines in self.sections if each == name]
+
+    def one(self, name, default=None):
+        found = self.all(name)
+        if len(found) > 1:
+            raise BadSession(f"more than one section '{name}'")
+        if not found and default is None:
+            raise BadSession(f"no section '{name}'")
+        return found[0][1] if found else default
+
+    def has(self, name):
+        return bool(self.all(name))
+
+    def text(self):
+        parts = ["\n".join(self.description)]
+        for name, argument, lines in self.sections:
+            heading = f"---- {name} {argument}".rstrip()
+            parts.append("\n".join([heading] + lines))
+        return "\n\n".join(parts) + "\n"
+
+
+# What may differ between systems
+
+def normalised(content, folder):
+    """Output with places and line ends as they stand in session files."""
+    content = content.replace(b"\r\n", b"\n") if os.name == "nt" else content
+    for token, path in (("{results}", folder / RESULTS_FOLDER), ("{home}", folder / "home"),
+                        ("{work}", folder / "work")):
+        name = os.fsencode(path) + (os.sep.encode() if token == "{results}" else b"")
+        content = content.replace(name, token.encode())
+    return content
+
+
+def ending_of(status):
+    if status == -signal.SIGABRT:
+        return "abort"
+    return f"status {status}" if status >= 0 else f"signal {signal.Signals(-status).name}"
+
+
+# Runs
+
+def place_of(path, folder):
+    if not re.match(r"(results|home|work)/", path + "/"):
+        raise BadSession(f"'{path}' begins with none of results/ home/ work/")
+    return folder / re.sub(r"^results\b", RESULTS_FOLDER, path)
+
+
+def files_below(folder):
+    """Every file, by its path as a session file gives it."""
+    found = {}
+    for top in ("home", "work"):
+        for path in sorted((folder / top).rglob("*")):
+            if path.is_file():
+                name = path.relative_to(folder).as_posix()
+                name = re.sub(f"^{RESULTS_FOLDER}/", "results/", name)
+                found[name] = normalised(path.read_bytes(), folder)
+    return found
+
+
+def filled_in(text, folder):
+    return text.replace("{home}", str(folder / "home")).replace("{work}", str(folder / "work"))
+
+
+def environment_of(session, folder, libraries):
+    environment = {name: value for name, value in os.environ.items()
+                   if not name.startswith(("KVR_", "XDG_", "LC_", "LANG"))}
+    environment.update(HOME=str(folder / "home"), TZ="CET-1", LC_ALL="C",
+                       KVR_CALL_LOG=str(folder / "calls"))
+    scripted = session.has("script")
+    if scripted == session.has("bench"):
+        raise BadSession("one section 'script' or one section 'bench'")
+    environment["LD_LIBRARY_PATH"] = libraries["scripted" if scripted else "instrument"]
+    content = session.one("script" if scripted else "bench")
+    if scripted or content:
+        name = "script" if scripted else "bench"
+        (folder / name).write_text("\n".join(content) + "\n", encoding="latin-1")
+        environment[f"KVR_{name.upper()}_FILE"] = str(folder / name)
+    for line in session.one("environment", []):
+        name, _, value = line.partition("=")
+        if line.startswith("-"):
+            environment.pop(line[1:], None)
+        else:
+            environment[name] = filled_in(value, folder)
+    return environment
+
+
+def prepare(session, folder):
+    """Makes the folders and the given files; gives the files as they are then."""
+    (folder / "home").mkdir()
+    (folder / "work").mkdir()
+    for path, _ in session.all("given folder"):
+        place_of(path, folder).mkdir(parents=True, exist_ok=True)
+    for path, lines in session.all("given file"):
+        place = place_of(path, folder)
+        place.parent.mkdir(parents=True, exist_ok=True)
+        place.write_bytes(filled_in(decode(lines).decode("latin-1"), folder).encode("latin-1"))
+    return files_below(folder)
+
+
+def cpu_seconds(process):
+    """What the process has used so far; 0 where the system doesn't say."""
+    try:
+        fields = pathlib.Path(f"/proc/{process.pid}/stat").read_text().rsplit(")", 1)[1].split()
+    except OSError:
+        return 0
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def wait_until_silent(process, output):
+    """Waits until a program has ended, or has said nothing for a while. Says how it stands."""
+    deadline = time.monotonic() + SECONDS_TO_END
+    size = -1
+    while process.poll() is None and output.stat().st_size != size:
+        size = output.stat().st_size
+        before = cpu_seconds(process)
+        try:
+            process.wait(SECONDS_OF_SILENCE)
+        except subprocess.TimeoutExpired:
+            pass
+        if time.monotonic() > deadline:
+            return "never silent"
+    if process.poll() is not None:
+        return ending_of(process.returncode)
+    busy = cpu_seconds(process) - before > SECONDS_OF_SILENCE / 2
+    return "waiting, with work" if busy else "waiting"
+
+
+def wait_for_end(process):
+    try:
+        return ending_of(process.wait(SECONDS_TO_END))
+    except subprocess.TimeoutExpired:
+        return f"not ended after {SECONDS_TO_END} s"
+
+
+def run(session, programs, libraries, launcher):
+    """Runs a session. Gives a copy of it with the expected sections as they came out."""
+    name = (session.all("program") or [("console-tester", [])])[0][0]
+    if name not in programs:
+        raise BadSession(f"no program '{name}'")
+    expects_wait = session.one("ends with", []) == ["waiting"]
+    with tempfile.TemporaryDirectory(prefix="session-") as temporary:
+        folder = pathlib.Path(temporary).resolve()
+        given = prepare(session, folder)
+        environment = environment_of(session, folder, libraries)
+        answers = folder / "answers"
+        answers.write_bytes(decode(session.one("answers")))
+        options = [filled_in(decode([line])[:-1].decode("latin-1"), folder).encode("latin-1")
+                   for line in session.one("options", [])]
+        output, errors = folder / "output", folder / "errors"
+        with open(answers, "rb") as stdin, open(output, "wb") as stdout, \
+                open(errors, "wb") as stderr:
+            process = subprocess.Popen(launcher + [programs[name]] + options, stdin=stdin,
+                                       stdout=stdout, stderr=stderr, cwd=folder / "work",
+                                       env=environment)
+            try:
+                ending = (wait_until_silent(process, output) if expects_wait
+                          else wait_for_end(process))
+            finally:
+                process.kill()
+                process.wait()
+        files = {path: content for path, content in files_below(folder).items()
+                 if given.get(path) != content}
+        files.update({path: None for path in given if not place_of(path, folder).exists()})
+        calls = folder / "calls"
+        return outcome(session, {
+            "output": normalised(output.read_bytes(), folder),
+            "error output": normalised(errors.read_bytes(), folder),
+            "ends with": ending,
+            "files": files,
+            "log": normalised(calls.read_bytes(), folder) if calls.exists() else b"",
+        })
+
+
+def blocks_of(log):
+    """A log line and the indented lines below it are one block."""
+    return re.findall(rb"^[^ \n].*\n(?: .*\n)*", log, flags=re.MULTILINE)
+
+
+def outcome(session, seen):
+    """The session with what was seen in its expected sections."""
+    result = Session.__new__(Session)
+    result.description = session.description
+    result.sections = [section for section in session.sections
+                       if section[0] not in EXPECTED_SECTIONS]
+
+    def add(name, content, argument=""):
+        result.sections.append((name, argument, encode(content)))
+
+    add("output", seen["output"])
+    if seen["error output"]:
+        add("error output", seen["error output"])
+    add("ends with", seen["ends with"].encode() + b"\n")
+    for path, content in sorted(seen["files"].items()):
+        add("file", b"(gone)\n" if content is None else content, path)
+    if not seen["files"]:
+        add("no files", b"")
+    blocks = blocks_of(seen["log"])
+    for argument, _ in session.all("calls"):
+        names = tuple(name.encode() for name in argument.split())
+        add("calls", b"".join(block for block in blocks if not block.startswith(b"! ")
+                              and (not names or block.startswith(names))), argument)
+    complaints = b"".join(block[2:] for block in blocks if block.startswith(b"! "))
+    if complaints:
+        add("complaints", complaints)
+    return result
+
+
+def in_order(session):
+    """The session with its expected sections in the order in which outcome() writes them."""
+    def rank(section):
+        name, argument, _ = section
+        if name not in EXPECTED_SECTIONS:
+            return (0, "")
+        return (EXPECTED_SECTIONS.index(name) + 1, argument if name == "file" else "")
+    result = Session.__new__(Session)
+    result.description = session.description
+    result.sections = sorted(session.sections, key=rank)
+    return result
+
+
+def check(path, arguments):
+    """Runs one file. True if all came out as expected, or was rebuilt."""
+    try:
+        session = Session(path.read_text(encoding="latin-1"))
+        seen = run(session, arguments.programs, arguments.libraries, arguments.launcher)
+    except (BadSession, OSError) as error:
+        print(f"{path}: {error}")
+        return False
+    if arguments.rebuild:
+        path.write_text(seen.text(), encoding="latin-1")
+        return True
+    difference = list(difflib.unified_diff(in_order(session).text().splitlines(),
+                                           seen.text().splitlines(), "expected", "seen",
+                                           lineterm="", n=5))
+    if difference:
+        print(f"{path} came out otherwise:")
+        print("\n".join(difference))
+    return not difference
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--program", action="append", default=[], metavar="NAME=FILE",
+                        help="where a program of that name is")
+    parser.add_argument("--scripted", required=True, help="folder of the scripted library")
+    parser.add_argument("--instrument", required=True, help="folder of the virtual instrument")
+    parser.add_argument("--launcher", default="", help="command that starts a program")
+    parser.add_argument("--rebuild", action="store_true",
+                        help="write the expected sections as they come out")
+    parser.add_argument("files", nargs="+", type=pathlib.Path)
+    arguments = parser.parse_args()
+    arguments.programs = {name: os.path.abspath(path) for name, path in
+                          (each.split("=", 1) for each in arguments.program)}
+    arguments.libraries = {"scripted": os.path.abspath(arguments.scripted),
+                           "instrument": os.path.abspath(arguments.instrument)}
+    arguments.launcher = arguments.launcher.split()
+    return 0 if all([check(path, arguments) for path in arguments.files]) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
