@@ -19,7 +19,9 @@ constexpr auto kCodeNames = make_code_names();
 
 std::string_view unknown_code_text(kvr_code code) {
   static std::string slot;
-  slot = "Unknown error code " + std::to_string(static_cast<std::int32_t>(code));
+  slot.reserve(sizeof "Unknown error code -2147483648");  // stays put for the views of older calls
+  slot = "Unknown error code ";
+  slot += std::to_string(static_cast<std::int32_t>(code));
   return slot;
 }
 
