@@ -1,0 +1,79 @@
+#include "support/console.h"
+
+#include <iostream>
+
+#include "shell/session.h"
+#include "shell/stop_handling.h"
+
+std::string CapturedOutput::text() const {
+  const std::lock_guard lock(mutex_);
+  return text_;
+}
+
+std::string CapturedOutput::flushed_text() const {
+  const std::lock_guard lock(mutex_);
+  return text_.substr(0, flushed_);
+}
+
+bool CapturedOutput::wait_for(std::string_view part) const {
+  std::unique_lock lock(mutex_);
+  return written_.wait_for(lock, std::chrono::seconds(10),
+                           [&] { return text_.find(part) != std::string::npos; });
+}
+
+CapturedOutput::int_type CapturedOutput::overflow(int_type character) {
+  if (!traits_type::eq_int_type(character, traits_type::eof())) {
+    const char written = traits_type::to_char_type(character);
+    xsputn(&written, 1);
+  }
+  return traits_type::not_eof(character);
+}
+
+std::streamsize CapturedOutput::xsputn(const char* characters, std::streamsize count) {
+  const std::lock_guard lock(mutex_);
+  text_.append(characters, static_cast<std::size_t>(count));
+  written_.notify_all();
+  return count;
+}
+
+int CapturedOutput::sync() {
+  const std::lock_guard lock(mutex_);
+  flushed_ = text_.size();
+  return 0;
+}
+
+Console::Console(const std::string& answers) : input_(answers, std::ios::in) {
+  saved_cin_.copyfmt(std::cin);
+  saved_cout_.copyfmt(std::cout);
+  std::cout.copyfmt(std::ios(nullptr));
+  saved_input_ = std::cin.rdbuf(&input_);  // clears the state too
+  saved_output_ = std::cout.rdbuf(&output_);
+}
+
+Console::~Console() {
+  std::cin.rdbuf(saved_input_);
+  std::cout.rdbuf(saved_output_);
+  std::cin.copyfmt(saved_cin_);
+  std::cout.copyfmt(saved_cout_);
+}
+
+std::string Console::unread() const {
+  const std::streamsize unread = input_.in_avail();
+  return unread <= 0 ? "" : input_.str().substr(input_.str().size() - std::size_t(unread));
+}
+
+void reset_session() {
+  client_name = "ConsoleTester_x86";
+  results_folder.clear();
+  client_version.clear();
+  device_serial.clear();
+  device_software_version.clear();
+  client_api_info = {};
+  device_info = {};
+  device_status = {};
+  raw_data_enabled = true;
+  run_file_name = "kvr";
+  exit_requested = false;
+  stop_signal_seen = false;
+  stop_handler = nullptr;
+}

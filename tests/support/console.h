@@ -1,0 +1,62 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <ios>
+#include <mutex>
+#include <sstream>
+#include <streambuf>
+#include <string>
+#include <string_view>
+
+// An operator for one test: types the answers that the test gives and reads what the program says.
+
+/// Keeps what is written to it. Several threads may write, as the program's threads do.
+class CapturedOutput : public std::streambuf {
+ public:
+  std::string text() const;
+  /// What had been written when the stream was last flushed.
+  std::string flushed_text() const;
+  /// Waits until `part` has been written; false when it hasn't come in ten seconds.
+  bool wait_for(std::string_view part) const;
+
+ protected:
+  int_type overflow(int_type character) override;
+  std::streamsize xsputn(const char* characters, std::streamsize count) override;
+  int sync() override;
+
+ private:
+  mutable std::mutex mutex_;
+  mutable std::condition_variable written_;
+  std::string text_;
+  std::size_t flushed_ = 0;
+};
+
+/// Stands in for standard input and output while it lives. Both start as in a fresh program, and
+/// get back their buffers, states and formats at the end. When the answers are used up the input is
+/// at its end.
+class Console {
+ public:
+  explicit Console(const std::string& answers = "");
+  ~Console();
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+  std::string output() const { return output_.text(); }
+  /// What an operator sees: the output that has been flushed.
+  std::string visible_output() const { return output_.flushed_text(); }
+  bool wait_for_output(std::string_view part) const { return output_.wait_for(part); }
+  /// The answers that nobody has read.
+  std::string unread() const;
+
+ private:
+  mutable std::stringbuf input_;
+  CapturedOutput output_;
+  std::ios saved_cin_{nullptr};
+  std::ios saved_cout_{nullptr};
+  std::streambuf* saved_input_;
+  std::streambuf* saved_output_;
+};
+
+/// Puts the process-wide session state and the stop handling back to what a fresh program has.
+void reset_session();

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+// What tests change about their own process.
+
+/// Sets an environment variable; an empty value removes it.
+void set_environment(const std::string& name, const std::string& value);
+
+/// In the child process of a death test: makes `text` and then its end the standard input, and
+/// leaves the terminal, so that nothing waits for a key of the person who runs the tests.
+void use_as_standard_input(const std::string& text);

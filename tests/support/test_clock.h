@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <vector>
+
+#include "common/clock.h"
+
+/// 5 March 2021, 12:00:00 by the local time of the tests, which is an hour ahead of UTC.
+constexpr std::time_t kNoonInMarch = 1614942000;
+
+/// Time as a test wants it: stands still, and pauses take none of it. Also sets the local time zone
+/// of the tests. One at a time.
+class TestClock {
+ public:
+  explicit TestClock(std::time_t time = kNoonInMarch);
+  ~TestClock();
+  TestClock(const TestClock&) = delete;
+  TestClock& operator=(const TestClock&) = delete;
+
+  std::time_t now;
+  /// What nanosleep was asked for, in order.
+  std::vector<timespec> sleeps;
+  /// The same in milliseconds.
+  std::vector<std::int64_t> sleeps_ms() const;
+  /// Takes the place of a sleep: result and errno as of nanosleep. May throw to end a wait that
+  /// would last for ever.
+  std::function<int(const timespec* request, timespec* remainder)> on_sleep;
+
+ private:
+  Clock saved_;
+};
