@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <ctime>
 #include <string>
 
@@ -8,6 +9,7 @@
 struct Clock {
   std::time_t (*now)();
   int (*nanosleep)(const timespec* request, timespec* remainder);  ///< 0, or -1 with errno set
+  std::chrono::system_clock::time_point (*precise_now)() = std::chrono::system_clock::now;
 };
 
 /// The system's clock until somebody replaces it, which only tests do.
