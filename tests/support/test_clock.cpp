@@ -8,6 +8,11 @@ TestClock* clock_in_use = nullptr;
 
 std::time_t test_now() { return clock_in_use->now; }
 
+std::chrono::system_clock::time_point test_precise_now() {
+  ++clock_in_use->precise_readings;
+  return clock_in_use->precise_now;
+}
+
 int test_sleep(const timespec* request, timespec* remainder) {
   clock_in_use->sleeps.push_back(*request);
   return clock_in_use->on_sleep ? clock_in_use->on_sleep(request, remainder) : 0;
@@ -15,11 +20,11 @@ int test_sleep(const timespec* request, timespec* remainder) {
 
 }  // namespace
 
-TestClock::TestClock(std::time_t time) : now(time), saved_(program_clock) {
+TestClock::TestClock(std::time_t time)
+    : now(time), precise_now(std::chrono::system_clock::from_time_t(time)), saved_(program_clock) {
   set_environment("TZ", "CET-1");
   clock_in_use = this;
-  program_clock.now = test_now;
-  program_clock.nanosleep = test_sleep;
+  program_clock = {test_now, test_sleep, test_precise_now};
 }
 
 TestClock::~TestClock() {

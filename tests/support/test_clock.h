@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <functional>
@@ -20,6 +21,9 @@ class TestClock {
   TestClock& operator=(const TestClock&) = delete;
 
   std::time_t now;
+  /// For what is timed more finely than in seconds, and how often it has been asked for.
+  std::chrono::system_clock::time_point precise_now;
+  int precise_readings = 0;
   /// What nanosleep was asked for, in order.
   std::vector<timespec> sleeps;
   /// The same in milliseconds.
