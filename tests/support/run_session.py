@@ -168,7 +168,7 @@ def ending_of(status):
 def place_of(path, folder):
     if not re.match(r"(results|home|work)/", path + "/"):
         raise BadSession(f"'{path}' begins with none of results/ home/ work/")
-    return folder / re.sub(r"^results\b", RESULTS_FOLDER, path)
+    return folder / os.fsdecode(re.sub(r"^results\b", RESULTS_FOLDER, path).encode("latin-1"))
 
 
 def files_below(folder):
@@ -177,7 +177,7 @@ def files_below(folder):
     for top in ("home", "work"):
         for path in sorted((folder / top).rglob("*")):
             if path.is_file():
-                name = path.relative_to(folder).as_posix()
+                name = os.fsencode(path.relative_to(folder).as_posix()).decode("latin-1")
                 name = re.sub(f"^{RESULTS_FOLDER}/", "results/", name)
                 found[name] = normalised(path.read_bytes(), folder)
     return found
@@ -277,7 +277,7 @@ def run(session, programs, libraries, launcher):
                 open(errors, "wb") as stderr:
             process = subprocess.Popen(launcher + [programs[name]] + options, stdin=stdin,
                                        stdout=stdout, stderr=stderr, cwd=folder / "work",
-                                       env=environment)
+                                       env=environment, start_new_session=True)
             try:
                 ending = (wait_until_silent(process, output) if expects_wait
                           else wait_for_end(process))
