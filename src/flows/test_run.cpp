@@ -65,6 +65,8 @@ class TestRun {
     run_file_name = "kvr";
   }
 
+  void close_series_file() { series_file_.close(); }
+
  private:
   void announce(float voltage) {
     std::cout.precision(2);
@@ -128,6 +130,7 @@ void run_voltage_plan(const VoltagePlan& plan, const RatioTest& test) {
   } catch (...) {
     // Nothing above catches it, and the stack need not be unwound before the program ends.
     kvr_UnlockAPI();
+    run.close_series_file();
     std::cout.flush();
     throw;
   }

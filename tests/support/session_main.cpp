@@ -10,9 +10,10 @@
 #include "shell/console_tester.h"
 
 // The console tester on a clock of its own, so that a transcript holds the same times on every run
-// and no pause takes real time. The clock stands at noon, Central European Time, on 5 March 2021,
-// and moves on by a second whenever somebody looks at it, and by the length of each pause. Pauses
-// go into the log that the scripted client library writes its calls to.
+// and no pause takes long. The clock stands at noon, Central European Time, on 5 March 2021, and
+// moves on by a second whenever somebody looks at it, and by the length of each pause. A pause of
+// seconds is over at once, and goes into the log that the scripted client library writes its calls
+// to. Shorter ones, which keep the program from burning a core at the end of input, are real.
 
 namespace {
 
