@@ -379,7 +379,7 @@ class Builder {
   }
 
   void store(const Line& line) {
-    at_ = reinterpret_cast<std::byte*>(record_.get());
+    at_ = static_cast<std::byte*>(static_cast<void*>(record_.get()));
     type_ = &type_of<kvr_TestRecord>();
     for (const Step& step : split_path(line.path)) {
       if (step.index) {

@@ -35,7 +35,7 @@ class RecordArena {
   }
   template <typename Record>
   Record* make_array(std::size_t count) {
-    return reinterpret_cast<Record*>(allocate(sizeof(Record) * count));
+    return static_cast<Record*>(static_cast<void*>(allocate(sizeof(Record) * count)));
   }
   std::byte* allocate(std::size_t size) {
     return blocks_.emplace_back(std::make_unique<std::byte[]>(size)).get();

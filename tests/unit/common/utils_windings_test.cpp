@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "common/errors.h"
+#include "common/utils.h"
+
+namespace {
+
+kvr_TestSetup setup_joined_by(std::uint32_t connection_type) {
+  kvr_TestSetup setup{};
+  setup.connection_type = connection_type;
+  return setup;
+}
+
+struct Pair {
+  std::uint32_t connection_type;
+  std::size_t high;
+  std::size_t low;
+};
+
+TEST(WindingResolvers, TakeHighAndLowSideByConnectionType) {
+  for (const Pair pair : {Pair{0, 0, 1}, Pair{1, 0, 2}, Pair{2, 1, 2}}) {
+    kvr_TestSetup setup = setup_joined_by(pair.connection_type);
+    EXPECT_EQ(&Utils::winding_h(setup), &setup.windings[pair.high]) << pair.connection_type;
+    EXPECT_EQ(&Utils::winding_x(setup), &setup.windings[pair.low]) << pair.connection_type;
+    EXPECT_EQ(&Utils::winding_x_mutable(setup), &setup.windings[pair.low]) << pair.connection_type;
+    EXPECT_EQ(&Utils::connection(setup), &setup.connections[pair.connection_type]);
+  }
+}
+
+TEST(WindingResolvers, MutableWindingWritesThrough) {
+  kvr_TestSetup setup = setup_joined_by(2);
+  Utils::winding_x_mutable(setup).voltage = 11.0F;
+  EXPECT_EQ(setup.windings[2].voltage, 11.0F);
+}
+
+struct Refusal {
+  const char* where;
+  std::function<void(kvr_TestSetup&)> resolve;
+};
+
+class BadConnectionType : public testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(BadConnectionType, IsRefusedByEachResolverInItsOwnWords) {
+  const Refusal refusals[] = {
+      {"winding_h", [](kvr_TestSetup& setup) { Utils::winding_h(setup); }},
+      {"winding_x", [](kvr_TestSetup& setup) { Utils::winding_x(setup); }},
+      {"winding_x_mutable", [](kvr_TestSetup& setup) { Utils::winding_x_mutable(setup); }},
+      {"connection", [](kvr_TestSetup& setup) { Utils::connection(setup); }}};
+  kvr_TestSetup setup = setup_joined_by(GetParam());
+  for (const Refusal& refusal : refusals) {
+    const std::string message =
+        std::string("Utils::") + refusal.where + " - incorrect connection_type";
+    try {
+      refusal.resolve(setup);
+      FAIL() << refusal.where << " took a bad connection type";
+    } catch (const kvr_exception& error) {
+      EXPECT_EQ(error.code, KVR_RES_INCORRECT_PARAMETERS);
+      EXPECT_EQ(error.codeType, kLogged);
+      EXPECT_EQ(error.what(), refusal.where + (" " + message));
+      EXPECT_EQ(last_exception_message(), message);
+      EXPECT_EQ(last_exception_code, KVR_RES_INCORRECT_PARAMETERS);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(, BadConnectionType, testing::Values(3U, 0xFFFFFFFFU, 0x80000000U));
+
+}  // namespace

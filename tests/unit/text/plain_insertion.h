@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cmath>
+#include <ostream>
+
+/// Inserts a number with `<<`. A NaN is inserted as a word, since the C libraries differ on its
+/// sign; the expected one has it.
+inline void insert_plainly(std::ostream& out, double value) {
+  if (std::isnan(value)) {
+    out << (std::signbit(value) ? "-nan" : "nan");
+  } else {
+    out << value;
+  }
+}
