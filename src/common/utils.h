@@ -42,8 +42,8 @@ class Utils {
   static bool WriteToDevice(const std::string& path, const std::string& text);
   /// The whole file without white space at its ends; empty when it can't be read.
   static std::string ReadTextFile(const std::string& path);
-  /// Size in bytes. Throws KVR_RES_FILE_NOT_FOUND. Wrong from 2 GiB on: the size is taken as 32
-  /// bits wide, as on the system this program comes from.
+  /// Size in bytes, 0 for a folder. Throws KVR_RES_FILE_NOT_FOUND. Wrong from 2 GiB on: the size is
+  /// taken as 32 bits wide, as on the system this program comes from.
   static std::int64_t GetFileSize(const std::string& path);
   /// Runs a command. True when it ends with 0; otherwise false, or KVR_RES_INTERNAL_ERROR is thrown
   /// unless `noThrow`.
@@ -108,7 +108,11 @@ class Utils {
   static kvr_TestData_Tap* clone_record(const kvr_TestData_Tap* source);
   static kvr_TestData_Point* clone_record(const kvr_TestData_Point* source);
 
-  // Innermost first, null pointers passed over.
+  // Innermost first, null pointers passed over. Arrays and texts go to delete[], all other blocks
+  // to delete, so that is how whoever fills a record allocates them. A record with its whole nest:
+  // the arrays of its families have data_count entries, `first_transition` is an array. An array of
+  // records goes with them.
+
   static void free_record(kvr_TestData_Ratio_3ph* record);
   static void free_record(kvr_TestData_Impedance* record);
   static void free_record(kvr_TestData_Impedance_List* record);
@@ -128,7 +132,9 @@ class Utils {
   static void copy_setup(const kvr_TestSetup& source, kvr_TestSetup& target);
   static void copy_winding(const kvr_WindingSetup& source, kvr_WindingSetup& target);
 
-  // Entry records (utils_entry_records.cpp).
+  // Entry records (utils_entry_records.cpp). A list that is filled is taken as empty: what it held
+  // is not given back. When filling fails it stays as it was. A negative or huge count fails as an
+  // allocation.
 
   static kvr_EntryRecord* clone_entry_record(const kvr_EntryRecord* source);
   static void free_record(kvr_EntryRecord* record);
@@ -151,11 +157,12 @@ class Utils {
 bool FileExists(const std::string& path);
 /// Whether the text of a file begins with "1", white space aside.
 bool ReadFlagFile(const std::string& path);
-/// Removes a path and all below it; true if anything was removed.
+/// Removes a path and all below it. True if anything was removed; false, too, if something of it
+/// could not be.
 bool RemoveAll(const std::string& path);
-/// Removes all that a folder holds, if it exists.
+/// Removes all that a folder holds, if it exists; silent about what it can't remove.
 void ClearDirectory(const std::string& path);
-/// The system's temporary folder, UTF-8.
+/// The system's temporary folder, UTF-8; empty when there is none.
 std::string TempDirectoryText();
 /// The environment's APPDATA; empty when unset or longer than 259 bytes.
 std::string AppDataPath();

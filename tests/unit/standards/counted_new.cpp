@@ -1,0 +1,1 @@
+#include "support/counted_new_operators.h"
