@@ -27,19 +27,21 @@ bool is_space(char character) { return std::isspace(static_cast<unsigned char>(c
 
 bool is_digit(char character) { return std::isdigit(static_cast<unsigned char>(character)) != 0; }
 
-constexpr std::uint16_t kCrcPolynomial = 0x8005;
-constexpr int kCrcBits = 16;
+// The checksum's register has 16 bits; it is kept in an unsigned, which nothing promotes.
+constexpr unsigned kCrcPolynomial = 0x8005;
+constexpr unsigned kCrcMask = 0xFFFF;
+constexpr unsigned kCrcBits = 16;
 
-std::uint16_t crc_with_bit(std::uint16_t value, unsigned bit) {
-  const auto shifted = static_cast<std::uint16_t>((value << 1U) | bit);
-  const bool shifted_out = (value & 0x8000U) != 0;
-  return shifted_out ? static_cast<std::uint16_t>(shifted ^ kCrcPolynomial) : shifted;
+unsigned crc_with_bit(unsigned crc, unsigned bit) {
+  const bool shifts_out_one = (crc >> (kCrcBits - 1)) != 0;
+  const unsigned shifted = (crc << 1U | bit) & kCrcMask;
+  return shifts_out_one ? shifted ^ kCrcPolynomial : shifted;
 }
 
-std::uint16_t reversed_bits(std::uint16_t value) {
-  std::uint16_t reversed = 0;
-  for (int bit = 0; bit < kCrcBits; ++bit) {
-    reversed = static_cast<std::uint16_t>((reversed << 1U) | ((value >> bit) & 1U));
+unsigned reversed_bits(unsigned crc) {
+  unsigned reversed = 0;
+  for (unsigned bit = 0; bit < kCrcBits; ++bit) {
+    reversed = reversed << 1U | (crc >> bit & 1U);
   }
   return reversed;
 }
@@ -84,14 +86,14 @@ std::uint16_t Utils::crc16(const kvr_ByteRun& bytes) {
   if (bytes.data == nullptr) {
     return 0;
   }
-  std::uint16_t crc = 0;
+  unsigned crc = 0;
   for (std::size_t index = 0; index < bytes.length; ++index) {
     for (unsigned bit = 0; bit < 8; ++bit) {
-      crc = crc_with_bit(crc, (bytes.data[index] >> bit) & 1U);
+      crc = crc_with_bit(crc, static_cast<unsigned>(bytes.data[index]) >> bit & 1U);
     }
   }
-  for (int bit = 0; bit < kCrcBits; ++bit) {
+  for (unsigned bit = 0; bit < kCrcBits; ++bit) {
     crc = crc_with_bit(crc, 0);
   }
-  return reversed_bits(crc);
+  return static_cast<std::uint16_t>(reversed_bits(crc));
 }

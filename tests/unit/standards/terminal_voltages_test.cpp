@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <map>
 #include <numbers>
 #include <optional>
-#include <regex>
 #include <string>
 
 #include "standards/standard_tables.h"
@@ -33,12 +33,17 @@ Phasor voltage(const std::string& label, double lag) {
 
 /// The clock of a row that names a plain vector group.
 std::optional<int> clock_of(const std::string& name) {
-  static const std::regex plain_group("(?:D|YN?|ZN?)(?:d|yn?|zn?)([0-9]+)");
-  std::smatch parts;
-  if (!std::regex_match(name, parts, plain_group)) {
-    return std::nullopt;
+  for (const std::string high_side : {"D", "Y", "YN", "Z", "ZN"}) {
+    for (const std::string low_side : {"d", "y", "yn", "z", "zn"}) {
+      const std::string windings = high_side + low_side;
+      const std::string clock = name.substr(std::min(windings.size(), name.size()));
+      if (name == windings + clock && !clock.empty() &&
+          clock.find_first_not_of("0123456789") == std::string::npos) {
+        return std::stoi(clock);
+      }
+    }
   }
-  return std::stoi(parts[1]);
+  return std::nullopt;
 }
 
 /// Whole degrees, 0 to 359, by which the low side's voltage lags the high side's.
@@ -59,8 +64,8 @@ std::string lags_of(const VectorLabels& row, int clock) {
 /// Rows by name whose lags are neither 0 nor 180 degrees in all phases alike.
 using Lags = std::map<std::string, std::string>;
 
-// Where the low side lags (30) or leads (330) by an hour between the terminals named, and the one row
-// whose last phase is reversed.
+// Where the low side lags (30) or leads (330) by an hour between the terminals named, and the one
+// row whose last phase is reversed.
 const Lags kKnownOthers = {
     {"Dy1", "30 30 30"},     {"Dy3", "30 30 30"},     {"Dy5", "30 30 30"},
     {"Dy7", "30 30 30"},     {"Dy9", "30 30 30"},     {"Dy11", "30 30 30"},
