@@ -1,0 +1,379 @@
+#include "virtual_instrument/bench/bench_reader.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "virtual_instrument/records/time_text.h"
+#include "virtual_instrument/vocabulary/call_names.h"
+#include "virtual_instrument/vocabulary/code_names.h"
+
+#define TOML_EXCEPTIONS 0
+#define TOML_ENABLE_FORMATTERS 0
+#include <toml++/toml.h>
+
+namespace virtual_instrument {
+namespace {
+
+/// One key of the bench: what it is called, what it takes, and where that goes.
+struct Key {
+  std::string name;                             ///< "table.key"
+  std::string expected;                         ///< in words, for a problem
+  std::function<bool(const toml::node&)> take;  ///< false for a value other than expected
+};
+
+std::string number_text(double value) {
+  std::array<char, 32> text{};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
+Key flag(std::string name, bool& target) {
+  return {std::move(name), "true or false", [&target](const toml::node& node) {
+            target = node.value_or(false);
+            return node.is_boolean();
+          }};
+}
+
+Key number(std::string name, double& target, double low, double high, const std::string& unit) {
+  return {std::move(name),
+          "a number from " + number_text(low) + " to " + number_text(high) +
+              (unit.empty() ? "" : " " + unit),
+          [&target, low, high](const toml::node& node) {
+            if (!node.is_number()) {
+              return false;
+            }
+            target = node.value_or(0.0);
+            return target >= low && target <= high;
+          }};
+}
+
+bool take_whole(const toml::node& node, std::int32_t& target, std::int32_t low, std::int32_t high) {
+  const std::int64_t value = node.value_or(std::int64_t{0});
+  if (!node.is_integer() || value < low || value > high) {
+    return false;
+  }
+  target = static_cast<std::int32_t>(value);
+  return true;
+}
+
+constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kHighest = std::numeric_limits<std::int32_t>::max();
+
+Key whole(std::string name, std::int32_t& target, std::int32_t low, std::int32_t high) {
+  return {
+      std::move(name), "a whole number from " + std::to_string(low) + " to " + std::to_string(high),
+      [&target, low, high](const toml::node& node) { return take_whole(node, target, low, high); }};
+}
+
+Key power_of_two(std::string name, std::int32_t& target, std::int32_t low, std::int32_t high) {
+  return {std::move(name),
+          "a power of two from " + std::to_string(low) + " to " + std::to_string(high),
+          [&target, low, high](const toml::node& node) {
+            return take_whole(node, target, low, high) && (target & (target - 1)) == 0;
+          }};
+}
+
+Key text(std::string name, std::string& target, std::size_t longest) {
+  return {std::move(name), "a text of at most " + std::to_string(longest) + " characters",
+          [&target, longest](const toml::node& node) {
+            target = node.value_or(std::string());
+            return node.is_string() && target.size() <= longest &&
+                   target.find('\0') == std::string::npos;
+          }};
+}
+
+Key vector_group(std::string name, VectorGroup& target) {
+  return {std::move(name), "D, Y or YN, then d, y or yn, then a clock number that they can have",
+          [&target](const toml::node& node) {
+            const std::optional<VectorGroup> group =
+                parse_vector_group(node.value_or(std::string()));
+            target = group.value_or(VectorGroup{});
+            return group.has_value();
+          }};
+}
+
+Key name_format(std::string name, std::string& target) {
+  return {std::move(name),
+          "letters, digits, - _ . and %Y %m %d %H %M %S, giving at most 24 characters",
+          [&target](const toml::node& node) {
+            target = node.value_or(std::string());
+            return node.is_string() && can_name_records(target);
+          }};
+}
+
+Key code(std::string name, kvr_code& target) {
+  return {std::move(name), "the name or the number of a code", [&target](const toml::node& node) {
+            std::int32_t number = 0;
+            if (take_whole(node, number, kLowest, kHighest)) {
+              target = static_cast<kvr_code>(number);
+              return true;
+            }
+            const std::optional<kvr_code> named = code_of_name(node.value_or(std::string()));
+            target = named.value_or(KVR_RES_OK);
+            return named.has_value();
+          }};
+}
+
+Key failure(std::string name, kvr_code& target) {
+  Key key = code(std::move(name), target);
+  key.expected += " other than KVR_RES_OK";
+  key.take = [take = key.take, &target](const toml::node& node) {
+    return take(node) && target != KVR_RES_OK;
+  };
+  return key;
+}
+
+Key call_name(std::string name, std::string& target) {
+  return {std::move(name), "the name of an exported call", [&target](const toml::node& node) {
+            target = node.value_or(std::string());
+            return std::find(kCallNames.begin(), kCallNames.end(), target) != kCallNames.end();
+          }};
+}
+
+std::int64_t seconds_since_1970(const toml::date_time& moment) {
+  const std::chrono::sys_days day =
+      std::chrono::year{moment.date.year} / moment.date.month / moment.date.day;
+  const std::int64_t minutes = std::int64_t{moment.time.hour} * 60 + moment.time.minute -
+                               moment.offset.value_or(toml::time_offset{}).minutes;
+  return std::int64_t{day.time_since_epoch().count()} * 86400 + minutes * 60 + moment.time.second;
+}
+
+Key clock(std::string name, std::optional<std::int64_t>& target) {
+  return {std::move(name),
+          "\"system\", or a date and time with its offset like 2024-03-05T12:00:00Z",
+          [&target](const toml::node& node) {
+            target.reset();
+            if (const auto* moment = node.as_date_time(); moment && moment->get().offset) {
+              target = seconds_since_1970(moment->get());
+            }
+            return target.has_value() || node.value_or(std::string()) == "system";
+          }};
+}
+
+constexpr std::size_t kDeviceText = 20;
+constexpr double kHighestOhm = 1e12;
+
+std::vector<Key> keys_of(Bench& bench) {
+  InstrumentSettings& instrument = bench.instrument;
+  ConnectionSettings& connection = bench.connection;
+  StatusSettings& status = bench.status;
+  TransformerSettings& transformer = bench.transformer;
+  MeasurementSettings& measurement = bench.measurement;
+  return {
+      whole("instrument.type", instrument.type, kLowest, kHighest),
+      text("instrument.serial_number", instrument.serial_number, kDeviceText),
+      text("instrument.hardware_version", instrument.hardware_version, kDeviceText),
+      text("instrument.software_version", instrument.software_version, kDeviceText),
+      text("instrument.firmware_version", instrument.firmware_version, kDeviceText),
+      whole("instrument.model_tier", instrument.model_tier, kLowest, kHighest),
+      flag("instrument.debug_mode", instrument.debug_mode),
+      flag("instrument.calibrated", instrument.calibrated),
+      whole("instrument.calibration_age", instrument.calibration_age, 0, 36500),
+      clock("instrument.clock", instrument.clock),
+      number("instrument.minimum_voltage", instrument.minimum_voltage, 1e-6, 1e6, "V"),
+      number("instrument.maximum_voltage", instrument.maximum_voltage, 1e-6, 1e6, "V"),
+      number("instrument.maximum_current", instrument.maximum_current, 1e-6, 1e6, "A"),
+      number("instrument.maximum_induced_voltage", instrument.maximum_induced_voltage, 1e-6, 1e9,
+             "V"),
+
+      code("connection.refused", connection.refused),
+      flag("connection.lost", connection.lost),
+      number("connection.lost_after", connection.lost_after, 0, 1e6, "s"),
+      whole("connection.lost_at_step", connection.lost_at_step, 0, 1000000),
+      failure("connection.lost_code", connection.lost_code),
+
+      code("status.device_status_code", status.device_status_code),
+      flag("status.api_locked", status.api_locked),
+      flag("status.database_loaded", status.database_loaded),
+      flag("status.measurement_board_connected", status.measurement_board_connected),
+      flag("status.emergency_button_pressed", status.emergency_button_pressed),
+      flag("status.interlock_on", status.interlock_on),
+      flag("status.secondary_sd_mounted", status.secondary_sd_mounted),
+      flag("status.secondary_sd_read_only", status.secondary_sd_read_only),
+      flag("status.primary_sd_error", status.primary_sd_error),
+      flag("status.secondary_sd_error", status.secondary_sd_error),
+
+      number("transformer.high_voltage", transformer.high_voltage, 1e-3, 1e7, "V"),
+      number("transformer.low_voltage", transformer.low_voltage, 1e-3, 1e7, "V"),
+      number("transformer.turns_deviation", transformer.turns_deviation, -50, 50, "percent"),
+      vector_group("transformer.vector_group", transformer.vector_group),
+      number("transformer.frequency", transformer.frequency, 10, 1000, "Hz"),
+      number("transformer.high_resistance", transformer.high_resistance, 1e-6, kHighestOhm, "ohm"),
+      number("transformer.high_reactance", transformer.high_reactance, 0, kHighestOhm, "ohm"),
+      number("transformer.low_resistance", transformer.low_resistance, 1e-6, kHighestOhm, "ohm"),
+      number("transformer.low_reactance", transformer.low_reactance, 0, kHighestOhm, "ohm"),
+      number("transformer.core_resistance", transformer.core_resistance, 1e-3, kHighestOhm, "ohm"),
+      number("transformer.magnetizing_reactance", transformer.magnetizing_reactance, 1e-3,
+             kHighestOhm, "ohm"),
+      number("transformer.low_flux_excess", transformer.low_flux_excess, 0, 1000, ""),
+      number("transformer.low_flux", transformer.low_flux, 1e-9, 1000, "per unit"),
+      flag("transformer.saturation", transformer.saturation),
+      number("transformer.knee_flux", transformer.knee_flux, 0.01, 1000, "per unit"),
+      number("transformer.knee_width", transformer.knee_width, 1e-6, 1000, "per unit"),
+      number("transformer.saturated_reactance", transformer.saturated_reactance, 1e-6, kHighestOhm,
+             "ohm"),
+      number("transformer.residual_flux", transformer.residual_flux, -10, 10, "per unit"),
+
+      number("measurement.duration", measurement.duration, 0, 86400, "s"),
+      whole("measurement.steps", measurement.steps, 1, 1000000),
+      power_of_two("measurement.samples_per_period", measurement.samples_per_period, 16, 512),
+      whole("measurement.periods", measurement.periods, 2, 1000),
+      number("measurement.noise", measurement.noise, 0, 10, "percent"),
+      whole("measurement.seed", measurement.seed, 0, kHighest),
+      number("measurement.smallest_voltage", measurement.smallest_voltage, 0, 1e6, "V"),
+
+      name_format("store.empty_id_format", bench.store.empty_id_format),
+  };
+}
+
+std::vector<Key> keys_of(Fault& fault) {
+  return {
+      call_name("faults.call", fault.call),
+      code("faults.code", fault.code),
+      whole("faults.from", fault.from, 1, kHighest),
+      whole("faults.times", fault.times, 0, kHighest),
+      flag("faults.null", fault.null),
+  };
+}
+
+/// Collects what is read of one document.
+class Reader {
+ public:
+  Reader(std::string_view name, const Bench& base) : name_(name) { reading_.bench = base; }
+
+  BenchReading read(std::string_view document) {
+    const toml::parse_result result = toml::parse(document);
+    if (!result) {
+      problem(result.error().source(), "", std::string(result.error().description()));
+      return std::move(reading_);
+    }
+    reading_.bench.faults.clear();
+    const std::vector<Key> keys = keys_of(reading_.bench);
+    for (const auto& [key, node] : result.table()) {
+      if (key.str() == kFaults) {
+        read_faults(node);
+      } else if (const toml::table* table = node.as_table(); table && is_table(keys, key.str())) {
+        read_table(key.str(), *table, keys);
+      } else {
+        problem(node.source(), key.str(), "expected one of the tables " + tables(keys));
+      }
+    }
+    // Tables come in the order of their names, people read from the top.
+    std::stable_sort(found_.begin(), found_.end(),
+                     [](const Found& a, const Found& b) { return a.line < b.line; });
+    for (Found& found : found_) {
+      reading_.problems.push_back(std::move(found.text));
+    }
+    return std::move(reading_);
+  }
+
+ private:
+  static constexpr std::string_view kFaults = "faults";
+
+  struct Found {
+    toml::source_index line;
+    std::string text;
+  };
+
+  static bool is_table(const std::vector<Key>& keys, std::string_view table) {
+    return std::any_of(keys.begin(), keys.end(), [table](const Key& key) {
+      return key.name.starts_with(std::string(table) + ".");
+    });
+  }
+
+  static std::string tables(const std::vector<Key>& keys) {
+    std::string names;
+    for (const Key& key : keys) {
+      const std::string table = key.name.substr(0, key.name.find('.'));
+      if (!names.ends_with(table + ", ")) {
+        names += table + ", ";
+      }
+    }
+    return names + std::string(kFaults);
+  }
+
+  static std::string keys_in(std::string_view table, const std::vector<Key>& keys) {
+    std::string names;
+    for (const Key& key : keys) {
+      if (key.name.starts_with(std::string(table) + ".")) {
+        names += (names.empty() ? "" : ", ") + key.name.substr(table.size() + 1);
+      }
+    }
+    return names;
+  }
+
+  void read_table(std::string_view name, const toml::table& table, const std::vector<Key>& keys) {
+    for (const auto& [key, node] : table) {
+      const std::string full = std::string(name) + "." + std::string(key.str());
+      const auto known = std::find_if(keys.begin(), keys.end(),
+                                      [&full](const Key& entry) { return entry.name == full; });
+      if (known == keys.end()) {
+        problem(node.source(), full, "no such key; expected one of " + keys_in(name, keys));
+      } else if (!known->take(node)) {
+        problem(node.source(), full, "expected " + known->expected);
+      } else {
+        reading_.given.push_back(full);
+      }
+    }
+  }
+
+  void read_faults(const toml::node& node) {
+    const toml::array* faults = node.as_array();
+    if (faults == nullptr || !faults->is_homogeneous(toml::node_type::table)) {
+      problem(node.source(), kFaults, "expected tables [[faults]]");
+      return;
+    }
+    for (const toml::node& entry : *faults) {
+      Fault& fault = reading_.bench.faults.emplace_back();
+      read_table(kFaults, *entry.as_table(), keys_of(fault));
+      if (!entry.as_table()->contains("call")) {
+        problem(entry.source(), "faults.call", "missing; expected the name of an exported call");
+      }
+    }
+  }
+
+  void problem(const toml::source_region& where, std::string_view key, const std::string& what) {
+    std::string line = name_ + ":" + std::to_string(where.begin.line) + ": ";
+    if (!key.empty()) {
+      line += std::string(key) + ": ";
+    }
+    found_.push_back({where.begin.line, line + what});
+  }
+
+  const std::string name_;
+  BenchReading reading_;
+  std::vector<Found> found_;
+};
+
+}  // namespace
+
+BenchReading read_bench(std::string_view text, std::string_view name, const Bench& base) {
+  return Reader(name, base).read(text);
+}
+
+std::vector<std::string> bench_keys() {
+  Bench bench{};
+  std::vector<std::string> names;
+  for (Key& key : keys_of(bench)) {
+    names.push_back(std::move(key.name));
+  }
+  return names;
+}
+
+const Bench& built_in_bench() {
+  static const Bench* const bench = [] {
+    BenchReading reading = read_bench(kBuiltInBenchText, "default.toml", Bench{});
+    if (!reading.problems.empty()) {
+      throw std::logic_error(reading.problems.front());
+    }
+    return new Bench(std::move(reading.bench));
+  }();
+  return *bench;
+}
+
+}  // namespace virtual_instrument

@@ -1,0 +1,150 @@
+#include <cstring>
+
+#include "api/client_api.h"
+#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/session/library.h"
+#include "virtual_instrument/vocabulary/code_sentences.h"
+
+using virtual_instrument::library;
+using virtual_instrument::Session;
+
+namespace {
+
+/// Of this library itself, whatever instrument stands on the bench.
+constexpr char kLibraryVersion[] = "1.0 virtual";
+
+}  // namespace
+
+kvr_code kvr_Lib_Initialize(kvr_InitParams* params) {
+  library().prepare();
+  return library().answer("kvr_Lib_Initialize", [&] { return library().initialize(params); });
+}
+
+kvr_code kvr_Lib_InitializeTestStation(const char* port, kvr_InitParams* params) {
+  library().prepare();
+  return library().answer("kvr_Lib_InitializeTestStation",
+                          [&] { return library().initialize_test_station(port, params); });
+}
+
+kvr_code kvr_Lib_Shutdown() {
+  return library().answer("kvr_Lib_Shutdown", [] { return library().shut_down(); });
+}
+
+kvr_code kvr_SetClientKey(const char* key) {
+  return library().answer_in_session("kvr_SetClientKey", [&](Session&) {
+    return key == nullptr ? KVR_RES_INCORRECT_PARAMETERS : KVR_RES_OK;
+  });
+}
+
+// The third argument that a client gives is not read: its meaning is its maker's.
+kvr_code kvr_ConnectAPI(kvr_ConnectionType* type, std::int32_t /*setting*/, const char* client_name,
+                        char* firmware_version) {
+  return library().answer_in_session("kvr_ConnectAPI", [&](Session& session) {
+    return session.connect(type, client_name, firmware_version);
+  });
+}
+
+std::int32_t kvr_CheckConnection() {
+  return library().answer_in_session("kvr_CheckConnection",
+                                     [](Session& session) { return session.check_connection(); });
+}
+
+const char* kvr_CodeToString(kvr_code code) {
+  const auto fault = library().next_fault("kvr_CodeToString");
+  return fault && fault->null ? nullptr : virtual_instrument::code_sentence(code);
+}
+
+kvr_code kvr_GetClientAPIInfo(kvr_ClientAPIInfo* info) {
+  return library().answer_in_session("kvr_GetClientAPIInfo", [&](Session&) {
+    if (info == nullptr) {
+      return KVR_RES_INCORRECT_PARAMETERS;
+    }
+    *info = {};
+    virtual_instrument::fill_field(info->version, kLibraryVersion);
+    return KVR_RES_OK;
+  });
+}
+
+kvr_code kvr_GetDeviceInfo(kvr_DeviceInfo* info) {
+  return library().answer_in_session(
+      "kvr_GetDeviceInfo", [&](Session& session) { return session.get_device_info(info); });
+}
+
+kvr_code kvr_GetStatus(kvr_Status* status) {
+  return library().answer_in_session("kvr_GetStatus",
+                                     [&](Session& session) { return session.get_status(status); });
+}
+
+kvr_code kvr_LockAPI() {
+  return library().answer_in_session("kvr_LockAPI",
+                                     [](Session& session) { return session.lock_api(); });
+}
+
+kvr_code kvr_UnlockAPI() {
+  return library().answer_in_session("kvr_UnlockAPI",
+                                     [](Session& session) { return session.unlock_api(); });
+}
+
+kvr_code kvr_CancelOperation() {
+  return library().answer_in_session("kvr_CancelOperation",
+                                     [](Session& session) { return session.cancel_operation(); });
+}
+
+kvr_code kvr_Test_Ratio_1ph(kvr_TestRequestHeader* header, kvr_Ratio1phRequest* request,
+                            kvr_ProgressHandler* progress, kvr_TestRecord** record) {
+  return library().answer_in_session("kvr_Test_Ratio_1ph", [&](Session& session) {
+    return session.test_ratio_1ph(header, request, progress, record);
+  });
+}
+
+kvr_code kvr_Test_Ratio_3ph(kvr_TestRequestHeader* header, kvr_Ratio3phRequest* request,
+                            kvr_ProgressHandler* progress, kvr_TestRecord** record) {
+  return library().answer_in_session("kvr_Test_Ratio_3ph", [&](Session& session) {
+    return session.test_ratio_3ph(header, request, progress, record);
+  });
+}
+
+// Records and lists outlive the session that they come from, so these two need none.
+
+kvr_code kvr_FreeTestRecord(kvr_TestRecord* record) {
+  return library().answer("kvr_FreeTestRecord", [&] {
+    virtual_instrument::free_wire_record(record);
+    return KVR_RES_OK;
+  });
+}
+
+kvr_code kvr_FreeTestLabelsList(kvr_TestLabelsList* list) {
+  return library().answer("kvr_FreeTestLabelsList", [&] {
+    virtual_instrument::free_wire_list(list);
+    return KVR_RES_OK;
+  });
+}
+
+kvr_code kvr_CheckRecordExists(const char* record_id, bool* exists) {
+  return library().answer_in_session("kvr_CheckRecordExists", [&](Session& session) {
+    return session.check_record_exists(record_id, exists);
+  });
+}
+
+kvr_code kvr_ReadRecord(const char* record_id, std::int32_t /*setting*/, kvr_TestRecord** record) {
+  return library().answer_in_session(
+      "kvr_ReadRecord", [&](Session& session) { return session.read_record(record_id, record); });
+}
+
+kvr_code kvr_DeleteRecord(const char* record_id) {
+  return library().answer_in_session(
+      "kvr_DeleteRecord", [&](Session& session) { return session.delete_record(record_id); });
+}
+
+kvr_code kvr_ClearTestDatabase() {
+  return library().answer_in_session(
+      "kvr_ClearTestDatabase", [](Session& session) { return session.clear_test_database(); });
+}
+
+kvr_code kvr_ListRecords(kvr_TestLabelsList** list, void* filter, std::int32_t sort_key,
+                         std::int32_t ascending) {
+  return library().answer_in_session("kvr_ListRecords", [&](Session& session) {
+    return session.list_records(list, filter, sort_key, ascending != 0);
+  });
+}

@@ -1,0 +1,113 @@
+#include "virtual_instrument/measurement/phase_result.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+
+#include "virtual_instrument/records/text_field.h"
+
+namespace virtual_instrument {
+namespace {
+
+std::string decimal(double value, int decimals) {
+  std::array<char, 64> text{};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value,
+                                     std::chars_format::fixed, decimals)
+                           .ptr};
+}
+
+std::string scientific(double value) {
+  std::array<char, 64> text{};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value,
+                                     std::chars_format::scientific, 6)
+                           .ptr};
+}
+
+}  // namespace
+
+double folded(double radians) {
+  const double turns = std::ceil(radians / (2 * std::numbers::pi) - 0.5);
+  return radians - turns * 2 * std::numbers::pi;
+}
+
+double phase_deviation(double shift, std::optional<double> user_shift) {
+  constexpr double kHour = std::numbers::pi / 6;
+  return folded(shift - user_shift.value_or(kHour * std::round(shift / kHour)));
+}
+
+double error_percent(double value, double reference) {
+  return reference == 0 ? 0 : (value / reference - 1) * 100;
+}
+
+kvr_TestData_Ratio_Phase phase_result(const SampledTest& test, const PhaseNames& names,
+                                      const RatioRules& rules) {
+  const bool from_high = test.excited == Side::high;
+  const auto phasor = [&test](const Samples& samples) {
+    return fundamental(samples, test.samples_per_period);
+  };
+  const std::complex<double> high = phasor(test.voltage_high);
+  const std::complex<double> low = phasor(test.voltage_low);
+  const Samples& source = from_high ? test.voltage_high : test.voltage_low;
+  const Samples& current = from_high ? test.current_high : test.current_low;
+  const double rms_high = rms(test.voltage_high);
+  const double rms_low = rms(test.voltage_low);
+  const double shift = folded(std::arg(high) - std::arg(low));
+  const double turns = rules.turns_per_voltage_ratio;
+  const auto ratio = [&rules](double of_high, double of_low) {
+    return rules.low_to_high ? of_low / of_high : of_high / of_low;
+  };
+
+  kvr_TestData_Ratio_Phase result{};
+  result.status = KVR_RES_OK;
+  fill_field(result.phase_name, names.phase);
+  fill_field(result.high_side_phase, names.high);
+  fill_field(result.low_side_phase, names.low);
+  fill_field(result.tvr_name, names.phase);
+  fill_field(result.tvr_high, names.high);
+  fill_field(result.tvr_low, names.low);
+  result.voltage_h = static_cast<float>(std::abs(high));
+  result.voltage_x = static_cast<float>(std::abs(low));
+  result.tvr = ratio(std::abs(high), std::abs(low));
+  result.tnr = result.tvr * turns;
+  result.tnr_error = error_percent(result.tnr, rules.reference * turns);
+  result.true_ratio = ratio(rms_high, rms_low) * turns;
+  result.true_ratio_error = error_percent(result.true_ratio, rules.reference * turns);
+  result.frequency = static_cast<float>(measured_frequency(source, test.sample_rate));
+  result.phase_high = static_cast<float>(std::arg(high));
+  result.phase_low = static_cast<float>(std::arg(low));
+  result.phase_shift_absolute = static_cast<float>(shift);
+  result.phase_deviation_from_user_phasing =
+      static_cast<float>(phase_deviation(shift, rules.user_shift));
+  result.efi = static_cast<float>(
+      folded(std::arg(phasor(source)) - rules.voltage_lead - std::arg(phasor(current))));
+  result.voltage_rms = static_cast<float>(from_high ? rms_high : rms_low);
+  result.current_rms = static_cast<float>(rms(current));
+  result.vol_rms_high = static_cast<float>(rms_high);
+  result.vol_rms_low = static_cast<float>(rms_low);
+  result.curr_h = static_cast<float>(std::abs(phasor(test.current_high)));
+  result.curr_x = static_cast<float>(std::abs(phasor(test.current_low)));
+  result.induced_voltage = static_cast<float>(from_high ? rms_low : rms_high);
+  return result;
+}
+
+std::string raw_text(const SampledTest& test, const PhaseNames& names) {
+  std::string text = "# RAW samples of phase " + std::string(names.phase) + ": " +
+                     std::string(names.high) + " and " + std::string(names.low) + ", excited " +
+                     std::string(test.excited == Side::high ? names.high : names.low) + "\n" +
+                     "# " + decimal(test.sample_rate, 0) + " samples per second, " +
+                     std::to_string(test.voltage_high.size()) + " samples\n" +
+                     "Time s;Voltage H V;Voltage X V;Current H A;Current X A\n";
+  for (std::size_t number = 0; number < test.voltage_high.size(); ++number) {
+    text += decimal(static_cast<double>(number + 1) / test.sample_rate, 8);
+    for (const Samples* channel :
+         {&test.voltage_high, &test.voltage_low, &test.current_high, &test.current_low}) {
+      text += ";" + scientific((*channel)[number]);
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+}  // namespace virtual_instrument

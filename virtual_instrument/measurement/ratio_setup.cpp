@@ -1,0 +1,71 @@
+#include "virtual_instrument/measurement/ratio_setup.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace virtual_instrument {
+namespace {
+
+bool is_possible_voltage(float voltage, const InstrumentSettings& instrument) {
+  // A voltage that is not a number is no greater than anything.
+  return voltage >= instrument.minimum_voltage && voltage <= instrument.maximum_voltage;
+}
+
+bool is_voltage(float voltage) { return std::isfinite(voltage) && voltage >= 0; }
+
+}  // namespace
+
+kvr_code check_setup(const kvr_TestSetup& setup, float test_voltage, const Bench& bench) {
+  if (!is_possible_voltage(test_voltage, bench.instrument)) {
+    return KVR_RES_UNSUPPORTED_VOLTAGE;
+  }
+  if (setup.line_frequency != 50 && setup.line_frequency != 60) {
+    return KVR_RES_FREQUENCY_NOT_SUPPORTED;
+  }
+  if (setup.connection_type > kConnectionXToY) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  if (setup.connection_type != kConnectionHToX) {
+    return KVR_RES_TEST_CONFIG_INCOMPATIBLE;  // there is no third winding on the bench
+  }
+  const float high = setup.windings[0].voltage;
+  const float low = setup.windings[1].voltage;
+  if (!is_voltage(high) || !is_voltage(low) || (high > 0 && low == 0)) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  return std::isfinite(setup.windings[1].phase_shift) ? KVR_RES_OK : KVR_RES_INCORRECT_PARAMETERS;
+}
+
+double nameplate_ratio(const kvr_TestSetup& setup) {
+  const double high = setup.windings[0].voltage;
+  return high == 0 ? 0 : high / setup.windings[1].voltage;
+}
+
+std::optional<double> entered_phase_shift(const kvr_TestSetup& setup) {
+  const std::int32_t clock = setup.connections[0].clock;
+  const double angle = setup.windings[1].phase_shift;
+  if (clock == kClockUnknown) {
+    return angle == 0 ? std::nullopt : std::optional(angle);
+  }
+  return (clock % 12) * std::numbers::pi / 6 + angle;
+}
+
+kvr_code check_limits(const SampledTest& test, const InstrumentSettings& limits) {
+  const bool from_high = test.excited == Side::high;
+  if (rms(from_high ? test.current_high : test.current_low) > limits.maximum_current) {
+    return KVR_RES_EXCITATION_CURRENT_TOO_HIGH;
+  }
+  if (rms(from_high ? test.voltage_low : test.voltage_high) > limits.maximum_induced_voltage) {
+    return KVR_RES_INDUCED_VOLTAGE_TOO_HIGH;
+  }
+  return KVR_RES_OK;
+}
+
+bool should_step_up(const SampledTest& stepped_down, double test_voltage, const Bench& bench) {
+  const double low = rms(stepped_down.voltage_low);
+  const double ratio = rms(stepped_down.voltage_high) / low;
+  return low < bench.measurement.smallest_voltage &&
+         test_voltage * ratio <= bench.instrument.maximum_induced_voltage;
+}
+
+}  // namespace virtual_instrument

@@ -1,0 +1,81 @@
+#include "virtual_instrument/measurement/samples.h"
+
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+
+#include "virtual_instrument/model/steady_state.h"
+
+namespace virtual_instrument {
+namespace {
+
+Samples sample_channel(const std::vector<double>& period, const MeasurementSettings& settings,
+                       Noise& noise) {
+  const auto stride = period.size() / static_cast<std::size_t>(settings.samples_per_period);
+  const double deviation = settings.noise / 100 * rms(period);
+  Samples samples;
+  for (std::int32_t number = 0; number < settings.periods; ++number) {
+    for (std::size_t step = stride - 1; step < period.size(); step += stride) {
+      samples.push_back(period[step] + deviation * noise.next());
+    }
+  }
+  return samples;
+}
+
+}  // namespace
+
+SampledTest sample(const Waveforms& waveforms, const Excitation& excitation,
+                   const MeasurementSettings& settings, Noise& noise) {
+  SampledTest test{};
+  test.sample_rate = excitation.frequency * settings.samples_per_period;
+  test.samples_per_period = settings.samples_per_period;
+  test.excited = excitation.side;
+  test.voltage_high = sample_channel(waveforms.voltage_high, settings, noise);
+  test.voltage_low = sample_channel(waveforms.voltage_low, settings, noise);
+  test.current_high = sample_channel(waveforms.current_high, settings, noise);
+  test.current_low = sample_channel(waveforms.current_low, settings, noise);
+  return test;
+}
+
+double rms(const Samples& samples) {
+  double sum = 0;
+  for (const double value : samples) {
+    sum += value * value;
+  }
+  return std::sqrt(sum / static_cast<double>(samples.size()));
+}
+
+std::complex<double> fundamental(const Samples& samples, int samples_per_period) {
+  std::complex<double> sum = 0;
+  for (std::size_t number = 0; number < samples.size(); ++number) {
+    // The source is a sine whose first sample is taken one sample after it rises through zero.
+    const double angle =
+        2 * std::numbers::pi *
+        static_cast<double>((number + 1) % static_cast<std::size_t>(samples_per_period)) /
+        samples_per_period;
+    sum += samples[number] * std::complex<double>(std::sin(angle), std::cos(angle));
+  }
+  return sum * std::numbers::sqrt2 / static_cast<double>(samples.size());
+}
+
+double measured_frequency(const Samples& samples, double sample_rate) {
+  double first = 0;
+  double last = 0;
+  int rises = 0;
+  bool was_low = false;  // well below zero since the last rise, so that noise counts no rise twice
+  const double threshold = rms(samples) / 4;
+  for (std::size_t number = 1; number < samples.size(); ++number) {
+    const double before = samples[number - 1];
+    const double after = samples[number];
+    was_low = was_low || before < -threshold;
+    if (was_low && before < 0 && after >= 0) {
+      was_low = false;
+      last = static_cast<double>(number) - after / (after - before);
+      first = rises == 0 ? last : first;
+      ++rises;
+    }
+  }
+  return rises < 2 ? 0.0 : (rises - 1) * sample_rate / (last - first);
+}
+
+}  // namespace virtual_instrument

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <vector>
+
+#include "virtual_instrument/model/magnetizing_branch.h"
+
+namespace virtual_instrument {
+
+/// Steps into which the solver cuts a period: a whole number for thirds of it, which lie between
+/// phases, and for each number of samples that a bench can ask for.
+inline constexpr int kStepsPerPeriod = 3 * 512;
+
+/// A winding on a sinusoidal source: source - resistance - leakage inductance - core.
+struct ExcitedWinding {
+  double resistance;          ///< ohm, above 0: without losses a flux offset would never fade
+  double leakage_inductance;  ///< H
+  MagnetizingBranch core;
+};
+
+struct SineSource {
+  double peak;               ///< V
+  double angular_frequency;  ///< rad/s
+};
+
+/// One period of steady state, kStepsPerPeriod values each, the first one step after the source's
+/// rise through zero.
+struct SteadyState {
+  std::vector<double> source_voltage;   ///< V
+  std::vector<double> current;          ///< A
+  std::vector<double> induced_voltage;  ///< V, over the core
+};
+
+/// Solves the circuit in the time domain for the state that returns to itself after one period.
+/// Throws std::runtime_error if none is found.
+SteadyState solve_steady_state(const ExcitedWinding& winding, const SineSource& source);
+
+}  // namespace virtual_instrument

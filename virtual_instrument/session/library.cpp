@@ -1,0 +1,95 @@
+#include "virtual_instrument/session/library.h"
+
+#include <cstdlib>
+#include <utility>
+
+namespace virtual_instrument {
+namespace {
+
+std::filesystem::path bench_file_of_environment() {
+  const char* file = std::getenv("KVR_BENCH_FILE");
+  return file == nullptr ? "" : file;
+}
+
+bool strikes(const Fault& fault, std::string_view call, std::int64_t count) {
+  return fault.call == call && count >= fault.from &&
+         (fault.times == 0 || count < std::int64_t{fault.from} + fault.times);
+}
+
+}  // namespace
+
+Library::Library(BenchFile bench_file) : bench_file_(bench_file), store_(make_memory_store()) {}
+
+void Library::prepare() {
+  const std::lock_guard lock(mutex_);
+  if (!session_) {
+    benches_ = std::make_shared<BenchSource>(bench_file_());
+  }
+}
+
+kvr_code Library::initialize(const kvr_InitParams* params) {
+  const std::lock_guard lock(mutex_);
+  if (session_) {
+    return KVR_RES_LIB_ALREADY_INITIALIZED;
+  }
+  if (params == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  auto session = std::make_shared<Session>(*params, benches_, *store_);
+  session->start();
+  session_ = std::move(session);
+  return KVR_RES_OK;
+}
+
+kvr_code Library::initialize_test_station(const char* port, const kvr_InitParams* params) {
+  if (session()) {
+    return KVR_RES_LIB_ALREADY_INITIALIZED;
+  }
+  if (port == nullptr || *port == '\0') {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  return initialize(params);
+}
+
+kvr_code Library::shut_down() {
+  std::shared_ptr<Session> ending;
+  {
+    const std::lock_guard lock(mutex_);
+    ending = std::exchange(session_, nullptr);
+  }
+  if (!ending) {
+    return KVR_RES_LIB_NOT_INITIALIZED;
+  }
+  ending->shut_down();
+  return KVR_RES_OK;
+}
+
+std::shared_ptr<Session> Library::session() {
+  const std::lock_guard lock(mutex_);
+  return session_;
+}
+
+std::optional<Fault> Library::next_fault(std::string_view call) {
+  const std::lock_guard lock(mutex_);
+  if (!benches_) {
+    return std::nullopt;
+  }
+  if (std::shared_ptr<const Bench> bench = benches_->current(); bench != counted_bench_) {
+    counted_bench_ = std::move(bench);
+    call_counts_.clear();
+  }
+  const std::int64_t count = ++call_counts_[std::string(call)];
+  for (const Fault& fault : counted_bench_->faults) {
+    if (strikes(fault, call, count)) {
+      return fault;
+    }
+  }
+  return std::nullopt;
+}
+
+Library& library() {
+  static Library* const only = new Library(bench_file_of_environment);
+  return *only;
+}
+
+}  // namespace virtual_instrument

@@ -1,0 +1,518 @@
+#include "virtual_instrument/session/session.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <utility>
+#include <vector>
+
+#include "virtual_instrument/measurement/ratio_test.h"
+#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/session/record_keeper.h"
+#include "virtual_instrument/vocabulary/code_names.h"
+
+namespace virtual_instrument {
+namespace {
+
+constexpr std::chrono::milliseconds kBenchPeriod{100};
+
+std::chrono::steady_clock::duration seconds(double count) {
+  return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+      std::chrono::duration<double>(count));
+}
+
+std::int64_t time_on(const InstrumentSettings& instrument) {
+  return instrument.clock.value_or(static_cast<std::int64_t>(std::time(nullptr)));
+}
+
+std::uint8_t flag(bool value) { return value ? 1 : 0; }
+
+}  // namespace
+
+Session::Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches,
+                 RecordStore& store)
+    : status_callback_(params.status_callback),
+      status_context_(params.status_context),
+      benches_(std::move(benches)),
+      store_(store) {}
+
+void Session::start() {
+  watch_ = std::thread([self = shared_from_this()] { self->watch(); });
+}
+
+void Session::shut_down() {
+  {
+    std::unique_lock lock(mutex_);
+    ended_ = true;
+    connection_ = Connection::none;
+    locked_ = false;
+    stop_test_locked(KVR_RES_OPERATION_CANCELLED);
+    changed_.notify_all();
+    if (test_thread_ != std::this_thread::get_id()) {
+      changed_.wait(lock, [this] { return !testing_; });
+    }
+  }
+  if (watch_.get_id() == std::this_thread::get_id()) {
+    watch_.detach();
+  } else {
+    watch_.join();
+  }
+}
+
+// The session's thread.
+
+void Session::watch() {
+  std::unique_lock lock(mutex_);
+  while (!ended_) {
+    if (!events_.empty()) {
+      const Event event = std::move(events_.front());
+      events_.pop_front();
+      lock.unlock();
+      status_callback_(status_context_, event.code, event.text.c_str());
+      lock.lock();
+      continue;
+    }
+    lock.unlock();
+    const std::shared_ptr<const Bench> bench = benches_->current();
+    lock.lock();
+    look_locked(*bench);
+    if (!events_.empty() || ended_) {
+      continue;
+    }
+    if (const std::optional<Time> next = next_look_locked(*bench)) {
+      changed_.wait_until(lock, *next);
+    } else {
+      changed_.wait(lock);
+    }
+  }
+}
+
+std::optional<Session::Time> Session::next_look_locked(const Bench& bench) const {
+  std::optional<Time> next;
+  if (benches_->can_change()) {
+    next = std::chrono::steady_clock::now() + kBenchPeriod;
+  }
+  if (connection_ == Connection::up && bench.connection.lost_after > 0) {
+    const Time lost_at = connected_at_ + seconds(bench.connection.lost_after);
+    next = std::min(next.value_or(lost_at), lost_at);
+  }
+  return next;
+}
+
+std::shared_ptr<const Bench> Session::look_at_bench() {
+  std::shared_ptr<const Bench> bench = benches_->current();
+  const std::lock_guard lock(mutex_);
+  look_locked(*bench);
+  return bench;
+}
+
+/// Carries out what the bench does by itself: losing the connection, pressing buttons.
+void Session::look_locked(const Bench& bench) {
+  if (connection_ != Connection::up) {
+    return;
+  }
+  const double lost_after = bench.connection.lost_after;
+  if (bench.connection.lost ||
+      (lost_after > 0 && std::chrono::steady_clock::now() >= connected_at_ + seconds(lost_after))) {
+    lose_connection_locked(bench);
+    return;
+  }
+  if (emergency_ != bench.status.emergency_button_pressed) {
+    emergency_ = bench.status.emergency_button_pressed;
+    post_locked(emergency_ ? KVR_RES_EMERGENCY_STOP_PRESSED : KVR_RES_EMERGENCY_STOP_RELEASED,
+                "emergency stop");
+  }
+  if (interlock_ != bench.status.interlock_on) {
+    interlock_ = bench.status.interlock_on;
+    post_locked(interlock_ ? KVR_RES_INTERLOCK_ON : KVR_RES_INTERLOCK_OFF, "interlock");
+  }
+  if (emergency_) {
+    stop_test_locked(KVR_RES_EMERGENCY_STOP_PRESSED);
+  } else if (interlock_) {
+    stop_test_locked(KVR_RES_INTERLOCK_ON);
+  }
+}
+
+void Session::lose_connection_locked(const Bench& bench) {
+  connection_ = Connection::lost;
+  lost_code_ = bench.connection.lost_code;
+  locked_ = false;
+  stop_test_locked(lost_code_);
+  post_locked(lost_code_, "instrument " + bench.instrument.serial_number);
+}
+
+void Session::post_locked(kvr_code code, std::string text) {
+  if (status_callback_ != nullptr) {
+    events_.push_back({code, std::move(text)});
+    changed_.notify_all();
+  }
+}
+
+/// The first reason to stop is the one that the test ends with.
+void Session::stop_test_locked(kvr_code code) {
+  if (testing_ && stoppable_ && stop_code_ == KVR_RES_OK) {
+    stop_code_ = code;
+    changed_.notify_all();
+  }
+}
+
+// Connection and state.
+
+kvr_code Session::connect(const kvr_ConnectionType* type, const char* client_name,
+                          char* firmware_version) {
+  const std::shared_ptr<const Bench> bench = look_at_bench();
+  if (type == nullptr || client_name == nullptr || firmware_version == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  const std::lock_guard lock(mutex_);
+  if (ended_) {
+    return KVR_RES_LIB_NOT_INITIALIZED;
+  }
+  if (connection_ == Connection::up) {
+    return KVR_CLIENT_CONNECTED;
+  }
+  if (*type != KVR_CONNECTION_USB_WIFI && *type != KVR_CONNECTION_SERVICE) {
+    return KVR_RES_NOT_SUPPORTED;
+  }
+  if (bench->connection.lost) {
+    return KVR_RES_DEVICE_UNAVAILABLE;
+  }
+  if (!is_accepted_code(bench->connection.refused)) {
+    return bench->connection.refused;
+  }
+  connection_ = Connection::up;
+  connected_at_ = std::chrono::steady_clock::now();
+  emergency_ = bench->status.emergency_button_pressed;
+  interlock_ = bench->status.interlock_on;
+  changed_.notify_all();
+  const std::string& firmware = bench->instrument.firmware_version;
+  std::memcpy(firmware_version, firmware.c_str(), firmware.size() + 1);
+  return bench->connection.refused;
+}
+
+kvr_code Session::check_connection() {
+  look_at_bench();
+  const std::lock_guard lock(mutex_);
+  return connection_fault_locked();
+}
+
+kvr_code Session::connection_fault_locked() const {
+  switch (connection_) {
+    case Connection::up:
+      return KVR_RES_OK;
+    case Connection::lost:
+      return lost_code_;
+    case Connection::none:
+      break;
+  }
+  return KVR_RES_DEVICE_NOT_CONNECTED;
+}
+
+kvr_code Session::get_device_info(kvr_DeviceInfo* info) {
+  const std::shared_ptr<const Bench> bench = look_at_bench();
+  const std::lock_guard lock(mutex_);
+  if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (info == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  constexpr std::int32_t kCalibrationHolds = 365;  // days
+  const InstrumentSettings& instrument = bench->instrument;
+  *info = {};
+  info->instrument_type = instrument.type;
+  fill_field(info->serial_number, instrument.serial_number);
+  fill_field(info->hardware_version, instrument.hardware_version);
+  fill_field(info->software_version, instrument.software_version);
+  fill_field(info->firmware_version, instrument.firmware_version);
+  info->debug_mode = flag(instrument.debug_mode);
+  info->device_date_time = time_on(instrument);
+  info->calibrated = flag(instrument.calibrated);
+  info->calibration_old = flag(instrument.calibration_age > kCalibrationHolds);
+  info->calibration_date =
+      info->device_date_time - std::int64_t{instrument.calibration_age} * 24 * 60 * 60;
+  info->model_tier = instrument.model_tier;
+  return KVR_RES_OK;
+}
+
+kvr_code Session::get_status(kvr_Status* status) {
+  const std::shared_ptr<const Bench> bench = look_at_bench();
+  const std::lock_guard lock(mutex_);
+  if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (status == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  const StatusSettings& settings = bench->status;
+  *status = {};
+  status->device_status_code = settings.device_status_code;
+  status->api_locked = flag(locked_ || settings.api_locked);
+  status->database_loaded = flag(settings.database_loaded);
+  status->measurement_board_connected = flag(settings.measurement_board_connected);
+  status->emergency_button_pressed = flag(settings.emergency_button_pressed);
+  status->secondary_sd_mounted = flag(settings.secondary_sd_mounted);
+  status->secondary_sd_read_only = flag(settings.secondary_sd_read_only);
+  status->primary_sd_error = flag(settings.primary_sd_error);
+  status->secondary_sd_error = flag(settings.secondary_sd_error);
+  return KVR_RES_OK;
+}
+
+kvr_code Session::lock_api() {
+  const std::shared_ptr<const Bench> bench = look_at_bench();
+  const std::lock_guard lock(mutex_);
+  if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (locked_ || bench->status.api_locked) {
+    return KVR_RES_API_LOCKED;
+  }
+  locked_ = true;
+  return KVR_RES_OK;
+}
+
+kvr_code Session::unlock_api() {
+  look_at_bench();
+  const std::lock_guard lock(mutex_);
+  if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (testing_) {
+    return KVR_RES_TESTING_IN_PROGRESS;
+  }
+  return std::exchange(locked_, false) ? KVR_RES_OK : KVR_RES_API_UNLOCKED;
+}
+
+kvr_code Session::cancel_operation() {
+  const std::lock_guard lock(mutex_);
+  if (!testing_ || !stoppable_) {
+    return KVR_RES_TEST_NOT_RUNNING;
+  }
+  stop_test_locked(KVR_RES_OPERATION_CANCELLED);
+  return KVR_RES_OK;
+}
+
+// Tests.
+
+kvr_code Session::test_ratio_1ph(const kvr_TestRequestHeader* header,
+                                 const kvr_Ratio1phRequest* request,
+                                 const kvr_ProgressHandler* progress, kvr_TestRecord** record) {
+  if (header == nullptr || request == nullptr || record == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  return run_test({*header, progress, request->test_type, request->setup,
+                   [request](const Bench& bench) { return check_ratio_1ph(*request, bench); },
+                   [request](const Bench& bench, std::uint64_t seed) -> Measured {
+                     auto outcome = measure_ratio_1ph(*request, bench, seed);
+                     return {outcome.code, {outcome.data, std::move(outcome.raw_data)}};
+                   }},
+                  record);
+}
+
+kvr_code Session::test_ratio_3ph(const kvr_TestRequestHeader* header,
+                                 const kvr_Ratio3phRequest* request,
+                                 const kvr_ProgressHandler* progress, kvr_TestRecord** record) {
+  if (header == nullptr || request == nullptr || record == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  return run_test({*header, progress, request->test_type, request->setup,
+                   [request](const Bench& bench) { return check_ratio_3ph(*request, bench); },
+                   [request](const Bench& bench, std::uint64_t seed) -> Measured {
+                     auto outcome = measure_ratio_3ph(*request, bench, seed);
+                     return {outcome.code, {outcome.data, std::move(outcome.raw_data)}};
+                   }},
+                  record);
+}
+
+kvr_code Session::run_test(const TestJob& job, kvr_TestRecord** record) {
+  const std::shared_ptr<const Bench> bench = look_at_bench();
+  std::uint64_t seed = 0;
+  if (const kvr_code fault = begin_test(*bench, seed); fault != KVR_RES_OK) {
+    return fault;
+  }
+  struct Ending {
+    Session& session;
+    ~Ending() { session.end_test(); }
+  } const ending{*this};
+  if (const kvr_code fault = job.check(*bench); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (const kvr_code fault = check_saving(job.header, job.type, store_, *bench);
+      fault != KVR_RES_OK) {
+    return fault;
+  }
+  kvr_code code = KVR_RES_INTERNAL_ERROR;  // what an exception in there leaves
+  std::thread([&] {
+    try {
+      code = carry_out(job, seed, record);
+    } catch (const std::exception&) {
+      code = KVR_RES_INTERNAL_ERROR;
+    }
+  }).join();
+  return code;
+}
+
+kvr_code Session::begin_test(const Bench& bench, std::uint64_t& seed) {
+  const std::lock_guard lock(mutex_);
+  if (ended_) {
+    return KVR_RES_LIB_NOT_INITIALIZED;
+  }
+  if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (testing_) {
+    return KVR_RES_TESTING_IN_PROGRESS;
+  }
+  if (bench.status.api_locked) {
+    return KVR_RES_API_LOCKED;
+  }
+  if (emergency_) {
+    return KVR_RES_EMERGENCY_STOP_PRESSED;
+  }
+  if (interlock_) {
+    return KVR_RES_INTERLOCK_ON;
+  }
+  if (!bench.status.measurement_board_connected) {
+    return KVR_RES_MEASUREMENT_BOARD_CONNECTION;
+  }
+  testing_ = true;
+  stoppable_ = true;
+  stop_code_ = KVR_RES_OK;
+  // Each test of a session has noise of its own, and the same in every session.
+  seed = (static_cast<std::uint64_t>(bench.measurement.seed) << 32) + test_number_++;
+  return KVR_RES_OK;
+}
+
+void Session::end_test() {
+  const std::lock_guard lock(mutex_);
+  testing_ = false;
+  stoppable_ = false;
+  test_thread_ = {};
+  changed_.notify_all();
+}
+
+/// The test itself, on its own thread.
+kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestRecord** record) {
+  {
+    const std::lock_guard lock(mutex_);
+    test_thread_ = std::this_thread::get_id();
+  }
+  std::shared_ptr<const Bench> bench = benches_->current();
+  Measured measured = job.measure(*bench, seed);
+  if (measured.code != KVR_RES_OK) {
+    return measured.code;
+  }
+  if (const kvr_code stopped = pass_time(job, bench->measurement); stopped != KVR_RES_OK) {
+    return stopped;
+  }
+  bench = benches_->current();
+  Record result;
+  if (const kvr_code fault = keep_test(job.header, job.type, job.setup, std::move(measured.test),
+                                       time_on(bench->instrument), store_, *bench, result);
+      fault != KVR_RES_OK) {
+    return fault;
+  }
+  *record = make_wire_record(result, job.setup.raw_data_requested != 0);
+  return KVR_RES_OK;
+}
+
+/// Lets the time of the test pass and tells its progress. KVR_RES_OK if it came to its end, after
+/// which it can't be stopped any more; else the reason.
+kvr_code Session::pass_time(const TestJob& job, const MeasurementSettings& settings) {
+  const Time begin = std::chrono::steady_clock::now();
+  const auto is_stopped = [this] { return stop_code_ != KVR_RES_OK; };
+  for (std::int32_t step = 1; step <= settings.steps; ++step) {
+    {
+      std::unique_lock lock(mutex_);
+      changed_.wait_until(lock, begin + seconds(settings.duration * step / settings.steps),
+                          is_stopped);
+    }
+    const std::shared_ptr<const Bench> bench = look_at_bench();
+    {
+      const std::lock_guard lock(mutex_);
+      if (step == bench->connection.lost_at_step && connection_ == Connection::up) {
+        lose_connection_locked(*bench);
+      }
+      if (is_stopped()) {
+        return stop_code_;
+      }
+    }
+    if (job.progress != nullptr && job.progress->progress_callback != nullptr) {
+      const kvr_Progress progress{step, settings.steps};
+      job.progress->progress_callback(job.progress->progress_context, &progress);
+    }
+  }
+  const std::lock_guard lock(mutex_);
+  stoppable_ = false;
+  return stop_code_;
+}
+
+// Records.
+
+kvr_code Session::store_fault(bool for_writing) {
+  const std::shared_ptr<const Bench> bench = look_at_bench();
+  const std::lock_guard lock(mutex_);
+  if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (for_writing && testing_) {
+    return KVR_RES_TESTING_IN_PROGRESS;
+  }
+  return check_store(bench->status, for_writing);
+}
+
+kvr_code Session::check_record_exists(const char* record_id, bool* exists) {
+  if (const kvr_code fault = store_fault(false); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (record_id == nullptr || exists == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  *exists = store_.exists(record_id);
+  return KVR_RES_OK;
+}
+
+kvr_code Session::read_record(const char* record_id, kvr_TestRecord** record) {
+  if (const kvr_code fault = store_fault(false); fault != KVR_RES_OK) {
+    return fault;
+  }
+  if (record_id == nullptr || record == nullptr) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  const std::optional<Record> stored = store_.read(record_id);
+  if (!stored) {
+    return KVR_RES_RECORD_NOT_FOUND;
+  }
+  const bool has_raw_data =
+      std::any_of(stored->tests.begin(), stored->tests.end(),
+                  [](const RecordedTest& test) { return !test.raw_data.empty(); });
+  *record = make_wire_record(*stored, has_raw_data);
+  return KVR_RES_OK;
+}
+
+kvr_code Session::delete_record(const char* record_id) {
+  if (const kvr_code fault = store_fault(true); fault != KVR_RES_OK) {
+    return fault;
+  }
+  return record_id == nullptr ? KVR_RES_INCORRECT_PARAMETERS : store_.remove(record_id);
+}
+
+kvr_code Session::clear_test_database() {
+  const kvr_code fault = store_fault(true);
+  return fault == KVR_RES_OK ? store_.clear() : fault;
+}
+
+kvr_code Session::list_records(kvr_TestLabelsList** list, const void* filter, std::int32_t sort_key,
+                               bool ascending) {
+  if (const kvr_code fault = store_fault(false); fault != KVR_RES_OK) {
+    return fault;
+  }
+  std::vector<RecordHead> heads = store_.heads();
+  if (list == nullptr || filter != nullptr || !sort_heads(heads, sort_key, ascending)) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  *list = make_wire_list(heads);
+  return KVR_RES_OK;
+}
+
+}  // namespace virtual_instrument

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "api/client_api.h"
+#include "virtual_instrument/bench/bench.h"
+#include "virtual_instrument/bench/bench_source.h"
+#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/store/record_store.h"
+
+namespace virtual_instrument {
+
+/// What a client has started by initialising the library and ends by shutting it down: the
+/// connection, the reservation of the instrument, the test that runs, and the thread that tells
+/// status events and looks after the bench.
+///
+/// The functions are the exported calls of the same name, and safe on any thread, those of the
+/// callbacks included: no lock is held while a callback runs. A call out of order answers with the
+/// code that names the fault. Out parameters are touched on success alone.
+class Session : public std::enable_shared_from_this<Session> {
+ public:
+  Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches, RecordStore& store);
+
+  /// Starts the session's thread. Once, before any other function.
+  void start();
+
+  /// Ends a running test and the session's thread. When it returns, no callback runs and none will
+  /// come, but for the one that it was called from. Once.
+  void shut_down();
+
+  kvr_code connect(const kvr_ConnectionType* type, const char* client_name, char* firmware_version);
+  kvr_code check_connection();
+  kvr_code get_device_info(kvr_DeviceInfo* info);
+  kvr_code get_status(kvr_Status* status);
+  kvr_code lock_api();
+  kvr_code unlock_api();
+  kvr_code cancel_operation();
+
+  kvr_code test_ratio_1ph(const kvr_TestRequestHeader* header, const kvr_Ratio1phRequest* request,
+                          const kvr_ProgressHandler* progress, kvr_TestRecord** record);
+  kvr_code test_ratio_3ph(const kvr_TestRequestHeader* header, const kvr_Ratio3phRequest* request,
+                          const kvr_ProgressHandler* progress, kvr_TestRecord** record);
+
+  kvr_code check_record_exists(const char* record_id, bool* exists);
+  kvr_code read_record(const char* record_id, kvr_TestRecord** record);
+  kvr_code delete_record(const char* record_id);
+  kvr_code clear_test_database();
+  kvr_code list_records(kvr_TestLabelsList** list, const void* filter, std::int32_t sort_key,
+                        bool ascending);
+
+ private:
+  using Time = std::chrono::steady_clock::time_point;
+
+  enum class Connection { none, up, lost };
+
+  struct Event {
+    kvr_code code;
+    std::string text;
+  };
+
+  /// What is common to the kinds of test, and what is not.
+  struct Measured {
+    kvr_code code;
+    RecordedTest test;
+  };
+  struct TestJob {
+    const kvr_TestRequestHeader& header;
+    const kvr_ProgressHandler* progress;
+    kvr_TestType type;
+    const kvr_TestSetup& setup;
+    std::function<kvr_code(const Bench&)> check;
+    std::function<Measured(const Bench&, std::uint64_t seed)> measure;
+  };
+
+  // Those whose name ends in _locked require the lock.
+
+  void watch();
+  std::optional<Time> next_look_locked(const Bench& bench) const;
+  std::shared_ptr<const Bench> look_at_bench();
+  void look_locked(const Bench& bench);
+  void lose_connection_locked(const Bench& bench);
+  void post_locked(kvr_code code, std::string text);
+  void stop_test_locked(kvr_code code);
+  kvr_code connection_fault_locked() const;
+  kvr_code store_fault(bool for_writing);
+
+  kvr_code run_test(const TestJob& job, kvr_TestRecord** record);
+  kvr_code begin_test(const Bench& bench, std::uint64_t& seed);
+  void end_test();
+  kvr_code carry_out(const TestJob& job, std::uint64_t seed, kvr_TestRecord** record);
+  kvr_code pass_time(const TestJob& job, const MeasurementSettings& settings);
+
+  const kvr_StatusCallback status_callback_;
+  void* const status_context_;
+  const std::shared_ptr<BenchSource> benches_;
+  RecordStore& store_;
+  std::thread watch_;
+
+  std::mutex mutex_;
+  std::condition_variable changed_;  ///< told whenever something below changes
+  bool ended_ = false;
+  std::deque<Event> events_;
+  Connection connection_ = Connection::none;
+  kvr_code lost_code_ = KVR_RES_OK;
+  Time connected_at_;
+  bool locked_ = false;
+  bool emergency_ = false;  ///< as told last
+  bool interlock_ = false;  ///< as told last
+  bool testing_ = false;
+  bool stoppable_ = false;
+  kvr_code stop_code_ = KVR_RES_OK;  ///< why the test that runs is to end; none yet if 0
+  std::thread::id test_thread_;
+  std::uint64_t test_number_ = 0;
+};
+
+}  // namespace virtual_instrument
