@@ -5,6 +5,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -48,6 +49,9 @@ std::optional<std::string> user_dir_value(std::string_view line, std::string_vie
   if (line.starts_with(kHomeMark)) {
     folder = home;
     line.remove_prefix(kHomeMark.size());
+    if (home.empty() || (!line.starts_with('/') && !line.starts_with('"'))) {
+      return std::nullopt;  // below nothing, or another variable
+    }
   }
   for (std::size_t i = 0; i < line.size() && line[i] != '"'; ++i) {
     if (line[i] == '\\' && i + 1 < line.size()) {
