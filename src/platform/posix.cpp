@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -139,9 +140,11 @@ void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler) {
 
 std::optional<pthread_t> main_thread;
 int resting_place[2] = {-1, -1};  // a pipe: the main thread rests until its writing end is closed
+sem_t at_rest;
 
 void rest(int /*signal*/) {
   const int saved_errno = errno;
+  sem_post(&at_rest);
   char byte = 0;
   while (read(resting_place[0], &byte, 1) < 0 && errno == EINTR) {
   }
@@ -152,7 +155,7 @@ class MainThreadRest {
  public:
   MainThreadRest() {
     if (!main_thread || pthread_equal(*main_thread, pthread_self()) != 0 ||
-        pipe2(resting_place, O_CLOEXEC) != 0) {
+        pipe2(resting_place, O_CLOEXEC) != 0 || sem_init(&at_rest, 0, 0) != 0) {
       return;
     }
     struct sigaction action {};
@@ -160,6 +163,8 @@ class MainThreadRest {
     action.sa_flags = SA_RESTART;
     resting_ =
         sigaction(SIGUSR1, &action, nullptr) == 0 && pthread_kill(*main_thread, SIGUSR1) == 0;
+    while (resting_ && sem_wait(&at_rest) != 0 && errno == EINTR) {
+    }
   }
   ~MainThreadRest() {
     if (resting_) {
