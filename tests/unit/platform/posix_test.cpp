@@ -1,0 +1,378 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <thread>
+
+#include "platform/platform.h"
+#include "support/process.h"
+#include "support/temporary_folder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Eq;
+
+/// A home folder of its own, with the variables that the documents folder depends on.
+class DocumentsFolder : public testing::Test {
+ protected:
+  DocumentsFolder() {
+    set_environment("HOME", home());
+    set_environment("XDG_CONFIG_HOME", "");
+  }
+  ~DocumentsFolder() override {
+    set_environment("HOME", saved_home_);
+    set_environment("XDG_CONFIG_HOME", saved_config_);
+  }
+
+  std::string home() const { return home_.path().string(); }
+  void write_user_dirs(const std::string& text) const {
+    fs::create_directory(home_.path() / ".config");
+    home_.write(".config/user-dirs.dirs", text);
+  }
+  /// The folder told by a user-dirs.dirs of this text.
+  std::string told_by(const std::string& text) const {
+    write_user_dirs(text);
+    return platform::documents_folder();
+  }
+
+  TemporaryFolder home_;
+
+ private:
+  static std::string saved(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? "" : value;
+  }
+  std::string saved_home_ = saved("HOME");
+  std::string saved_config_ = saved("XDG_CONFIG_HOME");
+};
+
+TEST_F(DocumentsFolder, IsDocumentsInTheHomeFolderWithoutAFile) {
+  EXPECT_EQ(platform::documents_folder(), home() + "/Documents");
+}
+
+TEST_F(DocumentsFolder, IsMadeWhenMissing) {
+  ASSERT_FALSE(fs::exists(home() + "/Documents"));
+  platform::documents_folder();
+  EXPECT_TRUE(fs::is_directory(home() + "/Documents"));
+}
+
+TEST_F(DocumentsFolder, IsMadeWithItsParents) {
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/a/b/c\"\n"), home() + "/a/b/c");
+  EXPECT_TRUE(fs::is_directory(home() + "/a/b/c"));
+}
+
+TEST_F(DocumentsFolder, StaysAsItIsWhenThere) {
+  fs::create_directory(home() + "/Documents");
+  home_.write("Documents/file", "kept");
+  EXPECT_EQ(platform::documents_folder(), home() + "/Documents");
+  EXPECT_EQ(home_.read("Documents/file"), "kept");
+}
+
+TEST_F(DocumentsFolder, IsToldEvenWhenItCannotBeMade) {
+  home_.write("file", "");
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/file/Documents\"\n"), home() + "/file/Documents");
+  EXPECT_FALSE(fs::exists(home() + "/file/Documents"));
+}
+
+TEST_F(DocumentsFolder, BelowHomeIsTakenFromTheFile) {
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n"), home() + "/Dokumente");
+}
+
+TEST_F(DocumentsFolder, MayBeTheHomeFolderItself) {
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/\"\n"), home());
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME\"\n"), home());
+}
+
+TEST_F(DocumentsFolder, MayLieAnywhere) {
+  const TemporaryFolder elsewhere;
+  const std::string folder = (elsewhere.path() / "My Documents").string();
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"" + folder + "\"\n"), folder);
+  EXPECT_TRUE(fs::is_directory(folder));
+}
+
+TEST_F(DocumentsFolder, StandsAmongOtherLines) {
+  EXPECT_EQ(told_by("# This file is written by a tool.\n"
+                    "XDG_DESKTOP_DIR=\"$HOME/Desktop\"\n"
+                    "#XDG_DOCUMENTS_DIR=\"$HOME/Commented\"\n"
+                    "  XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\n"
+                    "XDG_MUSIC_DIR=\"$HOME/Music\"\n"),
+            home() + "/Papers");
+}
+
+TEST_F(DocumentsFolder, IsTheLastOneTold) {
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/First\"\nXDG_DOCUMENTS_DIR=\"$HOME/Last\""),
+            home() + "/Last");
+}
+
+TEST_F(DocumentsFolder, TakesEscapedCharactersAsTheyAre) {
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/a\\\"b\\\\c\\$d\\`e\"\n"), home() + "/a\"b\\c$d`e");
+}
+
+TEST_F(DocumentsFolder, EndsAtTheQuoteAndWithoutASeparator) {
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/Papers//\" # mine\n"), home() + "/Papers");
+}
+
+TEST_F(DocumentsFolder, OfAMalformedLineIsNotTaken) {
+  const std::string ordinary = home() + "/Documents";
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"\"\n"), ordinary);
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"relative\"\n"), ordinary);
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=$HOME/Unquoted\n"), ordinary);
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR_OLD=\"$HOME/Old\"\n"), ordinary);
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR\n"), ordinary);
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOMEWARD/Papers\"\n"), ordinary);
+  EXPECT_FALSE(fs::exists(home() + "WARD"));
+}
+
+TEST_F(DocumentsFolder, FollowsTheConfigurationFolder) {
+  const TemporaryFolder config;
+  config.write("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/ByConfig\"\n");
+  write_user_dirs("XDG_DOCUMENTS_DIR=\"$HOME/ByHome\"\n");
+  set_environment("XDG_CONFIG_HOME", config.path().string());
+  EXPECT_EQ(platform::documents_folder(), home() + "/ByConfig");
+}
+
+TEST_F(DocumentsFolder, IsUnknownWithoutAHome) {
+  set_environment("HOME", "");
+  EXPECT_EQ(platform::documents_folder(), "");
+}
+
+TEST_F(DocumentsFolder, WithoutAHomeMayStillBeTold) {
+  const TemporaryFolder config;
+  const std::string folder = (config.path() / "Papers").string();
+  config.write("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"" + folder + "\"\n");
+  set_environment("HOME", "");
+  set_environment("XDG_CONFIG_HOME", config.path().string());
+  EXPECT_EQ(platform::documents_folder(), folder);
+}
+
+TEST_F(DocumentsFolder, WithoutAHomeIsNotBelowIt) {
+  const TemporaryFolder config;
+  config.write("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/kvr-test-papers\"\n");
+  set_environment("HOME", "");
+  set_environment("XDG_CONFIG_HOME", config.path().string());
+  EXPECT_EQ(platform::documents_folder(), "");
+  EXPECT_FALSE(fs::exists("/kvr-test-papers"));
+}
+
+TEST(PathSeparator, IsASlash) { EXPECT_EQ(platform::kPathSeparator, '/'); }
+
+TEST(CommandStatus, IsTheResultItselfWithoutAnExitStatus) {
+  EXPECT_EQ(platform::command_status(-1), -1);
+  const int killed = std::system("kill -KILL $$");
+  EXPECT_EQ(platform::command_status(killed), killed);
+  EXPECT_NE(killed, 0);
+}
+
+// Signals, each in a process of its own. Its standard error tells what happened.
+
+class ConsoleEvents : public testing::Test {
+ protected:
+  ConsoleEvents() { testing::GTEST_FLAG(death_test_style) = "threadsafe"; }
+};
+
+const pthread_t main_thread = pthread_self();
+
+int tell_event_and_leave(unsigned long event) {
+  const bool on_main_thread = pthread_equal(pthread_self(), main_thread) != 0;
+  std::cerr << "event " << event << (on_main_thread ? " on the main thread" : "");
+  std::_Exit(0);
+}
+
+[[noreturn]] void raise_and_wait(int signal) {
+  std::signal(SIGHUP, SIG_DFL);  // whoever runs the tests may ignore it
+  platform::install_console_handler(tell_event_and_leave);
+  kill(getpid(), signal);
+  std::this_thread::sleep_for(std::chrono::seconds(10));
+  std::_Exit(1);
+}
+
+TEST_F(ConsoleEvents, OfTheKeyboardAndOfTheSystem) {
+  EXPECT_EXIT(raise_and_wait(SIGINT), testing::ExitedWithCode(0), Eq("event 0"));
+  EXPECT_EXIT(raise_and_wait(SIGQUIT), testing::ExitedWithCode(0), Eq("event 1"));
+  EXPECT_EXIT(raise_and_wait(SIGHUP), testing::ExitedWithCode(0), Eq("event 2"));
+  EXPECT_EXIT(raise_and_wait(SIGTERM), testing::ExitedWithCode(0), Eq("event 6"));
+}
+
+TEST_F(ConsoleEvents, LeaveOtherSignalsAlone) {
+  EXPECT_EXIT(raise_and_wait(SIGUSR2), testing::KilledBySignal(SIGUSR2), "");
+}
+
+TEST_F(ConsoleEvents, LeaveAnIgnoredHangUpIgnored) {
+  EXPECT_EXIT(
+      {
+        std::signal(SIGHUP, SIG_IGN);
+        platform::install_console_handler(tell_event_and_leave);
+        kill(getpid(), SIGHUP);
+        kill(getpid(), SIGTERM);
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        std::_Exit(1);
+      },
+      testing::ExitedWithCode(0), Eq("event 6"));
+}
+
+std::atomic<int> events_seen = 0;
+
+/// Stays in the first event until the second one has come.
+int wait_for_another_event(unsigned long /*event*/) {
+  if (++events_seen == 2) {
+    std::cerr << "second event while the first is at work";
+    std::_Exit(0);
+  }
+  std::this_thread::sleep_for(std::chrono::seconds(10));
+  std::_Exit(1);
+}
+
+TEST_F(ConsoleEvents, ComeOnAThreadEach) {
+  EXPECT_EXIT(
+      {
+        platform::install_console_handler(wait_for_another_event);
+        kill(getpid(), SIGINT);
+        while (events_seen == 0) {
+          std::this_thread::yield();
+        }
+        kill(getpid(), SIGINT);
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        std::_Exit(1);
+      },
+      testing::ExitedWithCode(0), Eq("second event while the first is at work"));
+}
+
+TEST_F(ConsoleEvents, DoNotInterruptABlockedRead) {
+  EXPECT_EXIT(
+      {
+        int ends[2];
+        static_cast<void>(pipe(ends));
+        platform::install_console_handler([](unsigned long /*event*/) {
+          ++events_seen;
+          return 1;
+        });
+        std::thread([&ends] {
+          kill(getpid(), SIGINT);
+          while (events_seen == 0) {
+            std::this_thread::yield();
+          }
+          static_cast<void>(write(ends[1], "k", 1));
+        }).detach();
+        char byte = 0;
+        std::cerr << "read " << read(ends[0], &byte, 1) << ' ' << byte;
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("read 1 k"));
+}
+
+TEST_F(ConsoleEvents, CanBeInstalled) {
+  EXPECT_EXIT(
+      {
+        std::cerr << platform::install_console_handler(tell_event_and_leave);
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("1"));
+}
+
+// A key, in a process without a terminal.
+
+class WaitForKey : public ConsoleEvents {};
+
+void wait_for_key_of(const std::string& input) {
+  use_as_standard_input(input);
+  platform::wait_for_key();
+  char next = '-';
+  static_cast<void>(read(STDIN_FILENO, &next, 1));
+  std::cerr << "went on before " << next;
+  std::_Exit(0);
+}
+
+TEST_F(WaitForKey, TakesOneByteOfStandardInput) {
+  EXPECT_EXIT(wait_for_key_of("xyz"), testing::ExitedWithCode(0), Eq("went on before y"));
+}
+
+TEST_F(WaitForKey, TakesTheEndOfStandardInputForAKey) {
+  EXPECT_EXIT(wait_for_key_of(""), testing::ExitedWithCode(0), Eq("went on before -"));
+}
+
+TEST_F(WaitForKey, SurvivesAClosedStandardInput) {
+  EXPECT_EXIT(
+      {
+        use_as_standard_input("");
+        close(STDIN_FILENO);
+        platform::wait_for_key();
+        std::cerr << "went on";
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("went on"));
+}
+
+// With a terminal of its own: the other end of it is held by the test.
+
+bool hands_over_lines(int keyboard) {
+  termios settings{};
+  tcgetattr(keyboard, &settings);
+  return (settings.c_lflag & ICANON) != 0 && (settings.c_lflag & ECHO) != 0;
+}
+
+/// Types a key once the terminal hands over each key at once.
+void type_unbuffered(int keyboard, const char* key) {
+  while (hands_over_lines(keyboard)) {
+    std::this_thread::yield();
+  }
+  static_cast<void>(write(keyboard, key, 1));
+}
+
+/// Makes a new pseudo-terminal the controlling terminal of the process and its standard input, and
+/// returns the end where keys are typed.
+int take_pseudo_terminal() {
+  setsid();
+  const int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
+  grantpt(keyboard);
+  unlockpt(keyboard);
+  const int terminal = open(ptsname(keyboard), O_RDWR);  // the first one opened takes control
+  dup2(terminal, STDIN_FILENO);
+  return keyboard;
+}
+
+TEST_F(WaitForKey, TakesAKeyOfTheTerminalWithoutEnterAndEcho) {
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        std::thread typist(type_unbuffered, keyboard, "k");
+        platform::wait_for_key();
+        typist.join();
+        fcntl(keyboard, F_SETFL, O_NONBLOCK);
+        char echo = '-';
+        static_cast<void>(read(keyboard, &echo, 1));
+        std::cerr << "echo " << echo << (hands_over_lines(keyboard) ? ", restored" : "");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("echo -, restored"));
+}
+
+TEST_F(WaitForKey, KeepsAPromptOfTheMainThreadFromTakingTheKey) {
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        std::thread([keyboard] {
+          std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the main thread reads now
+          std::thread(type_unbuffered, keyboard, "k").detach();
+          platform::wait_for_key();
+          static_cast<void>(write(keyboard, "line\n", 5));
+        }).detach();
+        std::string line;
+        std::getline(std::cin, line);
+        std::cerr << "prompt read " << line;
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("prompt read line"));
+}
+
+}  // namespace
