@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 // What the program needs of the operating system beyond the standard library. posix.cpp and
@@ -10,10 +11,10 @@ namespace platform {
 /// Stands between the parts of a path.
 extern const char kPathSeparator;
 
-/// The user's documents folder, without a separator at its end; empty when it can't be found.
-/// Outside Windows: XDG_DOCUMENTS_DIR of user-dirs.dirs, else Documents in the home folder, and it
-/// is made if missing, since a fresh account has none.
-std::string documents_folder();
+/// The user's documents folder, without a separator at its end; nothing when it can't be found.
+/// On Windows the low byte of each UTF-16 unit. Elsewhere XDG_DOCUMENTS_DIR of user-dirs.dirs, else
+/// Documents in the home folder, and it is made if missing, since a fresh account has none.
+std::optional<std::string> documents_folder();
 
 /// Makes one folder. False when it can't, also because it exists.
 bool create_directory(const std::string& path);
@@ -27,7 +28,7 @@ std::string environment_text(const char* name, std::size_t buffer_size);
 int command_status(int system_result);
 
 /// Takes a console event, by its number on Windows, and says whether it has dealt with it. The type
-/// is that of a Windows console control handler.
+/// is that of a Windows console control handler, BOOL WINAPI (DWORD).
 using ConsoleHandler = int (*)(unsigned long event);
 
 /// Has `handler` called for each console event, on a thread of its own each time. Outside Windows
@@ -36,9 +37,10 @@ using ConsoleHandler = int (*)(unsigned long event);
 /// caller and in every thread that it starts. False when the system refuses.
 bool install_console_handler(ConsoleHandler handler);
 
-/// Waits for one key of the console, without echo and without Enter. The main thread rests
-/// meanwhile, so that a prompt it waits at does not take the key. Outside Windows the key comes
-/// from the controlling terminal; without one, a byte of standard input or its end counts as a key.
+/// Waits for one key of the console, without echo and without Enter; a process without a console
+/// does not wait. Outside Windows the main thread rests meanwhile, so that a prompt it waits at does
+/// not take the key; without a controlling terminal a byte of standard input, or its end, counts as
+/// a key.
 void wait_for_key();
 
 }  // namespace platform

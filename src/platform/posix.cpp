@@ -16,6 +16,7 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "platform/platform.h"
 
@@ -66,23 +67,28 @@ std::optional<std::string> user_dir_value(std::string_view line, std::string_vie
   return folder.starts_with('/') ? std::optional(folder) : std::nullopt;
 }
 
-std::string find_documents_folder() {
+std::optional<std::string> find_documents_folder() {
   const std::string home = environment_text("HOME");
-  std::string folder = home.empty() ? std::string() : home + "/Documents";
+  std::optional<std::string> folder;
+  if (!home.empty()) {
+    folder = home + "/Documents";
+  }
   std::ifstream user_dirs(user_dirs_file(home));
   for (std::string line; std::getline(user_dirs, line);) {
-    folder = user_dir_value(line, "XDG_DOCUMENTS_DIR", home).value_or(folder);
+    if (auto value = user_dir_value(line, "XDG_DOCUMENTS_DIR", home)) {
+      folder = std::move(value);
+    }
   }
   return folder;
 }
 
 }  // namespace
 
-std::string documents_folder() {
-  const std::string folder = find_documents_folder();
-  if (!folder.empty()) {
+std::optional<std::string> documents_folder() {
+  std::optional<std::string> folder = find_documents_folder();
+  if (folder) {
     std::error_code ignored;  // a folder that can't be made shows when one is made inside it
-    std::filesystem::create_directories(folder, ignored);
+    std::filesystem::create_directories(*folder, ignored);
   }
   return folder;
 }

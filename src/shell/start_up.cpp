@@ -59,11 +59,8 @@ const char* model_tier_text(std::int32_t model_tier) {
 namespace {
 
 void make_results_folder() {
-  results_folder = platform::documents_folder();
-  if (!results_folder.empty()) {
-    results_folder += platform::kPathSeparator;
-    results_folder += "KVRU3";
-    results_folder += platform::kPathSeparator;
+  if (const auto documents = platform::documents_folder()) {
+    results_folder = *documents + platform::kPathSeparator + "KVRU3" + platform::kPathSeparator;
   }
   // A folder that is already there counts as one that can't be made: every run but the first shows
   // the banner. Operators know it so.

@@ -1,0 +1,49 @@
+#define WIN32_LEAN_AND_MEAN
+#include <conio.h>
+#include <shlobj.h>
+#include <windows.h>
+
+#include <type_traits>
+#include <vector>
+
+#include "platform/platform.h"
+
+namespace platform {
+
+const char kPathSeparator = '\\';
+
+std::optional<std::string> documents_folder() {
+  wchar_t wide[MAX_PATH] = {};
+  if (FAILED(SHGetFolderPathW(nullptr, CSIDL_PERSONAL, nullptr, 0, wide))) {
+    return std::nullopt;
+  }
+  // Low bytes only, no code page: a name beyond Latin-1 gives a folder that can't be made.
+  std::string folder;
+  for (const wchar_t* unit = wide; *unit != L'\0'; ++unit) {
+    folder += static_cast<char>(*unit & 0xff);
+  }
+  return folder;
+}
+
+bool create_directory(const std::string& path) {
+  return CreateDirectoryA(path.c_str(), nullptr) != 0;
+}
+
+std::string environment_text(const char* name, std::size_t buffer_size) {
+  std::vector<char> buffer(buffer_size);
+  const DWORD length =
+      GetEnvironmentVariableA(name, buffer.data(), static_cast<DWORD>(buffer_size));
+  return length < buffer_size ? std::string(buffer.data(), length) : std::string();
+}
+
+int command_status(int system_result) { return system_result; }
+
+bool install_console_handler(ConsoleHandler handler) {
+  // On 64-bit Windows there is one calling convention, and BOOL and DWORD are these types.
+  static_assert(std::is_same_v<ConsoleHandler, PHANDLER_ROUTINE>);
+  return SetConsoleCtrlHandler(handler, TRUE) != 0;
+}
+
+void wait_for_key() { _getch(); }
+
+}  // namespace platform
