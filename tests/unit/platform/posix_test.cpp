@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -40,7 +41,7 @@ class DocumentsFolder : public testing::Test {
     home_.write(".config/user-dirs.dirs", text);
   }
   /// The folder told by a user-dirs.dirs of this text.
-  std::string told_by(const std::string& text) const {
+  std::optional<std::string> told_by(const std::string& text) const {
     write_user_dirs(text);
     return platform::documents_folder();
   }
@@ -143,7 +144,7 @@ TEST_F(DocumentsFolder, FollowsTheConfigurationFolder) {
 
 TEST_F(DocumentsFolder, IsUnknownWithoutAHome) {
   set_environment("HOME", "");
-  EXPECT_EQ(platform::documents_folder(), "");
+  EXPECT_EQ(platform::documents_folder(), std::nullopt);
 }
 
 TEST_F(DocumentsFolder, WithoutAHomeMayStillBeTold) {
@@ -160,7 +161,7 @@ TEST_F(DocumentsFolder, WithoutAHomeIsNotBelowIt) {
   config.write("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/kvr-test-papers\"\n");
   set_environment("HOME", "");
   set_environment("XDG_CONFIG_HOME", config.path().string());
-  EXPECT_EQ(platform::documents_folder(), "");
+  EXPECT_EQ(platform::documents_folder(), std::nullopt);
   EXPECT_FALSE(fs::exists("/kvr-test-papers"));
 }
 
