@@ -50,7 +50,7 @@ class OwnedRecord {
  public:
   OwnedRecord() : record_(arena_.make<kvr_TestRecord>()) {}
 
-  kvr_TestRecord* get() { return record_; }
+  kvr_TestRecord* get() const { return record_; }
   RecordArena& arena() { return arena_; }
 
  private:
