@@ -1,5 +1,6 @@
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "common/field_text.h"
 #include "common/text_utils.h"
@@ -38,9 +39,9 @@ char* clone_text(const char* source) {
   if (source == nullptr) {
     return nullptr;
   }
-  const std::size_t length = std::strlen(source);
-  char* const clone = new char[length + 1]();
-  std::memcpy(clone, source, length);
+  const std::string_view text = source;
+  char* const clone = new char[text.size() + 1]();
+  text.copy(clone, text.size());
   return clone;
 }
 
@@ -86,7 +87,7 @@ void Utils::free_record(kvr_EntryRecord* record) {
     delete[](record->*list).entries;
   }
   for (const Text text : kTexts) {
-    delete[] (record->*text);
+    delete[](record->*text);
   }
   delete record;
 }

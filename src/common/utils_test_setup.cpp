@@ -112,7 +112,7 @@ ConnectionLabel Utils::connection_label(const ConnectionRequest& request, int co
 
 std::string Utils::short_label(int measure, int shorted) {
   const TerminalsOfPair* const measured = low_side_pair(measure);
-  const std::string label =
+  std::string label =
       measured == nullptr ? "" : std::string(measured->first) + "-" + measured->second;
   const TerminalsOfPair* const pair = low_side_pair(shorted);
   if (pair == nullptr) {
@@ -124,5 +124,5 @@ std::string Utils::short_label(int measure, int shorted) {
   // The second terminal comes first, and the first is then also replaced inside what that put in:
   // labels known to users come out nested.
   const std::pair<std::string, std::string> in_order[] = {{second, combined}, {first, combined}};
-  return ApplyReplacements(label, in_order);
+  return ApplyReplacements(std::move(label), in_order);
 }

@@ -3,10 +3,9 @@
 #include <cstddef>
 #include <vector>
 
-// An operator new that counts, and fails when told to. A test program gets it by including
-// support/counted_new_operators.h in exactly one of its sources; blocks of standard malloc below it
-// keep it open to the sanitizers. It ends the program when a block of new goes to delete[] or the
-// other way round.
+// An operator new that counts, and fails when told to. A test program that links the target
+// counted_new has it. Its blocks come from the standard malloc, where sanitizers see them. It ends
+// the program when a block of new goes to delete[] or the other way round.
 
 namespace counted_new {
 

@@ -148,9 +148,10 @@ TEST(GetVectorLabels, ThrowsForANameAboveTheLastRow) {
   };
   for (const kvr_StandardType standard : kStandards) {
     for (const auto& [wanted, name] : groups) {
-      expect_kvr_exception(KVR_RES_VECTOR_GROUP_INCORRECT, "getVectorLabels",
-                           "Standards::getVectorLabels - cannot find vector " + name,
-                           [&] { Standards::getVectorLabels(standard, wanted); });
+      expect_kvr_exception(
+          KVR_RES_VECTOR_GROUP_INCORRECT, "getVectorLabels",
+          "Standards::getVectorLabels - cannot find vector " + name,
+          [standard, &wanted = wanted] { Standards::getVectorLabels(standard, wanted); });
     }
   }
 }

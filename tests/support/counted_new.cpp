@@ -1,17 +1,11 @@
-#pragma once
+#include "support/counted_new.h"
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <mutex>
 #include <new>
 #include <unordered_map>
-
-#include "support/counted_new.h"
-
-// The definitions behind support/counted_new.h, for exactly one source of a test program. They are
-// no library: a linker would take its operator new for every program that is offered it.
 
 namespace counted_new {
 namespace {
@@ -26,6 +20,7 @@ struct MallocAllocator {
   template <class U>
   MallocAllocator(const MallocAllocator<U>& /*other*/) {}
   T* allocate(std::size_t count) {
+    // T may be a pointer of the book's own. NOLINTNEXTLINE(bugprone-sizeof-expression)
     void* const block = std::malloc(count * sizeof(T));
     if (block == nullptr) {
       std::abort();

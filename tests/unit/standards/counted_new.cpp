@@ -1,1 +1,0 @@
-#include "support/counted_new_operators.h"
