@@ -50,9 +50,10 @@ std::int32_t kvr_CheckConnection() {
                                      [](Session& session) { return session.check_connection(); });
 }
 
+// Needs no session: a client may ask what the refusal to begin one means.
 const char* kvr_CodeToString(kvr_code code) {
-  const auto fault = library().next_fault("kvr_CodeToString");
-  return fault && fault->null ? nullptr : virtual_instrument::code_sentence(code);
+  return library().gives_nothing("kvr_CodeToString") ? nullptr
+                                                     : virtual_instrument::code_sentence(code);
 }
 
 kvr_code kvr_GetClientAPIInfo(kvr_ClientAPIInfo* info) {

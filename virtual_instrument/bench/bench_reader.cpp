@@ -248,20 +248,10 @@ class Reader {
 
   BenchReading read(std::string_view document) {
     const toml::parse_result result = toml::parse(document);
-    if (!result) {
+    if (result) {
+      read_tables(result.table());
+    } else {
       problem(result.error().source(), "", std::string(result.error().description()));
-      return std::move(reading_);
-    }
-    reading_.bench.faults.clear();
-    const std::vector<Key> keys = keys_of(reading_.bench);
-    for (const auto& [key, node] : result.table()) {
-      if (key.str() == kFaults) {
-        read_faults(node);
-      } else if (const toml::table* table = node.as_table(); table && is_table(keys, key.str())) {
-        read_table(key.str(), *table, keys);
-      } else {
-        problem(node.source(), key.str(), "expected one of the tables " + tables(keys));
-      }
     }
     // Tables come in the order of their names, people read from the top.
     std::stable_sort(found_.begin(), found_.end(),
@@ -305,6 +295,20 @@ class Reader {
       }
     }
     return names;
+  }
+
+  void read_tables(const toml::table& document) {
+    reading_.bench.faults.clear();
+    const std::vector<Key> keys = keys_of(reading_.bench);
+    for (const auto& [key, node] : document) {
+      if (key.str() == kFaults) {
+        read_faults(node);
+      } else if (const toml::table* table = node.as_table(); table && is_table(keys, key.str())) {
+        read_table(key.str(), *table, keys);
+      } else {
+        problem(node.source(), key.str(), "expected one of the tables " + tables(keys));
+      }
+    }
   }
 
   void read_table(std::string_view name, const toml::table& table, const std::vector<Key>& keys) {

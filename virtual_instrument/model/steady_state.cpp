@@ -137,10 +137,14 @@ Trial try_state(const PeriodMarch& march, const State& start) {
   return trial;
 }
 
+/// By how much `trial` fails to repeat.
+State residual(const Trial& trial) {
+  return {trial.end.state.flux - trial.start.flux, trial.end.state.current - trial.start.current};
+}
+
 /// The change of its start that would make `trial` repeat, going by the derivatives of `tangent`.
 State newton_change(const Trial& trial, const Point& tangent) {
-  const double flux_residual = trial.end.state.flux - trial.start.flux;
-  const double current_residual = trial.end.state.current - trial.start.current;
+  const auto [flux_residual, current_residual] = residual(trial);
   const double a = 1 - tangent.flux.by_flux;
   const double b = -tangent.flux.by_current;
   const double c = -tangent.current.by_flux;
@@ -152,12 +156,14 @@ State newton_change(const Trial& trial, const Point& tangent) {
 
 /// Newton's method for the state that repeats. The bends of the core can throw it off, so a step is
 /// halved until what is left to change by the same tangent has shrunk; and where no part of a step
-/// helps, the circuit is let run for a period.
+/// helps, the circuit is let run for a period. With next to no resistance that point comes at a
+/// state that repeats as well as numbers can tell, which has to do.
 State repeating_state(const PeriodMarch& march, const ExcitedWinding& winding,
                       const SineSource& source) {
   constexpr int kMostSteps = 200;
   constexpr double kSmallestPart = 1.0 / 64;
   constexpr double kAccuracy = 1e-10;
+  constexpr double kRounding = 1e-12;
   const double flux_scale = source.peak / source.angular_frequency;
   const auto size = [flux_scale](const State& change, const Trial& trial) {
     return std::abs(change.flux) / flux_scale + std::abs(change.current) / trial.current_scale;
@@ -178,7 +184,13 @@ State repeating_state(const PeriodMarch& march, const ExcitedWinding& winding,
         break;
       }
     }
-    trial = part >= kSmallestPart ? next : try_state(march, trial.end.state);
+    if (part >= kSmallestPart) {
+      trial = next;
+    } else if (size(residual(trial), trial) <= kRounding) {
+      return trial.end.state;
+    } else {
+      trial = try_state(march, trial.end.state);
+    }
   }
   throw std::runtime_error("the circuit finds no steady state");
 }

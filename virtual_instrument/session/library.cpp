@@ -87,6 +87,15 @@ std::optional<Fault> Library::next_fault(std::string_view call) {
   return std::nullopt;
 }
 
+bool Library::gives_nothing(std::string_view call) noexcept {
+  try {
+    const std::optional<Fault> fault = next_fault(call);
+    return fault && fault->null;
+  } catch (...) {
+    return false;
+  }
+}
+
 Library& library() {
   static Library* const only = new Library(bench_file_of_environment);
   return *only;

@@ -58,10 +58,12 @@ class Library {
     });
   }
 
-  /// Counts a call and gives the answer that the bench forces on it, if any.
-  std::optional<Fault> next_fault(std::string_view call);
+  /// Counts a call that has no code to answer with. Whether the bench takes its answer away.
+  bool gives_nothing(std::string_view call) noexcept;
 
  private:
+  /// Counts a call and gives the answer that the bench forces on it, if any.
+  std::optional<Fault> next_fault(std::string_view call);
   std::shared_ptr<Session> session();
 
   const BenchFile bench_file_;

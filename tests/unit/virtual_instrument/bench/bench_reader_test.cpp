@@ -1,0 +1,193 @@
+#include "virtual_instrument/bench/bench_reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace virtual_instrument {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAreArray;
+
+BenchReading read(const std::string& text) { return read_bench(text, "b.toml", built_in_bench()); }
+
+TEST(BenchReader, TheBuiltInBenchGivesEveryKeyAndNoOther) {
+  const BenchReading reading = read_bench(kBuiltInBenchText, "default.toml", Bench{});
+  EXPECT_THAT(reading.problems, IsEmpty());
+  EXPECT_THAT(reading.given, UnorderedElementsAreArray(bench_keys()));
+}
+
+TEST(BenchReader, TheBuiltInBenchIsHealthy) {
+  const Bench& bench = built_in_bench();
+  EXPECT_EQ(bench.instrument.type, 0);
+  EXPECT_TRUE(bench.instrument.calibrated);
+  EXPECT_FALSE(bench.instrument.clock);
+  EXPECT_EQ(bench.connection.refused, KVR_RES_OK);
+  EXPECT_TRUE(bench.status.database_loaded);
+  EXPECT_TRUE(bench.status.secondary_sd_mounted);
+  EXPECT_TRUE(bench.status.measurement_board_connected);
+  EXPECT_EQ(bench.measurement.duration, 2);
+  EXPECT_EQ(bench.measurement.steps, 10);
+  EXPECT_THAT(bench.faults, IsEmpty());
+}
+
+TEST(BenchReader, WhatATextLeavesOutStays) {
+  const BenchReading reading = read("[measurement]\nduration = 0\n");
+  EXPECT_THAT(reading.problems, IsEmpty());
+  EXPECT_EQ(reading.bench.measurement.duration, 0);
+  EXPECT_EQ(reading.bench.measurement.steps, 10);
+  EXPECT_EQ(reading.bench.instrument.serial_number, "VI-000001");
+  EXPECT_THAT(reading.given, ElementsAre("measurement.duration"));
+}
+
+TEST(BenchReader, ReadsEachKindOfValue) {
+  const BenchReading reading = read(R"([instrument]
+type = -3
+serial_number = "S 1"
+debug_mode = true
+clock = 2024-03-05T12:00:00+01:00
+maximum_voltage = 300
+
+[connection]
+refused = "KVR_RES_DEVICE_UNAVAILABLE"
+lost_code = 180
+
+[transformer]
+vector_group = "YNd11"
+
+[store]
+empty_id_format = "T-%H%M%S"
+)");
+  EXPECT_THAT(reading.problems, IsEmpty());
+  EXPECT_EQ(reading.bench.instrument.type, -3);
+  EXPECT_EQ(reading.bench.instrument.serial_number, "S 1");
+  EXPECT_TRUE(reading.bench.instrument.debug_mode);
+  EXPECT_EQ(reading.bench.instrument.clock, 1709636400);
+  EXPECT_EQ(reading.bench.instrument.maximum_voltage, 300);
+  EXPECT_EQ(reading.bench.connection.refused, KVR_RES_DEVICE_UNAVAILABLE);
+  EXPECT_EQ(reading.bench.connection.lost_code, 180);
+  EXPECT_EQ(reading.bench.transformer.vector_group.clock, 11);
+  EXPECT_EQ(reading.bench.store.empty_id_format, "T-%H%M%S");
+}
+
+TEST(BenchReader, ReadsFaults) {
+  const BenchReading reading = read(R"([[faults]]
+call = "kvr_GetStatus"
+code = "KVR_RES_COMMUNICATION_TIMEOUT"
+from = 3
+times = 1
+
+[[faults]]
+call = "kvr_Test_Ratio_1ph"
+null = true
+)");
+  EXPECT_THAT(reading.problems, IsEmpty());
+  ASSERT_EQ(reading.bench.faults.size(), 2U);
+  const Fault& first = reading.bench.faults[0];
+  EXPECT_EQ(first.call, "kvr_GetStatus");
+  EXPECT_EQ(first.code, KVR_RES_COMMUNICATION_TIMEOUT);
+  EXPECT_EQ(first.from, 3);
+  EXPECT_EQ(first.times, 1);
+  EXPECT_FALSE(first.null);
+  const Fault& second = reading.bench.faults[1];
+  EXPECT_EQ(second.code, KVR_RES_OK);
+  EXPECT_EQ(second.from, 1);
+  EXPECT_EQ(second.times, 0);
+  EXPECT_TRUE(second.null);
+}
+
+TEST(BenchReader, FaultsAreThoseOfTheTextAlone) {
+  Bench base = built_in_bench();
+  base.faults.push_back({"kvr_GetStatus", KVR_RES_OK, 1, 0, true});
+  EXPECT_THAT(read_bench("", "b.toml", base).bench.faults, IsEmpty());
+}
+
+struct Mistake {
+  const char* text;
+  const char* problem;
+};
+
+class BenchMistakes : public testing::TestWithParam<Mistake> {};
+
+TEST_P(BenchMistakes, AreToldWithFileLineKeyAndWhatWasExpected) {
+  EXPECT_THAT(read(GetParam().text).problems, ElementsAre(GetParam().problem));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    BenchReader, BenchMistakes,
+    testing::Values(
+        Mistake{"[status]\ndatabase_loaded = 1\n",
+                "b.toml:2: status.database_loaded: expected true or false"},
+        Mistake{"\n[measurement]\n\nsteps = 2.5\n",
+                "b.toml:4: measurement.steps: expected a whole number from 1 to 1000000"},
+        Mistake{"[measurement]\nsteps = 0\n",
+                "b.toml:2: measurement.steps: expected a whole number from 1 to 1000000"},
+        Mistake{"[measurement]\nduration = -1\n",
+                "b.toml:2: measurement.duration: expected a number from 0 to 86400 s"},
+        Mistake{"[measurement]\nduration = nan\n",
+                "b.toml:2: measurement.duration: expected a number from 0 to 86400 s"},
+        Mistake{"[measurement]\nduration = \"2\"\n",
+                "b.toml:2: measurement.duration: expected a number from 0 to 86400 s"},
+        Mistake{"[measurement]\nsamples_per_period = 100\n",
+                "b.toml:2: measurement.samples_per_period: expected a power of two from 16 to "
+                "512"},
+        Mistake{"[instrument]\nserial_number = \"123456789012345678901\"\n",
+                "b.toml:2: instrument.serial_number: expected a text of at most 20 characters"},
+        Mistake{"[instrument]\nserial_number = \"a\\u0000b\"\n",
+                "b.toml:2: instrument.serial_number: expected a text of at most 20 characters"},
+        Mistake{"[instrument]\nclock = 2024-03-05T12:00:00\n",
+                "b.toml:2: instrument.clock: expected \"system\", or a date and time with its "
+                "offset like 2024-03-05T12:00:00Z"},
+        Mistake{"[connection]\nrefused = \"KVR_RES_OH_NO\"\n",
+                "b.toml:2: connection.refused: expected the name or the number of a code"},
+        Mistake{"[connection]\nrefused = 99999999999\n",
+                "b.toml:2: connection.refused: expected the name or the number of a code"},
+        Mistake{"[connection]\nlost_code = 0\n",
+                "b.toml:2: connection.lost_code: expected the name or the number of a code other "
+                "than KVR_RES_OK"},
+        Mistake{"[transformer]\nvector_group = \"Dyn2\"\n",
+                "b.toml:2: transformer.vector_group: expected D, Y or YN, then d, y or yn, then a "
+                "clock number that they can have"},
+        Mistake{"[store]\nempty_id_format = \"a/b\"\n",
+                "b.toml:2: store.empty_id_format: expected letters, digits, - _ . and %Y %m %d %H "
+                "%M %S, giving at most 24 characters"},
+        Mistake{"[store]\nformat = 1\n",
+                "b.toml:2: store.format: no such key; expected one of empty_id_format"},
+        Mistake{"[colours]\nred = 1\n",
+                "b.toml:1: colours: expected one of the tables instrument, connection, status, "
+                "transformer, measurement, store, faults"},
+        Mistake{"store = 1\n",
+                "b.toml:1: store: expected one of the tables instrument, connection, status, "
+                "transformer, measurement, store, faults"},
+        Mistake{"[faults]\ncall = \"kvr_GetStatus\"\n",
+                "b.toml:1: faults: expected tables [[faults]]"},
+        Mistake{"[[faults]]\ncode = 1\n",
+                "b.toml:1: faults.call: missing; expected the name of an exported call"},
+        Mistake{"[[faults]]\ncall = \"kvr_Nothing\"\n",
+                "b.toml:2: faults.call: expected the name of an exported call"},
+        Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nfrom = 0\n",
+                "b.toml:3: faults.from: expected a whole number from 1 to 2147483647"},
+        Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nwhen = 1\n",
+                "b.toml:3: faults.when: no such key; expected one of call, code, from, times, "
+                "null"}));
+
+TEST(BenchReader, TellsAllMistakesFromTheTop) {
+  EXPECT_THAT(read("[store]\nb = 1\n[connection]\na = 1\n[[faults]]\n").problems,
+              ElementsAre("b.toml:2: store.b: no such key; expected one of empty_id_format",
+                          "b.toml:4: connection.a: no such key; expected one of refused, lost, "
+                          "lost_after, lost_at_step, lost_code",
+                          "b.toml:5: faults.call: missing; expected the name of an exported "
+                          "call"));
+}
+
+TEST(BenchReader, TellsWhereTheTextIsNotTomlAtAll) {
+  const BenchReading reading = read("[store]\nempty_id_format =\n");
+  ASSERT_EQ(reading.problems.size(), 1U);
+  EXPECT_THAT(reading.problems[0], testing::StartsWith("b.toml:2: "));
+}
+
+}  // namespace
+}  // namespace virtual_instrument

@@ -1,0 +1,80 @@
+#include "virtual_instrument/bench/bench_source.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/temporary_folder.h"
+#include "virtual_instrument/bench/bench_reader.h"
+
+namespace virtual_instrument {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class BenchSourceTest : public testing::Test {
+ protected:
+  void write(const std::string& text) { folder_.write("b.toml", text); }
+  std::string serial() { return source_.current()->instrument.serial_number; }
+  std::string name() const { return (folder_.path() / "b.toml").string(); }
+
+  TemporaryFolder folder_;
+  std::vector<std::string> problems_;
+  BenchSource source_{folder_.path() / "b.toml",
+                      [this](const std::string& problem) { problems_.push_back(problem); }};
+};
+
+TEST_F(BenchSourceTest, FollowsTheFile) {
+  write("[instrument]\nserial_number = \"one\"\n");
+  EXPECT_TRUE(source_.can_change());
+  EXPECT_EQ(serial(), "one");
+  const std::shared_ptr<const Bench> before = source_.current();
+  EXPECT_EQ(source_.current(), before);
+  write("[instrument]\nserial_number = \"two\"\n");
+  EXPECT_EQ(serial(), "two");
+  EXPECT_EQ(before->instrument.serial_number, "one");
+  write("# as built in\n");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_THAT(problems_, IsEmpty());
+}
+
+TEST_F(BenchSourceTest, TheLastGoodBenchStaysInForceAndAMistakeIsToldOnce) {
+  write("[instrument]\nserial_number = \"one\"\n");
+  EXPECT_EQ(serial(), "one");
+  write("[instrument]\nserial_number = 2\n");
+  EXPECT_EQ(serial(), "one");
+  EXPECT_EQ(serial(), "one");
+  EXPECT_THAT(problems_,
+              ElementsAre(name() + ":2: instrument.serial_number: expected a text of at most 20 "
+                                   "characters",
+                          name() + ": not taken; the last good bench stays in force"));
+  write("[instrument]\nserial_number = \"two\"\n");
+  EXPECT_EQ(serial(), "two");
+}
+
+TEST_F(BenchSourceTest, AMissingFileIsToldOnceAndTakenWhenItComes) {
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_THAT(problems_, ElementsAre(name() + ": can't be read; expected a bench file"));
+  write("[instrument]\nserial_number = \"one\"\n");
+  EXPECT_EQ(serial(), "one");
+}
+
+TEST_F(BenchSourceTest, AnEmptyFileIsOneThatIsBeingWritten) {
+  write("[instrument]\nserial_number = \"one\"\n");
+  EXPECT_EQ(serial(), "one");
+  write("");
+  EXPECT_EQ(serial(), "one");
+}
+
+TEST(BenchSource, WithoutAFileTheBuiltInBenchHolds) {
+  BenchSource source{std::filesystem::path()};
+  EXPECT_FALSE(source.can_change());
+  EXPECT_EQ(source.current()->instrument.serial_number, built_in_bench().instrument.serial_number);
+}
+
+}  // namespace
+}  // namespace virtual_instrument

@@ -1,0 +1,110 @@
+#include "virtual_instrument/measurement/samples.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "virtual_instrument/bench/bench_reader.h"
+#include "virtual_instrument/model/steady_state.h"
+
+namespace virtual_instrument {
+namespace {
+
+constexpr int kPerPeriod = 64;
+
+/// amplitude * sin(angle + phase) + third * sin(3 * angle), sampled as the instrument does.
+Samples wave(double amplitude, double phase, double third, int periods = 3) {
+  Samples samples;
+  for (int i = 1; i <= kPerPeriod * periods; ++i) {
+    const double angle = 2 * std::numbers::pi * i / kPerPeriod;
+    samples.push_back(amplitude * std::sin(angle + phase) + third * std::sin(3 * angle));
+  }
+  return samples;
+}
+
+TEST(Samples, RmsHoldsAllHarmonics) {
+  EXPECT_NEAR(rms(wave(3, 0.2, 4)), 5 / std::numbers::sqrt2, 1e-12);
+}
+
+TEST(Samples, FundamentalIsAnRmsPhasorWithoutHarmonics) {
+  const std::complex<double> phasor = fundamental(wave(10, 0.3, 4), kPerPeriod);
+  EXPECT_NEAR(std::abs(phasor), 10 / std::numbers::sqrt2, 1e-12);
+  EXPECT_NEAR(std::arg(phasor), 0.3, 1e-12);
+}
+
+TEST(Samples, FrequencyComesFromRisesThroughZero) {
+  EXPECT_NEAR(measured_frequency(wave(10, 0.3, 0), 64 * 50.0), 50, 1e-9);
+  EXPECT_EQ(measured_frequency(wave(10, 0.3, 0, 1), 64 * 50.0), 0);
+  EXPECT_EQ(measured_frequency(Samples(100, 0.0), 1000), 0);
+}
+
+TEST(Samples, FrequencyIsNotMistakenForNoise) {
+  Noise noise(3);
+  Samples samples = wave(10, 0.01, 0, 10);
+  for (double& value : samples) {
+    value += 0.5 * noise.next();
+  }
+  EXPECT_NEAR(measured_frequency(samples, 64 * 60.0), 60, 0.2);
+}
+
+class SampleTest : public testing::Test {
+ protected:
+  SampleTest() {
+    settings_.periods = 4;
+    settings_.samples_per_period = kPerPeriod;
+    settings_.noise = 0;
+    waves_.voltage_high.resize(kStepsPerPeriod);
+    for (int i = 0; i < kStepsPerPeriod; ++i) {
+      waves_.voltage_high[static_cast<std::size_t>(i)] =
+          std::sin(2 * std::numbers::pi * (i + 1) / kStepsPerPeriod);
+    }
+    waves_.voltage_low = waves_.current_high = waves_.voltage_high;
+    waves_.current_low.assign(kStepsPerPeriod, 0.0);
+  }
+
+  SampledTest sampled() {
+    Noise noise(1);
+    return sample(waves_, {Side::low, 1, 60}, settings_, noise);
+  }
+
+  MeasurementSettings settings_ = built_in_bench().measurement;
+  Waveforms waves_;
+};
+
+TEST_F(SampleTest, RepeatsThePeriod) {
+  const SampledTest test = sampled();
+  EXPECT_EQ(test.voltage_high.size(), 4U * kPerPeriod);
+  EXPECT_EQ(test.sample_rate, 60 * kPerPeriod);
+  EXPECT_EQ(test.samples_per_period, kPerPeriod);
+  EXPECT_EQ(test.excited, Side::low);
+  for (std::size_t i = 0; i < test.voltage_high.size(); ++i) {
+    EXPECT_NEAR(test.voltage_high[i],
+                std::sin(2 * std::numbers::pi * static_cast<double>(i + 1) / kPerPeriod), 1e-12);
+  }
+}
+
+TEST_F(SampleTest, NoiseIsAShareOfEachChannelOnItsOwn) {
+  settings_.noise = 1;
+  settings_.periods = 100;
+  const SampledTest test = sampled();
+  double squares = 0;
+  for (std::size_t i = 0; i < test.voltage_high.size(); ++i) {
+    const double angle = 2 * std::numbers::pi * static_cast<double>(i + 1) / kPerPeriod;
+    squares += std::pow(test.voltage_high[i] - std::sin(angle), 2);
+  }
+  EXPECT_NEAR(std::sqrt(squares / static_cast<double>(test.voltage_high.size())),
+              0.01 / std::numbers::sqrt2, 0.0003);
+  EXPECT_NE(test.voltage_high, test.voltage_low);
+  EXPECT_EQ(test.current_low, Samples(test.current_low.size(), 0.0));
+}
+
+TEST_F(SampleTest, EveryNumberOfSamplesFitsThePeriod) {
+  for (std::int32_t count = 16; count <= 512; count *= 2) {
+    settings_.samples_per_period = count;
+    EXPECT_EQ(sampled().voltage_high.size(), 4U * static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace
+}  // namespace virtual_instrument
