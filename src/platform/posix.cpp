@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -184,31 +185,37 @@ class MainThreadRest {
   bool resting_ = false;
 };
 
+// The settings of a terminal that has been changed. They are put back at the end of the process
+// too: a stop signal may end it while another thread waits for a key.
+std::atomic<bool> terminal_is_changed = false;
+int changed_terminal = -1;
+termios settings_before{};
+
+/// Keys behind the one that was waited for are thrown away, or a prompt would take them for answers.
+void put_terminal_back() {
+  if (terminal_is_changed.exchange(false)) {
+    tcsetattr(changed_terminal, TCSAFLUSH, &settings_before);
+  }
+}
+
 /// A terminal that hands over each key at once, without echo, until it is put back.
 class UnbufferedTerminal {
  public:
-  explicit UnbufferedTerminal(int descriptor) : descriptor_(descriptor) {
-    if (tcgetattr(descriptor_, &saved_) != 0) {
+  explicit UnbufferedTerminal(int descriptor) {
+    if (terminal_is_changed || tcgetattr(descriptor, &settings_before) != 0) {
       return;
     }
-    termios unbuffered = saved_;
+    [[maybe_unused]] static const int kRegistered = std::atexit(put_terminal_back);
+    termios unbuffered = settings_before;
     unbuffered.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
     unbuffered.c_cc[VMIN] = 1;
     unbuffered.c_cc[VTIME] = 0;
-    changed_ = tcsetattr(descriptor_, TCSANOW, &unbuffered) == 0;
+    changed_terminal = descriptor;
+    terminal_is_changed = tcsetattr(descriptor, TCSANOW, &unbuffered) == 0;
   }
-  ~UnbufferedTerminal() {
-    if (changed_) {
-      tcsetattr(descriptor_, TCSANOW, &saved_);
-    }
-  }
+  ~UnbufferedTerminal() { put_terminal_back(); }
   UnbufferedTerminal(const UnbufferedTerminal&) = delete;
   UnbufferedTerminal& operator=(const UnbufferedTerminal&) = delete;
-
- private:
-  int descriptor_;
-  termios saved_{};
-  bool changed_ = false;
 };
 
 /// Takes one byte; false on an error, true at the end of input too.
