@@ -10,3 +10,6 @@ void set_environment(const std::string& name, const std::string& value);
 /// In the child process of a death test: makes `text` and then its end the standard input, and
 /// leaves the terminal, so that nothing waits for a key of the person who runs the tests.
 void use_as_standard_input(const std::string& text);
+
+/// Has the operating system send the process a Ctrl-C.
+void raise_console_event();

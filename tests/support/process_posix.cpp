@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 
@@ -26,3 +27,5 @@ void use_as_standard_input(const std::string& text) {
   close(ends[0]);
   close(ends[1]);
 }
+
+void raise_console_event() { kill(getpid(), SIGINT); }
