@@ -1,0 +1,90 @@
+#include "virtual_instrument/model/equivalent_circuit.h"
+
+#include <gtest/gtest.h>
+
+#include <numbers>
+#include <stdexcept>
+
+namespace virtual_instrument {
+namespace {
+
+constexpr double kPermille = 1e-3;
+
+void expect_near_share(double value, double expected, double share) {
+  EXPECT_NEAR(value, expected, expected * share);
+}
+
+struct TestedUnit {
+  UnitPlate plate;
+  CircuitTest open_circuit;
+  CircuitTest short_circuit;
+  double ratio() const { return plate.high_voltage / plate.low_voltage; }
+};
+
+const TestedUnit kUnit20kva = {{{KVR_WINDING_1P, KVR_WINDING_1P, 0}, 8000, 240, 20, 60, 0, 0, 0.5},
+                               {kHighSide, 8000, 0.214, 400},
+                               {kHighSide, 489, 2.5, 240}};
+
+const TestedUnit kUnit50kva = {{{KVR_WINDING_1P, KVR_WINDING_1P, 0}, 2400, 120, 50, 60, 0, 0, 0.5},
+                               {kLowSide, 120, 9.65, 396},
+                               {kHighSide, 92, 20.8, 810}};
+
+const TestedUnit kUnitDyn11 = {
+    {{KVR_WINDING_D, KVR_WINDING_YN, 11}, 11000, 433, 500, 50, 1, 0.1, 0.6},
+    {kLowSide, 433, 12, 1000},
+    {kHighSide, 495, 26.243, 5500}};
+
+TEST(EquivalentCircuit, FollowsFromTestsOnTheHighSide) {
+  const EquivalentCircuit circuit =
+      equivalent_circuit(kUnit20kva.open_circuit, kUnit20kva.short_circuit, kUnit20kva.ratio());
+  expect_near_share(circuit.core_resistance, 160e3, kPermille);
+  expect_near_share(circuit.magnetizing_reactance, 38.45e3, kPermille);
+  expect_near_share(circuit.series_resistance, 38.4, kPermille);
+  expect_near_share(circuit.series_reactance, 191.8, kPermille);
+}
+
+TEST(EquivalentCircuit, IsSeenFromTheHighSideWhereTheLowSideWasTested) {
+  const EquivalentCircuit circuit =
+      equivalent_circuit(kUnit50kva.open_circuit, kUnit50kva.short_circuit, kUnit50kva.ratio());
+  expect_near_share(circuit.core_resistance, 14.55e3, kPermille);
+  expect_near_share(circuit.magnetizing_reactance, 5.29e3, kPermille);
+  expect_near_share(circuit.series_resistance, 1.872, kPermille);
+  expect_near_share(circuit.series_reactance, 4.007, kPermille);
+}
+
+TEST(EquivalentCircuit, RefusesMorePowerThanVoltageAndCurrentMake) {
+  EXPECT_THROW(equivalent_circuit({kHighSide, 100, 1, 101}, {kHighSide, 10, 1, 5}, 1),
+               std::invalid_argument);
+  EXPECT_THROW(equivalent_circuit({kHighSide, 100, 1, 10}, {kHighSide, 10, 1, 0}, 1),
+               std::invalid_argument);
+}
+
+class UnitFromTests : public testing::TestWithParam<TestedUnit> {};
+
+TEST_P(UnitFromTests, ReadsTheTestsThatItWasMadeFrom) {
+  const TestedUnit& tested = GetParam();
+  const TransformerUnit unit =
+      unit_from_tests(tested.plate, tested.open_circuit, tested.short_circuit);
+  const CircuitTest open = open_circuit_test(unit, tested.open_circuit.side,
+                                             tested.open_circuit.voltage, tested.plate.frequency);
+  expect_near_share(open.current, tested.open_circuit.current, kPermille);
+  expect_near_share(open.power, tested.open_circuit.power, kPermille);
+  const CircuitTest shorted = short_circuit_test(
+      unit, tested.short_circuit.side, tested.short_circuit.current, tested.plate.frequency);
+  expect_near_share(shorted.current, tested.short_circuit.current, kPermille);
+  expect_near_share(shorted.voltage, tested.short_circuit.voltage, kPermille);
+  expect_near_share(shorted.power, tested.short_circuit.power, kPermille);
+}
+
+INSTANTIATE_TEST_SUITE_P(Units, UnitFromTests, testing::Values(kUnit20kva, kUnit50kva, kUnitDyn11));
+
+TEST(UnitFromTests, LeavesTheTestsOfTheOtherSideToTheCircuit) {
+  const TransformerUnit unit =
+      unit_from_tests(kUnit50kva.plate, kUnit50kva.open_circuit, kUnit50kva.short_circuit);
+  const CircuitTest open = open_circuit_test(unit, kHighSide, 2400, 60);
+  expect_near_share(open.current, 9.65 / 20, kPermille);
+  expect_near_share(open.power, 396, kPermille);
+}
+
+}  // namespace
+}  // namespace virtual_instrument

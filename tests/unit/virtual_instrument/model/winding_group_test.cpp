@@ -1,0 +1,165 @@
+#include "virtual_instrument/model/winding_group.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace virtual_instrument {
+namespace {
+
+const std::array<Complex, 3> kBalanced = {1, unit_phasor(-1.0 / 3), unit_phasor(1.0 / 3)};
+
+WindingGroup group(kvr_WindingType high, kvr_WindingType low, int clock) {
+  return {high, low, clock};
+}
+
+TEST(WindingGroup, EachPairOfWindingsHasSixClocks) {
+  const std::vector<WindingGroup> groups = three_phase_groups();
+  EXPECT_EQ(groups.size(), 25U * 6U);
+  std::set<std::string> names;
+  for (const WindingGroup& each : groups) {
+    EXPECT_TRUE(exists(each)) << group_name(each);
+    names.insert(group_name(each));
+  }
+  EXPECT_EQ(names.size(), groups.size());
+  for (const char* name : {"Dyn11", "Dyn1", "Yd1", "YNd11", "Dd0", "Yyn0", "YNyn6", "Dz0", "Yzn11",
+                           "ZNyn11", "Zd6", "Zzn4"}) {
+    EXPECT_TRUE(names.contains(name)) << name;
+  }
+}
+
+TEST(WindingGroup, OddAndEvenClocksDoNotMix) {
+  EXPECT_FALSE(exists(group(KVR_WINDING_D, KVR_WINDING_Y, 0)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_D, KVR_WINDING_D, 1)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_YN, KVR_WINDING_ZN, 6)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_Z, KVR_WINDING_D, 11)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_Y, KVR_WINDING_Y, 12)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_Y, KVR_WINDING_Y, -2)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_Y, KVR_WINDING_1P, 0)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_UNDEFINED, KVR_WINDING_UNDEFINED, 0)));
+}
+
+TEST(WindingGroup, SinglePhaseWindingsAreAlikeOrOpposite) {
+  EXPECT_TRUE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 0)));
+  EXPECT_TRUE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 6)));
+  EXPECT_FALSE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 3)));
+  EXPECT_EQ(winding_legs(group(KVR_WINDING_1P, KVR_WINDING_1P, 6))[kLowSide].front().turns[0], -1);
+}
+
+TEST(WindingGroup, TheLowSideLagsByTheClock) {
+  for (const WindingGroup& each : three_phase_groups()) {
+    const auto legs = winding_legs(each);
+    ASSERT_EQ(legs[kLowSide].size(), 3U) << group_name(each);
+    const auto high = line_phasors(legs[kHighSide], kBalanced);
+    const auto low = line_phasors(legs[kLowSide], kBalanced);
+    for (std::size_t line = 0; line < 3; ++line) {
+      const double lag = degrees(angle(high[line] * std::conj(low[line])));
+      EXPECT_NEAR(std::remainder(lag - 30 * each.clock, 360), 0, 1e-9)
+          << group_name(each) << " line " << line;
+    }
+  }
+}
+
+TEST(WindingGroup, LineVoltageOfAWinding) {
+  EXPECT_NEAR(line_voltage_factor(KVR_WINDING_D), 1, 1e-12);
+  EXPECT_NEAR(line_voltage_factor(KVR_WINDING_Y), std::sqrt(3.0), 1e-12);
+  EXPECT_NEAR(line_voltage_factor(KVR_WINDING_YN), std::sqrt(3.0), 1e-12);
+  EXPECT_NEAR(line_voltage_factor(KVR_WINDING_Z), 1.5, 1e-12);
+  EXPECT_NEAR(line_voltage_factor(KVR_WINDING_ZN), 1.5, 1e-12);
+  EXPECT_EQ(line_voltage_factor(KVR_WINDING_1P), 1);
+}
+
+TEST(WindingGroup, TurnsRatioOfLineVoltages) {
+  EXPECT_NEAR(11000.0 / 433 * turns_factor(group(KVR_WINDING_D, KVR_WINDING_YN, 11)), 44.0013,
+              0.00005);
+  EXPECT_NEAR(turns_factor(group(KVR_WINDING_Y, KVR_WINDING_D, 1)), 1 / std::sqrt(3.0), 1e-12);
+  EXPECT_NEAR(turns_factor(group(KVR_WINDING_D, KVR_WINDING_ZN, 0)), 1.5, 1e-12);
+  EXPECT_NEAR(turns_factor(group(KVR_WINDING_Y, KVR_WINDING_ZN, 5)), std::sqrt(3.0) / 2, 1e-12);
+  EXPECT_NEAR(turns_factor(group(KVR_WINDING_ZN, KVR_WINDING_D, 6)), 1 / 1.5, 1e-12);
+  EXPECT_NEAR(turns_factor(group(KVR_WINDING_YN, KVR_WINDING_YN, 0)), 1, 1e-12);
+}
+
+/// Voltage between two terminals for given limb voltages, from the legs themselves.
+double between(const std::vector<Leg>& legs, TerminalPair pair,
+               const std::array<double, 3>& limbs) {
+  const auto turns = turns_between(legs, pair);
+  return turns ? (*turns)[0] * limbs[0] + (*turns)[1] * limbs[1] + (*turns)[2] * limbs[2] : 0;
+}
+
+TEST(WindingGroup, APhaseIsTestedFreeOfWhereTheFluxReturns) {
+  for (const WindingGroup& each : three_phase_groups()) {
+    const auto legs = winding_legs(each);
+    const auto phases = phase_connections(each);
+    ASSERT_EQ(phases.size(), 3U);
+    for (const PhaseConnection& phase : phases) {
+      int fluxes = 0;
+      for (int b = -4; b <= 4; ++b) {
+        for (int a = -4; a <= 4; ++a) {
+          const std::array<double, 3> limbs = {1.0 * a, 1.0 * b, -1.0 * (a + b)};
+          const bool allowed =
+              !phase.shorted || between(legs[static_cast<std::size_t>(phase.shorted_side)],
+                                        *phase.shorted, limbs) == 0;
+          if (allowed) {
+            const double high = between(legs[kHighSide], phase.high, limbs);
+            const double low = between(legs[kLowSide], phase.low, limbs);
+            EXPECT_NEAR(high, phase.ratio * low, 1e-9) << group_name(each);
+            fluxes += std::abs(low) > 0.1 ? 1 : 0;
+          }
+        }
+      }
+      EXPECT_GE(fluxes, 2) << group_name(each);
+    }
+  }
+}
+
+struct NamedPairs {
+  WindingGroup group;
+  const char* high;
+  const char* low;
+  const char* shorted;
+};
+
+class PhaseA : public testing::TestWithParam<NamedPairs> {};
+
+TEST_P(PhaseA, IsTestedBetweenItsTerminals) {
+  const PhaseConnection phase = phase_connections(GetParam().group).front();
+  EXPECT_EQ(pair_name(kHighSide, phase.high), GetParam().high);
+  EXPECT_EQ(pair_name(kLowSide, phase.low), GetParam().low);
+  EXPECT_EQ(phase.shorted ? pair_name(phase.shorted_side, *phase.shorted) : "", GetParam().shorted);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Groups, PhaseA,
+    testing::Values(NamedPairs{{KVR_WINDING_D, KVR_WINDING_D, 0}, "H1-H3", "X1-X3", ""},
+                    NamedPairs{{KVR_WINDING_D, KVR_WINDING_YN, 1}, "H1-H3", "X1-X0", ""},
+                    NamedPairs{{KVR_WINDING_D, KVR_WINDING_YN, 5}, "H1-H3", "X3-X0", ""},
+                    NamedPairs{{KVR_WINDING_D, KVR_WINDING_YN, 11}, "H1-H3", "X0-X3", ""},
+                    NamedPairs{{KVR_WINDING_YN, KVR_WINDING_D, 1}, "H1-H0", "X1-X2", ""},
+                    NamedPairs{{KVR_WINDING_YN, KVR_WINDING_D, 11}, "H1-H0", "X1-X3", ""},
+                    NamedPairs{{KVR_WINDING_YN, KVR_WINDING_YN, 0}, "H1-H0", "X1-X0", ""},
+                    NamedPairs{{KVR_WINDING_YN, KVR_WINDING_YN, 6}, "H1-H0", "X0-X1", ""},
+                    NamedPairs{{KVR_WINDING_Y, KVR_WINDING_Y, 0}, "H1-H3", "X1-X3", ""},
+                    NamedPairs{{KVR_WINDING_Y, KVR_WINDING_D, 11}, "H1-H3", "X1-X3", "X3-X2"},
+                    NamedPairs{{KVR_WINDING_D, KVR_WINDING_Z, 0}, "H1-H3", "X1-X3", ""},
+                    NamedPairs{{KVR_WINDING_1P, KVR_WINDING_1P, 6}, "H1-H2", "X2-X1", ""}));
+
+TEST(WindingGroup, NamesItsPairs) {
+  EXPECT_EQ(pair_name(kHighSide, {1, 3}), "H1-H3");
+  EXPECT_EQ(pair_name(kLowSide, {0, 2}), "X0-X2");
+  EXPECT_EQ(group_name(group(KVR_WINDING_ZN, KVR_WINDING_YN, 11)), "ZNyn11");
+  EXPECT_EQ(group_name(group(KVR_WINDING_1P, KVR_WINDING_1P, 0)), "1Ph0");
+}
+
+TEST(WindingGroup, TurnsBetweenTerminalsThatNoLegJoins) {
+  const auto legs = winding_legs(group(KVR_WINDING_D, KVR_WINDING_YN, 11));
+  EXPECT_EQ(turns_between(legs[kHighSide], {1, 0}), std::nullopt);
+  EXPECT_EQ(turns_between({}, {1, 2}), std::nullopt);
+  EXPECT_NE(turns_between(legs[kHighSide], {3, 1}), std::nullopt);
+}
+
+}  // namespace
+}  // namespace virtual_instrument

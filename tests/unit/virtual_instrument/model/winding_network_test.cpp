@@ -1,0 +1,247 @@
+#include "virtual_instrument/model/winding_network.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <vector>
+
+#include "virtual_instrument/model/equivalent_circuit.h"
+
+namespace virtual_instrument {
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kOmega = 2 * std::numbers::pi * 60;
+
+/// Rated 8000/240 V: 15 + j120 ohm, 0.02 + j0.15 ohm, a core of 200 kohm beside j30 kohm.
+TransformerUnit t_circuit_unit() {
+  TransformerUnit unit{};
+  unit.group = {KVR_WINDING_1P, KVR_WINDING_1P, 0};
+  unit.rated_voltage = {8000, 240};
+  unit.kva = 20;
+  unit.frequency = 60;
+  unit.reference_temperature = unit.temperature = 20;
+  unit.taps = {KVR_TAP_CHANGER_NONE, 1, 1, 1, 1, 0, 0};
+  unit.windings = {LimbWinding{15, 120 / kOmega, 0}, LimbWinding{0.02, 0.15 / kOmega, 0}};
+  const double inductance = 30e3 / kOmega;
+  unit.core = {1, {1 / 200e3, inductance, 0, 1, kInfinity, 1, inductance, 0}, 0, {}, 0, 0, 60};
+  return unit;
+}
+
+/// A unit of three limbs and one winding each side, all terminals within reach.
+TransformerUnit three_limb_unit(double yoke_ratio) {
+  TransformerUnit unit = t_circuit_unit();
+  unit.group = {KVR_WINDING_YN, KVR_WINDING_YN, 0};
+  unit.windings = {LimbWinding{1e-6, 1e-9, 0}, LimbWinding{1e-6, 1e-9, 0}};
+  unit.core.limbs = 3;
+  unit.core.yoke_ratio = yoke_ratio;
+  return unit;
+}
+
+double fundamental_rms(const Spectrum& spectrum) { return magnitude(spectrum[1]) / std::sqrt(2.0); }
+
+double rms(const std::vector<double>& values) {
+  double sum = 0;
+  for (const double value : values) {
+    sum += value * value;
+  }
+  return std::sqrt(sum / static_cast<double>(values.size()));
+}
+
+Spectrum pair_voltage(const PeriodicState& state, int side, TerminalPair pair) {
+  return difference(state.node_voltage[static_cast<std::size_t>(terminal_node(side, pair.plus))],
+                    state.node_voltage[static_cast<std::size_t>(terminal_node(side, pair.minus))]);
+}
+
+PeriodicState excite(const TransformerUnit& unit, int side, TerminalPair pair, double voltage) {
+  return solve_network(unit_network(unit, 1e12),
+                       {{terminal_node(side, pair.plus), voltage * std::numbers::sqrt2},
+                        {terminal_node(side, pair.minus), 0}},
+                       unit.frequency);
+}
+
+TEST(WindingNetwork, TheCircuitOfASinglePhaseUnitReadsItsTextbookError) {
+  const PeriodicState state = excite(t_circuit_unit(), kHighSide, {1, 2}, 8000);
+  const Spectrum high = pair_voltage(state, kHighSide, {1, 2});
+  const Spectrum low = pair_voltage(state, kLowSide, {1, 2});
+  const Complex ratio = quotient(high[1], low[1]) / (8000.0 / 240);
+  EXPECT_NEAR((magnitude(ratio) - 1) * 100, 0.4075, 0.01);
+  EXPECT_NEAR(degrees(angle(ratio)), 0.0057, 0.001);
+  EXPECT_NEAR(fundamental_rms(state.drive_current[0]), 0.26856, 0.0001 * 0.26856);
+  const PeriodicState reduced = excite(t_circuit_unit(), kHighSide, {1, 2}, 100);
+  EXPECT_NEAR(fundamental_rms(reduced.drive_current[0]), 3.357e-3, 0.001 * 3.357e-3);
+}
+
+TEST(WindingNetwork, TheSourcesGiveWhatTheResistancesTake) {
+  TransformerUnit unit = t_circuit_unit();
+  const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8000);
+  const double power =
+      drive_power(state, 0, {terminal_node(kHighSide, 1), 8000 * std::numbers::sqrt2});
+  const double current = fundamental_rms(state.drive_current[0]);
+  const double induced = magnitude(state.flux[0][1]) * kOmega / std::sqrt(2.0);
+  EXPECT_NEAR(power, current * current * 15 + induced * induced / 200e3, power * 1e-5);
+}
+
+struct Balance {
+  int limb;
+  std::array<double, 3> volts;
+};
+
+TEST(WindingNetwork, EqualYokesAndLimbsShareFluxByTheirLengths) {
+  const TransformerUnit unit = three_limb_unit(1);
+  const Balance balances[] = {{0, {84, -56, -28}}, {1, {-42, 84, -42}}, {2, {-28, -56, 84}}};
+  for (const Balance& balance : balances) {
+    const PeriodicState state = excite(unit, kHighSide, {balance.limb + 1, 0}, 84);
+    for (int limb = 0; limb < 3; ++limb) {
+      const Complex volts = pair_voltage(state, kHighSide, {limb + 1, 0})[1] / std::sqrt(2.0);
+      EXPECT_NEAR(volts.real(), balance.volts[static_cast<std::size_t>(limb)], 0.084);
+      EXPECT_NEAR(volts.imag(), 0, 0.084);
+    }
+  }
+}
+
+TEST(WindingNetwork, TheMiddleLimbDrawsLessThanAnOuterOne) {
+  const TransformerUnit unit = three_limb_unit(1);
+  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).drive_current[0]);
+  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).drive_current[0]);
+  const double other = fundamental_rms(excite(unit, kHighSide, {3, 0}, 84).drive_current[0]);
+  EXPECT_NEAR(middle / outer, 0.75, 0.00075);
+  EXPECT_NEAR(other / outer, 1, 1e-6);
+}
+
+TEST(WindingNetwork, WithoutYokesAllLimbsAreAlike) {
+  const TransformerUnit unit = three_limb_unit(0);
+  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).drive_current[0]);
+  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).drive_current[0]);
+  EXPECT_NEAR(middle / outer, 1, 1e-5);
+}
+
+TransformerUnit saturating_unit() {
+  TransformerUnit unit = t_circuit_unit();
+  unit.core.limb.knee_flux = 1.1 * rated_flux(unit);
+  unit.core.limb.knee_width = 0.1 * rated_flux(unit);
+  unit.core.limb.saturated_inductance = unit.core.limb.inductance / 100;
+  unit.core.limb.low_flux = 0.02 * rated_flux(unit);
+  unit.core.remanence_excess = 1;
+  return unit;
+}
+
+/// What the circuit's own equation leaves over, step by step, as a share of the largest current.
+double worst_imbalance(const TransformerUnit& unit, const PeriodicState& state) {
+  const auto current = waveform(state.drive_current[0], 512);
+  const auto flux = waveform(state.flux[0], 512);
+  Spectrum induced{};
+  for (std::size_t h = 1; h < induced.size(); ++h) {
+    induced[h] = Complex(0, static_cast<double>(h) * kOmega) * state.flux[0][h];
+  }
+  const auto voltage = waveform(induced, 512);
+  double worst = 0;
+  double largest = 0;
+  for (std::size_t step = 0; step < current.size(); ++step) {
+    const double taken = magnetizing_force(unit.core, 0, flux[step]) +
+                         loss_conductance(unit.core, unit.frequency) * voltage[step];
+    worst = std::max(worst, std::abs(taken - current[step]));
+    largest = std::max(largest, std::abs(current[step]));
+  }
+  return worst / largest;
+}
+
+TEST(WindingNetwork, CurrentFollowsTheCurveOfTheCoreInSaturation) {
+  const TransformerUnit unit = saturating_unit();
+  const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8800);
+  // The curve has harmonics beyond those that are solved for.
+  EXPECT_LT(worst_imbalance(unit, state), 0.03);
+  EXPECT_GT(magnitude(state.drive_current[0][3]), 0.2 * magnitude(state.drive_current[0][1]));
+  EXPECT_EQ(state.drive_current[0][2], Complex{});
+}
+
+TEST(WindingNetwork, CurrentRisesAndRatioErrorGrowsInSaturation) {
+  const TransformerUnit unit = saturating_unit();
+  double last_current = 0;
+  double last_error = 0;
+  for (const double voltage : {8000.0, 8800.0, 9600.0, 12000.0}) {
+    const PeriodicState state = excite(unit, kHighSide, {1, 2}, voltage);
+    const double current = rms(waveform(state.drive_current[0], 256)) / voltage;
+    const double error = magnitude(quotient(pair_voltage(state, kHighSide, {1, 2})[1],
+                                            pair_voltage(state, kLowSide, {1, 2})[1])) /
+                             (8000.0 / 240) -
+                         1;
+    EXPECT_GT(current, last_current) << voltage;
+    EXPECT_GT(error, last_error) << voltage;
+    last_current = current;
+    last_error = error;
+  }
+}
+
+TEST(WindingNetwork, ResidualFluxMakesTheCurrentLopsidedButGivesItNoMean) {
+  TransformerUnit unit = saturating_unit();
+  unit.core.residual_flux[0] = 0.8 * rated_flux(unit);
+  const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8000);
+  EXPECT_GT(magnitude(state.drive_current[0][2]), 1e-3 * magnitude(state.drive_current[0][1]));
+  EXPECT_EQ(state.drive_current[0][0], Complex{});
+  double mean_force = 0;
+  for (const double flux : waveform(state.flux[0], 128)) {
+    mean_force += magnetizing_force(unit.core, 0, flux) / 128;
+  }
+  EXPECT_NEAR(mean_force, 0, 1e-6 * magnitude(state.drive_current[0][1]));
+}
+
+TEST(WindingNetwork, ExcitationThatFadesOutTakesResidualFluxBack) {
+  TransformerUnit unit = saturating_unit();
+  const double knee = unit.core.limb.knee_flux;
+  unit.core.residual_flux = {0.8, -0.4, 0.2};
+  const auto after = residual_flux_after(unit.core, {knee / 2, knee / 4, 2 * knee});
+  EXPECT_DOUBLE_EQ(after[0], 0.4);
+  EXPECT_DOUBLE_EQ(after[1], -0.3);
+  EXPECT_EQ(after[2], 0);
+}
+
+TEST(WindingNetwork, ShortedTurnsDrawCurrent) {
+  TransformerUnit unit = t_circuit_unit();
+  const double sound = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).drive_current[0]);
+  unit.faults.shorted_turns = {{kHighSide, 0, 0.01, 0.01}};
+  const double faulty = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).drive_current[0]);
+  EXPECT_GT(faulty, 5 * sound);
+}
+
+TEST(WindingNetwork, ResistanceToDirectCurrentFollowsFromTheLegs) {
+  TransformerUnit unit = three_limb_unit(1);
+  unit.windings = {LimbWinding{3, 0, 0}, LimbWinding{0.006, 0, 0}};
+  const auto between = [&unit](int side, TerminalPair pair) {
+    return dc_resistance(unit_network(unit, 1e12), terminal_node(side, pair.plus),
+                         terminal_node(side, pair.minus));
+  };
+  EXPECT_NEAR(between(kHighSide, {1, 0}), 3, 1e-6);
+  EXPECT_NEAR(between(kHighSide, {1, 3}), 6, 1e-6);
+  unit.group = {KVR_WINDING_D, KVR_WINDING_YN, 11};
+  EXPECT_NEAR(between(kHighSide, {1, 3}), 2, 1e-6);
+  EXPECT_NEAR(between(kLowSide, {1, 2}), 0.012, 1e-8);
+}
+
+TEST(WindingNetwork, TheSameInputsGiveTheSameBits) {
+  TransformerUnit unit = saturating_unit();
+  unit.core.residual_flux[0] = 0.5 * rated_flux(unit);
+  const PeriodicState first = excite(unit, kHighSide, {1, 2}, 9000);
+  const PeriodicState second = excite(unit, kHighSide, {1, 2}, 9000);
+  EXPECT_EQ(first.drive_current, second.drive_current);
+  EXPECT_EQ(first.node_voltage, second.node_voltage);
+  EXPECT_EQ(first.flux, second.flux);
+}
+
+TEST(WindingNetwork, AWaveformIsTheSumOfItsHarmonics) {
+  Spectrum spectrum{};
+  spectrum[0] = 0.5;
+  spectrum[1] = Complex(0, -2);
+  spectrum[3] = 1;
+  const auto values = waveform(spectrum, 12);
+  for (int step = 0; step < 12; ++step) {
+    const double angle = 2 * std::numbers::pi * step / 12;
+    EXPECT_NEAR(values[static_cast<std::size_t>(step)],
+                0.5 + 2 * std::sin(angle) + std::cos(3 * angle), 1e-14);
+  }
+}
+
+}  // namespace
+}  // namespace virtual_instrument

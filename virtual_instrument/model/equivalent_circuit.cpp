@@ -1,0 +1,178 @@
+#include "virtual_instrument/model/equivalent_circuit.h"
+
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <numbers>
+#include <stdexcept>
+
+namespace virtual_instrument {
+namespace {
+
+/// Far above any winding, so that the meters of these tests take nothing that counts.
+constexpr double kMeterResistance = 1e9;
+
+/// Far below any winding.
+constexpr double kJumperResistance = 1e-6;
+
+std::size_t index(int number) { return static_cast<std::size_t>(number); }
+
+double reactive_power(const CircuitTest& test, double phases_root) {
+  const double apparent = phases_root * test.voltage * test.current;
+  if (!(test.power > 0) || test.power > apparent) {
+    throw std::invalid_argument("a test took more power than its voltage and current make");
+  }
+  return std::sqrt(apparent * apparent - test.power * test.power);
+}
+
+double phases_root(kvr_WindingType type) { return is_three_phase(type) ? std::sqrt(3.0) : 1; }
+
+double rms_of_spectrum(const Spectrum& spectrum) {
+  double sum = 0;
+  for (std::size_t harmonic = 1; harmonic < spectrum.size(); ++harmonic) {
+    sum += std::norm(spectrum[harmonic]) / 2;
+  }
+  return std::sqrt(sum);
+}
+
+void join_lines(Network& network, const TransformerUnit& unit, int side) {
+  const int lines = is_three_phase(unit.group.high) ? 3 : 2;
+  for (int terminal = 1; terminal < lines; ++terminal) {
+    Branch jumper{};
+    jumper.from = terminal_node(side, terminal);
+    jumper.to = terminal_node(side, terminal + 1);
+    jumper.resistance = kJumperResistance;
+    network.branches.push_back(jumper);
+  }
+}
+
+CircuitTest read(const TransformerUnit& unit, const Network& network, int side, double voltage,
+                 double frequency) {
+  const std::vector<Drive> drives = balanced_drives(unit, side, voltage);
+  const PeriodicState state = solve_network(network, drives, frequency);
+  CircuitTest test{side, voltage, 0, 0};
+  const std::size_t lines = is_three_phase(unit.group.high) ? 3 : 1;
+  for (std::size_t line = 0; line < lines; ++line) {
+    test.current += rms_of_spectrum(state.drive_current[line]) / static_cast<double>(lines);
+    test.power += drive_power(state, line, drives[line]);
+  }
+  return test;
+}
+
+TransformerUnit first_guess(const UnitPlate& plate, const CircuitTest& open_circuit,
+                            const CircuitTest& short_circuit) {
+  TransformerUnit unit{};
+  unit.group = plate.group;
+  unit.rated_voltage = {plate.high_voltage, plate.low_voltage};
+  unit.kva = plate.kva;
+  unit.frequency = plate.frequency;
+  unit.reference_temperature = 20;
+  unit.temperature = 20;
+  unit.taps = {KVR_TAP_CHANGER_NONE, 1, 1, 1, 1, 0, 0};
+  const bool three_phase = is_three_phase(plate.group.high);
+  const double omega = 2 * std::numbers::pi * plate.frequency;
+  const double ratio = plate.high_voltage / plate.low_voltage;
+
+  Core& core = unit.core;
+  core.limbs = three_phase ? 3 : 1;
+  core.yoke_ratio = plate.yoke_ratio;
+  core.hysteresis_share = plate.hysteresis_share;
+  core.reference_frequency = plate.frequency;
+  const double open_voltage = open_circuit.voltage * (open_circuit.side == kHighSide ? 1 : ratio) /
+                              line_voltage_factor(plate.group.high);
+  const double limbs = three_phase ? 3 + 2 * plate.yoke_ratio : 1;
+  const double limb_square = limbs * open_voltage * open_voltage;
+  core.limb.core_conductance = open_circuit.power / limb_square;
+  core.limb.inductance =
+      limb_square / (omega * reactive_power(open_circuit, phases_root(plate.group.high)));
+  core.limb.low_flux = rated_flux(unit);
+  core.limb.knee_flux = std::numeric_limits<double>::infinity();
+  core.limb.knee_width = core.limb.low_flux;
+  core.limb.saturated_inductance = core.limb.inductance;
+
+  const double current = short_circuit.current * (short_circuit.side == kHighSide ? 1 : 1 / ratio);
+  const double branches = three_phase ? 3 : 1;
+  const double leg_current = plate.group.high == KVR_WINDING_D ? current / std::sqrt(3.0) : current;
+  const double square = branches * leg_current * leg_current;
+  const double turns = rated_turns_ratio(unit);
+  const double reactance =
+      reactive_power(short_circuit, phases_root(plate.group.high)) / square / 2;
+  const double resistance = short_circuit.power / square / 2 / (1 + plate.stray_share);
+  unit.windings[kHighSide] = {resistance, reactance / omega, plate.stray_share};
+  unit.windings[kLowSide] = {resistance / (turns * turns), reactance / omega / (turns * turns),
+                             plate.stray_share};
+  return unit;
+}
+
+}  // namespace
+
+EquivalentCircuit equivalent_circuit(const CircuitTest& open_circuit,
+                                     const CircuitTest& short_circuit, double ratio) {
+  const double open_square = open_circuit.voltage * open_circuit.voltage *
+                             (open_circuit.side == kHighSide ? 1 : ratio * ratio);
+  const double short_square = short_circuit.current * short_circuit.current /
+                              (short_circuit.side == kHighSide ? 1 : ratio * ratio);
+  return {open_square / open_circuit.power, open_square / reactive_power(open_circuit, 1),
+          short_circuit.power / short_square, reactive_power(short_circuit, 1) / short_square};
+}
+
+TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_circuit,
+                                const CircuitTest& short_circuit) {
+  TransformerUnit unit = first_guess(plate, open_circuit, short_circuit);
+  const double root = phases_root(plate.group.high);
+  // Each test also reads a little of what the other one is for, so that the parts are trimmed until
+  // the tests read right.
+  for (int round = 0; round < 12; ++round) {
+    const CircuitTest open =
+        open_circuit_test(unit, open_circuit.side, open_circuit.voltage, plate.frequency);
+    unit.core.limb.core_conductance *= open_circuit.power / open.power;
+    unit.core.limb.inductance *= reactive_power(open, root) / reactive_power(open_circuit, root);
+    const CircuitTest shorted =
+        short_circuit_test(unit, short_circuit.side, short_circuit.current, plate.frequency);
+    for (LimbWinding& winding : unit.windings) {
+      winding.resistance *= short_circuit.power / shorted.power;
+      winding.leakage_inductance *=
+          reactive_power(short_circuit, root) / reactive_power(shorted, root);
+    }
+  }
+  unit.core.limb.saturated_inductance = unit.core.limb.inductance;
+  return unit;
+}
+
+std::vector<Drive> balanced_drives(const TransformerUnit& unit, int side, double line_voltage) {
+  const double peak = line_voltage * std::numbers::sqrt2;
+  if (!is_three_phase(unit.group.high)) {
+    return {{terminal_node(side, 1), peak}, {terminal_node(side, 2), 0}};
+  }
+  std::vector<Drive> drives;
+  for (int terminal = 1; terminal <= 3; ++terminal) {
+    drives.push_back(
+        {terminal_node(side, terminal), peak / std::sqrt(3.0) * unit_phasor((1 - terminal) / 3.0)});
+  }
+  return drives;
+}
+
+double drive_power(const PeriodicState& state, std::size_t drive, const Drive& source) {
+  return (source.voltage * std::conj(state.drive_current[drive][1])).real() / 2;
+}
+
+CircuitTest open_circuit_test(const TransformerUnit& unit, int side, double voltage,
+                              double frequency) {
+  return read(unit, unit_network(unit, kMeterResistance), side, voltage, frequency);
+}
+
+CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double current,
+                               double frequency) {
+  Network network = unit_network(unit, kMeterResistance);
+  join_lines(network, unit, 1 - side);
+  // The flux in the core is small and the circuit as good as linear; the last reading is exact.
+  double voltage = 0.05 * unit.rated_voltage[index(side)];
+  CircuitTest test = read(unit, network, side, voltage, frequency);
+  for (int round = 0; round < 3; ++round) {
+    voltage *= current / test.current;
+    test = read(unit, network, side, voltage, frequency);
+  }
+  return test;
+}
+
+}  // namespace virtual_instrument

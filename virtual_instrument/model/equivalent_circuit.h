@@ -1,0 +1,64 @@
+#pragma once
+
+#include "virtual_instrument/model/transformer_unit.h"
+
+// From the figures of an open-circuit and a short-circuit test to a circuit, and back.
+
+namespace virtual_instrument {
+
+/// What such a test reads: line voltage and line current (their means in a three-phase unit) and
+/// the power that the unit takes.
+struct CircuitTest {
+  int side;        ///< the excited side
+  double voltage;  ///< V, r.m.s.
+  double current;  ///< A, r.m.s.
+  double power;    ///< W
+};
+
+/// A single-phase transformer, or one phase: a core in parallel, windings in series. In ohm, seen
+/// from the high side.
+struct EquivalentCircuit {
+  double core_resistance;
+  double magnetizing_reactance;
+  double series_resistance;
+  double series_reactance;
+};
+
+/// The circuit that explains each test by the part that dominates it, of a single-phase unit with
+/// this ratio of rated voltages. Throws std::invalid_argument if a test took more power than its
+/// voltage and current make.
+EquivalentCircuit equivalent_circuit(const CircuitTest& open_circuit,
+                                     const CircuitTest& short_circuit, double ratio);
+
+/// What a nameplate and the shape of the core say of a unit.
+struct UnitPlate {
+  WindingGroup group;
+  double high_voltage;  ///< V
+  double low_voltage;   ///< V
+  double kva;
+  double frequency;         ///< Hz
+  double yoke_ratio;        ///< see Core
+  double stray_share;       ///< of the winding resistance, see LimbWinding
+  double hysteresis_share;  ///< of the core losses
+};
+
+/// A unit without saturation, faults and tap changer that reads these figures in these tests, its
+/// series impedance halved between the sides. The tests are at rated frequency and 20 degrees C.
+TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_circuit,
+                                const CircuitTest& short_circuit);
+
+/// Excites one side with a (three-phase) voltage, the other side open.
+CircuitTest open_circuit_test(const TransformerUnit& unit, int side, double voltage,
+                              double frequency);
+
+/// Excites one side until `current` flows in its lines, all lines of the other side joined.
+CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double current,
+                               double frequency);
+
+/// The sources that put a (three-phase, positive sequence) line voltage on a side.
+std::vector<Drive> balanced_drives(const TransformerUnit& unit, int side, double line_voltage);
+
+/// Power out of a drive, in W.
+double drive_power(const PeriodicState& state, std::size_t drive, const Drive& source);
+
+}  // namespace virtual_instrument

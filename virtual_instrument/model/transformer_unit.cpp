@@ -1,0 +1,156 @@
+#include "virtual_instrument/model/transformer_unit.h"
+
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+
+namespace virtual_instrument {
+namespace {
+
+/// Copper's resistance would vanish at this temperature below zero, were it to fall on as it does
+/// above.
+constexpr double kCopperConstant = 234.5;
+
+/// What insulation lets through keeps the potential of a terminal without a lead settled.
+constexpr double kInsulationConductance = 1e-11;
+
+std::size_t index(int number) { return static_cast<std::size_t>(number); }
+
+double tap_factor(const TransformerUnit& unit) {
+  return 1 + (unit.taps.position - unit.taps.middle) * unit.taps.step / 100;
+}
+
+/// Turns of a limb winding in units of the high side's at the middle tap.
+double relative_turns(const TransformerUnit& unit, int side) {
+  return side == kHighSide ? tap_factor(unit)
+                           : 1 / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
+}
+
+int limb_of(const Leg& leg) {
+  for (int limb = 0; limb < 3; ++limb) {
+    if (leg.turns[index(limb)] != 0) {
+      return limb;
+    }
+  }
+  return 0;
+}
+
+Branch winding_branch(const TransformerUnit& unit, int side, double turns) {
+  const LimbWinding& winding = unit.windings[index(side)];
+  const double omega = 2 * std::numbers::pi * unit.frequency;
+  const double hot = copper_factor(unit.reference_temperature, unit.temperature);
+  Branch branch{};
+  branch.resistance = winding.resistance * hot * std::abs(turns);
+  // Eddy currents meet the same copper: the warmer it is, the less they take.
+  branch.eddy_resistance =
+      winding.resistance * winding.stray_share / (hot * omega * omega) * std::abs(turns);
+  branch.inductance = winding.leakage_inductance * turns * turns;
+  return branch;
+}
+
+/// Fraction of a limb winding's turns that lie outside its shorted ones.
+double sound_part(const TransformerUnit& unit, int side, int limb) {
+  double part = 1;
+  for (const ShortedTurns& fault : unit.faults.shorted_turns) {
+    part -= fault.side == side && fault.limb == limb ? fault.fraction : 0;
+  }
+  return part;
+}
+
+void add_legs(Network& network, const TransformerUnit& unit, int side,
+              const std::vector<Leg>& legs) {
+  for (const Leg& leg : legs) {
+    const double tap = side == kHighSide ? tap_factor(unit) : 1;
+    Branch branch = winding_branch(unit, side, tap * sound_part(unit, side, limb_of(leg)));
+    branch.from = terminal_node(side, leg.terminals.plus);
+    branch.to = terminal_node(side, leg.terminals.minus);
+    const bool reversed = unit.faults.reversed_leg[index(side)][index(limb_of(leg))];
+    for (int limb = 0; limb < 3; ++limb) {
+      branch.turns[index(limb)] = (reversed ? -1 : 1) * leg.turns[index(limb)] *
+                                  relative_turns(unit, side) * sound_part(unit, side, limb);
+    }
+    network.branches.push_back(branch);
+  }
+}
+
+void add_shorted_turns(Network& network, const TransformerUnit& unit, const ShortedTurns& fault) {
+  Branch branch = winding_branch(unit, fault.side, fault.fraction);
+  branch.resistance += fault.resistance;
+  branch.turns[index(fault.limb)] = fault.fraction * relative_turns(unit, fault.side);
+  network.branches.push_back(branch);
+}
+
+kvr_WindingType winding_type(const TransformerUnit& unit, int side) {
+  return side == kHighSide ? unit.group.high : unit.group.low;
+}
+
+}  // namespace
+
+double rated_turns_ratio(const TransformerUnit& unit) {
+  return unit.rated_voltage[kHighSide] / unit.rated_voltage[kLowSide] * turns_factor(unit.group);
+}
+
+double turns_ratio(const TransformerUnit& unit) {
+  return relative_turns(unit, kHighSide) / relative_turns(unit, kLowSide);
+}
+
+double rated_current(const TransformerUnit& unit, int side) {
+  const double phases = is_three_phase(unit.group.high) ? std::sqrt(3.0) : 1;
+  return unit.kva * 1000 / (phases * unit.rated_voltage[index(side)]);
+}
+
+double rated_flux(const TransformerUnit& unit) {
+  const double limb_voltage = unit.rated_voltage[kHighSide] / line_voltage_factor(unit.group.high);
+  return std::numbers::sqrt2 * limb_voltage / (2 * std::numbers::pi * unit.frequency);
+}
+
+double copper_factor(double from, double to) {
+  return (kCopperConstant + to) / (kCopperConstant + from);
+}
+
+bool lead_connected(const TransformerUnit& unit, int side, int terminal) {
+  const kvr_WindingType type = winding_type(unit, side);
+  const bool outside =
+      terminal == 0 ? has_neutral(type) : terminal <= (is_three_phase(type) ? 3 : 2);
+  return outside && !unit.faults.open_lead[index(side)][index(terminal)];
+}
+
+Network unit_network(const TransformerUnit& unit, double input_resistance) {
+  Network network{std::vector<double>(8, kInsulationConductance), {}, unit.core};
+  const auto legs = winding_legs(unit.group);
+  for (const int side : {kHighSide, kLowSide}) {
+    add_legs(network, unit, side, legs[index(side)]);
+    for (int terminal = 0; terminal < 4; ++terminal) {
+      if (lead_connected(unit, side, terminal)) {
+        network.node_conductance[index(terminal_node(side, terminal))] += 1 / input_resistance;
+      }
+    }
+  }
+  for (const ShortedTurns& fault : unit.faults.shorted_turns) {
+    add_shorted_turns(network, unit, fault);
+  }
+  return network;
+}
+
+kvr_TestSetup nameplate_setup(const TransformerUnit& unit) {
+  kvr_TestSetup setup{};
+  for (const int side : {kHighSide, kLowSide}) {
+    kvr_WindingSetup& winding = setup.windings[side];
+    winding.winding_type = winding_type(unit, side);
+    winding.voltage = static_cast<float>(unit.rated_voltage[index(side)]);
+    winding.current = static_cast<float>(rated_current(unit, side));
+    winding.tap_changer = KVR_TAP_CHANGER_NONE;
+    winding.winding_setting = 1;
+  }
+  setup.windings[kHighSide].tap_changer = unit.taps.type;
+  setup.windings[2].winding_setting = 1;
+  setup.connection_type = kConnectionHToX;
+  setup.connections[0].clock = unit.group.clock;
+  setup.connections[0].kva = static_cast<float>(unit.kva);
+  setup.line_frequency = static_cast<std::int32_t>(std::lround(unit.frequency));
+  setup.temperature_from = static_cast<float>(unit.temperature);
+  setup.temperature_to = 75;
+  return setup;
+}
+
+}  // namespace virtual_instrument

@@ -1,0 +1,349 @@
+#include "virtual_instrument/model/winding_group.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace virtual_instrument {
+namespace {
+
+using Turns = std::array<double, 3>;
+
+constexpr double kNearlyZero = 1e-9;
+
+std::size_t index(int number) { return static_cast<std::size_t>(number); }
+
+int next_limb(int limb) { return (limb + 1) % 3; }
+int previous_limb(int limb) { return (limb + 2) % 3; }
+
+struct WindingName {
+  kvr_WindingType type;
+  const char* high;
+  const char* low;
+};
+
+constexpr WindingName kWindingNames[] = {
+    {KVR_WINDING_D, "D", "d"}, {KVR_WINDING_Y, "Y", "y"},    {KVR_WINDING_YN, "YN", "yn"},
+    {KVR_WINDING_Z, "Z", "z"}, {KVR_WINDING_ZN, "ZN", "zn"}, {KVR_WINDING_1P, "1P", "h"},
+};
+
+/// How the limbs serve the terminals of a winding.
+struct Arrangement {
+  int rotation;     ///< limb that serves terminal 1
+  bool reversed;    ///< the ends of each limb winding exchanged
+  bool other_hand;  ///< delta and zigzag legs go to the next limb instead of the previous one
+};
+
+/// The leg that starts at terminal 1 + `phase`.
+Leg leg(kvr_WindingType type, int phase, const Arrangement& arrangement) {
+  const int neighbour = arrangement.other_hand ? next_limb(phase) : previous_limb(phase);
+  const int limb = (phase + arrangement.rotation) % 3;
+  const int neighbour_limb = (neighbour + arrangement.rotation) % 3;
+  Leg result{{phase + 1, 0}, {}};
+  if (type == KVR_WINDING_D) {
+    result.terminals.minus = neighbour + 1;
+    result.turns[index(limb)] = 1;
+  } else if (type == KVR_WINDING_Z || type == KVR_WINDING_ZN) {
+    result.turns[index(limb)] = 0.5;
+    result.turns[index(neighbour_limb)] = -0.5;
+  } else {
+    result.turns[index(limb)] = 1;
+  }
+  for (double& turns : result.turns) {
+    turns = arrangement.reversed ? -turns : turns;
+  }
+  return result;
+}
+
+std::vector<Leg> three_legs(kvr_WindingType type, const Arrangement& arrangement) {
+  return {leg(type, 0, arrangement), leg(type, 1, arrangement), leg(type, 2, arrangement)};
+}
+
+std::array<Complex, 3> balanced_phasors() {
+  return {1, unit_phasor(-1.0 / 3), unit_phasor(1.0 / 3)};
+}
+
+int clock_between(const std::vector<Leg>& high, const std::vector<Leg>& low) {
+  const Complex h = line_phasors(high, balanced_phasors())[0];
+  const Complex x = line_phasors(low, balanced_phasors())[0];
+  const int lag = static_cast<int>(std::lround(degrees(angle(h * std::conj(x))) / 30));
+  return (lag + 12) % 12;
+}
+
+bool is_star(kvr_WindingType type) { return type == KVR_WINDING_Y || type == KVR_WINDING_YN; }
+
+bool is_single_phase(kvr_WindingType type) {
+  return type == KVR_WINDING_1P || type == KVR_WINDING_CT || type == KVR_WINDING_PT;
+}
+
+double dot(const Turns& a, const Turns& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+Turns cross(const Turns& a, const Turns& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+/// The part of `turns` that sees flux: a flux that is the same in all limbs has no way back.
+Turns without_mean(const Turns& turns) {
+  const double mean = (turns[0] + turns[1] + turns[2]) / 3;
+  return {turns[0] - mean, turns[1] - mean, turns[2] - mean};
+}
+
+/// The ratio of the voltages of two windings, if it is the same for each flux that the core, and a
+/// shorted winding if there is one, allow.
+std::optional<double> fixed_ratio(const Turns& high, const Turns& low,
+                                  const std::optional<Turns>& shorted) {
+  if (shorted) {
+    const Turns flux = cross(*shorted, {1, 1, 1});
+    const double low_voltage = dot(low, flux);
+    const double high_voltage = dot(high, flux);
+    if (std::abs(low_voltage) < kNearlyZero || std::abs(high_voltage) < kNearlyZero) {
+      return std::nullopt;
+    }
+    return high_voltage / low_voltage;
+  }
+  const double low_square = dot(low, low);
+  if (low_square < kNearlyZero) {
+    return std::nullopt;
+  }
+  const double ratio = dot(high, low) / low_square;
+  for (std::size_t limb = 0; limb < 3; ++limb) {
+    if (std::abs(high[limb] - ratio * low[limb]) > kNearlyZero) {
+      return std::nullopt;
+    }
+  }
+  return ratio;
+}
+
+/// Pairs with the turns between them that see flux.
+struct WoundPair {
+  TerminalPair terminals;
+  Turns turns;
+};
+
+std::vector<WoundPair> wound_pairs(kvr_WindingType type, const std::vector<Leg>& legs) {
+  std::vector<WoundPair> pairs;
+  for (const TerminalPair& pair : terminal_pairs(type)) {
+    if (const auto turns = turns_between(legs, pair)) {
+      pairs.push_back({pair, without_mean(*turns)});
+    }
+  }
+  return pairs;
+}
+
+/// Pairs in the order in which a phase prefers them: its own before those of the other phases.
+std::vector<WoundPair> in_order_of(const std::vector<WoundPair>& pairs, std::size_t phase) {
+  std::vector<WoundPair> ordered;
+  for (std::size_t place = 0; place < pairs.size(); ++place) {
+    ordered.push_back(pairs.size() < 3 ? pairs[place] : pairs[place / 3 * 3 + (place + phase) % 3]);
+  }
+  return ordered;
+}
+
+/// How far a ratio is from 1, up or down.
+double strangeness(double ratio) { return std::max(ratio, 1 / ratio); }
+
+/// Takes `low` as the pair that goes with `high` if it suits better than the best so far, its
+/// terminals exchanged where that gives the voltages the same sign.
+void match(const WoundPair& high, const WoundPair& low, const WoundPair* shorted, int shorted_side,
+           std::optional<PhaseConnection>& best) {
+  std::optional<Turns> shorted_turns;
+  std::optional<TerminalPair> shorted_pair;
+  if (shorted != nullptr) {
+    shorted_turns = shorted->turns;
+    shorted_pair = shorted->terminals;
+  }
+  const auto ratio = fixed_ratio(high.turns, low.turns, shorted_turns);
+  if (ratio && (!best || strangeness(std::abs(*ratio)) < strangeness(best->ratio) - 1e-6)) {
+    const TerminalPair exchanged{low.terminals.minus, low.terminals.plus};
+    best = {high.terminals, *ratio > 0 ? low.terminals : exchanged, shorted_pair, shorted_side,
+            std::abs(*ratio)};
+  }
+}
+
+PhaseConnection connection_of(const WoundPair& high, const std::vector<WoundPair>& highs,
+                              const std::vector<WoundPair>& lows) {
+  std::optional<PhaseConnection> best;
+  for (const WoundPair& low : lows) {
+    match(high, low, nullptr, kHighSide, best);
+  }
+  if (best) {
+    return *best;
+  }
+  for (const WoundPair& low : lows) {
+    for (const int side : {kLowSide, kHighSide}) {
+      for (const WoundPair& shorted : side == kHighSide ? highs : lows) {
+        match(high, low, &shorted, side, best);
+      }
+    }
+  }
+  return best.value_or(
+      PhaseConnection{high.terminals, lows.front().terminals, std::nullopt, kHighSide, 1});
+}
+
+}  // namespace
+
+bool is_three_phase(kvr_WindingType type) {
+  return type >= KVR_WINDING_D && type <= KVR_WINDING_ZN;
+}
+
+bool has_neutral(kvr_WindingType type) { return type == KVR_WINDING_YN || type == KVR_WINDING_ZN; }
+
+bool exists(const WindingGroup& group) {
+  if (group.clock < 0 || group.clock > 11) {
+    return false;
+  }
+  if (is_single_phase(group.high)) {
+    return is_single_phase(group.low) && group.clock % 6 == 0;
+  }
+  // A star turns nothing; deltas and zigzags turn by 30 degrees one way or the other.
+  const bool odd = is_star(group.high) != is_star(group.low);
+  return is_three_phase(group.high) && is_three_phase(group.low) && (group.clock % 2 == 1) == odd;
+}
+
+std::vector<WindingGroup> three_phase_groups() {
+  std::vector<WindingGroup> groups;
+  for (const WindingName& high : kWindingNames) {
+    for (const WindingName& low : kWindingNames) {
+      for (int clock = 0; clock < 12; ++clock) {
+        const WindingGroup group{high.type, low.type, clock};
+        if (is_three_phase(high.type) && exists(group)) {
+          groups.push_back(group);
+        }
+      }
+    }
+  }
+  return groups;
+}
+
+std::string group_name(const WindingGroup& group) {
+  std::string high;
+  std::string low;
+  for (const WindingName& name : kWindingNames) {
+    high = name.type == group.high ? name.high : high;
+    low = name.type == group.low ? name.low : low;
+  }
+  return high + low + std::to_string(group.clock);
+}
+
+std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group) {
+  if (!is_three_phase(group.high)) {
+    const double sign = group.clock == 6 ? -1 : 1;
+    return {std::vector<Leg>{{{1, 2}, {1, 0, 0}}}, std::vector<Leg>{{{1, 2}, {sign, 0, 0}}}};
+  }
+  const std::vector<Leg> high = three_legs(group.high, {0, false, false});
+  for (int rotation = 0; rotation < 3; ++rotation) {
+    for (const bool reversed : {false, true}) {
+      for (const bool other_hand : {false, true}) {
+        const std::vector<Leg> low = three_legs(group.low, {rotation, reversed, other_hand});
+        if (clock_between(high, low) == group.clock) {
+          return {high, low};
+        }
+      }
+    }
+  }
+  return {high, {}};
+}
+
+std::array<Complex, 3> line_phasors(const std::vector<Leg>& legs,
+                                    const std::array<Complex, 3>& limbs) {
+  // A delta's leg is the difference of two lines, so that three lines sum up two legs each; a
+  // star's leg is a line and the neutral.
+  std::array<Complex, 3> lines{};
+  for (const Leg& leg : legs) {
+    Complex voltage = 0;
+    for (std::size_t limb = 0; limb < 3; ++limb) {
+      voltage += leg.turns[limb] * limbs[limb];
+    }
+    if (leg.terminals.minus == 0) {
+      lines[index(leg.terminals.plus - 1)] += voltage;
+    } else {
+      lines[index(leg.terminals.plus - 1)] += voltage / 3.0;
+      lines[index(leg.terminals.minus - 1)] -= voltage / 3.0;
+    }
+  }
+  const Complex mean = (lines[0] + lines[1] + lines[2]) / 3.0;
+  return {lines[0] - mean, lines[1] - mean, lines[2] - mean};
+}
+
+double line_voltage_factor(kvr_WindingType type) {
+  if (!is_three_phase(type)) {
+    return 1;
+  }
+  const auto lines = line_phasors(three_legs(type, {0, false, false}), balanced_phasors());
+  return magnitude(lines[0] - lines[1]);
+}
+
+double turns_factor(const WindingGroup& group) {
+  return line_voltage_factor(group.low) / line_voltage_factor(group.high);
+}
+
+std::string terminal_name(int side, int terminal) {
+  return (side == kHighSide ? "H" : "X") + std::to_string(terminal);
+}
+
+std::string pair_name(int side, TerminalPair pair) {
+  return terminal_name(side, pair.plus) + "-" + terminal_name(side, pair.minus);
+}
+
+std::optional<std::array<double, 3>> turns_between(const std::vector<Leg>& legs,
+                                                   TerminalPair pair) {
+  Turns turns{};
+  if (legs.empty()) {
+    return std::nullopt;
+  }
+  if (legs.front().terminals.minus != 0) {  // a delta, or a single leg
+    for (const Leg& leg : legs) {
+      if (leg.terminals == pair) {
+        return leg.turns;
+      }
+      if (leg.terminals == TerminalPair{pair.minus, pair.plus}) {
+        return Turns{-leg.turns[0], -leg.turns[1], -leg.turns[2]};
+      }
+    }
+    return std::nullopt;
+  }
+  for (const Leg& leg : legs) {
+    const double sign = leg.terminals.plus == pair.plus    ? 1
+                        : leg.terminals.plus == pair.minus ? -1
+                                                           : 0;
+    for (std::size_t limb = 0; limb < 3; ++limb) {
+      turns[limb] += sign * leg.turns[limb];
+    }
+  }
+  return turns;
+}
+
+std::vector<TerminalPair> terminal_pairs(kvr_WindingType type) {
+  if (!is_three_phase(type)) {
+    return {{1, 2}};
+  }
+  std::vector<TerminalPair> pairs{{1, 3}, {2, 1}, {3, 2}};
+  if (has_neutral(type)) {
+    pairs.insert(pairs.end(), {{1, 0}, {2, 0}, {3, 0}});
+  }
+  return pairs;
+}
+
+std::vector<PhaseConnection> phase_connections(const WindingGroup& group) {
+  const auto legs = winding_legs(group);
+  const auto highs = wound_pairs(group.high, legs[kHighSide]);
+  const auto lows = wound_pairs(group.low, legs[kLowSide]);
+  const std::size_t phases = is_three_phase(group.high) ? 3 : 1;
+  std::vector<PhaseConnection> connections;
+  // With a neutral, lines to neutral are preferred; the lines themselves serve where those do not.
+  for (const std::size_t first : {highs.size() - phases, std::size_t{0}}) {
+    connections.clear();
+    bool shorting = false;
+    for (std::size_t phase = 0; phase < phases; ++phase) {
+      connections.push_back(
+          connection_of(highs[first + phase], in_order_of(highs, phase), in_order_of(lows, phase)));
+      shorting = shorting || connections.back().shorted.has_value();
+    }
+    if (!shorting) {
+      break;
+    }
+  }
+  return connections;
+}
+
+}  // namespace virtual_instrument

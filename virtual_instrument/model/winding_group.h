@@ -1,0 +1,96 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "api/enumerations.h"
+#include "virtual_instrument/model/phasor.h"
+
+// How the windings on the limbs of a core are joined to terminals. A terminal is a number from 0,
+// the neutral, to 3; a limb a number from 0 to 2, also called A, B and C.
+
+namespace virtual_instrument {
+
+/// The two sides of a unit, as indices.
+inline constexpr int kHighSide = 0;
+inline constexpr int kLowSide = 1;
+
+/// Two terminals of one side, in the order in which the voltage between them is counted.
+struct TerminalPair {
+  int plus;
+  int minus;
+  bool operator==(const TerminalPair&) const = default;
+};
+
+/// What lies between two terminals: turns on each limb, as fractions of a whole limb winding.
+struct Leg {
+  TerminalPair terminals;
+  std::array<double, 3> turns;
+};
+
+struct WindingGroup {
+  kvr_WindingType high;
+  kvr_WindingType low;
+  int clock;  ///< 0 to 11: by how many times 30 degrees the low side lags
+  bool operator==(const WindingGroup&) const = default;
+};
+
+/// D, Y, YN, Z or ZN.
+bool is_three_phase(kvr_WindingType type);
+
+/// Whether the winding has a neutral terminal.
+bool has_neutral(kvr_WindingType type);
+
+/// Whether windings can be joined so: each pair of three-phase windings has six clocks, even or odd
+/// ones; a pair of single-phase windings has 0 and 6.
+bool exists(const WindingGroup& group);
+
+/// Each three-phase group that exists.
+std::vector<WindingGroup> three_phase_groups();
+
+/// As in "Dyn11".
+std::string group_name(const WindingGroup& group);
+
+/// The legs of both sides; three a side, or one in a single-phase unit. REQUIRES: exists(group).
+std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group);
+
+/// Phasors of the terminals 1 to 3 from the voltages induced in whole limb windings, counted from
+/// the mean of the three.
+std::array<Complex, 3> line_phasors(const std::vector<Leg>& legs,
+                                    const std::array<Complex, 3>& limbs);
+
+/// Line voltage of a three-phase winding in units of its limb winding's: 1 for D, the root of 3
+/// for Y, 1.5 for Z. 1 for a single-phase winding.
+double line_voltage_factor(kvr_WindingType type);
+
+/// Turns ratio of whole limb windings in units of the ratio of line voltages.
+double turns_factor(const WindingGroup& group);
+
+/// As in "H1" and "X1-X0".
+std::string terminal_name(int side, int terminal);
+std::string pair_name(int side, TerminalPair pair);
+
+/// Turns of a side between two terminals, limb by limb; nothing if no chain of legs joins them.
+std::optional<std::array<double, 3>> turns_between(const std::vector<Leg>& legs, TerminalPair pair);
+
+/// The pairs of terminals of a side: lines first, in the order in which the phases A, B, C of a
+/// delta lie, then lines to neutral. One pair in a single-phase unit.
+std::vector<TerminalPair> terminal_pairs(kvr_WindingType type);
+
+/// How one phase is tested with a single source: a voltage between `high` shows, free of what the
+/// core does to the flux in the other limbs, between `low`. Where no two pairs have that property
+/// by themselves, shorting a third pair gives it to them.
+struct PhaseConnection {
+  TerminalPair high;
+  TerminalPair low;
+  std::optional<TerminalPair> shorted;
+  int shorted_side;
+  double ratio;  ///< |voltage between `high` / voltage between `low`| of whole limb windings of 1:1
+};
+
+/// One connection a phase.
+std::vector<PhaseConnection> phase_connections(const WindingGroup& group);
+
+}  // namespace virtual_instrument

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "virtual_instrument/model/core_network.h"
+#include "virtual_instrument/model/phasor.h"
+
+// Windings on a core, joined at nodes, in periodic steady state.
+
+namespace virtual_instrument {
+
+/// Harmonics that are solved for. Above them, leakage leaves nothing worth having.
+inline constexpr int kHighestHarmonic = 15;
+
+/// A periodic quantity: its mean, and the peak phasor of each harmonic.
+using Spectrum = std::array<Complex, kHighestHarmonic + 1>;
+
+/// What joins two nodes: resistance and inductance, in series with turns on the limbs. One whose
+/// ends are the same node is closed on itself.
+struct Branch {
+  int from;
+  int to;
+  double resistance;            ///< ohm
+  double eddy_resistance;       ///< ohm per (rad/s)^2, what stray eddy currents add
+  double inductance;            ///< H
+  std::array<double, 3> turns;  ///< in units of the winding that the core is seen from
+};
+
+struct Network {
+  std::vector<double> node_conductance;  ///< S, from each node to the common point; above 0
+  std::vector<Branch> branches;
+  Core core;
+};
+
+/// An ideal source of alternating voltage between the common point and a node.
+struct Drive {
+  int node;
+  Complex voltage;  ///< peak phasor
+};
+
+/// Spectra by node, by branch, by drive and by limb.
+struct PeriodicState {
+  double frequency;                      ///< Hz
+  std::vector<Spectrum> node_voltage;    ///< V, against the common point
+  std::vector<Spectrum> branch_current;  ///< A
+  std::vector<Spectrum> drive_current;   ///< A, out of the source
+  std::array<Spectrum, 3> flux;          ///< Vs
+  std::array<double, 3> peak_flux;       ///< Vs, the mean left out
+};
+
+/// Finds the steady state: what each winding induces follows from the flux of the limbs, the
+/// current of each winding from the circuit, and both together have to give the limbs the force
+/// that their flux takes. Currents have no mean, since no source and no winding gives them one.
+/// Throws std::runtime_error if no state is found.
+PeriodicState solve_network(const Network& network, const std::vector<Drive>& drives,
+                            double frequency);
+
+/// The course over one period, in `count` equal steps from the phase 0 of a cosine.
+std::vector<double> waveform(const Spectrum& spectrum, int count);
+
+Spectrum difference(const Spectrum& a, const Spectrum& b);
+
+/// Resistance between two nodes to direct current.
+double dc_resistance(const Network& network, int from, int to);
+
+}  // namespace virtual_instrument
