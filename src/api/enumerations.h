@@ -3,7 +3,7 @@
 #include <cstdint>
 
 // The enumerations that records carry. All are 32 bits wide on the wire, and any value can arrive:
-// the words for them, with the words for unknown values, are in text/enumeration_text.h.
+// the words for them, with the words for unknown values, are in text/text_output.h.
 
 enum kvr_TestType : std::uint32_t {
   KVR_TEST_UNDEFINED = 0,

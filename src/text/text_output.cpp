@@ -18,14 +18,22 @@
 
 namespace {
 
+/// Nothing is written when the setup joins no pair.
+template <typename Head>
+void write_header(const Head& head, TextWriter& text) {
+  const std::string vector_group = SetupVectorText(&head.setup);
+  text << "record_id: " << head.record_id << " group_id: " << head.group_id
+       << " asset_id: " << head.asset_id << " \t" << KVR_Text_Output::TestTypeText(head.test_type)
+       << " \t" << vector_group << " \t #" << head.test_count << " \t" << head.timestamp;
+}
+
 template <typename Head>
 std::string header_text(const Head& head) {
   std::ostringstream line;
-  TextWriter(line) << "record_id: " << head.record_id << " group_id: " << head.group_id
-                   << " asset_id: " << head.asset_id << " \t"
-                   << KVR_Text_Output::TestTypeText(head.test_type) << " \t"
-                   << SetupVectorText(&head.setup) << " \t #" << head.test_count << " \t"
-                   << head.timestamp;
+  {
+    TextWriter text(line);
+    write_header(head, text);
+  }
   return line.str();
 }
 
@@ -99,7 +107,8 @@ void KVR_Text_Output::ResultsToText(const kvr_TestRecord* record, std::ostringst
   TextWriter text(out);
   text.fixed();
   text.precision(kCommonPrecision);
-  text << RecordHeaderToText(record) << '\n';
+  write_header(*record, text);
+  text << '\n';
   for (std::uint32_t i = 0; i < record->data_count; ++i) {
     write_test_number(i, text);
     write_body(*record, i, text);

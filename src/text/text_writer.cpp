@@ -30,6 +30,15 @@ TextWriter& TextWriter::operator<<(double value) {
   return *this;
 }
 
+TextWriter& TextWriter::write_beyond_buffer(std::string_view text) {
+  hand_over();
+  if (text.size() <= buffer_.size()) {
+    return *this << text;
+  }
+  out_.write(text.data(), static_cast<std::streamsize>(text.size()));
+  return *this;
+}
+
 TextWriter& TextWriter::write_c_text(const char* text) {
   if (text != nullptr) {
     return *this << std::string_view(text);

@@ -27,11 +27,7 @@ class TextWriter {
 
   TextWriter& operator<<(std::string_view text) {
     if (text.size() > buffer_.size() - used_) {
-      hand_over();
-      if (text.size() > buffer_.size()) {
-        out_.write(text.data(), static_cast<std::streamsize>(text.size()));
-        return *this;
-      }
+      return write_beyond_buffer(text);
     }
     used_ += text.copy(buffer_.data() + used_, text.size());
     return *this;
@@ -62,6 +58,7 @@ class TextWriter {
   void fixed() { out_.setf(std::ios_base::fixed, std::ios_base::floatfield); }
 
  private:
+  TextWriter& write_beyond_buffer(std::string_view text);
   TextWriter& write_c_text(const char* text);
   TextWriter& write_integer(auto value) {
     std::array<char, 12> digits;

@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "common/errors.h"
 #include "common/utils.h"
+#include "support/thrown_exception.h"
 
 namespace {
 
@@ -50,18 +50,9 @@ TEST_P(BadConnectionType, IsRefusedByEachResolverInItsOwnWords) {
       {"connection", [](kvr_TestSetup& setup) { Utils::connection(setup); }}};
   kvr_TestSetup setup = setup_joined_by(GetParam());
   for (const Refusal& refusal : refusals) {
-    const std::string message =
-        std::string("Utils::") + refusal.where + " - incorrect connection_type";
-    try {
-      refusal.resolve(setup);
-      FAIL() << refusal.where << " took a bad connection type";
-    } catch (const kvr_exception& error) {
-      EXPECT_EQ(error.code, KVR_RES_INCORRECT_PARAMETERS);
-      EXPECT_EQ(error.codeType, kLogged);
-      EXPECT_EQ(error.what(), refusal.where + (" " + message));
-      EXPECT_EQ(last_exception_message(), message);
-      EXPECT_EQ(last_exception_code, KVR_RES_INCORRECT_PARAMETERS);
-    }
+    expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, refusal.where,
+                         std::string("Utils::") + refusal.where + " - incorrect connection_type",
+                         [&] { refusal.resolve(setup); });
   }
 }
 

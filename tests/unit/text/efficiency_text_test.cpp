@@ -5,8 +5,8 @@
 #include <sstream>
 #include <string>
 
-#include "common/errors.h"
 #include "support/record_text.h"
+#include "support/thrown_exception.h"
 #include "text/result_bodies.h"
 #include "text/text_output.h"
 
@@ -217,12 +217,9 @@ TEST(EfficiencyBody, PairThatThereIsNotThrowsBehindTheFirstLine) {
                                        "data_efficiency[0].setup.connection_type = 4294967295",
                                    "record");
   std::ostringstream out;
-  try {
-    KVR_Text_Output::ResultsToText(owned.get(), out);
-    FAIL() << "took a bad connection type";
-  } catch (const kvr_exception& error) {
-    EXPECT_STREQ(error.what(), "winding_h Utils::winding_h - incorrect connection_type");
-  }
+  expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, "winding_h",
+                       "Utils::winding_h - incorrect connection_type",
+                       [&] { KVR_Text_Output::ResultsToText(owned.get(), out); });
   EXPECT_TRUE(out.str().ends_with("\nTEST #1 \tEfficiency\n")) << out.str();
 }
 

@@ -4,8 +4,8 @@
 #include <sstream>
 #include <string>
 
-#include "common/errors.h"
 #include "support/record_text.h"
+#include "support/thrown_exception.h"
 #include "text/result_bodies.h"
 #include "text/text_output.h"
 
@@ -239,12 +239,9 @@ TEST(ImpedanceBody, PairThatThereIsNotThrowsBehindTheCorrections) {
                                        "data_impedance[0].setup.connection_type = 3\n",
                                    "record");
   std::ostringstream out;
-  try {
-    KVR_Text_Output::ResultsToText(owned.get(), out);
-    FAIL() << "took connection type 3";
-  } catch (const kvr_exception& error) {
-    EXPECT_STREQ(error.what(), "winding_h Utils::winding_h - incorrect connection_type");
-  }
+  expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, "winding_h",
+                       "Utils::winding_h - incorrect connection_type",
+                       [&] { KVR_Text_Output::ResultsToText(owned.get(), out); });
   EXPECT_TRUE(out.str().ends_with(
       "\nTEST #1 \tsci\nCorrections applied ( from 20.10000038 C to 75.00000000 C)\n"))
       << out.str();

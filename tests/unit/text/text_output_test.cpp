@@ -11,11 +11,11 @@
 #include <sstream>
 #include <string>
 
-#include "common/errors.h"
 #include "support/console.h"
 #include "support/record_text.h"
 #include "support/temporary_folder.h"
 #include "support/test_clock.h"
+#include "support/thrown_exception.h"
 
 namespace {
 
@@ -184,13 +184,9 @@ TEST(ResultsText, FailedStreamTakesNothing) {
 TEST(ResultsText, BadPairInTheHeadLeavesNoText) {
   OwnedRecord owned = parse_record(kHead + "data_count = 1\nsetup.connection_type = 3", "record");
   std::ostringstream out;
-  try {
-    Text::ResultsToText(owned.get(), out);
-    FAIL() << "took connection type 3";
-  } catch (const kvr_exception& error) {
-    EXPECT_EQ(error.code, KVR_RES_INCORRECT_PARAMETERS);
-    EXPECT_STREQ(error.what(), "winding_h Utils::winding_h - incorrect connection_type");
-  }
+  expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, "winding_h",
+                       "Utils::winding_h - incorrect connection_type",
+                       [&] { Text::ResultsToText(owned.get(), out); });
   EXPECT_EQ(out.str(), "");
 }
 

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "common/errors.h"
+#include "support/thrown_exception.h"
 
 namespace {
 
@@ -106,12 +106,9 @@ TEST(SetupVectorText, IsThatOfThePairThatTheSetupJoins) {
 
 TEST(SetupVectorText, RefusesAPairThatThereIsNotWithTheWordsOfTheHighSide) {
   const kvr_TestSetup setup = three_windings(3);
-  try {
-    SetupVectorText(&setup);
-    FAIL() << "took connection type 3";
-  } catch (const kvr_exception& error) {
-    EXPECT_STREQ(error.what(), "winding_h Utils::winding_h - incorrect connection_type");
-  }
+  expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, "winding_h",
+                       "Utils::winding_h - incorrect connection_type",
+                       [&] { SetupVectorText(&setup); });
 }
 
 }  // namespace
