@@ -22,7 +22,11 @@ Library::Library(BenchFile bench_file) : bench_file_(bench_file), store_(make_me
 
 void Library::prepare() {
   const std::lock_guard lock(mutex_);
-  if (!session_) {
+  prepare_locked();
+}
+
+void Library::prepare_locked() {
+  if (!benches_) {
     benches_ = std::make_shared<BenchSource>(bench_file_());
   }
 }
@@ -35,6 +39,7 @@ kvr_code Library::initialize(const kvr_InitParams* params) {
   if (params == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
+  prepare_locked();
   auto session = std::make_shared<Session>(*params, benches_, *store_);
   session->start();
   session_ = std::move(session);
@@ -56,6 +61,7 @@ kvr_code Library::shut_down() {
   {
     const std::lock_guard lock(mutex_);
     ending = std::exchange(session_, nullptr);
+    benches_ = nullptr;
   }
   if (!ending) {
     return KVR_RES_LIB_NOT_INITIALIZED;

@@ -30,7 +30,8 @@ class Library {
   kvr_code initialize_test_station(const char* port, const kvr_InitParams* params);
   kvr_code shut_down();
 
-  /// Reads the bench that the next session will have, unless there is a session.
+  /// Opens the bench of the next session, so that it can say what becomes of the call that begins
+  /// one.
   void prepare();
 
   /// Answers `call` as the bench forces it, and else by `action`, a function without arguments. An
@@ -65,11 +66,12 @@ class Library {
   /// Counts a call and gives the answer that the bench forces on it, if any.
   std::optional<Fault> next_fault(std::string_view call);
   std::shared_ptr<Session> session();
+  void prepare_locked();
 
   const BenchFile bench_file_;
   const std::unique_ptr<RecordStore> store_;
   std::mutex mutex_;
-  std::shared_ptr<BenchSource> benches_;
+  std::shared_ptr<BenchSource> benches_;  ///< from just before a session until its end
   std::shared_ptr<Session> session_;
   std::shared_ptr<const Bench> counted_bench_;  ///< the one that the counts belong to
   std::map<std::string, std::int64_t, std::less<>> call_counts_;

@@ -1,0 +1,289 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "unit/virtual_instrument/session/client.h"
+
+namespace virtual_instrument {
+namespace {
+
+class Records : public ClientTest {
+ protected:
+  static bool exists(const char* id) {
+    bool result = false;
+    EXPECT_EQ(kvr_CheckRecordExists(id, &result), KVR_RES_OK);
+    return result;
+  }
+
+  static std::string list(std::int32_t sort_key, std::int32_t ascending) {
+    kvr_TestLabelsList* labels = nullptr;
+    EXPECT_EQ(kvr_ListRecords(&labels, nullptr, sort_key, ascending), KVR_RES_OK);
+    std::string ids;
+    for (std::uint32_t i = 0; i < labels->count; ++i) {
+      ids += std::string(labels->entries[i].record_id) + " ";
+    }
+    EXPECT_EQ(kvr_FreeTestLabelsList(labels), KVR_RES_OK);
+    return ids;
+  }
+};
+
+TEST_F(Records, ATestComesBackAsARecord) {
+  start();
+  const TestAnswer answer = test("T1", KVR_SAVE_NEW_RECORD);
+  ASSERT_EQ(answer.code, KVR_RES_OK);
+  const kvr_TestRecord& record = *answer.record;
+  EXPECT_STREQ(record.asset_id, "");
+  EXPECT_STREQ(record.group_id, "");
+  EXPECT_STREQ(record.record_id, "T1");
+  EXPECT_EQ(record.save_mode, KVR_SAVE_NEW_RECORD);
+  EXPECT_EQ(record.test_count, 1U);
+  EXPECT_EQ(record.test_type, KVR_TEST_RATIO_DOWN);
+  const kvr_TestSetup setup = setup_with_ratio(10);
+  EXPECT_EQ(std::memcmp(&record.setup, &setup, sizeof(setup)), 0);
+  EXPECT_STREQ(record.timestamp, "2024-03-05 12:00:00");
+  EXPECT_EQ(record.data_count, 1U);
+  EXPECT_EQ(record.data_ratio_3ph, nullptr);
+  ASSERT_NE(record.data_ratio_1ph, nullptr);
+  EXPECT_EQ(record.data_ratio_1ph[0]->direction, KVR_TEST_RATIO_DOWN);
+  EXPECT_EQ(record.data_ratio_1ph[0]->reference_ratio, 10);
+  EXPECT_NEAR(record.data_ratio_1ph[0]->phase.tnr, 10, 0.01);
+  EXPECT_EQ(std::string(record.raw_data).substr(0, 13), "# RAW samples");
+}
+
+TEST_F(Records, RawDataIsNullIfItWasNotAskedFor) {
+  start();
+  kvr_TestRequestHeader header = request_header("T1", KVR_SAVE_NEW_RECORD);
+  kvr_Ratio1phRequest request = ratio_1ph_request(KVR_TEST_RATIO_DOWN, 8);
+  request.setup.raw_data_requested = 0;
+  kvr_TestRecord* record = nullptr;
+  ASSERT_EQ(kvr_Test_Ratio_1ph(&header, &request, nullptr, &record), KVR_RES_OK);
+  EXPECT_EQ(record->raw_data, nullptr);
+  kvr_FreeTestRecord(record);
+  EXPECT_EQ(read("T1").record->raw_data, nullptr);
+}
+
+TEST_F(Records, AThreePhaseTestHasItsOwnArray) {
+  start();
+  const TestAnswer answer = test_3ph("T3", KVR_SAVE_NEW_RECORD);
+  ASSERT_EQ(answer.code, KVR_RES_OK);
+  EXPECT_EQ(answer.record->data_ratio_1ph, nullptr);
+  EXPECT_NEAR(answer.record->data_ratio_3ph[0]->ratio_3ph, 10, 0.01);
+  EXPECT_NEAR(read("T3").record->data_ratio_3ph[0]->ratio_3ph, 10, 0.01);
+}
+
+TEST_F(Records, ModeOneStoresANewRecordOnce) {
+  start();
+  EXPECT_FALSE(exists("T1"));
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  EXPECT_TRUE(exists("T1"));
+  const TestAnswer again = test("T1", KVR_SAVE_NEW_RECORD);
+  EXPECT_EQ(again.code, KVR_RES_TESTID_EXISTS);
+  EXPECT_EQ(again.record, nullptr);
+  EXPECT_EQ(read("T1").record->test_count, 1U);
+}
+
+TEST_F(Records, ModeTwoAddsToTheRecordAndGivesTheNewTestAlone) {
+  start();
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  for (std::uint32_t count = 2; count <= 3; ++count) {
+    const TestAnswer answer = test("T1", KVR_SAVE_ADD_TO_RECORD);
+    ASSERT_EQ(answer.code, KVR_RES_OK);
+    EXPECT_EQ(answer.record->test_count, count);
+    EXPECT_EQ(answer.record->data_count, 1U);
+    EXPECT_EQ(answer.record->save_mode, KVR_SAVE_ADD_TO_RECORD);
+  }
+  const TestAnswer stored = read("T1");
+  ASSERT_EQ(stored.code, KVR_RES_OK);
+  EXPECT_EQ(stored.record->test_count, 3U);
+  EXPECT_EQ(stored.record->data_count, 3U);
+  EXPECT_NEAR(stored.record->data_ratio_1ph[2]->phase.tnr, 10, 0.01);
+}
+
+TEST_F(Records, ModeTwoRefusesATestOfAnotherKind) {
+  start();
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  EXPECT_EQ(test_3ph("T1", KVR_SAVE_ADD_TO_RECORD).code, KVR_RES_TEST_CONFIG_INCOMPATIBLE);
+  kvr_TestRequestHeader header = request_header("T1", KVR_SAVE_ADD_TO_RECORD);
+  kvr_Ratio1phRequest request = ratio_1ph_request(KVR_TEST_RATIO_UP, 8);
+  kvr_TestRecord* record = nullptr;
+  EXPECT_EQ(kvr_Test_Ratio_1ph(&header, &request, nullptr, &record),
+            KVR_RES_TEST_CONFIG_INCOMPATIBLE);
+  EXPECT_EQ(read("T1").record->test_count, 1U);
+}
+
+TEST_F(Records, ModeThreeStoresNothing) {
+  start();
+  const TestAnswer answer = test("T1", KVR_SAVE_NOTHING);
+  EXPECT_EQ(answer.code, KVR_RES_OK);
+  EXPECT_STREQ(answer.record->record_id, "T1");
+  EXPECT_FALSE(exists("T1"));
+}
+
+TEST_F(Records, OtherModesAreIncorrect) {
+  start();
+  for (const std::int32_t mode : {0, 4, -1}) {
+    EXPECT_EQ(test("T1", static_cast<kvr_SaveMode>(mode)).code, KVR_RES_INCORRECT_PARAMETERS);
+  }
+}
+
+// A series without an ID: its first test is not stored, but gives its name to the others.
+TEST_F(Records, ASeriesWithoutAnIdIsNamedFromDateAndTime) {
+  start();
+  const TestAnswer first = test("", KVR_SAVE_NOTHING);
+  ASSERT_EQ(first.code, KVR_RES_OK);
+  EXPECT_STREQ(first.record->record_id, "20240305-120000");
+  EXPECT_FALSE(exists("20240305-120000"));
+  const TestAnswer second = test(first.record->record_id, KVR_SAVE_ADD_TO_RECORD);
+  ASSERT_EQ(second.code, KVR_RES_OK);
+  EXPECT_EQ(second.record->test_count, 1U);
+  EXPECT_TRUE(exists("20240305-120000"));
+  EXPECT_EQ(test(first.record->record_id, KVR_SAVE_ADD_TO_RECORD).record->test_count, 2U);
+}
+
+TEST_F(Records, ANameThatIsTakenGetsANumber) {
+  start();
+  EXPECT_STREQ(test("", KVR_SAVE_NEW_RECORD).record->record_id, "20240305-120000");
+  EXPECT_STREQ(test("", KVR_SAVE_NEW_RECORD).record->record_id, "20240305-120000-2");
+  EXPECT_STREQ(test("", KVR_SAVE_NOTHING).record->record_id, "20240305-120000-3");
+}
+
+TEST_F(Records, TheBenchSaysHowRecordsAreNamed) {
+  start("[store]\nempty_id_format = \"R%H%M\"\n");
+  EXPECT_STREQ(test().record->record_id, "R1200");
+}
+
+TEST_F(Records, TextsThatFillTheirFieldAreTooLong) {
+  start();
+  kvr_TestRequestHeader header = request_header("", KVR_SAVE_NEW_RECORD);
+  kvr_Ratio1phRequest request = ratio_1ph_request(KVR_TEST_RATIO_DOWN, 8);
+  kvr_TestRecord* record = nullptr;
+  for (char(*field)[kIdSize] : {&header.record_id, &header.asset_id, &header.group_id}) {
+    std::memset(field, 'x', kIdSize);
+    EXPECT_EQ(kvr_Test_Ratio_1ph(&header, &request, nullptr, &record), KVR_RES_TEXT_TOO_LONG);
+    (*field)[kIdSize - 1] = '\0';
+  }
+  ASSERT_EQ(kvr_Test_Ratio_1ph(&header, &request, nullptr, &record), KVR_RES_OK);
+  EXPECT_EQ(std::string(record->record_id), std::string(29, 'x'));
+  EXPECT_EQ(std::string(record->asset_id), std::string(29, 'x'));
+  EXPECT_EQ(std::string(record->group_id), std::string(29, 'x'));
+  kvr_FreeTestRecord(record);
+  EXPECT_TRUE(exists(std::string(29, 'x').c_str()));
+}
+
+TEST_F(Records, UnknownOnesAreNotFoundAndOutParametersStay) {
+  start();
+  kvr_TestRecord* const other = reinterpret_cast<kvr_TestRecord*>(&params_);
+  kvr_TestRecord* record = other;
+  EXPECT_EQ(kvr_ReadRecord("T9", 1, &record), KVR_RES_RECORD_NOT_FOUND);
+  EXPECT_EQ(record, other);
+  EXPECT_EQ(kvr_DeleteRecord("T9"), KVR_RES_RECORD_NOT_FOUND);
+  EXPECT_EQ(kvr_DeleteRecord(""), KVR_RES_RECORD_NOT_FOUND);
+  EXPECT_FALSE(exists(""));
+  EXPECT_FALSE(exists(std::string(1000, 'x').c_str()));
+}
+
+TEST_F(Records, AreListedInSixOrders) {
+  start("[instrument]\nclock = 2024-03-05T12:00:00Z\n[measurement]\nduration = 0\n");
+  EXPECT_EQ(test("b", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  set_bench("[instrument]\nclock = 2024-03-05T11:00:00Z\n[measurement]\nduration = 0\n");
+  EXPECT_EQ(test("c", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  set_bench("[instrument]\nclock = 2024-03-05T13:00:00Z\n[measurement]\nduration = 0\n");
+  EXPECT_EQ(test_3ph("a", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  EXPECT_EQ(list(kSortByDateTime, 1), "c b a ");
+  EXPECT_EQ(list(kSortByDateTime, 0), "a b c ");
+  EXPECT_EQ(list(kSortByTestId, 1), "a b c ");
+  EXPECT_EQ(list(kSortByTestId, 0), "c b a ");
+  EXPECT_EQ(list(kSortByVectorGroup, 1), "b c a ");
+  EXPECT_EQ(list(kSortByVectorGroup, 0), "a c b ");
+}
+
+TEST_F(Records, AnEmptyListIsAListToo) {
+  start();
+  kvr_TestLabelsList* labels = nullptr;
+  ASSERT_EQ(kvr_ListRecords(&labels, nullptr, 0, 1), KVR_RES_OK);
+  ASSERT_NE(labels, nullptr);
+  EXPECT_EQ(labels->count, 0U);
+  EXPECT_EQ(kvr_FreeTestLabelsList(labels), KVR_RES_OK);
+}
+
+TEST_F(Records, AreDeletedAndCleared) {
+  start();
+  for (const char* id : {"T1", "T2"}) {
+    EXPECT_EQ(test(id, KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  }
+  EXPECT_EQ(kvr_DeleteRecord("T1"), KVR_RES_OK);
+  EXPECT_FALSE(exists("T1"));
+  EXPECT_TRUE(exists("T2"));
+  EXPECT_EQ(kvr_ClearTestDatabase(), KVR_RES_OK);
+  EXPECT_EQ(list(0, 1), "");
+}
+
+TEST_F(Records, OutliveTheSession) {
+  start();
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  const TestAnswer kept = read("T1");
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  EXPECT_STREQ(kept.record->record_id, "T1");
+  ASSERT_EQ(initialize(), KVR_RES_OK);
+  ASSERT_EQ(connect(), KVR_RES_OK);
+  EXPECT_TRUE(exists("T1"));
+}
+
+struct CardFault {
+  const char* status;
+  kvr_code code;
+  bool for_writing_only;
+};
+
+class CardFaults : public Records, public testing::WithParamInterface<CardFault> {};
+
+TEST_P(CardFaults, KeepRecordsOutOfReachButNotTestsThatAreNotStored) {
+  start();
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  set_bench(std::string("[status]\n") + GetParam().status + "\n");
+  const kvr_code writing = GetParam().code;
+  const kvr_code reading = GetParam().for_writing_only ? KVR_RES_OK : writing;
+  bool exists = false;
+  EXPECT_EQ(test("T2", KVR_SAVE_NEW_RECORD).code, writing);
+  EXPECT_EQ(test("T1", KVR_SAVE_ADD_TO_RECORD).code, writing);
+  EXPECT_EQ(kvr_DeleteRecord("T1"), writing);
+  EXPECT_EQ(kvr_ClearTestDatabase(), writing);
+  EXPECT_EQ(read("T1").code, reading);
+  EXPECT_EQ(kvr_CheckRecordExists("T1", &exists), reading);
+  EXPECT_EQ(exists, reading == KVR_RES_OK);
+  EXPECT_EQ(test("T2", KVR_SAVE_NOTHING).code, KVR_RES_OK);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, CardFaults,
+    testing::Values(
+        CardFault{"secondary_sd_mounted = false", KVR_RES_SECONDARY_SDCARD_MISSING, false},
+        CardFault{"secondary_sd_error = true", KVR_RES_SECONDARY_SDCARD_HW_ERROR, false},
+        CardFault{"database_loaded = false", KVR_RES_SQL_DATABASE_ERROR, false},
+        CardFault{"secondary_sd_read_only = true", KVR_RES_SECONDARY_SDCARD_READ_ONLY, true}));
+
+TEST_F(Records, TheSameBenchAndRequestsGiveTheSameBytesTwice) {
+  const std::string noisy =
+      "[measurement]\nduration = 0\nnoise = 0.12\nsamples_per_period = 16\nperiods = 2\n";
+  std::string runs[2];
+  for (std::string& run : runs) {
+    start(noisy);
+    for (int number = 0; number < 2; ++number) {
+      const TestAnswer answer = test("T1", KVR_SAVE_NOTHING);
+      ASSERT_EQ(answer.code, KVR_RES_OK);
+      const kvr_TestData_Ratio_1ph& data = *answer.record->data_ratio_1ph[0];
+      run.append(reinterpret_cast<const char*>(answer.record.get()),
+                 offsetof(kvr_TestRecord, data_ratio_3ph));
+      run.append(reinterpret_cast<const char*>(&data), sizeof(data));
+      run += answer.record->raw_data;
+    }
+    EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  }
+  EXPECT_EQ(runs[0], runs[1]);
+  // Two tests of one run are two measurements all the same.
+  EXPECT_NE(runs[0].substr(0, runs[0].size() / 2), runs[0].substr(runs[0].size() / 2));
+}
+
+}  // namespace
+}  // namespace virtual_instrument
