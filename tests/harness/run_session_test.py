@@ -111,6 +111,13 @@ class RunSession(unittest.TestCase):
         self.assert_refused(self.rebuilt() + "\n---- file work/kept\nno line feed here\\\n",
                             "----- file work/kept")
 
+    def test_file_of_any_content(self):
+        text = self.rebuilt()
+        start = text.index("---- file work/.RAW.csv")
+        parts = text[:start], text[text.index("---- calls"):]
+        self.assertEqual(self.run_session("---- some file work/.RAW.csv\n\n".join(parts)), (0, ""))
+        self.assert_refused("---- some file work/other\n\n".join(parts), "----- some file work/other")
+
     def test_no_files_when_there_are_some(self):
         self.assert_refused(self.rebuilt() + "\n---- no files\n", "----- no files")
 

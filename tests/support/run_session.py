@@ -21,6 +21,7 @@ What comes out:
   ---- ends with            "status N", "abort", or "waiting" if the program waits for more input at
                             the end of input, for ever and without work
   ---- file PATH            a file that is there afterwards
+  ---- some file PATH       a file that is there afterwards, whatever it holds
   ---- no files             no file is there afterwards, but for the given ones as they were
   ---- calls NAME ...       what was asked of the scripted library and of the clock, only lines that
                             begin with one of the names, if there are any
@@ -51,8 +52,8 @@ SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
 RESULTS_FOLDER = "home/Documents/KVRU3"
 INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "given file",
                   "given folder", "answers")
-EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "no files", "calls",
-                     "complaints")
+EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file", "no files",
+                     "calls", "complaints")
 
 
 class BadSession(Exception):
@@ -308,6 +309,8 @@ def outcome(session, seen):
     result.sections = [section for section in session.sections
                        if section[0] not in EXPECTED_SECTIONS]
 
+    some_files = []
+
     def add(name, content, argument=""):
         result.sections.append((name, argument, encode(content)))
 
@@ -315,8 +318,14 @@ def outcome(session, seen):
     if seen["error output"]:
         add("error output", seen["error output"])
     add("ends with", seen["ends with"].encode() + b"\n")
-    for path, content in sorted(seen["files"].items()):
+    files = dict(seen["files"])
+    for path, _ in sorted(session.all("some file")):
+        if files.pop(path, None) is not None:
+            some_files.append(path)
+    for path, content in sorted(files.items()):
         add("file", b"(gone)\n" if content is None else content, path)
+    for path in some_files:
+        add("some file", b"", path)
     if not seen["files"]:
         add("no files", b"")
     blocks = blocks_of(seen["log"])
@@ -336,7 +345,7 @@ def in_order(session):
         name, argument, _ = section
         if name not in EXPECTED_SECTIONS:
             return (0, "")
-        return (EXPECTED_SECTIONS.index(name) + 1, argument if name == "file" else "")
+        return (EXPECTED_SECTIONS.index(name) + 1, argument if name.endswith("file") else "")
     result = Session.__new__(Session)
     result.description = session.description
     result.sections = sorted(session.sections, key=rank)
