@@ -8,12 +8,14 @@
 
 #include "common/clock.h"
 #include "shell/console_tester.h"
+#include "shell/workbench.h"
 
-// The console tester on a clock of its own, so that a transcript holds the same times on every run
-// and no pause takes long. The clock stands at noon, Central European Time, on 5 March 2021, and
-// moves on by a second whenever somebody looks at it, and by the length of each pause. A pause of
-// seconds is over at once, and goes into the log that the scripted client library writes its calls
-// to. Shorter ones, which keep the program from burning a core at the end of input, are real.
+// A program, named by KVR_PROGRAM, on a clock of its own, so that a transcript holds the same times
+// on every run and no pause takes long. The clock stands at noon, Central European Time, on 5 March
+// 2021, and moves on by a second whenever somebody looks at it, and by the length of each pause. A
+// pause of seconds is over at once, and goes into the log that the scripted client library writes
+// its calls to. Shorter ones, which keep the program from burning a core at the end of input, are
+// real.
 
 namespace {
 
@@ -38,5 +40,5 @@ int pause(const timespec* request, timespec*) {
 
 int main(int argc, char** argv) {
   program_clock = {look_at_clock, pause};
-  return run_console_tester(std::vector<std::string>(argv + 1, argv + argc));
+  return KVR_PROGRAM(std::vector<std::string>(argv + 1, argv + argc));
 }
