@@ -143,7 +143,7 @@ class RunSession : public SessionTest {
   }
 
   static std::string results() {
-    return platform::documents_folder() + platform::kPathSeparator + "KVRU3" +
+    return platform::documents_folder().value_or("") + platform::kPathSeparator + "KVRU3" +
            platform::kPathSeparator;
   }
   static std::string head() {
