@@ -20,6 +20,7 @@ function(build_instead_of_finding package)
 endfunction()
 
 stage_headers(plog)
+stage_headers(toml++)
 find_path(plog_description cmake/plog/plogConfig.cmake PATH_SUFFIXES share
           NO_CMAKE_FIND_ROOT_PATH NO_CACHE REQUIRED)
 file(COPY ${plog_description}/cmake/plog DESTINATION ${staged_packages}/share/cmake)

@@ -25,3 +25,5 @@ void use_as_standard_input(const std::string& text) {
   _close(ends[0]);
   _close(ends[1]);
 }
+
+void raise_console_event() { GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0); }
