@@ -278,11 +278,13 @@ double turns_factor(const WindingGroup& group) {
 }
 
 std::string terminal_name(int side, int terminal) {
-  return (side == kHighSide ? "H" : "X") + std::to_string(terminal);
+  std::string name(side == kHighSide ? "H" : "X");
+  return name += std::to_string(terminal);
 }
 
 std::string pair_name(int side, TerminalPair pair) {
-  return terminal_name(side, pair.plus) + "-" + terminal_name(side, pair.minus);
+  std::string name = terminal_name(side, pair.plus);
+  return name.append("-").append(terminal_name(side, pair.minus));
 }
 
 std::optional<std::array<double, 3>> turns_between(const std::vector<Leg>& legs,

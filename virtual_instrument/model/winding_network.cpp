@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <numbers>
+#include <optional>
 #include <stdexcept>
 
 #include "virtual_instrument/model/linear_equations.h"
@@ -21,20 +22,35 @@ namespace {
 
 constexpr int kSteps = 128;
 constexpr int kSlopeHarmonics = 2 * kHighestHarmonic;
+constexpr double kGoodProgress = 0.05;
 
 using Limbs = std::array<Complex, 3>;
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
-const std::array<Complex, kSteps>& step_phasors() {
-  static const std::array<Complex, kSteps> phasors = [] {
-    std::array<Complex, kSteps> made;
-    for (int step = 0; step < kSteps; ++step) {
-      made[index(step)] = unit_phasor(static_cast<double>(step) / kSteps);
+/// The circle in kFinestSteps steps, the first at the angle 0.
+using Circle = std::array<Complex, kFinestSteps>;
+
+const Circle& circle() {
+  static const Circle phasors = [] {
+    Circle made;
+    for (int step = 0; step < kFinestSteps; ++step) {
+      made[index(step)] = unit_phasor(static_cast<double>(step) / kFinestSteps);
     }
     return made;
   }();
   return phasors;
+}
+
+/// Adds the course of one harmonic to `values`, which hold one period.
+template <typename Values>
+void add_harmonic(Values& values, std::size_t harmonic, Complex amplitude) {
+  const Circle& phasors = circle();
+  const std::size_t stride = phasors.size() / values.size() * harmonic;
+  for (std::size_t step = 0; step < values.size(); ++step) {
+    const Complex& phasor = phasors[step * stride % kFinestSteps];
+    values[step] += amplitude.real() * phasor.real() - amplitude.imag() * phasor.imag();
+  }
 }
 
 /// The circuit at one harmonic, solved for the sources and for a unit flux in each limb.
@@ -148,12 +164,14 @@ class HarmonicCircuit {
 /// Harmonics up to `count` of one period, the mean first.
 template <std::size_t count>
 std::array<Complex, count> harmonics_of(const std::array<double, kSteps>& values) {
+  const Circle& phasors = circle();
   std::array<Complex, count> result{};
   for (std::size_t harmonic = 0; harmonic < count; ++harmonic) {
+    const std::size_t stride = phasors.size() / values.size() * harmonic;
     double real = 0;
     double imaginary = 0;
     for (std::size_t step = 0; step < values.size(); ++step) {
-      const Complex& phasor = step_phasors()[step * harmonic % values.size()];
+      const Complex& phasor = phasors[step * stride % kFinestSteps];
       real += values[step] * phasor.real();
       imaginary -= values[step] * phasor.imag();
     }
@@ -165,13 +183,8 @@ std::array<Complex, count> harmonics_of(const std::array<double, kSteps>& values
 std::array<double, kSteps> period_of(const Spectrum& spectrum) {
   std::array<double, kSteps> values{};
   for (std::size_t harmonic = 0; harmonic < spectrum.size(); ++harmonic) {
-    const Complex amplitude = spectrum[harmonic];
-    if (amplitude == Complex{}) {
-      continue;
-    }
-    for (std::size_t step = 0; step < values.size(); ++step) {
-      const Complex& phasor = step_phasors()[step * harmonic % values.size()];
-      values[step] += amplitude.real() * phasor.real() - amplitude.imag() * phasor.imag();
+    if (spectrum[harmonic] != Complex{}) {
+      add_harmonic(values, harmonic, spectrum[harmonic]);
     }
   }
   return values;
@@ -208,21 +221,32 @@ class PeriodicSolver {
   PeriodicState solve() {
     std::vector<double> fluxes(size_);
     Balance balance = balance_at(fluxes);
-    for (int iteration = 0; iteration < 60; ++iteration) {
-      const std::vector<double> step =
-          LinearEquations<double>(jacobian(fluxes)).solve(balance.residual);
+    std::optional<LinearEquations<double>> equations;
+    for (int iteration = 0; iteration < 100; ++iteration) {
+      const bool fresh = !equations;
+      if (fresh) {
+        equations.emplace(jacobian(fluxes));
+      }
+      const std::vector<double> step = equations->solve(balance.residual);
       double part = 1;
       std::vector<double> next = moved(fluxes, step, part);
       Balance next_balance = balance_at(next);
-      while (!(next_balance.size < balance.size) && part > 1e-3) {
+      while (fresh && !(next_balance.size < balance.size) && part > 1e-3) {
         part /= 2;
         next = moved(fluxes, step, part);
         next_balance = balance_at(next);
       }
+      // Old derivatives serve as long as they bring the balance on; making new ones costs more.
+      const double progress = next_balance.size / balance.size;
+      if (!(progress < kGoodProgress)) {
+        equations.reset();
+      }
       const bool settled = largest(step) <= 1e-12 * largest(next);
       const bool exhausted = part <= 1e-3 && balance.size <= 1e-9 * balance.scale;
-      fluxes = next;
-      balance = next_balance;
+      if (fresh || progress < 1 || settled) {
+        fluxes = next;
+        balance = next_balance;
+      }
       if (settled || exhausted) {
         return state_at(fluxes);
       }
@@ -471,16 +495,10 @@ PeriodicState solve_network(const Network& network, const std::vector<Drive>& dr
 }
 
 std::vector<double> waveform(const Spectrum& spectrum, int count) {
-  std::vector<Complex> phasors;
-  for (int step = 0; step < count; ++step) {
-    phasors.push_back(unit_phasor(static_cast<double>(step) / count));
-  }
-  std::vector<double> values(phasors.size());
+  std::vector<double> values(index(count));
   for (std::size_t harmonic = 0; harmonic < spectrum.size(); ++harmonic) {
-    const Complex amplitude = spectrum[harmonic];
-    for (std::size_t step = 0; amplitude != Complex{} && step < values.size(); ++step) {
-      const Complex& phasor = phasors[step * harmonic % phasors.size()];
-      values[step] += amplitude.real() * phasor.real() - amplitude.imag() * phasor.imag();
+    if (spectrum[harmonic] != Complex{}) {
+      add_harmonic(values, harmonic, spectrum[harmonic]);
     }
   }
   return values;

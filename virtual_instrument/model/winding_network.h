@@ -56,7 +56,11 @@ struct PeriodicState {
 PeriodicState solve_network(const Network& network, const std::vector<Drive>& drives,
                             double frequency);
 
-/// The course over one period, in `count` equal steps from the phase 0 of a cosine.
+/// Steps of the finest course of a period.
+inline constexpr int kFinestSteps = 1024;
+
+/// The course over one period, in `count` equal steps from the phase 0 of a cosine. REQUIRES: a
+/// power of two up to kFinestSteps.
 std::vector<double> waveform(const Spectrum& spectrum, int count);
 
 Spectrum difference(const Spectrum& a, const Spectrum& b);

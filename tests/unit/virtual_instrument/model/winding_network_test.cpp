@@ -235,9 +235,9 @@ TEST(WindingNetwork, AWaveformIsTheSumOfItsHarmonics) {
   spectrum[0] = 0.5;
   spectrum[1] = Complex(0, -2);
   spectrum[3] = 1;
-  const auto values = waveform(spectrum, 12);
-  for (int step = 0; step < 12; ++step) {
-    const double angle = 2 * std::numbers::pi * step / 12;
+  const auto values = waveform(spectrum, 16);
+  for (int step = 0; step < 16; ++step) {
+    const double angle = 2 * std::numbers::pi * step / 16;
     EXPECT_NEAR(values[static_cast<std::size_t>(step)],
                 0.5 + 2 * std::sin(angle) + std::cos(3 * angle), 1e-14);
   }
