@@ -242,8 +242,18 @@ struct PlannedAnswer {
   bool always = false;
   ScriptedAnswer answer;
   std::string record_name;
+  std::vector<std::string> listed_names;
   std::size_t line = 0;
 };
+
+std::vector<std::string> names_of(std::string_view word) {
+  std::vector<std::string> names;
+  while (!word.empty()) {
+    names.emplace_back(take(word, std::min(word.find(','), word.size())));
+    take(word, 1);
+  }
+  return names;
+}
 
 bool set_status(PlannedAnswer& planned, std::string_view key, std::string_view word) {
   if (key == "status") {
@@ -322,6 +332,12 @@ bool set_filling(PlannedAnswer& planned, std::string_view key, std::string_view 
     case ApiCall::Test_Ratio_3ph:
     case ApiCall::ReadRecord:
       return set_record(planned, key, word);
+    case ApiCall::ListRecords:
+      if (key != "records") {
+        return false;
+      }
+      planned.listed_names = names_of(word);
+      return true;
     default:
       return false;
   }
@@ -385,6 +401,13 @@ std::shared_ptr<kvr_TestRecord> make_record(const RecordText& source) {
   return {std::move(owned), record};
 }
 
+/// How a record shows in the list of stored ones: by its head.
+kvr_TestLabel label_of(const RecordText& source) {
+  kvr_TestLabel label;
+  std::memcpy(&label, make_record(source).get(), sizeof(label));
+  return label;
+}
+
 }  // namespace
 
 void load_script(std::istream& script, const std::string& name, ScriptedClientApi& api) {
@@ -430,13 +453,24 @@ void load_script(std::istream& script, const std::string& name, ScriptedClientAp
   for (const auto& [record_name, source] : records) {
     make_record(source);  // says now what is wrong with it
   }
+  const auto find_record = [&](const std::string& record_name, std::size_t at) {
+    const auto found = records.find(record_name);
+    if (found == records.end()) {
+      fail(at, "no record " + in_quotes(record_name));
+    }
+    return found->second;
+  };
   for (PlannedAnswer& planned : plan) {
     if (!planned.record_name.empty()) {
-      const auto found = records.find(planned.record_name);
-      if (found == records.end()) {
-        fail(planned.line, "no record " + in_quotes(planned.record_name));
-      }
-      planned.answer.record = [source = found->second] { return make_record(source); };
+      planned.answer.record = [source = find_record(planned.record_name, planned.line)] {
+        return make_record(source);
+      };
+    }
+    if (!planned.listed_names.empty()) {
+      planned.answer.labels.emplace();
+    }
+    for (const std::string& listed : planned.listed_names) {
+      planned.answer.labels->push_back(label_of(find_record(listed, planned.line)));
     }
     if (planned.always) {
       api.answer_always(planned.call, std::move(planned.answer));

@@ -30,6 +30,7 @@
 //                      an accepted call gives a plausible record. record_id="text", raw="text" and
 //                      raw=null alter the record. The test calls take progress=CURRENT/TOTAL,...
 //                      and until_cancelled too
+// kvr_ListRecords:     records=NAME,NAME,...  without it the list is empty
 //
 // Texts know \" \\ \n \t and \xHH.
 

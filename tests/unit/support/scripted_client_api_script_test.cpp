@@ -122,6 +122,28 @@ TEST_F(Script, RecordsByName) {
   EXPECT_EQ(api.records_handed_out(), 4);
 }
 
+TEST_F(Script, ListsShowTheHeadsOfRecords) {
+  load(
+      "kvr_ListRecords: 0 records=b,a,b\n"
+      "kvr_ListRecords: 0\n"
+      "record a\n"
+      "  record_id = A\n"
+      "record b\n"
+      "  test_count = 7\n"
+      "  timestamp = 1234567890123456789012\n");
+  kvr_TestLabelsList* list = nullptr;
+  kvr_ListRecords(&list, nullptr, 0, 0);
+  ASSERT_EQ(list->count, 3);
+  EXPECT_EQ(list->entries[0].test_count, 7);
+  EXPECT_STREQ(list->entries[1].record_id, "A");
+  EXPECT_STREQ(list->entries[2].timestamp, "1234567890123456789012");
+  kvr_FreeTestLabelsList(list);
+  kvr_ListRecords(&list, nullptr, 0, 0);
+  EXPECT_EQ(list->count, 0);
+  kvr_FreeTestLabelsList(list);
+  EXPECT_EQ(error_of("kvr_ListRecords: 0 records=c\n"), "it:1: no record 'c'");
+}
+
 TEST_F(Script, RecordIdsMayFillTheirField) {
   load("kvr_Test_Ratio_1ph: 0 record_id=\"123456789012345678901234567890\"\n");
   const kvr_TestRecord* record = run_test();
