@@ -26,4 +26,12 @@ void use_as_standard_input(const std::string& text) {
   _close(ends[1]);
 }
 
-void raise_console_event() { GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0); }
+void raise_console_event() {
+  // What the system does for a Ctrl-C; asking it to needs a console.
+  const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernelbase"), "CtrlRoutine")));
+  if (routine == nullptr ||
+      CreateThread(nullptr, 0, routine, CTRL_C_EVENT, 0, nullptr) == nullptr) {
+    std::abort();
+  }
+}
