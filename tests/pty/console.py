@@ -2,8 +2,9 @@
 settings.
 
 The program runs on the scripted client library, which answers as the test's script says (see
-tests/support/scripted_client_api_script.h), on the real clock. KVR_CONSOLE_TESTER names the program
-and KVR_SCRIPTED_LIBRARY the folder of the library.
+tests/support/scripted_client_api_script.h), or on the virtual instrument with the test's bench; on
+the real clock. KVR_CONSOLE_TESTER names the program and KVR_SCRIPTED_LIBRARY the folder of the
+scripted library.
 """
 
 import fcntl
@@ -29,22 +30,27 @@ MAIN_MENU = "2. Single Phase Test\n0. Exit\n"
 class Console:
     """Use as a context. The program is killed at the end if it still runs."""
 
-    def __init__(self, script="", ignored_signals=()):
+    def __init__(self, script="", ignored_signals=(), bench=None):
         self.seen = ""       # output so far, with line feeds alone at line ends
         self.position = 0    # behind what has been expected
         self.status = None
         self.script = script
+        self.bench = bench
         self.ignored_signals = ignored_signals
 
     def __enter__(self):
         # pylint: disable-next=consider-using-with
         self.temporary = tempfile.TemporaryDirectory(prefix="pty-")
-        folder = pathlib.Path(self.temporary.name)
+        folder = self.home = pathlib.Path(self.temporary.name)
         (folder / "script").write_text(self.script)
         self.log = folder / "calls"
         environment = dict(os.environ, HOME=str(folder), LC_ALL="C", TZ="CET-1",
-                           KVR_SCRIPT_FILE=str(folder / "script"), KVR_CALL_LOG=str(self.log),
-                           LD_LIBRARY_PATH=os.environ["KVR_SCRIPTED_LIBRARY"])
+                           KVR_SCRIPT_FILE=str(folder / "script"), KVR_CALL_LOG=str(self.log))
+        if self.bench is None:
+            environment["LD_LIBRARY_PATH"] = os.environ["KVR_SCRIPTED_LIBRARY"]
+        else:
+            environment["KVR_BENCH_FILE"] = str(folder / "bench.toml")
+            (folder / "bench.toml").write_text(self.bench)
         program = os.path.abspath(os.environ["KVR_CONSOLE_TESTER"])
         master, self.slave = pty.openpty()  # kept open, so that settings can be read at the end
         self.settings_before = self.settings()
