@@ -107,8 +107,9 @@ TEST(ImpedanceBody, FirstPhaseOfTheFirstTestTellsOfCorrections) {
             "sci\nCorrections applied ( from 20.10000038 C to 75.00000000 C)\n" + kThreePhaseBlock);
   EXPECT_EQ(body_of(kThreePhases + tests + "[0].phases[1].corrected = 1\n"),
             "sci\n" + kThreePhaseBlock);
-  EXPECT_EQ(body_of(kThreePhases + tests + "[1].phases[0].corrected = 1\n"),
-            "sci\n" + kThreePhaseBlock);
+  const std::string two_tests = kThreePhases + "data_impedance[0].tests.count = 2\n";
+  EXPECT_EQ(body_of(two_tests + tests + "[1].phases[0].corrected = 1\n"),
+            body_of(two_tests + tests + "[1].phases[0].corrected = 0\n"));
 }
 
 TEST(ImpedanceBody, OfOnePhase) {

@@ -107,7 +107,7 @@ TEST(TextWriterNumbers, LadderOfPowersIsAsInserted) {
 
 TEST(TextWriterNumbers, RandomBitsAreAsInserted) {
   std::mt19937_64 random(20240229);
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < 5000; ++round) {
     expect_as_inserted(std::bit_cast<double>(random()));
     expect_as_inserted(std::bit_cast<float>(static_cast<std::uint32_t>(random())));
   }
@@ -116,7 +116,7 @@ TEST(TextWriterNumbers, RandomBitsAreAsInserted) {
 TEST(TextWriterNumbers, MeasuredValuesAreAsInserted) {
   std::mt19937_64 random(7);
   std::uniform_real_distribution<double> value(-1000, 1000);
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < 5000; ++round) {
     expect_as_inserted(value(random));
     expect_as_inserted(static_cast<float>(value(random)));
   }
