@@ -147,20 +147,69 @@ class Session:
 
 # What may differ between systems
 
-def normalised(content, folder):
+class Posix:
+    """Programs of this system."""
+    separator = "/"
+
+    @staticmethod
+    def path(path):
+        return str(path)
+
+    @staticmethod
+    def environment(folder, library):
+        return {"HOME": str(folder / "home"), "LD_LIBRARY_PATH": library}
+
+    @staticmethod
+    def prepare(folder):
+        """Makes the home folder."""
+        (folder / "home").mkdir()
+
+    @staticmethod
+    def plain(content):
+        """Output or a file without what belongs to the system."""
+        return content
+
+    @staticmethod
+    def ending(status):
+        if status == -signal.SIGABRT:
+            return "abort"
+        return f"status {status}" if status >= 0 else f"signal {signal.Signals(-status).name}"
+
+
+class Wine(Posix):
+    """Windows programs under Wine, which has this system's files on drive Z."""
+    separator = "\\"
+
+    @staticmethod
+    def path(path):
+        return "Z:" + str(path).replace("/", "\\")
+
+    @classmethod
+    def environment(cls, folder, library):
+        return {"KVR_DOCUMENTS": cls.path(folder / "home" / "Documents"),
+                "WINEPATH": cls.path(library)}
+
+    @staticmethod
+    def prepare(folder):
+        """Windows only names a documents folder that exists."""
+        (folder / "home" / "Documents").mkdir(parents=True)
+
+    @staticmethod
+    def plain(content):
+        return content.replace(b"\r\n", b"\n")
+
+    @staticmethod
+    def ending(status):
+        return "abort" if status == 3 else Posix.ending(status)
+
+
+def normalised(content, folder, system):
     """Output with places and line ends as they stand in session files."""
-    content = content.replace(b"\r\n", b"\n") if os.name == "nt" else content
-    for token, path in (("{results}", folder / RESULTS_FOLDER), ("{home}", folder / "home"),
-                        ("{work}", folder / "work")):
-        name = os.fsencode(path) + (os.sep.encode() if token == "{results}" else b"")
-        content = content.replace(name, token.encode())
+    content = system.plain(content)
+    for token, path, end in (("{results}", RESULTS_FOLDER, system.separator),
+                             ("{home}", "home", ""), ("{work}", "work", "")):
+        content = content.replace(os.fsencode(system.path(folder / path) + end), token.encode())
     return content
-
-
-def ending_of(status):
-    if status == -signal.SIGABRT:
-        return "abort"
-    return f"status {status}" if status >= 0 else f"signal {signal.Signals(-status).name}"
 
 
 # Runs
@@ -171,7 +220,7 @@ def place_of(path, folder):
     return folder / os.fsdecode(re.sub(r"^results\b", RESULTS_FOLDER, path).encode("latin-1"))
 
 
-def files_below(folder):
+def files_below(folder, system):
     """Every file, by its path as a session file gives it."""
     found = {}
     for top in ("home", "work"):
@@ -179,48 +228,53 @@ def files_below(folder):
             if path.is_file():
                 name = os.fsencode(path.relative_to(folder).as_posix()).decode("latin-1")
                 name = re.sub(f"^{RESULTS_FOLDER}/", "results/", name)
-                found[name] = normalised(path.read_bytes(), folder)
+                found[name] = normalised(path.read_bytes(), folder, system)
     return found
 
 
-def filled_in(text, folder):
-    return text.replace("{home}", str(folder / "home")).replace("{work}", str(folder / "work"))
+def filled_in(text, folder, system):
+    for name in ("home", "work"):
+        text = text.replace("{" + name + "}", system.path(folder / name))
+    return text
 
 
-def environment_of(session, folder, libraries):
+def environment_of(session, folder, libraries, system):
     environment = {name: value for name, value in os.environ.items()
                    if not name.startswith(("KVR_", "XDG_", "LC_", "LANG"))}
-    environment.update(HOME=str(folder / "home"), TZ="CET-1", LC_ALL="C",
-                       KVR_CALL_LOG=str(folder / "calls"))
+    environment.update(TZ="CET-1", LC_ALL="C", KVR_CALL_LOG=system.path(folder / "calls"))
     scripted = session.has("script")
     if scripted == session.has("bench"):
         raise BadSession("one section 'script' or one section 'bench'")
-    environment["LD_LIBRARY_PATH"] = libraries["scripted" if scripted else "instrument"]
+    environment.update(
+        system.environment(folder, libraries["scripted" if scripted else "instrument"]))
     content = session.one("script" if scripted else "bench")
     if scripted or content:
         name = "script" if scripted else "bench"
         (folder / name).write_text("\n".join(content) + "\n", encoding="latin-1")
-        environment[f"KVR_{name.upper()}_FILE"] = str(folder / name)
+        environment[f"KVR_{name.upper()}_FILE"] = system.path(folder / name)
     for line in session.one("environment", []):
         name, _, value = line.partition("=")
         if line.startswith("-"):
             environment.pop(line[1:], None)
         else:
-            environment[name] = filled_in(value, folder)
+            environment[name] = filled_in(value, folder, system)
     return environment
 
 
-def prepare(session, folder):
+def prepare(session, folder, system):
     """Makes the folders and the given files; gives the files as they are then."""
-    (folder / "home").mkdir()
+    system.prepare(folder)
     (folder / "work").mkdir()
     for path, _ in session.all("given folder"):
         place_of(path, folder).mkdir(parents=True, exist_ok=True)
     for path, lines in session.all("given file"):
         place = place_of(path, folder)
         place.parent.mkdir(parents=True, exist_ok=True)
-        place.write_bytes(filled_in(decode(lines).decode("latin-1"), folder).encode("latin-1"))
-    return files_below(folder)
+        if place.is_dir():
+            place.rmdir()  # a file where the system wants a folder
+        content = filled_in(decode(lines).decode("latin-1"), folder, system)
+        place.write_bytes(content.encode("latin-1"))
+    return files_below(folder, system)
 
 
 def cpu_seconds(process):
@@ -232,7 +286,7 @@ def cpu_seconds(process):
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
-def wait_until_silent(process, output, seconds):
+def wait_until_silent(process, output, seconds, system):
     """Waits until a program has ended, or has said nothing for a while. Says how it stands."""
     deadline = time.monotonic() + seconds
     size = -1
@@ -246,54 +300,56 @@ def wait_until_silent(process, output, seconds):
         if time.monotonic() > deadline:
             return "never silent"
     if process.poll() is not None:
-        return ending_of(process.returncode)
+        return system.ending(process.returncode)
     busy = cpu_seconds(process) - before > SECONDS_OF_SILENCE / 2
     return "waiting, with work" if busy else "waiting"
 
 
-def wait_for_end(process, seconds):
+def wait_for_end(process, seconds, system):
     try:
-        return ending_of(process.wait(seconds))
+        return system.ending(process.wait(seconds))
     except subprocess.TimeoutExpired:
         return f"not ended after {seconds} s"
 
 
-def run(session, programs, libraries, launcher, seconds):
+def run(session, arguments):
     """Runs a session. Gives a copy of it with the expected sections as they came out."""
     name = (session.all("program") or [("console-tester", [])])[0][0]
-    if name not in programs:
+    if name not in arguments.programs:
         raise BadSession(f"no program '{name}'")
+    program = arguments.programs[name]
+    system = Wine if program.endswith(".exe") else Posix
     expects_wait = session.one("ends with", []) == ["waiting"]
     with tempfile.TemporaryDirectory(prefix="session-") as temporary:
         folder = pathlib.Path(temporary).resolve()
-        given = prepare(session, folder)
-        environment = environment_of(session, folder, libraries)
+        given = prepare(session, folder, system)
+        environment = environment_of(session, folder, arguments.libraries, system)
         answers = folder / "answers"
         answers.write_bytes(decode(session.one("answers")))
-        options = [filled_in(decode([line])[:-1].decode("latin-1"), folder).encode("latin-1")
-                   for line in session.one("options", [])]
+        options = [filled_in(decode([line])[:-1].decode("latin-1"), folder, system)
+                   .encode("latin-1") for line in session.one("options", [])]
         output, errors = folder / "output", folder / "errors"
         with open(answers, "rb") as stdin, open(output, "wb") as stdout, \
                 open(errors, "wb") as stderr:
-            process = subprocess.Popen(launcher + [programs[name]] + options, stdin=stdin,
+            process = subprocess.Popen(arguments.launcher + [program] + options, stdin=stdin,
                                        stdout=stdout, stderr=stderr, cwd=folder / "work",
                                        env=environment, start_new_session=True)
             try:
-                ending = (wait_until_silent(process, output, seconds) if expects_wait
-                          else wait_for_end(process, seconds))
+                ending = (wait_until_silent(process, output, arguments.seconds, system)
+                          if expects_wait else wait_for_end(process, arguments.seconds, system))
             finally:
                 process.kill()
                 process.wait()
-        files = {path: content for path, content in files_below(folder).items()
+        files = {path: content for path, content in files_below(folder, system).items()
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
         calls = folder / "calls"
         return outcome(session, {
-            "output": normalised(output.read_bytes(), folder),
-            "error output": normalised(errors.read_bytes(), folder),
+            "output": normalised(output.read_bytes(), folder, system),
+            "error output": normalised(errors.read_bytes(), folder, system),
             "ends with": ending,
             "files": files,
-            "log": normalised(calls.read_bytes(), folder) if calls.exists() else b"",
+            "log": normalised(calls.read_bytes(), folder, system) if calls.exists() else b"",
         })
 
 
@@ -356,8 +412,7 @@ def check(path, arguments):
     """Runs one file. True if all came out as expected, or was rebuilt."""
     try:
         session = Session(path.read_text(encoding="latin-1"))
-        seen = run(session, arguments.programs, arguments.libraries, arguments.launcher,
-                   arguments.seconds)
+        seen = run(session, arguments)
     except (BadSession, OSError) as error:
         print(f"{path}: {error}")
         return False
@@ -379,7 +434,9 @@ def main():
                         help="where a program of that name is")
     parser.add_argument("--scripted", required=True, help="folder of the scripted library")
     parser.add_argument("--instrument", required=True, help="folder of the virtual instrument")
-    parser.add_argument("--launcher", default="", help="command that starts a program")
+    parser.add_argument("--launcher", default="",
+                        help="command that starts a program; one that ends in .exe is taken for a "
+                        "Windows program under Wine")
     parser.add_argument("--seconds", type=float, default=SECONDS_TO_END,
                         help="time that a program has to end")
     parser.add_argument("--rebuild", action="store_true",
