@@ -146,6 +146,13 @@ class RunSession(unittest.TestCase):
                                       "kvr_ConnectAPI: 0\nkvr_Test_Ratio_1ph: 31")
         self.assert_refused(text, "+1 more answers to kvr_ConnectAPI than calls")
 
+    def test_skip(self):
+        text = self.rebuilt().replace("---- answers\n", "---- not on posix\nIt is\nelsewhere.\n\n"
+                                      "---- not on moon\nToo far.\n\n---- answers\n")
+        status, output = self.run_session(text)
+        self.assertEqual(status, 77)
+        self.assertIn("is skipped: It is elsewhere.", output)
+
     def test_sessions_that_are_none(self):
         for text, reason in (("", "a session opens with a description"),
                              ("Title\n", "a session opens with a description"),

@@ -11,6 +11,7 @@ What goes in:
                             see scripted_client_api_script.h
   ---- bench                or it is the virtual instrument with this bench, the built-in one if empty
   ---- program NAME         another program than console-tester
+  ---- not on windows       the file is skipped there, for the reason given
   ---- given file PATH      a file that is there before
   ---- given folder PATH    a folder that is there before
   ---- answers              standard input
@@ -49,8 +50,9 @@ import time
 
 SECONDS_TO_END = 10.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
+PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
 RESULTS_FOLDER = "home/Documents/KVRU3"
-INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "given file",
+INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "not on", "given file",
                   "given folder", "answers")
 EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file", "no files",
                      "calls", "complaints")
@@ -58,6 +60,10 @@ EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file",
 
 class BadSession(Exception):
     """A session file that can't be run."""
+
+
+class Skipped(Exception):
+    """A session file that is not meant for this system. Says why."""
 
 
 # Session files
@@ -149,11 +155,17 @@ class Session:
 
 class Posix:
     """Programs of this system."""
+    name = "posix"
     separator = "/"
 
     @staticmethod
     def path(path):
         return str(path)
+
+    @staticmethod
+    def variable(name):
+        """The variable that does what another one does on POSIX systems."""
+        return name
 
     @staticmethod
     def environment(folder, library):
@@ -178,11 +190,16 @@ class Posix:
 
 class Wine(Posix):
     """Windows programs under Wine, which has this system's files on drive Z."""
+    name = "windows"
     separator = "\\"
 
     @staticmethod
     def path(path):
         return "Z:" + str(path).replace("/", "\\")
+
+    @staticmethod
+    def variable(name):
+        return "KVR_DOCUMENTS" if name == "HOME" else name
 
     @classmethod
     def environment(cls, folder, library):
@@ -255,9 +272,9 @@ def environment_of(session, folder, libraries, system):
     for line in session.one("environment", []):
         name, _, value = line.partition("=")
         if line.startswith("-"):
-            environment.pop(line[1:], None)
+            environment.pop(system.variable(line[1:]), None)
         else:
-            environment[name] = filled_in(value, folder, system)
+            environment[system.variable(name)] = filled_in(value, folder, system)
     return environment
 
 
@@ -289,8 +306,8 @@ def cpu_seconds(process):
 def wait_until_silent(process, output, seconds, system):
     """Waits until a program has ended, or has said nothing for a while. Says how it stands."""
     deadline = time.monotonic() + seconds
-    size = -1
-    while process.poll() is None and output.stat().st_size != size:
+    size = 0
+    while process.poll() is None and (size == 0 or output.stat().st_size != size):
         size = output.stat().st_size
         before = cpu_seconds(process)
         try:
@@ -319,6 +336,9 @@ def run(session, arguments):
         raise BadSession(f"no program '{name}'")
     program = arguments.programs[name]
     system = Wine if program.endswith(".exe") else Posix
+    for unfit, reason in session.all("not on"):
+        if unfit == system.name:
+            raise Skipped(" ".join(reason))
     expects_wait = session.one("ends with", []) == ["waiting"]
     with tempfile.TemporaryDirectory(prefix="session-") as temporary:
         folder = pathlib.Path(temporary).resolve()
@@ -409,23 +429,26 @@ def in_order(session):
 
 
 def check(path, arguments):
-    """Runs one file. True if all came out as expected, or was rebuilt."""
+    """Runs one file. Gives the exit status for it."""
     try:
         session = Session(path.read_text(encoding="latin-1"))
         seen = run(session, arguments)
+    except Skipped as reason:
+        print(f"{path} is skipped: {reason}")
+        return SKIPPED
     except (BadSession, OSError) as error:
         print(f"{path}: {error}")
-        return False
+        return FAILED
     if arguments.rebuild:
         path.write_text(seen.text(), encoding="latin-1")
-        return True
+        return PASSED
     difference = list(difflib.unified_diff(in_order(session).text().splitlines(),
                                            seen.text().splitlines(), "expected", "seen",
                                            lineterm="", n=5))
     if difference:
         print(f"{path} came out otherwise:")
         print("\n".join(difference))
-    return not difference
+    return FAILED if difference else PASSED
 
 
 def main():
@@ -448,7 +471,8 @@ def main():
     arguments.libraries = {"scripted": os.path.abspath(arguments.scripted),
                            "instrument": os.path.abspath(arguments.instrument)}
     arguments.launcher = arguments.launcher.split()
-    return 0 if all([check(path, arguments) for path in arguments.files]) else 1
+    statuses = {check(path, arguments) for path in arguments.files}
+    return FAILED if FAILED in statuses else min(statuses)
 
 
 if __name__ == "__main__":
