@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-#include "flow_test.h"
+#include "support/flow_test.h"
 
 namespace {
 

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "common/errors.h"
-#include "flow_test.h"
 #include "flows/run_files.h"
 #include "shell/callbacks.h"
 #include "shell/stop_handling.h"
+#include "support/flow_test.h"
 
 namespace {
 
