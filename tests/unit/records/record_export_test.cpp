@@ -18,48 +18,29 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-const std::string kThreePhaseHeader =
+/// The text with each @ as the letter for a phase, in UTF-8.
+std::string with_phase_letters(std::string text) {
+  for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@')) {
+    text.replace(at, 1, "\xC3\xB8");
+  }
+  return text;
+}
+
+const std::string kThreePhaseHeader = with_phase_letters(
     "TEST ID,TIMESTAMP,VECTOR,TESTING MODE,TEST TYPE,PHASE CONFIG_A,VOLTAGE_A, ,PHASE CONFIG_B,"
     "VOLTAGE_B, ,PHASE CONFIG_C,VOLTAGE_C, ,PHASE CONFIG_A,VOLTAGE_A, ,PHASE CONFIG_B,VOLTAGE_B, ,"
-    "PHASE CONFIG_C,VOLTAGE_C, ,\xC3\xB8"
-    "A V RATIO,\xC3\xB8"
-    "A VR RATIO ERROR,\xC3\xB8"
-    "A CURRENT RMS,\xC3\xB8"
-    "A VOLTAGE RMS,\xC3\xB8"
-    "A eFi,\xC3\xB8"
-    "A PHASE HIGH,\xC3\xB8"
-    "A PHASE LOW,\xC3\xB8"
-    "A PHASE SHIFT ABSOLUTE,\xC3\xB8"
-    "A DEVIATION FROM PHASING,\xC3\xB8"
-    "A VOL RMS HIGH,\xC3\xB8"
-    "A VOL RMS LOW, ,\xC3\xB8"
-    "B V RATIO,\xC3\xB8"
-    "B VR RATIO ERROR,\xC3\xB8"
-    "B CURRENT RMS,\xC3\xB8"
-    "B VOLTAGE RMS,\xC3\xB8"
-    "B eFi,\xC3\xB8"
-    "B PHASE HIGH,\xC3\xB8"
-    "B PHASE LOW,\xC3\xB8"
-    "B PHASE SHIFT ABSOLUTE,\xC3\xB8"
-    "B DEVIATION FROM PHASING,\xC3\xB8"
-    "B VOL RMS HIGH,\xC3\xB8"
-    "B VOL RMS LOW, ,\xC3\xB8"
-    "C V RATIO,\xC3\xB8"
-    "C VR RATIO ERROR,\xC3\xB8"
-    "C CURRENT RMS,\xC3\xB8"
-    "C VOLTAGE RMS,\xC3\xB8"
-    "C eFi,\xC3\xB8"
-    "C PHASE HIGH,\xC3\xB8"
-    "C PHASE LOW,\xC3\xB8"
-    "C PHASE SHIFT ABSOLUTE,\xC3\xB8"
-    "C DEVIATION FROM PHASING,\xC3\xB8"
-    "C VOL RMS HIGH,\xC3\xB8"
-    "C VOL RMS LOW, ,POSITIVE SEQ HI,NEGATIVE SEQ HI,ZERO SEQ HI,POSITIVE PHASE HI,"
-    "NEGATIVE PHASE HI,ZERO PHASE HI,POSITIVE SEQ LO,NEGATIVE SEQ LO,ZERO SEQ LO,"
-    "POSITIVE PHASE LO,NEGATIVE PHASE LO,ZERO PHASE LO,NEGATIVE DISTORTION INDEX,"
-    "NEGATIVE DISTORTION PHASE (Deg),ZERO DISTORTION INDEX,ZERO DISTORTION PHASE (Deg),RATIO 3PH,"
-    "RATIO 3PH ERROR %,PHASE 3PH,TVR MULTIPLIER FACTOR,INDUCED VOLTAGE,HEALTH STATE,"
-    "DISTORTED PHASE";
+    "PHASE CONFIG_C,VOLTAGE_C, ,"
+    "@A V RATIO,@A VR RATIO ERROR,@A CURRENT RMS,@A VOLTAGE RMS,@A eFi,@A PHASE HIGH,@A PHASE LOW,"
+    "@A PHASE SHIFT ABSOLUTE,@A DEVIATION FROM PHASING,@A VOL RMS HIGH,@A VOL RMS LOW, ,"
+    "@B V RATIO,@B VR RATIO ERROR,@B CURRENT RMS,@B VOLTAGE RMS,@B eFi,@B PHASE HIGH,@B PHASE LOW,"
+    "@B PHASE SHIFT ABSOLUTE,@B DEVIATION FROM PHASING,@B VOL RMS HIGH,@B VOL RMS LOW, ,"
+    "@C V RATIO,@C VR RATIO ERROR,@C CURRENT RMS,@C VOLTAGE RMS,@C eFi,@C PHASE HIGH,@C PHASE LOW,"
+    "@C PHASE SHIFT ABSOLUTE,@C DEVIATION FROM PHASING,@C VOL RMS HIGH,@C VOL RMS LOW, ,"
+    "POSITIVE SEQ HI,NEGATIVE SEQ HI,ZERO SEQ HI,POSITIVE PHASE HI,NEGATIVE PHASE HI,"
+    "ZERO PHASE HI,POSITIVE SEQ LO,NEGATIVE SEQ LO,ZERO SEQ LO,POSITIVE PHASE LO,"
+    "NEGATIVE PHASE LO,ZERO PHASE LO,NEGATIVE DISTORTION INDEX,NEGATIVE DISTORTION PHASE (Deg),"
+    "ZERO DISTORTION INDEX,ZERO DISTORTION PHASE (Deg),RATIO 3PH,RATIO 3PH ERROR %,PHASE 3PH,"
+    "TVR MULTIPLIER FACTOR,INDUCED VOLTAGE,HEALTH STATE,DISTORTED PHASE");
 const std::string kSinglePhaseHeader =
     "TEST ID,TIMESTAMP,TESTING MODE,HIGH SIDE PHASE,LOW SIDE PHASE,VOLTAGE HIGH,VOLTAGE LOW,RATIO,"
     "PHASE HIGH,PHASE LOW,PHASE SHIFT ABSOLUTE,PHASE DEV FROM USER PHASING,VR RATIO ERROR %,"
@@ -274,18 +255,10 @@ TEST_F(RecordExport, KeepsRowAndHeaderApartFromColumn28On) {
   const auto value_under = [&](std::size_t position) {
     return header.at(position - 1) + ": " + row.at(position - 1);
   };
-  EXPECT_EQ(value_under(27),
-            "\xC3\xB8"
-            "A VOLTAGE RMS: 601");
-  EXPECT_EQ(value_under(28),
-            "\xC3\xB8"
-            "A eFi: 0.1");
-  EXPECT_EQ(value_under(34),
-            "\xC3\xB8"
-            "A VOL RMS LOW: 302");
-  EXPECT_EQ(value_under(54),
-            "\xC3\xB8"
-            "C PHASE LOW: 1001");
+  EXPECT_EQ(value_under(27), with_phase_letters("@A VOLTAGE RMS: 601"));
+  EXPECT_EQ(value_under(28), with_phase_letters("@A eFi: 0.1"));
+  EXPECT_EQ(value_under(34), with_phase_letters("@A VOL RMS LOW: 302"));
+  EXPECT_EQ(value_under(54), with_phase_letters("@C PHASE LOW: 1001"));
   EXPECT_EQ(value_under(74), "ZERO DISTORTION INDEX: 901");
 }
 
