@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <numbers>
 #include <stdexcept>
 #include <vector>
@@ -671,17 +670,6 @@ ThreePhaseRatio measure_three_phase_ratio(const TransformerUnit& unit,
     // No steady state: the source would hunt for a voltage until it gave up.
     return {KVR_RES_NO_EXCITATION, {}, std::nullopt, std::nullopt, {}, unit.core.residual_flux};
   }
-}
-
-kvr_TestData_Ratio_3ph* new_three_phase_data(const ThreePhaseRatio& result) {
-  auto data = std::make_unique<kvr_TestData_Ratio_3ph>(result.data);
-  auto step_up =
-      result.step_up ? std::make_unique<kvr_TestData_Ratio_3ph>(*result.step_up) : nullptr;
-  auto step_down =
-      result.step_down ? std::make_unique<kvr_TestData_Ratio_3ph>(*result.step_down) : nullptr;
-  data->step_up = step_up.release();
-  data->step_down = step_down.release();
-  return data.release();
 }
 
 }  // namespace virtual_instrument

@@ -21,7 +21,7 @@ inline constexpr double kHighestStepUpRatio = 500;
 
 struct ThreePhaseRatio {
   kvr_code code;  ///< accepted, KVR_RES_PARTIAL_RESULT_CHECK_STATUS included: there is a result
-  kvr_TestData_Ratio_3ph data;                      ///< nothing nested; see new_three_phase_data()
+  kvr_TestData_Ratio_3ph data;                      ///< with nothing nested
   std::optional<kvr_TestData_Ratio_3ph> step_up;    ///< of an automatic test, as far as it could
   std::optional<kvr_TestData_Ratio_3ph> step_down;  ///< the same
   std::string raw_data;                             ///< empty if it was not asked for
@@ -36,8 +36,5 @@ kvr_code check_three_phase_ratio(const kvr_Ratio3phRequest& request, const Bench
 ThreePhaseRatio measure_three_phase_ratio(const TransformerUnit& unit,
                                           const kvr_Ratio3phRequest& request, const Bench& bench,
                                           std::uint64_t seed);
-
-/// The result as it crosses the boundary: it and what it nests are one `new` each.
-kvr_TestData_Ratio_3ph* new_three_phase_data(const ThreePhaseRatio& result);
 
 }  // namespace virtual_instrument

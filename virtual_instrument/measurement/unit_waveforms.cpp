@@ -10,8 +10,8 @@ std::size_t node_index(int side, int terminal) {
   return static_cast<std::size_t>(terminal_node(side, terminal));
 }
 
-/// As much as a short cable has.
-constexpr double kJumperResistance = 1e-4;
+/// Bolted, so that even the windings of a low side have far more.
+constexpr double kJumperResistance = 1e-6;
 
 }  // namespace
 
@@ -61,6 +61,62 @@ Branch jumper(int side, TerminalPair pair) {
   branch.to = terminal_node(side, pair.minus);
   branch.resistance = kJumperResistance;
   return branch;
+}
+
+void join_lines(Network& network, const TransformerUnit& unit, int side) {
+  const int lines = is_three_phase(unit.group.high) ? 3 : 2;
+  for (int terminal = 1; terminal < lines; ++terminal) {
+    network.branches.push_back(jumper(side, {terminal, terminal + 1}));
+  }
+}
+
+std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, int side) {
+  const kvr_WindingType type = side == kHighSide ? unit.group.high : unit.group.low;
+  std::vector<TerminalPair> pairs = terminal_pairs(type);
+  if (has_neutral(type)) {
+    pairs.erase(pairs.begin(), pairs.begin() + 3);
+  }
+  return pairs;
+}
+
+std::vector<TerminalPair> line_pairs(const TransformerUnit& unit) {
+  return terminal_pairs(is_three_phase(unit.group.high) ? KVR_WINDING_D : KVR_WINDING_1P);
+}
+
+SampledTest sample_pair(const Network& network, const PairMeasurement& measurement,
+                        const MeasurementSettings& settings, Noise& noise) {
+  const std::vector<Drive> drives =
+      pair_drives(measurement.side, measurement.pair, measurement.voltage);
+  const PeriodicState state = solve_network(network, drives, measurement.frequency);
+  const auto voltage = course(terminal_voltage(state, measurement.side, measurement.pair));
+  const auto other = course(terminal_voltage(state, measurement.other_side, measurement.other));
+  const auto current =
+      course(terminal_current(state, drives, measurement.side, measurement.pair.plus));
+  const std::vector<double> none(current.size());
+  const bool high = measurement.side == kHighSide;
+  return sample({high ? voltage : other, high ? other : voltage, high ? current : none,
+                 high ? none : current},
+                {high ? Side::high : Side::low, measurement.voltage, measurement.frequency},
+                settings, noise);
+}
+
+Complex excited_voltage(const SampledTest& test) {
+  return fundamental(test.excited == Side::high ? test.voltage_high : test.voltage_low,
+                     test.samples_per_period);
+}
+
+Complex excited_current(const SampledTest& test) {
+  return fundamental(test.excited == Side::high ? test.current_high : test.current_low,
+                     test.samples_per_period);
+}
+
+Complex other_voltage(const SampledTest& test) {
+  return fundamental(test.excited == Side::high ? test.voltage_low : test.voltage_high,
+                     test.samples_per_period);
+}
+
+Complex measured_impedance(const SampledTest& test) {
+  return quotient(excited_voltage(test), excited_current(test));
 }
 
 }  // namespace virtual_instrument

@@ -3,13 +3,13 @@
 #include <array>
 #include <vector>
 
-#include "virtual_instrument/model/transformer.h"
+#include "virtual_instrument/measurement/samples.h"
 #include "virtual_instrument/model/transformer_unit.h"
 
 namespace virtual_instrument {
 
 /// Resistance of a voltage input of the instrument, in ohm.
-inline constexpr double kInputResistance = 10e6;
+inline constexpr double kInputResistance = 1e9;
 
 /// One period at a terminal, in the form that sample() takes: steps of which the first lies one
 /// step after the source's rise through zero.
@@ -29,5 +29,38 @@ std::vector<Drive> pair_drives(int side, TerminalPair pair, double voltage);
 
 /// A jumper between two terminals.
 Branch jumper(int side, TerminalPair pair);
+
+/// Joins all lines of a side.
+void join_lines(Network& network, const TransformerUnit& unit, int side);
+
+/// The pairs of a side between which single phases are measured: lines to neutral, or line to line
+/// where there is no neutral. One in a single-phase unit.
+std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, int side);
+
+/// Line to line, one pair a phase.
+std::vector<TerminalPair> line_pairs(const TransformerUnit& unit);
+
+/// A measurement with one source between two terminals of `side`: its voltage and current in the
+/// channels of that side, and the voltage between `other`, of `other_side`, in the voltage channel
+/// that is left.
+struct PairMeasurement {
+  int side;
+  TerminalPair pair;
+  double voltage;    ///< V r.m.s.
+  double frequency;  ///< Hz
+  int other_side;
+  TerminalPair other;
+};
+
+SampledTest sample_pair(const Network& network, const PairMeasurement& measurement,
+                        const MeasurementSettings& settings, Noise& noise);
+
+/// Impedance between the excited terminals, in ohm.
+Complex measured_impedance(const SampledTest& test);
+
+/// Voltage of the excited terminals, current into them, voltage of the others: r.m.s. phasors.
+Complex excited_voltage(const SampledTest& test);
+Complex excited_current(const SampledTest& test);
+Complex other_voltage(const SampledTest& test);
 
 }  // namespace virtual_instrument

@@ -1,0 +1,38 @@
+#include "virtual_instrument/measurement/winding_losses.h"
+
+namespace virtual_instrument {
+
+SeriesImpedance series_impedance(const TransformerUnit& unit, const FamilySettings& settings,
+                                 std::size_t phase, double frequency, Noise& noise) {
+  Network network = unit_network(unit, kInputResistance);
+  join_lines(network, unit, kLowSide);
+  const TerminalPair pair = line_pairs(unit)[phase];
+  const SampledTest test = sample_pair(
+      network, {kHighSide, pair, settings.test_voltage, frequency, kLowSide, line_pairs(unit)[0]},
+      settings.measurement, noise);
+  const Complex z = measured_impedance(test);
+  return {z.real(), z.imag(), rms(test.current_high)};
+}
+
+ResistanceParts part_losses(const TransformerUnit& unit, const FamilySettings& settings,
+                            std::size_t phase, double resistance, Noise& noise) {
+  const double at_half =
+      series_impedance(unit, settings, phase, settings.line_frequency / 2, noise).resistance;
+  const double copper = (4 * at_half - resistance) / 3;
+  return {copper, resistance - copper};
+}
+
+ResistanceParts corrected(const ResistanceParts& parts, double from, double to) {
+  const double factor = copper_factor(from, to);
+  return {parts.copper * factor, parts.stray / factor};
+}
+
+double pairs_per_star(const TransformerUnit& unit) {
+  return is_three_phase(unit.group.high) ? 2 : 1;
+}
+
+double base_impedance(const TransformerUnit& unit) {
+  return unit.rated_voltage[kHighSide] * unit.rated_voltage[kHighSide] / (unit.kva * 1000);
+}
+
+}  // namespace virtual_instrument
