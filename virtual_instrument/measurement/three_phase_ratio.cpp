@@ -131,7 +131,7 @@ class RatioTest {
 
   void one_by_one() {
     if (!clock_is_known_) {
-      find_clock_with_one_phase();
+      find_clock_with_one_source();
     }
     if (detection_ != KVR_RES_OK) {
       refuse(detection_);
@@ -179,38 +179,58 @@ class RatioTest {
     limit(reading);
   }
 
-  /// Excites phase A and looks which clock explains best what the lines of the low side show.
-  void find_clock_with_one_phase() {
-    const TerminalPair pair = has_neutral(group_.high) ? TerminalPair{1, 0} : TerminalPair{1, 3};
-    detection_ = pair_code(kHighSide, pair);
-    for (int line = 1; line <= 3 && detection_ == KVR_RES_OK; ++line) {
-      detection_ = lead_code(kLowSide, line);
+  /// Excites one phase and looks which clock explains best what the lines of the low side show.
+  /// Where a faulty limb blurs that, the other phases have their say too.
+  void find_clock_with_one_source() {
+    const std::vector<TerminalPair> pairs = terminal_pairs(group_.high);
+    const std::size_t first = pairs.size() - 3;
+    std::array<double, 12> likeness{};
+    double best = 0;
+    for (std::size_t phase = 0; phase < 3; ++phase) {
+      const TerminalPair pair = pairs[first + phase];
+      detection_ = detection_code(pair);
+      if (detection_ != KVR_RES_OK) {
+        // Phases that don't need the open lead can still be measured, if the clock is known.
+        assume_entered_clock(detection_);
+        return;
+      }
+      add_likeness(pair, likeness);
+      const auto likeliest = std::max_element(likeness.begin(), likeness.end());
+      group_.clock = static_cast<int>(likeliest - likeness.begin());
+      best = *likeliest / static_cast<double>(phase + 1);
+      constexpr double kClear = 0.95;
+      if (best > kClear) {
+        return;
+      }
     }
-    if (detection_ != KVR_RES_OK) {
-      // Phases that don't need the open lead can still be measured, if the clock is known.
-      assume_entered_clock(detection_);
-      return;
+    constexpr double kLikeEnough = 0.85;
+    if (best < kLikeEnough) {
+      assume_entered_clock(KVR_RES_CANNOT_DETECT_PHASING);
     }
+  }
+
+  /// Whether all leads that finding the clock takes make contact.
+  kvr_code detection_code(TerminalPair pair) const {
+    kvr_code code = pair_code(kHighSide, pair);
+    for (int line = 1; line <= 3 && code == KVR_RES_OK; ++line) {
+      code = lead_code(kLowSide, line);
+    }
+    return code;
+  }
+
+  /// Adds, clock by clock, how well it explains what shows while `pair` is excited.
+  void add_likeness(TerminalPair pair, std::array<double, 12>& likeness) {
     const std::vector<Drive> drives = pair_drives(kHighSide, pair, request_.test_voltage);
     const PeriodicState state = solve(network_, drives);
     std::array<double, 3> shown{};
     for (int line = 1; line <= 3; ++line) {
       shown[index(line - 1)] = line_voltage_to_mean(state, kLowSide, line)[1].real();
     }
-    double best = 0;
     for (int clock = 0; clock < 12; ++clock) {
       const WindingGroup candidate{group_.high, group_.low, clock};
       if (exists(candidate)) {
-        const double likeness = cosine(shown, expected_lines(candidate, pair));
-        if (likeness > best) {
-          best = likeness;
-          group_.clock = clock;
-        }
+        likeness[index(clock)] += cosine(shown, expected_lines(candidate, pair));
       }
-    }
-    constexpr double kLikeEnough = 0.9;
-    if (best < kLikeEnough) {
-      assume_entered_clock(KVR_RES_CANNOT_DETECT_PHASING);
     }
   }
 
