@@ -9,7 +9,7 @@ constexpr std::size_t kHighestNamedCode = 1008;
 
 constexpr auto make_code_names() {
   std::array<std::string_view, kHighestNamedCode + 1> names{};
-#define KVR_CODE_NAME(number, name) names[number] = #name;
+#define KVR_CODE_NAME(number, name) names[(number)] = #name;
   KVR_CODE_LIST(KVR_CODE_NAME)
 #undef KVR_CODE_NAME
   return names;

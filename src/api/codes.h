@@ -8,7 +8,7 @@
 /// Results, failures and events of the client library. Any 32-bit value can arrive in a record or
 /// a callback, so a code without a name here is legal everywhere.
 enum kvr_code : std::int32_t {
-#define KVR_CODE_ENUMERATOR(number, name) name = number,
+#define KVR_CODE_ENUMERATOR(number, name) name = (number),
   KVR_CODE_LIST(KVR_CODE_ENUMERATOR)
 #undef KVR_CODE_ENUMERATOR
 };
