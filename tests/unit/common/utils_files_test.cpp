@@ -518,7 +518,7 @@ TEST_F(FileHelpers, NamesAreBytes) {
                                  "Pr\xFC"
                                  "fung \xFF"}) {
     const std::string inner = in_folder(name);
-    const std::string file = inner + "/" + name;
+    const std::string file = (fs::path(inner) / name).string();
     EXPECT_TRUE(Utils::CreateDir(inner));
     Utils::WriteFileData(file, "1");
     EXPECT_TRUE(Utils::WriteToDevice(file, "0"));

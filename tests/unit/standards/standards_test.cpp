@@ -202,7 +202,14 @@ class FunctionCapture : private plog::IAppender {
   std::vector<std::string> functions;
 
  private:
-  void write(const plog::Record& record) override { functions.emplace_back(record.getFunc()); }
+  void write(const plog::Record& record) override {
+    std::string function = record.getFunc();
+    if (function.starts_with('&')) {  // compilers differ in the blank before or after it
+      function.erase(0, 1);
+    }
+    functions.push_back(function);
+  }
+
   plog::Logger<PLOG_DEFAULT_INSTANCE_ID> logger_;
 };
 
