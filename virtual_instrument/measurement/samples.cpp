@@ -61,21 +61,23 @@ std::complex<double> fundamental(const Samples& samples, int samples_per_period)
 double measured_frequency(const Samples& samples, double sample_rate) {
   double first = 0;
   double last = 0;
-  int rises = 0;
-  bool was_low = false;  // well below zero since the last rise, so that noise counts no rise twice
+  int crossings = 0;
+  double armed = 0;  // the side of zero that was left far enough for noise to count nothing twice
   const double threshold = rms(samples) / 4;
   for (std::size_t number = 1; number < samples.size(); ++number) {
     const double before = samples[number - 1];
     const double after = samples[number];
-    was_low = was_low || before < -threshold;
-    if (was_low && before < 0 && after >= 0) {
-      was_low = false;
+    if (std::abs(before) > threshold) {
+      armed = before;
+    }
+    if (armed * after < 0 && before * after <= 0) {
+      armed = 0;
       last = static_cast<double>(number) - after / (after - before);
-      first = rises == 0 ? last : first;
-      ++rises;
+      first = crossings == 0 ? last : first;
+      ++crossings;
     }
   }
-  return rises < 2 ? 0.0 : (rises - 1) * sample_rate / (last - first);
+  return crossings < 2 ? 0.0 : (crossings - 1) * sample_rate / (2 * (last - first));
 }
 
 }  // namespace virtual_instrument

@@ -34,7 +34,7 @@ double rms(const Samples& samples);
 /// The fundamental as an r.m.s. phasor. Angles count from the source's rise through zero.
 std::complex<double> fundamental(const Samples& samples, int samples_per_period);
 
-/// In Hz, from the rises of `samples` through zero; 0 if there are fewer than two of them.
+/// In Hz, from where `samples` pass through zero; 0 if that is less than twice.
 double measured_frequency(const Samples& samples, double sample_rate);
 
 }  // namespace virtual_instrument

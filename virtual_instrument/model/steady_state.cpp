@@ -176,15 +176,15 @@ State repeating_state(const PeriodMarch& march, const ExcitedWinding& winding,
       return trial.end.state;
     }
     double part = 1;
+    bool helps = false;
     Trial next = trial;
-    for (; part >= kSmallestPart; part /= 2) {
+    while (!helps && part >= kSmallestPart) {
       next = try_state(march, {trial.start.flux + part * change.flux,
                                trial.start.current + part * change.current});
-      if (size(newton_change(next, trial.end), trial) <= (1 - part / 4) * change_size) {
-        break;
-      }
+      helps = size(newton_change(next, trial.end), trial) <= (1 - part / 4) * change_size;
+      part /= 2;
     }
-    if (part >= kSmallestPart) {
+    if (helps) {
       trial = next;
     } else if (size(residual(trial), trial) <= kRounding) {
       return trial.end.state;

@@ -33,10 +33,12 @@ TEST(Samples, FundamentalIsAnRmsPhasorWithoutHarmonics) {
   EXPECT_NEAR(std::arg(phasor), 0.3, 1e-12);
 }
 
-TEST(Samples, FrequencyComesFromRisesThroughZero) {
+TEST(Samples, FrequencyComesFromPassagesThroughZero) {
   EXPECT_NEAR(measured_frequency(wave(10, 0.3, 0), 64 * 50.0), 50, 1e-9);
-  EXPECT_EQ(measured_frequency(wave(10, 0.3, 0, 1), 64 * 50.0), 0);
+  EXPECT_NEAR(measured_frequency(wave(10, 0, 0, 2), 64 * 60.0), 60, 1e-9);
+  EXPECT_NEAR(measured_frequency(wave(10, -2, 0, 2), 64 * 60.0), 60, 1e-9);
   EXPECT_EQ(measured_frequency(Samples(100, 0.0), 1000), 0);
+  EXPECT_EQ(measured_frequency(Samples{-1, 1, 2, 1}, 1000), 0);
 }
 
 TEST(Samples, FrequencyIsNotMistakenForNoise) {
