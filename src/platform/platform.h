@@ -38,9 +38,9 @@ using ConsoleHandler = int (*)(unsigned long event);
 bool install_console_handler(ConsoleHandler handler);
 
 /// Waits for one key of the console, without echo and without Enter; a process without a console
-/// does not wait. Outside Windows the main thread rests meanwhile, so that a prompt it waits at does
-/// not take the key; without a controlling terminal a byte of standard input, or its end, counts as
-/// a key.
+/// does not wait. Outside Windows the main thread rests meanwhile, so that a prompt it waits at
+/// does not take the key; without a controlling terminal a byte of standard input, or its end,
+/// counts as a key.
 void wait_for_key();
 
 }  // namespace platform
