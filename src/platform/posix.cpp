@@ -191,7 +191,8 @@ std::atomic<bool> terminal_is_changed = false;
 int changed_terminal = -1;
 termios settings_before{};
 
-/// Keys behind the one that was waited for are thrown away, or a prompt would take them for answers.
+/// Keys behind the one that was waited for are thrown away, or a prompt would take them for
+/// answers.
 void put_terminal_back() {
   if (terminal_is_changed.exchange(false)) {
     tcsetattr(changed_terminal, TCSAFLUSH, &settings_before);
