@@ -25,3 +25,4 @@ find_path(plog_description cmake/plog/plogConfig.cmake PATH_SUFFIXES share
           NO_CMAKE_FIND_ROOT_PATH NO_CACHE REQUIRED)
 file(COPY ${plog_description}/cmake/plog DESTINATION ${staged_packages}/share/cmake)
 build_instead_of_finding(GTest)
+build_instead_of_finding(SQLite3)
