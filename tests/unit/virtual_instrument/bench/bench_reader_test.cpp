@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <map>
 #include <string>
 
 namespace virtual_instrument {
@@ -18,6 +20,24 @@ TEST(BenchReader, TheBuiltInBenchGivesEveryKeyAndNoOther) {
   const BenchReading reading = read_bench(kBuiltInBenchText, "default.toml", Bench{});
   EXPECT_THAT(reading.problems, IsEmpty());
   EXPECT_THAT(reading.given, UnorderedElementsAreArray(bench_keys()));
+}
+
+TEST(BenchReader, TheManualNamesEveryKeyUnderItsTable) {
+  std::ifstream file(KVR_TEST_DATA_DIR "/../docs/virtual-instrument.md");
+  std::map<std::string, std::string> sections;
+  std::string table;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("### `[")) {
+      table = line.substr(6, line.find(']') - 6);
+    } else if (line.starts_with("## ")) {
+      table.clear();
+    }
+    sections[table] += line + "\n";
+  }
+  for (const std::string& key : bench_keys()) {
+    const std::size_t dot = key.find('.');
+    EXPECT_THAT(sections[key.substr(0, dot)], testing::HasSubstr("`" + key.substr(dot + 1) + "`"));
+  }
 }
 
 TEST(BenchReader, TheBuiltInBenchIsHealthy) {
