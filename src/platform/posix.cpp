@@ -251,8 +251,13 @@ bool install_console_handler(ConsoleHandler handler) {
   if (pthread_sigmask(SIG_BLOCK, &signals, nullptr) != 0) {
     return false;
   }
-  std::thread(deliver_console_signals, signals, handler).detach();
-  return true;
+  try {
+    std::thread(deliver_console_signals, signals, handler).detach();
+    return true;
+  } catch (const std::system_error&) {
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);  // what nobody takes goes its usual way
+    return false;
+  }
 }
 
 void wait_for_key() {
