@@ -28,11 +28,10 @@ class RunFiles : public FlowTest {
   static std::string three_phase_rows(const std::string& text) {
     return rows(write_three_phase_rows, *record_of(text));
   }
-  static std::string series_file(const std::string& file_name, const std::string& columns) {
+  static void write_series_file(const std::string& file_name, const std::string& columns) {
     const Console console;
     open_series_file(file_name, columns);
     EXPECT_EQ(console.output(), "Saved data to " + file_name);
-    return console.output();
   }
 };
 
@@ -57,7 +56,7 @@ TEST_F(RunFiles, OfASingleTestAreNamedAfterTheRecord) {
 }
 
 TEST_F(RunFiles, OfASeriesBeginWithTheirHead) {
-  series_file(results.prefix() + "series.csv", "the;columns");
+  write_series_file(results.prefix() + "series.csv", "the;columns");
   EXPECT_EQ(results.read("series.csv"),
             "sep=;\n"
             "KVRU3 client version;5.6.7\n"
@@ -70,7 +69,7 @@ TEST_F(RunFiles, OfASeriesBeginWithTheirHead) {
 
 TEST_F(RunFiles, OfASeriesReplaceAFileOfTheirName) {
   results.write("series.csv", std::string(10000, 'x'));
-  series_file(results.prefix() + "series.csv", "columns");
+  write_series_file(results.prefix() + "series.csv", "columns");
   EXPECT_EQ(results.read("series.csv"), series_head("columns"));
 }
 

@@ -15,6 +15,7 @@
 
 #include "platform/platform.h"
 #include "support/process.h"
+#include "support/refused_threads_posix.h"
 #include "support/temporary_folder.h"
 
 namespace fs = std::filesystem;
@@ -278,6 +279,16 @@ TEST_F(ConsoleEvents, CanBeInstalled) {
         std::_Exit(0);
       },
       testing::ExitedWithCode(0), Eq("1"));
+}
+
+TEST_F(ConsoleEvents, GoTheirUsualWayWhereNoThreadCanTakeThem) {
+  EXPECT_EXIT(
+      {
+        refuse_new_threads();
+        std::cerr << platform::install_console_handler(tell_event_and_leave);
+        kill(getpid(), SIGTERM);
+      },
+      testing::KilledBySignal(SIGTERM), Eq("0"));
 }
 
 // A key, in a process without a terminal.

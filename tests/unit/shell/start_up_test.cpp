@@ -12,6 +12,7 @@
 #include "shell/session.h"
 #include "shell/stop_handling.h"
 #include "shell/workbench.h"
+#include "support/log_capture.h"
 #include "support/process.h"
 #include "support/session_test.h"
 #include "support/temporary_folder.h"
@@ -202,6 +203,13 @@ TEST_F(RunSession, FillsTheSession) {
   EXPECT_EQ(device_serial, "SN-0042");
   EXPECT_EQ(device_software_version, "1.2");
   EXPECT_EQ(device_info.model_tier, 30);
+}
+
+TEST_F(RunSession, AttachesNoLogger) {
+  const Console console("1\n");
+  api.answer(ApiCall::ConnectAPI, {.meanwhile = [] { EXPECT_EQ(plog::get(), nullptr); }});
+  EXPECT_EQ(run_session({"--debug"}, count_menu), 0);
+  EXPECT_EQ(plog::get(), nullptr);
 }
 
 TEST_F(RunSession, HandsConsoleEventsToTheStopFunction) {
