@@ -1,5 +1,6 @@
 #include "virtual_instrument/model/equivalent_circuit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -122,17 +123,27 @@ TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_
   const double root = phases_root(plate.group.high);
   // Each test also reads a little of what the other one is for, so that the parts are trimmed until
   // the tests read right.
-  for (int round = 0; round < 12; ++round) {
+  constexpr double kRightEnough = 1e-10;
+  double worst = 1;
+  const auto correction = [&worst](double target, double reading) {
+    worst = std::max(worst, std::abs(target / reading - 1));
+    return target / reading;
+  };
+  for (int round = 0; round < 20 && worst > kRightEnough; ++round) {
+    worst = 0;
     const CircuitTest open =
         open_circuit_test(unit, open_circuit.side, open_circuit.voltage, plate.frequency);
-    unit.core.limb.core_conductance *= open_circuit.power / open.power;
-    unit.core.limb.inductance *= reactive_power(open, root) / reactive_power(open_circuit, root);
+    unit.core.limb.core_conductance *= correction(open_circuit.power, open.power);
+    unit.core.limb.inductance /=
+        correction(reactive_power(open_circuit, root), reactive_power(open, root));
     const CircuitTest shorted =
         short_circuit_test(unit, short_circuit.side, short_circuit.current, plate.frequency);
+    const double resistance = correction(short_circuit.power, shorted.power);
+    const double reactance =
+        correction(reactive_power(short_circuit, root), reactive_power(shorted, root));
     for (LimbWinding& winding : unit.windings) {
-      winding.resistance *= short_circuit.power / shorted.power;
-      winding.leakage_inductance *=
-          reactive_power(short_circuit, root) / reactive_power(shorted, root);
+      winding.resistance *= resistance;
+      winding.leakage_inductance *= reactance;
     }
   }
   unit.core.limb.saturated_inductance = unit.core.limb.inductance;
@@ -165,10 +176,11 @@ CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double cur
                                double frequency) {
   Network network = unit_network(unit, kMeterResistance);
   join_lines(network, unit, 1 - side);
-  // The flux in the core is small and the circuit as good as linear; the last reading is exact.
+  // The flux in the core is small and the circuit as good as linear.
+  constexpr double kRightEnough = 1e-12;
   double voltage = 0.05 * unit.rated_voltage[index(side)];
   CircuitTest test = read(unit, network, side, voltage, frequency);
-  for (int round = 0; round < 3; ++round) {
+  for (int round = 0; round < 8 && std::abs(test.current / current - 1) > kRightEnough; ++round) {
     voltage *= current / test.current;
     test = read(unit, network, side, voltage, frequency);
   }

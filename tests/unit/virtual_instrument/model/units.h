@@ -4,17 +4,17 @@
 
 namespace virtual_instrument {
 
-/// Without saturation: 11/0.433 kV, 500 kVA, 50 Hz, or the same plate with other windings.
-inline TransformerUnit three_phase_unit(const WindingGroup& group = {KVR_WINDING_D, KVR_WINDING_YN,
-                                                                     11}) {
-  return unit_from_tests({group, 11000, 433, 500, 50, 1, 0.1, 0.6}, {kLowSide, 433, 4, 1000},
-                         {kHighSide, 495, 26.243, 5500});
+/// Without saturation: 11/0.433 kV, 500 kVA, 50 Hz, Dyn11.
+inline TransformerUnit three_phase_unit() {
+  static const TransformerUnit unit =
+      unit_from_tests({{KVR_WINDING_D, KVR_WINDING_YN, 11}, 11000, 433, 500, 50, 1, 0.1, 0.6},
+                      {kLowSide, 433, 4, 1000}, {kHighSide, 495, 26.243, 5500});
+  return unit;
 }
 
 /// The same with a core that saturates, takes more current at low flux, and can keep flux.
-inline TransformerUnit saturating_three_phase_unit(const WindingGroup& group = {
-                                                       KVR_WINDING_D, KVR_WINDING_YN, 11}) {
-  TransformerUnit unit = three_phase_unit(group);
+inline TransformerUnit saturating_three_phase_unit() {
+  TransformerUnit unit = three_phase_unit();
   MagnetizingBranch& limb = unit.core.limb;
   limb.knee_flux = 1.15 * rated_flux(unit);
   limb.knee_width = 0.08 * rated_flux(unit);
@@ -27,8 +27,10 @@ inline TransformerUnit saturating_three_phase_unit(const WindingGroup& group = {
 
 /// Without saturation: 20 kVA, 8000/240 V, 60 Hz.
 inline TransformerUnit single_phase_unit() {
-  return unit_from_tests({{KVR_WINDING_1P, KVR_WINDING_1P, 0}, 8000, 240, 20, 60, 0, 0.1, 0.5},
-                         {kHighSide, 8000, 0.214, 400}, {kHighSide, 489, 2.5, 240});
+  static const TransformerUnit unit =
+      unit_from_tests({{KVR_WINDING_1P, KVR_WINDING_1P, 0}, 8000, 240, 20, 60, 0, 0.1, 0.5},
+                      {kHighSide, 8000, 0.214, 400}, {kHighSide, 489, 2.5, 240});
+  return unit;
 }
 
 }  // namespace virtual_instrument
