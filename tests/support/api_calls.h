@@ -38,9 +38,11 @@ enum class ApiCall {
 };
 
 inline constexpr std::string_view kApiCallNames[] = {
-#define KVR_API_CALL_NAME(name) "kvr_" #name,
+#define KVR_API_CALL_TEXT(name) #name
+#define KVR_API_CALL_NAME(name) KVR_API_CALL_TEXT(kvr_##name),
     KVR_API_CALL_LIST(KVR_API_CALL_NAME)
 #undef KVR_API_CALL_NAME
+#undef KVR_API_CALL_TEXT
 };
 
 inline constexpr std::size_t kApiCallCount = std::size(kApiCallNames);
