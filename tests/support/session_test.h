@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 
 #include "support/console.h"
@@ -32,11 +31,6 @@ class SessionTest : public testing::Test {
 
   ScriptedClientApi& api = scripted_api();
   TestClock clock;
-};
-
-/// Thrown out of a wait that would last for ever.
-struct WaitedForEver : std::runtime_error {
-  WaitedForEver() : std::runtime_error("waited for ever") {}
 };
 
 /// Ends the `pauses`-th pause of the clock with WaitedForEver.

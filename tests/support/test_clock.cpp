@@ -15,6 +15,9 @@ std::chrono::system_clock::time_point test_precise_now() {
 
 int test_sleep(const timespec* request, timespec* remainder) {
   clock_in_use->sleeps.push_back(*request);
+  if (clock_in_use->sleeps.size() > TestClock::kMostPauses) {
+    throw WaitedForEver();
+  }
   return clock_in_use->on_sleep ? clock_in_use->on_sleep(request, remainder) : 0;
 }
 

@@ -1,15 +1,22 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <stdexcept>
 #include <vector>
 
 #include "common/clock.h"
 
 /// 5 March 2021, 12:00:00 by the local time of the tests, which is an hour ahead of UTC.
 constexpr std::time_t kNoonInMarch = 1614942000;
+
+/// Thrown out of a wait that would last for ever.
+struct WaitedForEver : std::runtime_error {
+  WaitedForEver() : std::runtime_error("waited for ever") {}
+};
 
 /// Time as a test wants it: stands still, and pauses take none of it. Also sets the local time zone
 /// of the tests. One at a time.
@@ -24,6 +31,10 @@ class TestClock {
   /// For what is timed more finely than in seconds, and how often it has been asked for.
   std::chrono::system_clock::time_point precise_now;
   int precise_readings = 0;
+  /// A program that pauses more often than this waits for something that will not come, an answer
+  /// for example, and gets WaitedForEver.
+  static constexpr std::size_t kMostPauses = 200;
+
   /// What nanosleep was asked for, in order.
   std::vector<timespec> sleeps;
   /// The same in milliseconds.
