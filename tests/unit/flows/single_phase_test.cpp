@@ -3,10 +3,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/errors.h"
@@ -567,6 +570,34 @@ TEST_F(SinglePhase, UnlocksOnceWhenAnExceptionEndsTheRun) {
                                               "0.000000;0.000000;0.000000;0.000000;\n"));
   EXPECT_FALSE(fs::exists(results.path() / "1.2-T1.csv.RAW.csv"));
   EXPECT_THAT(console.visible_output(), EndsWith("Testing at voltage: 8\nTests left: 1\n"));
+}
+
+const TemporaryFolder* folder_at_the_end = nullptr;
+
+[[noreturn]] void tell_series_file_and_leave() {
+  std::cerr << folder_at_the_end->read("1.2-T1.csv");
+  const fs::path working_folder = fs::current_path();
+  fs::current_path(working_folder.parent_path());
+  fs::remove_all(working_folder);
+  fs::remove_all(folder_at_the_end->path());
+  std::_Exit(0);
+}
+
+// The program dies of the exception where it is thrown: no stack is unwound that would write what
+// is still in the file's buffer.
+TEST_F(SinglePhase, HasWrittenItsRowsWhereAnExceptionEndsTheProgram) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  api.answer(ApiCall::Test_Ratio_1ph, {.record = gives("record_id = " + std::string(30, 'T') +
+                                                       "\ntest_type = 1\ndata_count = 1\n"
+                                                       "data_ratio_1ph[0] = null\n")});
+  EXPECT_EXIT(
+      {
+        folder_at_the_end = &results;
+        std::set_terminate(tell_series_file_and_leave);
+        const Console console("1\n8x3\n\nT1\n");
+        std::thread(Single_Phase).join();
+      },
+      testing::ExitedWithCode(0), testing::Eq(series_head(kSinglePhaseColumns)));
 }
 
 TEST_F(SinglePhase, TakesAnIdThatFillsItsFieldAtTheLastTest) {
