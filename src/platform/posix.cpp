@@ -170,8 +170,7 @@ class MainThreadRest {
     action.sa_flags = SA_RESTART;
     resting_ =
         sigaction(SIGUSR1, &action, nullptr) == 0 && pthread_kill(*main_thread, SIGUSR1) == 0;
-    while (resting_ && sem_wait(&at_rest) != 0 && errno == EINTR) {
-    }
+    wait_until_at_rest();
   }
   ~MainThreadRest() {
     if (resting_) {
@@ -182,6 +181,15 @@ class MainThreadRest {
   MainThreadRest& operator=(const MainThreadRest&) = delete;
 
  private:
+  /// Not for ever: a main thread that can't take signals must not keep the program from ending.
+  void wait_until_at_rest() const {
+    timespec deadline{};
+    clock_gettime(CLOCK_REALTIME, &deadline);
+    deadline.tv_sec += 1;
+    while (resting_ && sem_timedwait(&at_rest, &deadline) != 0 && errno == EINTR) {
+    }
+  }
+
   bool resting_ = false;
 };
 

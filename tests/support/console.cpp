@@ -1,5 +1,6 @@
 #include "support/console.h"
 
+#include <deque>
 #include <iostream>
 
 #include "shell/session.h"
@@ -42,7 +43,19 @@ int CapturedOutput::sync() {
   return 0;
 }
 
-Console::Console(const std::string& answers) : input_(answers, std::ios::in) {
+namespace {
+
+/// Kept to the end of the process: a thread that the program has let go may still flush it after
+/// its console is gone.
+CapturedOutput& new_output() {
+  static std::deque<CapturedOutput> outputs;
+  return outputs.emplace_back();
+}
+
+}  // namespace
+
+Console::Console(const std::string& answers)
+    : input_(answers, std::ios::in), output_(new_output()) {
   saved_cin_.copyfmt(std::cin);
   saved_cout_.copyfmt(std::cout);
   std::cout.copyfmt(std::ios(nullptr));

@@ -51,7 +51,7 @@ class Console {
 
  private:
   mutable std::stringbuf input_;
-  CapturedOutput output_;
+  CapturedOutput& output_;
   std::ios saved_cin_{nullptr};
   std::ios saved_cout_{nullptr};
   std::streambuf* saved_input_;
