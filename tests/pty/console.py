@@ -91,12 +91,16 @@ class Console:
 
     def expect(self, text):
         """Waits until a text has come behind the last one that was expected."""
+        self.expect_behind(self.position, text)
+        self.position = self.seen.index(text, self.position) + len(text)
+
+    def expect_behind(self, position, text):
+        """Waits until a text has come somewhere behind a position, as lines of other threads do."""
         deadline = time.monotonic() + SECONDS
-        while text not in self.seen[self.position:]:
+        while text not in self.seen[position:]:
             left = deadline - time.monotonic()
             if left <= 0 or not self.read_for(left):
                 raise AssertionError(f"'{text}' did not come. All that came:\n{self.seen}")
-        self.position = self.seen.index(text, self.position) + len(text)
 
     def expect_silence(self, seconds=0.3):
         """Makes sure that nothing more comes for a while, and that the program still runs."""

@@ -80,6 +80,7 @@ class LostConnection(unittest.TestCase):
             console.send(CONNECTED)
             console.expect(MAIN_MENU)
             console.expect(LOST)
+            console.expect_silence()
             console.send(CTRL_C)
             console.expect("Cancelling current operation...\n")
             console.expect("AFTER kvr_CancelOperation\n")
