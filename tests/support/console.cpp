@@ -18,8 +18,10 @@ std::string CapturedOutput::flushed_text() const {
 
 bool CapturedOutput::wait_for(std::string_view part) const {
   std::unique_lock lock(mutex_);
-  return written_.wait_for(lock, std::chrono::seconds(10),
-                           [&] { return text_.find(part) != std::string::npos; });
+  return flushes_.wait_for(lock, std::chrono::seconds(10), [&] {
+    const std::string_view text = text_;
+    return text.substr(0, flushed_).find(part) != text.npos;
+  });
 }
 
 CapturedOutput::int_type CapturedOutput::overflow(int_type character) {
@@ -33,13 +35,13 @@ CapturedOutput::int_type CapturedOutput::overflow(int_type character) {
 std::streamsize CapturedOutput::xsputn(const char* characters, std::streamsize count) {
   const std::lock_guard lock(mutex_);
   text_.append(characters, static_cast<std::size_t>(count));
-  written_.notify_all();
   return count;
 }
 
 int CapturedOutput::sync() {
   const std::lock_guard lock(mutex_);
   flushed_ = text_.size();
+  flushes_.notify_all();
   return 0;
 }
 

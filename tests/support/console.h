@@ -17,7 +17,8 @@ class CapturedOutput : public std::streambuf {
   std::string text() const;
   /// What had been written when the stream was last flushed.
   std::string flushed_text() const;
-  /// Waits until `part` has been written; false when it hasn't come in ten seconds.
+  /// Waits until `part` has been written and flushed: the thread that wrote it is then through with
+  /// this output. False when it hasn't come in ten seconds.
   bool wait_for(std::string_view part) const;
 
  protected:
@@ -27,7 +28,7 @@ class CapturedOutput : public std::streambuf {
 
  private:
   mutable std::mutex mutex_;
-  mutable std::condition_variable written_;
+  mutable std::condition_variable flushes_;
   std::string text_;
   std::size_t flushed_ = 0;
 };

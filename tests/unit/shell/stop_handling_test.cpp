@@ -226,6 +226,7 @@ TEST_F(StopOrTerminate, SetsItsFlagLast) {
       return target->sputn(text, count);
     }
     int overflow(int character) override { return target->sputc(static_cast<char>(character)); }
+    int sync() override { return target->pubsync(); }
     bool& seen;
     std::streambuf* target;
   } watcher(seen_before_the_message_was_out);
