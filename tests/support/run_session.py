@@ -157,6 +157,7 @@ class Posix:
     """Programs of this system."""
     name = "posix"
     separator = "/"
+    tells_why_it_aborts = True
 
     @staticmethod
     def path(path):
@@ -192,6 +193,7 @@ class Wine(Posix):
     """Windows programs under Wine, which has this system's files on drive Z."""
     name = "windows"
     separator = "\\"
+    tells_why_it_aborts = False  # not when the exception has been thrown again
 
     @staticmethod
     def path(path):
@@ -226,7 +228,8 @@ def normalised(content, folder, system):
     for token, path, end in (("{results}", RESULTS_FOLDER, system.separator),
                              ("{home}", "home", ""), ("{work}", "work", "")):
         content = content.replace(os.fsencode(system.path(folder / path) + end), token.encode())
-    return content
+    return re.sub(rb"{results}.*", lambda path: path.group().replace(system.separator.encode(), b"/"),
+                  content)
 
 
 # Runs
@@ -364,9 +367,12 @@ def run(session, arguments):
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
         calls = folder / "calls"
+        told = normalised(errors.read_bytes(), folder, system)
+        if ending == "abort" and not told and not system.tells_why_it_aborts:
+            told = decode(session.one("error output", []))
         return outcome(session, {
             "output": normalised(output.read_bytes(), folder, system),
-            "error output": normalised(errors.read_bytes(), folder, system),
+            "error output": told,
             "ends with": ending,
             "files": files,
             "log": normalised(calls.read_bytes(), folder, system) if calls.exists() else b"",
@@ -410,7 +416,7 @@ def outcome(session, seen):
         add("calls", b"".join(block for block in blocks if not block.startswith(b"! ")
                               and (not names or block.startswith(names))), argument)
     complaints = b"".join(block[2:] for block in blocks if block.startswith(b"! "))
-    if complaints:
+    if complaints and seen["ends with"] != "abort":  # some systems let a library speak even then
         add("complaints", complaints)
     return result
 
