@@ -1,0 +1,91 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "api/codes.h"
+#include "api/result_records.h"
+#include "virtual_instrument/store/record_nest.h"
+#include "virtual_instrument/store/record_order.h"
+#include "virtual_instrument/store/sqlite_connection.h"
+
+// The instrument's stored records in one SQLite file. A record is known by its ID, the text that
+// the operator gave it, and holds one test or more of one kind. Records are told apart by the exact
+// bytes of their IDs.
+//
+// The file is meant to outlive crashes, other processes on the same file, and people who point the
+// instrument at the wrong file: each change is one transaction that is on the disk when the call
+// returns, and a file that is not a store of this version is refused and left as it was.
+// docs/store.md describes the file.
+
+namespace virtual_instrument {
+
+struct StoreOptions {
+  std::filesystem::path path;  ///< empty: in memory, and gone with the store
+  bool read_only = false;
+  std::uint64_t capacity = 0;  ///< bytes that the file may take; 0: what the disk has
+  /// How long another process that holds the file is waited for.
+  std::chrono::milliseconds patience = std::chrono::seconds(5);
+};
+
+/// Every call gives a code of the client library. Anything but KVR_RES_OK means that nothing has
+/// changed and that the output was left alone. Codes that any call can give:
+///   KVR_RES_SQL_DATABASE_ERROR           not a database, or a damaged one
+///   KVR_RES_DB_SCHEMA_INCOMPATIBLE       a database of something else, or of a newer version
+///   KVR_RES_DATABASE_SCHEMA_NOT_UPGRADED a store of a version that is no longer read
+///   KVR_RES_DATA_INVALID                 a stored record is damaged
+///   KVR_RES_SECONDARY_SDCARD_HW_ERROR    the disk fails to read or write
+///   KVR_RES_SECONDARY_SDCARD_READ_ONLY   a change of what can't be written
+///   KVR_RES_DISK_FULL                    a change for which there is no room
+///   KVR_RES_ANOTHER_INSTANCE_RUNNING     another process holds the file for too long
+///
+/// Safe on any thread, and in several processes on one file.
+class SqliteStore {
+ public:
+  /// Makes the file if it is missing or empty; its folder must be there. A file that can't be used
+  /// is told by state().
+  explicit SqliteStore(const StoreOptions& options);
+
+  /// KVR_RES_OK when the store can be used, else the code that every other call gives as well.
+  kvr_code state() const { return state_; }
+
+  kvr_code exists(std::string_view record_id, bool& exists);
+
+  /// The whole record: the tests of all its savings in the order in which they came, under the head
+  /// of the first. KVR_RES_RECORD_NOT_FOUND without a record of that ID.
+  kvr_code read(std::string_view record_id, RecordNest& record);
+
+  /// Keeps `record` under its own ID, begun at `time`, seconds since 1970. KVR_RES_TESTID_EXISTS
+  /// when the ID is taken, KVR_RES_INCORRECT_PARAMETERS when it is empty, KVR_RES_DATA_INVALID for
+  /// a record that has no stored form.
+  kvr_code save_new(const kvr_TestRecord& record, std::int64_t time);
+
+  /// Adds the tests of `record` to the stored record of the same ID. KVR_RES_RECORD_NOT_FOUND
+  /// without one; KVR_RES_TEST_CONFIG_INCOMPATIBLE when that one holds tests of another type or
+  /// family; KVR_RES_DATA_INVALID as above.
+  kvr_code add_test(const kvr_TestRecord& record);
+
+  /// KVR_RES_RECORD_NOT_FOUND without a record of that ID.
+  kvr_code remove(std::string_view record_id);
+
+  kvr_code clear();
+
+  /// The heads of all records. Reads no test.
+  kvr_code list(SortKey key, bool ascending, Labels& labels);
+
+ private:
+  void open(const StoreOptions& options);
+
+  template <class Operation>
+  kvr_code guarded(Operation operation);
+
+  std::mutex mutex_;
+  std::unique_ptr<SqliteConnection> database_;
+  kvr_code state_ = KVR_RES_OK;
+};
+
+}  // namespace virtual_instrument
