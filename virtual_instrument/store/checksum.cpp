@@ -23,8 +23,8 @@ constexpr std::array<std::uint32_t, 256> kTable = make_table();
 
 }  // namespace
 
-std::uint32_t crc32(std::span<const std::byte> bytes) {
-  std::uint32_t remainder = ~std::uint32_t{0};
+std::uint32_t crc32(std::span<const std::byte> bytes, std::uint32_t before) {
+  std::uint32_t remainder = ~before;
   for (const std::byte byte : bytes) {
     const std::uint32_t index = (remainder ^ std::to_integer<std::uint32_t>(byte)) & 0xFF;
     remainder = (remainder >> 8) ^ kTable[index];

@@ -33,16 +33,16 @@ struct Table {
 };
 
 /// SQLite keeps these texts in the file as they stand, so they tell a version 1 as well. `head` is
-/// an entry of a list of records, `data` a record as record_codec.h writes it; both have their
-/// checksum beside them.
+/// an entry of a list of records, `data` a record as record_codec.h writes it. Checksums guard what
+/// SQLite takes as it comes: that of a head goes on over `time` and `family`.
 constexpr Table kTables[] = {
     {"records",
      "CREATE TABLE records (\n"
      "  number INTEGER PRIMARY KEY,\n"
      "  record_id TEXT NOT NULL UNIQUE,\n"
-     "  family TEXT NOT NULL,\n"
-     "  time INTEGER NOT NULL,\n"
      "  head BLOB NOT NULL,\n"
+     "  time INTEGER NOT NULL,\n"
+     "  family TEXT NOT NULL,\n"
      "  head_checksum INTEGER NOT NULL\n"
      ")"},
     {"tests",
@@ -155,21 +155,24 @@ void limit_size(const SqliteConnection& database, std::uint64_t capacity) {
                std::to_string(std::max(capacity / page_size, std::uint64_t{1})));
 }
 
-/// A file that nobody can write, on a disk on which nothing can be made, needs another way to be
-/// read: SQLite would want files beside it for readers and writers to agree.
+/// SQLite wants files beside the database, for readers and writers to agree. On a disk on which
+/// nothing can be made it gives up.
+bool can_be_read(const SqliteConnection& database) {
+  try {
+    database.integer("PRAGMA user_version");
+    return true;
+  } catch (const StoreFailure& failure) {
+    return failure.code == KVR_RES_ANOTHER_INSTANCE_RUNNING;
+  }
+}
+
+/// Opens a file without a change to it or to a log that is left beside it, whatever comes next.
 std::unique_ptr<SqliteConnection> open_existing(const StoreOptions& options) {
+  const bool log_is_left = size_of(log_of(options.path)) > 0;
   auto database =
       std::make_unique<SqliteConnection>(options.path, SqliteAccess::kExisting, options.patience);
-  database->checkpoint_on_close(false);
-  if (!database->is_read_only() || size_of(log_of(options.path)) > 0) {
-    return database;
-  }
-  try {
-    database->integer("PRAGMA user_version");
-  } catch (const StoreFailure& failure) {
-    if (failure.code == KVR_RES_ANOTHER_INSTANCE_RUNNING) {
-      throw;
-    }
+  database->checkpoint_on_close(!log_is_left);
+  if (database->is_read_only() && !log_is_left && !can_be_read(*database)) {
     database = std::make_unique<SqliteConnection>(options.path, SqliteAccess::kImmutable,
                                                   options.patience);
   }
@@ -197,16 +200,51 @@ std::vector<std::byte> stored_form_of(const kvr_TestRecord& record) {
   return *std::move(form);
 }
 
-void check_bytes(std::span<const std::byte> bytes, std::int64_t checksum) {
-  require(crc32(bytes) == checksum, KVR_RES_DATA_INVALID);
+/// What the table of records holds of a record beside its ID.
+struct StoredHead {
+  kvr_TestLabel label;
+  std::int64_t time;
+  std::string family;
+
+  std::int64_t checksum() const {
+    return crc32(std::as_bytes(std::span(family)), crc32(bytes_of(time), crc32(bytes_of(label))));
+  }
+};
+
+constexpr std::string_view kHeadColumns = "number, record_id, head, time, family, head_checksum";
+
+StoredHead head_from(const SqliteStatement& row) {
+  StoredHead head{.label = {}, .time = row.integer(3), .family = std::string(row.text(4))};
+  const std::span<const std::byte> label = row.bytes(2);
+  require(label.size() == sizeof head.label, KVR_RES_DATA_INVALID);
+  std::memcpy(&head.label, label.data(), sizeof head.label);
+  require(head.checksum() == row.integer(5) && id_of(head.label) == row.text(1),
+          KVR_RES_DATA_INVALID);
+  return head;
 }
 
-kvr_TestLabel label_from(std::span<const std::byte> head, std::int64_t checksum) {
-  check_bytes(head, checksum);
-  kvr_TestLabel label;
-  require(head.size() == sizeof label, KVR_RES_DATA_INVALID);
-  std::memcpy(&label, head.data(), sizeof label);
-  return label;
+/// A stored record. As long as it lives, other statements of the connection see the store as it was
+/// when the record was found.
+struct FoundRecord {
+  SqliteStatement row;
+  std::int64_t number;
+  StoredHead head;
+};
+
+FoundRecord find_record(const SqliteConnection& database, std::string_view record_id) {
+  SqliteStatement row =
+      database.prepare("SELECT " + std::string(kHeadColumns) + " FROM records WHERE record_id = ?");
+  require(row.bind(record_id).step(), KVR_RES_RECORD_NOT_FOUND);
+  const std::int64_t number = row.integer(0);
+  StoredHead head = head_from(row);
+  return {std::move(row), number, std::move(head)};
+}
+
+RecordNest record_from(const SqliteStatement& row) {
+  const std::span<const std::byte> data = row.bytes(0);
+  RecordNest record = crc32(data) == row.integer(1) ? decode_record(data) : nullptr;
+  require(record != nullptr, KVR_RES_DATA_INVALID);
+  return record;
 }
 
 void insert_test(const SqliteConnection& database, std::int64_t record,
@@ -250,17 +288,19 @@ kvr_code SqliteStore::guarded(Operation operation) {
 
 void SqliteStore::open(const StoreOptions& options) {
   const bool in_memory = options.path.empty();
-  const bool is_new = in_memory || is_missing_or_empty(options.path);
-  if (is_new) {
+  if (in_memory || is_missing_or_empty(options.path)) {
     require(!options.read_only, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
     database_ =
         std::make_unique<SqliteConnection>(options.path, SqliteAccess::kCreate, options.patience);
-    create_tables(*database_);
   } else {
     database_ = open_existing(options);
   }
-  const bool log_is_left = size_of(log_of(options.path)) > 0;
-  database_->checkpoint_on_close(!log_is_left);
+  // SQLite undoes a making that was cut short when it first looks at the file.
+  database_->integer("PRAGMA user_version");
+  if (size_of(options.path) == 0) {
+    require(!options.read_only, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+    create_tables(*database_);
+  }
   database_->run("PRAGMA cell_size_check = ON");
   check_schema(*database_);
   if (size_of(options.path) <= kCheckedWhole) {
@@ -287,36 +327,36 @@ kvr_code SqliteStore::exists(std::string_view record_id, bool& exists) {
 
 kvr_code SqliteStore::read(std::string_view record_id, RecordNest& record) {
   return guarded([&] {
+    const FoundRecord found = find_record(*database_, record_id);
     SqliteStatement row = database_->prepare(
-        "SELECT data, data_checksum FROM tests"
-        " WHERE record = (SELECT number FROM records WHERE record_id = ?) ORDER BY number");
-    row.bind(record_id);
+        "SELECT data, data_checksum FROM tests WHERE record = ? ORDER BY number");
+    row.bind(found.number);
     std::vector<RecordNest> parts;
     while (row.step()) {
-      check_bytes(row.bytes(0), row.integer(1));
-      parts.push_back(decode_record(row.bytes(0)));
-      require(parts.back() != nullptr, KVR_RES_DATA_INVALID);
+      parts.push_back(record_from(row));
     }
-    require(!parts.empty(), KVR_RES_RECORD_NOT_FOUND);
-    record = join_records(std::move(parts));
+    require(!parts.empty(), KVR_RES_DATA_INVALID);
+    RecordNest joined = join_records(std::move(parts));
+    require(joined->test_count == found.head.label.test_count, KVR_RES_DATA_INVALID);
+    record = std::move(joined);
   });
 }
 
 kvr_code SqliteStore::save_new(const kvr_TestRecord& record, std::int64_t time) {
   return guarded([&] {
     const std::vector<std::byte> data = stored_form_of(record);
-    const kvr_TestLabel label = label_of(record);
+    const StoredHead head{label_of(record), time, std::string(family_of(record))};
     SqliteTransaction transaction(*database_);
     require(!has_record(*database_, id_of(record)), KVR_RES_TESTID_EXISTS);
     database_
         ->prepare(
-            "INSERT INTO records (record_id, family, time, head, head_checksum)"
+            "INSERT INTO records (record_id, head, time, family, head_checksum)"
             " VALUES (?, ?, ?, ?, ?)")
         .bind(id_of(record))
-        .bind(family_of(record))
-        .bind(time)
-        .bind(bytes_of(label))
-        .bind(std::int64_t{crc32(bytes_of(label))})
+        .bind(bytes_of(head.label))
+        .bind(head.time)
+        .bind(std::string_view(head.family))
+        .bind(head.checksum())
         .run();
     insert_test(*database_, database_->last_insert_id(), data);
     transaction.commit();
@@ -327,20 +367,17 @@ kvr_code SqliteStore::add_test(const kvr_TestRecord& record) {
   return guarded([&] {
     const std::vector<std::byte> data = stored_form_of(record);
     SqliteTransaction transaction(*database_);
-    SqliteStatement row = database_->prepare(
-        "SELECT number, family, head, head_checksum FROM records WHERE record_id = ?");
-    require(row.bind(id_of(record)).step(), KVR_RES_RECORD_NOT_FOUND);
-    const std::int64_t number = row.integer(0);
-    kvr_TestLabel label = label_from(row.bytes(2), row.integer(3));
-    require(row.text(1) == family_of(record) && label.test_type == record.test_type,
+    FoundRecord found = find_record(*database_, id_of(record));
+    StoredHead& head = found.head;
+    require(head.family == family_of(record) && head.label.test_type == record.test_type,
             KVR_RES_TEST_CONFIG_INCOMPATIBLE);
-    label.test_count += record.test_count;
+    head.label.test_count += record.test_count;
     database_->prepare("UPDATE records SET head = ?, head_checksum = ? WHERE number = ?")
-        .bind(bytes_of(label))
-        .bind(std::int64_t{crc32(bytes_of(label))})
-        .bind(number)
+        .bind(bytes_of(head.label))
+        .bind(head.checksum())
+        .bind(found.number)
         .run();
-    insert_test(*database_, number, data);
+    insert_test(*database_, found.number, data);
     transaction.commit();
   });
 }
@@ -372,12 +409,11 @@ kvr_code SqliteStore::clear() {
 kvr_code SqliteStore::list(SortKey key, bool ascending, Labels& labels) {
   return guarded([&] {
     std::vector<StoredLabel> stored;
-    SqliteStatement row = database_->prepare(
-        "SELECT head, head_checksum, time, record_id FROM records ORDER BY number");
+    SqliteStatement row =
+        database_->prepare("SELECT " + std::string(kHeadColumns) + " FROM records ORDER BY number");
     while (row.step()) {
-      const kvr_TestLabel label = label_from(row.bytes(0), row.integer(1));
-      require(id_of(label) == row.text(3), KVR_RES_DATA_INVALID);
-      stored.push_back({label, row.integer(2)});
+      const StoredHead head = head_from(row);
+      stored.push_back({head.label, head.time});
     }
     labels = ordered_list(stored, key, ascending);
   });
