@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -141,6 +142,24 @@ void check_schema(const SqliteConnection& database) {
     SqliteStatement found = database.prepare("SELECT sql FROM sqlite_schema WHERE name = ?");
     require(found.bind(std::string_view(table.name)).step() && found.text(0) == table.sql,
             KVR_RES_DB_SCHEMA_INCOMPATIBLE);
+  }
+}
+
+/// SQLite waits for other processes everywhere but here.
+void use_log(const SqliteConnection& database, std::chrono::milliseconds patience) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  for (;;) {
+    try {
+      SqliteStatement mode = database.prepare("PRAGMA journal_mode = WAL");
+      require(mode.step() && mode.text(0) == "wal", KVR_RES_SQL_DATABASE_ERROR);
+      return;
+    } catch (const StoreFailure& failure) {
+      if (failure.code != KVR_RES_ANOTHER_INSTANCE_RUNNING ||
+          std::chrono::steady_clock::now() >= deadline) {
+        throw;
+      }
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
 }
 
@@ -311,8 +330,7 @@ void SqliteStore::open(const StoreOptions& options) {
     return;
   }
   if (!in_memory) {
-    SqliteStatement mode = database_->prepare("PRAGMA journal_mode = WAL");
-    require(mode.step() && mode.text(0) == "wal", KVR_RES_SQL_DATABASE_ERROR);
+    use_log(*database_, options.patience);
   }
   database_->run("PRAGMA synchronous = FULL");
   if (options.capacity > 0) {

@@ -7,6 +7,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/temporary_folder.h"
@@ -387,6 +388,27 @@ TEST_F(StoreFilesTest, AFileThatAnotherHoldsIsRefusedAfterAWhile) {
     EXPECT_EQ(contents_of(store), kWhole);  // reading goes on
   }
   EXPECT_EQ(store.remove("T1"), KVR_RES_OK);
+}
+
+TEST_F(StoreFilesTest, OpeningWaitsForAnotherThatIsStillMakingTheStore) {
+  // Between the tables and the log, where SQLite does not wait by itself.
+  make_store();
+  run_sql(file_, "PRAGMA journal_mode = DELETE");
+  const SqliteConnection other(file_, SqliteAccess::kExisting, std::chrono::seconds(1));
+  SqliteStatement reading = other.prepare("SELECT number FROM records");
+  ASSERT_TRUE(reading.step());
+
+  SqliteStore impatient({.path = file_, .patience = std::chrono::milliseconds(20)});
+  EXPECT_EQ(impatient.state(), KVR_RES_ANOTHER_INSTANCE_RUNNING);
+
+  std::thread patient([this] {
+    SqliteStore store({.path = file_});
+    EXPECT_EQ(store.state(), KVR_RES_OK);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  reading.run();
+  patient.join();
+  EXPECT_EQ(rows_of(file_, "PRAGMA journal_mode"), "wal\n");
 }
 
 }  // namespace
