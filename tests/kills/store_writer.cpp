@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "unit/virtual_instrument/watched_disk.h"
+#include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/record_codec.h"
 #include "virtual_instrument/store/sqlite_store.h"
 

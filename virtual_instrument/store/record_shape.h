@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -123,10 +124,10 @@ void describe(kvr_TestData_MagneticBalance& test, Visitor& visitor) {
 template <class Visitor>
 void describe(kvr_TestData_Drm_Transition&, Visitor&) {}
 
-/// `transition_count` counts transitions that the record does not hold: only the first hangs here.
+/// Whoever reads a result looks at the first transition without a look at their number.
 template <class Visitor>
 void describe(kvr_TestData_Drm& test, Visitor& visitor) {
-  visitor.one(test.first_transition);
+  visitor.block(test.first_transition, std::max(test.transition_count, std::uint32_t{1}));
 }
 
 template <class Visitor>

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "support/record_text.h"
-#include "unit/virtual_instrument/sample_records.h"
+#include "unit/virtual_instrument/store/sample_records.h"
 
 namespace virtual_instrument {
 namespace {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "support/record_text.h"
-#include "unit/virtual_instrument/sample_records.h"
+#include "unit/virtual_instrument/store/sample_records.h"
 
 namespace virtual_instrument {
 namespace {
@@ -61,8 +61,9 @@ data_impedance[0].tests.count = 2
 data_impedance[0].tests.tests[0].phases[2].z = 1.5
 data_impedance[0].tests.tests[1].avg_z_percent = 4.25
 data_impedance[1].setup.temperature_to = 75
-data_drm[0].transition_count = 3
-data_drm[0].first_transition.end_time = 40
+data_drm[0].transition_count = 2
+data_drm[0].first_transition[0].end_time = 40
+data_drm[0].first_transition[1].start_time = 60
 data_drm[1].transition_count = 1
 data_heatrun[0].sides.secondary.count = 1
 data_heatrun[0].sides.secondary.taps[0].tap = 5
@@ -189,8 +190,9 @@ TEST(RecordCodec, KeepsEveryFamilyWithAllThatHangsFromIt) {
   EXPECT_EQ(record.data_impedance[1]->tests, nullptr);
   EXPECT_EQ(record.data_impedance[1]->setup.temperature_to, 75.0F);
 
-  EXPECT_EQ(record.data_drm[0]->transition_count, 3U);
-  EXPECT_EQ(record.data_drm[0]->first_transition->end_time, 40U);
+  EXPECT_EQ(record.data_drm[0]->transition_count, 2U);
+  EXPECT_EQ(record.data_drm[0]->first_transition[0].end_time, 40U);
+  EXPECT_EQ(record.data_drm[0]->first_transition[1].start_time, 60U);
   EXPECT_EQ(record.data_drm[1]->first_transition, nullptr);
 
   EXPECT_EQ(record.data_heatrun[0]->sides->secondary->taps[0]->tap, 5);
@@ -238,6 +240,17 @@ TEST(RecordCodec, KeepsNullArraysOfCountedEntries) {
   ASSERT_NE(nest, nullptr);
   EXPECT_EQ(nest->data_count, 3U);
   EXPECT_EQ(nest->data_ratio_1ph, nullptr);
+}
+
+TEST(RecordCodec, KeepsTheFirstTransitionEvenIfNoneIsCounted) {
+  OwnedRecord record =
+      parse_record("data_count = 1\ndata_drm[0].first_transition.end_time = 9\n", "uncounted");
+
+  const RecordNest nest = stored_and_read(*record.get());
+
+  ASSERT_NE(nest, nullptr);
+  EXPECT_EQ(nest->data_drm[0]->transition_count, 0U);
+  EXPECT_EQ(nest->data_drm[0]->first_transition->end_time, 9U);
 }
 
 TEST(RecordCodec, RefusesEveryFormThatIsCutShort) {

@@ -1,4 +1,4 @@
-#include "unit/virtual_instrument/watched_disk.h"
+#include "unit/virtual_instrument/store/watched_disk.h"
 
 #include <sqlite3.h>
 

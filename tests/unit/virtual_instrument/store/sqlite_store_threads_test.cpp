@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "support/temporary_folder.h"
-#include "unit/virtual_instrument/sample_records.h"
-#include "unit/virtual_instrument/store_files.h"
-#include "unit/virtual_instrument/watched_disk.h"
+#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/virtual_instrument/store/store_files.h"
+#include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {

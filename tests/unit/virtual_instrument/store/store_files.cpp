@@ -1,4 +1,4 @@
-#include "unit/virtual_instrument/store_files.h"
+#include "unit/virtual_instrument/store/store_files.h"
 
 #include <sqlite3.h>
 

@@ -10,9 +10,9 @@
 
 #include "support/record_text.h"
 #include "support/temporary_folder.h"
-#include "unit/virtual_instrument/sample_records.h"
-#include "unit/virtual_instrument/store_files.h"
-#include "unit/virtual_instrument/watched_disk.h"
+#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/virtual_instrument/store/store_files.h"
+#include "unit/virtual_instrument/store/watched_disk.h"
 
 namespace virtual_instrument {
 namespace {
