@@ -110,14 +110,14 @@ kvr_code kvr_Test_Ratio_3ph(kvr_TestRequestHeader* header, kvr_Ratio3phRequest* 
 
 kvr_code kvr_FreeTestRecord(kvr_TestRecord* record) {
   return library().answer("kvr_FreeTestRecord", [&] {
-    virtual_instrument::free_wire_record(record);
+    virtual_instrument::free_record(record);
     return KVR_RES_OK;
   });
 }
 
 kvr_code kvr_FreeTestLabelsList(kvr_TestLabelsList* list) {
   return library().answer("kvr_FreeTestLabelsList", [&] {
-    virtual_instrument::free_wire_list(list);
+    virtual_instrument::FreeLabels()(list);
     return KVR_RES_OK;
   });
 }

@@ -78,8 +78,10 @@ kvr_code make_step(SqliteStore& store, const std::string& name, int number) {
   switch (step.kind) {
     case Step::kSave:
       return store.save_new(*test_of(name, step), number);
-    case Step::kAdd:
-      return store.add_test(*test_of(name, step));
+    case Step::kAdd: {
+      kvr_TestLabel head;
+      return store.add_test(*test_of(name, step), head);
+    }
     case Step::kRemove:
       return store.remove(name + std::to_string(step.record));
     case Step::kClear:

@@ -18,7 +18,7 @@ bool strikes(const Fault& fault, std::string_view call, std::int64_t count) {
 
 }  // namespace
 
-Library::Library(BenchFile bench_file) : bench_file_(bench_file), store_(make_memory_store()) {}
+Library::Library(BenchFile bench_file) : bench_file_(bench_file), store_({}) {}
 
 void Library::prepare() {
   const std::lock_guard lock(mutex_);
@@ -40,7 +40,7 @@ kvr_code Library::initialize(const kvr_InitParams* params) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   prepare_locked();
-  auto session = std::make_shared<Session>(*params, benches_, *store_);
+  auto session = std::make_shared<Session>(*params, benches_, store_);
   session->start();
   session_ = std::move(session);
   return KVR_RES_OK;

@@ -12,7 +12,7 @@
 #include "api/client_api.h"
 #include "virtual_instrument/bench/bench_source.h"
 #include "virtual_instrument/session/session.h"
-#include "virtual_instrument/store/record_store.h"
+#include "virtual_instrument/store/sqlite_store.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 
 namespace virtual_instrument {
@@ -69,7 +69,7 @@ class Library {
   void prepare_locked();
 
   const BenchFile bench_file_;
-  const std::unique_ptr<RecordStore> store_;
+  SqliteStore store_;
   std::mutex mutex_;
   std::shared_ptr<BenchSource> benches_;  ///< from just before a session until its end
   std::shared_ptr<Session> session_;

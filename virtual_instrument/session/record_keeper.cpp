@@ -1,5 +1,6 @@
 #include "virtual_instrument/session/record_keeper.h"
 
+#include <cstring>
 #include <optional>
 #include <string>
 #include <utility>
@@ -10,14 +11,28 @@
 namespace virtual_instrument {
 namespace {
 
-/// A name from date and time, with a number behind it if a stored record has that name.
-std::string name_for(std::int64_t now, RecordStore& store, const StoreSettings& settings) {
+/// A name from date and time, with a number behind it if a stored record has that name. A test that
+/// is not stored needs a name, too, where the store can't be asked.
+std::string name_for(std::int64_t now, SqliteStore& store, const StoreSettings& settings) {
   const std::string name = time_text(now, settings.empty_id_format);
+  const auto is_taken = [&store](const std::string& candidate) {
+    bool exists = false;
+    store.exists(candidate, exists);
+    return exists;
+  };
   std::string numbered = name;
-  for (int number = 2; store.exists(numbered); ++number) {
+  for (int number = 2; is_taken(numbered); ++number) {
     numbered = name + "-" + std::to_string(number);
   }
   return numbered;
+}
+
+/// Puts what lists tell of a stored record in front of a test of it, which was saved in a way of
+/// its own.
+void put_head(const kvr_TestLabel& head, kvr_TestRecord& record) {
+  const kvr_SaveMode save_mode = record.save_mode;
+  std::memcpy(&record, &head, sizeof head);
+  record.save_mode = save_mode;
 }
 
 }  // namespace
@@ -38,7 +53,7 @@ kvr_code check_store(const StatusSettings& status, bool for_writing) {
   return KVR_RES_OK;
 }
 
-kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, RecordStore& store,
+kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, SqliteStore& store,
                       const Bench& bench) {
   const std::optional<std::string> id = text_of_field(header.record_id);
   if (!id || !text_of_field(header.asset_id) || !text_of_field(header.group_id)) {
@@ -53,29 +68,27 @@ kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, Re
   if (const kvr_code code = check_store(bench.status, true); code != KVR_RES_OK) {
     return code;
   }
-  const std::optional<Record> stored = store.read(*id);
-  if (stored && header.save_mode == KVR_SAVE_NEW_RECORD) {
+  kvr_TestLabel stored;
+  if (const kvr_code code = store.head(*id, stored); code != KVR_RES_OK) {
+    return code == KVR_RES_RECORD_NOT_FOUND ? KVR_RES_OK : code;
+  }
+  if (header.save_mode == KVR_SAVE_NEW_RECORD) {
     return KVR_RES_TESTID_EXISTS;
   }
-  return stored && stored->head.test_type != type ? KVR_RES_TEST_CONFIG_INCOMPATIBLE : KVR_RES_OK;
+  return stored.test_type != type ? KVR_RES_TEST_CONFIG_INCOMPATIBLE : KVR_RES_OK;
 }
 
 kvr_code keep_test(const kvr_TestRequestHeader& header, kvr_TestType type,
-                   const kvr_TestSetup& setup, RecordedTest test, std::int64_t now,
-                   RecordStore& store, const Bench& bench, Record& record) {
+                   const kvr_TestSetup& setup, const RecordedTest& test, std::int64_t now,
+                   SqliteStore& store, const Bench& bench, RecordNest& record) {
   std::string id = text_of_field(header.record_id).value_or("");
   if (id.empty()) {
     id = name_for(now, store, bench.store);
   }
-  record.head = {text_of_field(header.asset_id).value_or(""),
-                 text_of_field(header.group_id).value_or(""),
-                 std::move(id),
-                 header.save_mode,
-                 type,
-                 setup,
-                 now,
-                 1};
-  record.tests = {std::move(test)};
+  record = make_record(
+      {text_of_field(header.asset_id).value_or(""), text_of_field(header.group_id).value_or(""),
+       std::move(id), header.save_mode, type, setup, now},
+      test, setup.raw_data_requested != 0);
   if (header.save_mode == KVR_SAVE_NOTHING) {
     return KVR_RES_OK;
   }
@@ -83,14 +96,16 @@ kvr_code keep_test(const kvr_TestRequestHeader& header, kvr_TestType type,
     return code;
   }
   if (header.save_mode == KVR_SAVE_ADD_TO_RECORD) {
-    const std::string wanted = record.head.record_id;
-    const kvr_code code = store.append(wanted, type, record.tests.front(), record.head);
+    kvr_TestLabel head;
+    const kvr_code code = store.add_test(*record, head);
+    if (code == KVR_RES_OK) {
+      put_head(head, *record);
+    }
     if (code != KVR_RES_RECORD_NOT_FOUND) {
-      record.head.save_mode = header.save_mode;
       return code;
     }
   }
-  return store.add(record);
+  return store.save_new(*record, now);
 }
 
 }  // namespace virtual_instrument

@@ -5,7 +5,7 @@
 #include "api/request_records.h"
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/records/record.h"
-#include "virtual_instrument/store/record_store.h"
+#include "virtual_instrument/store/sqlite_store.h"
 
 // What becomes of a finished test: whose record it goes into, and under which name. Mode 1 stores a
 // new record; mode 2 adds the test to the record of that ID, and begins one if there is none, since
@@ -18,13 +18,14 @@ namespace virtual_instrument {
 kvr_code check_store(const StatusSettings& status, bool for_writing);
 
 /// KVR_RES_OK, or why a test asked for with `header` could not be kept once it is done.
-kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, RecordStore& store,
+kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, SqliteStore& store,
                       const Bench& bench);
 
-/// Keeps a test as `header` asks and sets `record` to the record with this test alone.
+/// Keeps a test as `header` asks and sets `record` to the record with this test alone, under the
+/// head of the stored record if there is one.
 /// REQUIRES: the header was checked.
 kvr_code keep_test(const kvr_TestRequestHeader& header, kvr_TestType type,
-                   const kvr_TestSetup& setup, RecordedTest test, std::int64_t now,
-                   RecordStore& store, const Bench& bench, Record& record);
+                   const kvr_TestSetup& setup, const RecordedTest& test, std::int64_t now,
+                   SqliteStore& store, const Bench& bench, RecordNest& record);
 
 }  // namespace virtual_instrument

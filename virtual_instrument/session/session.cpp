@@ -30,7 +30,7 @@ std::uint8_t flag(bool value) { return value ? 1 : 0; }
 }  // namespace
 
 Session::Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches,
-                 RecordStore& store)
+                 SqliteStore& store)
     : status_callback_(params.status_callback),
       status_context_(params.status_context),
       benches_(std::move(benches)),
@@ -248,7 +248,7 @@ kvr_code Session::get_status(kvr_Status* status) {
   *status = {};
   status->device_status_code = settings.device_status_code;
   status->api_locked = flag(locked_ || settings.api_locked);
-  status->database_loaded = flag(settings.database_loaded);
+  status->database_loaded = flag(settings.database_loaded && store_.state() == KVR_RES_OK);
   status->measurement_board_connected = flag(settings.measurement_board_connected);
   status->emergency_button_pressed = flag(settings.emergency_button_pressed);
   status->secondary_sd_mounted = flag(settings.secondary_sd_mounted);
@@ -406,13 +406,13 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
     return stopped;
   }
   bench = benches_->current();
-  Record result;
-  if (const kvr_code fault = keep_test(job.header, job.type, job.setup, std::move(measured.test),
+  RecordNest result;
+  if (const kvr_code fault = keep_test(job.header, job.type, job.setup, measured.test,
                                        time_on(bench->instrument), store_, *bench, result);
       fault != KVR_RES_OK) {
     return fault;
   }
-  *record = make_wire_record(result, job.setup.raw_data_requested != 0);
+  *record = result.release();
   return KVR_RES_OK;
 }
 
@@ -468,8 +468,7 @@ kvr_code Session::check_record_exists(const char* record_id, bool* exists) {
   if (record_id == nullptr || exists == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  *exists = store_.exists(record_id);
-  return KVR_RES_OK;
+  return store_.exists(record_id, *exists);
 }
 
 kvr_code Session::read_record(const char* record_id, kvr_TestRecord** record) {
@@ -479,15 +478,12 @@ kvr_code Session::read_record(const char* record_id, kvr_TestRecord** record) {
   if (record_id == nullptr || record == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  const std::optional<Record> stored = store_.read(record_id);
-  if (!stored) {
-    return KVR_RES_RECORD_NOT_FOUND;
+  RecordNest stored;
+  const kvr_code code = store_.read(record_id, stored);
+  if (code == KVR_RES_OK) {
+    *record = stored.release();
   }
-  const bool has_raw_data =
-      std::any_of(stored->tests.begin(), stored->tests.end(),
-                  [](const RecordedTest& test) { return !test.raw_data.empty(); });
-  *record = make_wire_record(*stored, has_raw_data);
-  return KVR_RES_OK;
+  return code;
 }
 
 kvr_code Session::delete_record(const char* record_id) {
@@ -507,12 +503,16 @@ kvr_code Session::list_records(kvr_TestLabelsList** list, const void* filter, st
   if (const kvr_code fault = store_fault(false); fault != KVR_RES_OK) {
     return fault;
   }
-  std::vector<RecordHead> heads = store_.heads();
-  if (list == nullptr || filter != nullptr || !sort_heads(heads, sort_key, ascending)) {
+  if (list == nullptr || filter != nullptr || sort_key < kSortByDateTime ||
+      sort_key > kSortByVectorGroup) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  *list = make_wire_list(heads);
-  return KVR_RES_OK;
+  Labels labels;
+  const kvr_code code = store_.list(static_cast<SortKey>(sort_key), ascending, labels);
+  if (code == KVR_RES_OK) {
+    *list = labels.release();
+  }
+  return code;
 }
 
 }  // namespace virtual_instrument

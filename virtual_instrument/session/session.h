@@ -15,7 +15,7 @@
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/bench/bench_source.h"
 #include "virtual_instrument/records/record.h"
-#include "virtual_instrument/store/record_store.h"
+#include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {
 
@@ -28,7 +28,7 @@ namespace virtual_instrument {
 /// code that names the fault. Out parameters are touched on success alone.
 class Session : public std::enable_shared_from_this<Session> {
  public:
-  Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches, RecordStore& store);
+  Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches, SqliteStore& store);
 
   /// Starts the session's thread. Once, before any other function.
   void start();
@@ -102,7 +102,7 @@ class Session : public std::enable_shared_from_this<Session> {
   const kvr_StatusCallback status_callback_;
   void* const status_context_;
   const std::shared_ptr<BenchSource> benches_;
-  RecordStore& store_;
+  SqliteStore& store_;
   std::thread watch_;
 
   std::mutex mutex_;

@@ -42,12 +42,6 @@ struct Releaser {
   void text(const char*& text) { delete[] text; }
 };
 
-const char* new_text(std::string_view text) {
-  char* copy = new char[text.size() + 1];
-  *std::copy(text.begin(), text.end(), copy) = '\0';
-  return copy;
-}
-
 /// Takes the results of one family out of every part into one array; null when no part has any.
 template <class Record>
 Record** joined_family(const std::vector<RecordNest>& parts, std::uint32_t count,
@@ -81,6 +75,12 @@ const char* joined_raw_data(const std::vector<RecordNest>& parts) {
 }  // namespace
 
 void free_record(kvr_TestRecord* record) { Releaser().one(record); }
+
+const char* new_text(std::string_view text) {
+  char* copy = new char[text.size() + 1];
+  *std::copy(text.begin(), text.end(), copy) = '\0';
+  return copy;
+}
 
 kvr_TestLabel label_of(const kvr_TestRecord& record) {
   kvr_TestLabel label;

@@ -19,6 +19,9 @@ struct FreeRecord {
 };
 using RecordNest = std::unique_ptr<kvr_TestRecord, FreeRecord>;
 
+/// A text as a record holds it.
+const char* new_text(std::string_view text);
+
 /// The head of a record as lists show it. Its timestamp field is shorter than the record's, so a
 /// long timestamp is cut.
 kvr_TestLabel label_of(const kvr_TestRecord& record);

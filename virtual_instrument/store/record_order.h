@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "api/client_api.h"
 #include "api/result_records.h"
 
 // Lists of stored records, in the orders that a client can ask for.
@@ -16,7 +17,11 @@ struct StoredLabel {
   std::int64_t time;
 };
 
-enum class SortKey { kDateTime, kTestId, kVectorGroup };
+enum class SortKey {
+  kDateTime = kSortByDateTime,
+  kTestId = kSortByTestId,
+  kVectorGroup = kSortByVectorGroup,
+};
 
 /// A list's entries come from one new[], the list from one new.
 struct FreeLabels {

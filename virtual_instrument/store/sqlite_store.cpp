@@ -343,6 +343,10 @@ kvr_code SqliteStore::exists(std::string_view record_id, bool& exists) {
   return guarded([&] { exists = has_record(*database_, record_id); });
 }
 
+kvr_code SqliteStore::head(std::string_view record_id, kvr_TestLabel& head) {
+  return guarded([&] { head = find_record(*database_, record_id).head.label; });
+}
+
 kvr_code SqliteStore::read(std::string_view record_id, RecordNest& record) {
   return guarded([&] {
     const FoundRecord found = find_record(*database_, record_id);
@@ -381,22 +385,23 @@ kvr_code SqliteStore::save_new(const kvr_TestRecord& record, std::int64_t time) 
   });
 }
 
-kvr_code SqliteStore::add_test(const kvr_TestRecord& record) {
+kvr_code SqliteStore::add_test(const kvr_TestRecord& record, kvr_TestLabel& head) {
   return guarded([&] {
     const std::vector<std::byte> data = stored_form_of(record);
     SqliteTransaction transaction(*database_);
     FoundRecord found = find_record(*database_, id_of(record));
-    StoredHead& head = found.head;
-    require(head.family == family_of(record) && head.label.test_type == record.test_type,
+    StoredHead& grown = found.head;
+    require(grown.family == family_of(record) && grown.label.test_type == record.test_type,
             KVR_RES_TEST_CONFIG_INCOMPATIBLE);
-    head.label.test_count += record.test_count;
+    grown.label.test_count += record.test_count;
     database_->prepare("UPDATE records SET head = ?, head_checksum = ? WHERE number = ?")
-        .bind(bytes_of(head.label))
-        .bind(head.checksum())
+        .bind(bytes_of(grown.label))
+        .bind(grown.checksum())
         .bind(found.number)
         .run();
     insert_test(*database_, found.number, data);
     transaction.commit();
+    head = grown.label;
   });
 }
 

@@ -55,6 +55,9 @@ class SqliteStore {
 
   kvr_code exists(std::string_view record_id, bool& exists);
 
+  /// The head of a record as lists show it. KVR_RES_RECORD_NOT_FOUND without a record of that ID.
+  kvr_code head(std::string_view record_id, kvr_TestLabel& head);
+
   /// The whole record: the tests of all its savings in the order in which they came, under the head
   /// of the first. KVR_RES_RECORD_NOT_FOUND without a record of that ID.
   kvr_code read(std::string_view record_id, RecordNest& record);
@@ -64,10 +67,11 @@ class SqliteStore {
   /// a record that has no stored form.
   kvr_code save_new(const kvr_TestRecord& record, std::int64_t time);
 
-  /// Adds the tests of `record` to the stored record of the same ID. KVR_RES_RECORD_NOT_FOUND
-  /// without one; KVR_RES_TEST_CONFIG_INCOMPATIBLE when that one holds tests of another type or
-  /// family; KVR_RES_DATA_INVALID as above.
-  kvr_code add_test(const kvr_TestRecord& record);
+  /// Adds the tests of `record` to the stored record of the same ID and stores the head of that
+  /// record, grown by them, in `head`. KVR_RES_RECORD_NOT_FOUND without such a record;
+  /// KVR_RES_TEST_CONFIG_INCOMPATIBLE when that one holds tests of another type or family;
+  /// KVR_RES_DATA_INVALID as above.
+  kvr_code add_test(const kvr_TestRecord& record, kvr_TestLabel& head);
 
   /// KVR_RES_RECORD_NOT_FOUND without a record of that ID.
   kvr_code remove(std::string_view record_id);

@@ -57,11 +57,19 @@ TEST(RecordOrder, BytesAbove127ComeLast) {
   EXPECT_STREQ(list->entries[0].record_id, "z");
 }
 
-TEST(RecordOrder, AnEmptyListHasEntriesToGiveBack) {
-  const Labels list = ordered_list({}, SortKey::kTestId, true);
-  EXPECT_EQ(list->count, 0U);
-  EXPECT_NE(list->entries, nullptr);
+// The export gives a list back like this, and a sanitizer would tell if it may not.
+TEST(RecordOrder, AListCanBeDeletedByItsParts) {
+  for (const std::size_t count : {0U, 3U}) {
+    kvr_TestLabelsList* list =
+        ordered_list(std::vector<StoredLabel>(count), SortKey::kTestId, true).release();
+    EXPECT_EQ(list->count, count);
+    EXPECT_NE(list->entries, nullptr);
+    delete[] list->entries;
+    delete list;
+  }
 }
+
+TEST(RecordOrder, NoListCanBeGivenBack) { FreeLabels()(nullptr); }
 
 }  // namespace
 }  // namespace virtual_instrument

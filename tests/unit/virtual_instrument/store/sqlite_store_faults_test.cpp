@@ -33,7 +33,7 @@ const Change kChanges[] = {
        return store.save_new(*ratio_record("T3", 4, std::string(9000, 'x')).get(), 0);
      },
      "T1#2:1,2 T2#1:3 T3#1:4 "},
-    {"add_test", [](SqliteStore& store) { return store.add_test(*ratio_record("T1", 4).get()); },
+    {"add_test", [](SqliteStore& store) { return add_to(store, *ratio_record("T1", 4).get()); },
      "T1#3:1,2,4 T2#1:3 "},
     {"remove", [](SqliteStore& store) { return store.remove("T1"); }, "T2#1:3 "},
     {"clear", [](SqliteStore& store) { return store.clear(); }, ""},
@@ -92,7 +92,7 @@ const std::string& bytes_before() {
     {
       SqliteStore store({.path = file});
       EXPECT_EQ(store.save_new(*ratio_record("T1", 1).get(), 0), KVR_RES_OK);
-      EXPECT_EQ(store.add_test(*ratio_record("T1", 2).get()), KVR_RES_OK);
+      EXPECT_EQ(add_to(store, *ratio_record("T1", 2).get()), KVR_RES_OK);
       EXPECT_EQ(store.save_new(*ratio_record("T2", 3).get(), 0), KVR_RES_OK);
     }
     return bytes_of_file(file);

@@ -54,10 +54,12 @@ class StoreFilesTest : public testing::Test {
       bool exists = true;
       RecordNest record;
       Labels labels;
+      kvr_TestLabel head;
+      EXPECT_EQ(store.head("T1", head), code) << why;
       EXPECT_EQ(store.exists("T1", exists), code) << why;
       EXPECT_EQ(store.read("T1", record), code) << why;
       EXPECT_EQ(store.save_new(*ratio_record("N").get(), 0), code) << why;
-      EXPECT_EQ(store.add_test(*ratio_record("T1").get()), code) << why;
+      EXPECT_EQ(add_to(store, *ratio_record("T1").get()), code) << why;
       EXPECT_EQ(store.remove("T1"), code) << why;
       EXPECT_EQ(store.clear(), code) << why;
       EXPECT_EQ(store.list(SortKey::kTestId, true, labels), code) << why;
@@ -72,7 +74,7 @@ class StoreFilesTest : public testing::Test {
   void make_store() {
     SqliteStore store({.path = file_});
     ASSERT_EQ(store.save_new(*ratio_record("T1", 1).get(), 0), KVR_RES_OK);
-    ASSERT_EQ(store.add_test(*ratio_record("T1", 2).get()), KVR_RES_OK);
+    ASSERT_EQ(add_to(store, *ratio_record("T1", 2).get()), KVR_RES_OK);
     ASSERT_EQ(store.save_new(*ratio_record("T2", 3, std::string(9000, 'x')).get(), 0), KVR_RES_OK);
   }
 
@@ -82,7 +84,7 @@ class StoreFilesTest : public testing::Test {
     const fs::path live = elsewhere.path() / "records.db";
     SqliteStore store({.path = live});
     ASSERT_EQ(store.save_new(*ratio_record("T1", 1).get(), 0), KVR_RES_OK);
-    ASSERT_EQ(store.add_test(*ratio_record("T1", 2).get()), KVR_RES_OK);
+    ASSERT_EQ(add_to(store, *ratio_record("T1", 2).get()), KVR_RES_OK);
     ASSERT_EQ(store.save_new(*ratio_record("T2", 3).get(), 0), KVR_RES_OK);
     fs::copy_file(live, file_);
     fs::copy_file(live.string() + "-wal", log_);
@@ -255,7 +257,7 @@ TEST_F(StoreFilesTest, ADamagedRecordLeavesTheOthersReadableAndCanBeRemoved) {
   run_sql(file_, "UPDATE records SET time = time + 1");
   SqliteStore store({.path = file_});
   EXPECT_EQ(contents_of(store), "[14]");
-  EXPECT_EQ(store.add_test(*ratio_record("T2").get()), KVR_RES_DATA_INVALID);
+  EXPECT_EQ(add_to(store, *ratio_record("T2").get()), KVR_RES_DATA_INVALID);
   EXPECT_EQ(store.remove("T2"), KVR_RES_OK);
   EXPECT_EQ(contents_of(store), "");
 }
@@ -320,7 +322,7 @@ void expect_reading_only(SqliteStore& store) {
   EXPECT_TRUE(exists);
   constexpr kvr_code kRefused = KVR_RES_SECONDARY_SDCARD_READ_ONLY;
   EXPECT_EQ(store.save_new(*ratio_record("N").get(), 0), kRefused);
-  EXPECT_EQ(store.add_test(*ratio_record("T1").get()), kRefused);
+  EXPECT_EQ(add_to(store, *ratio_record("T1").get()), kRefused);
   EXPECT_EQ(store.remove("T1"), kRefused);
   EXPECT_EQ(store.clear(), kRefused);
   EXPECT_EQ(contents_of(store), kWhole);

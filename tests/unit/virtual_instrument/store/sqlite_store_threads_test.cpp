@@ -37,7 +37,7 @@ void work_on(SqliteStore& store, int thread) {
   for (int number = 0; number < kRecords; ++number) {
     const std::string id = id_of(thread, number);
     ASSERT_EQ(store.save_new(*ratio_record(id, 1).get(), number), KVR_RES_OK);
-    ASSERT_EQ(store.add_test(*ratio_record(id, 2).get()), KVR_RES_OK);
+    ASSERT_EQ(add_to(store, *ratio_record(id, 2).get()), KVR_RES_OK);
     Labels labels;
     ASSERT_EQ(store.list(SortKey::kVectorGroup, false, labels), KVR_RES_OK);
     RecordNest record;

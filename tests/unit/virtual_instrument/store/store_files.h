@@ -18,6 +18,12 @@ std::string rows_of(const std::filesystem::path& file, const std::string& sql);
 std::string bytes_of_file(const std::filesystem::path& file);
 void write_file(const std::filesystem::path& file, const std::string& bytes);
 
+/// Adds a test where the head that comes back doesn't matter.
+inline kvr_code add_to(virtual_instrument::SqliteStore& store, const kvr_TestRecord& record) {
+  kvr_TestLabel head;
+  return store.add_test(record, head);
+}
+
 /// Names of the files in a folder, sorted.
 std::vector<std::string> files_in(const std::filesystem::path& folder);
 
