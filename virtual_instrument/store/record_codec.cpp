@@ -134,7 +134,8 @@ class Decoder {
     const std::span<const std::byte> block = take(sizeof record);
     std::memcpy(&record, block.data(), sizeof record);
     clear_links(record);
-    require(std::memcmp(&record, block.data(), sizeof record) == 0);
+    const auto cleared = std::as_bytes(std::span(&record, 1));
+    require(std::equal(block.begin(), block.end(), cleared.begin()));
     describe(record, *this);
     --depth_;
   }

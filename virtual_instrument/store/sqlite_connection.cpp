@@ -8,6 +8,9 @@
 namespace virtual_instrument {
 namespace {
 
+/// What is bound stays in place until the statement has run. SQLITE_STATIC without its cast.
+constexpr sqlite3_destructor_type kStaysInPlace = nullptr;
+
 struct CodePair {
   int result;
   kvr_code code;
@@ -113,14 +116,14 @@ SqliteStatement& SqliteStatement::bind(std::int64_t value) {
 // A null pointer would be bound as NULL, which is not what an empty text or value is.
 SqliteStatement& SqliteStatement::bind(std::string_view text) {
   require_ok(sqlite3_bind_text64(statement_.get(), ++bound_, text.empty() ? "" : text.data(),
-                                 text.size(), SQLITE_STATIC, SQLITE_UTF8));
+                                 text.size(), kStaysInPlace, SQLITE_UTF8));
   return *this;
 }
 
 SqliteStatement& SqliteStatement::bind(std::span<const std::byte> bytes) {
   require_ok(sqlite3_bind_blob64(statement_.get(), ++bound_,
                                  bytes.empty() ? "" : static_cast<const void*>(bytes.data()),
-                                 bytes.size(), SQLITE_STATIC));
+                                 bytes.size(), kStaysInPlace));
   return *this;
 }
 

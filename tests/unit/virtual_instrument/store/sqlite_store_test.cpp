@@ -346,7 +346,12 @@ TEST(SqliteStoreInMemory, HoldsRecordsAsLongAsItLives) {
 TEST(SqliteStorePath, CanHoldAnyCharacter) {
   const WatchedDisk disk;
   TemporaryFolder folder;
-  for (const char* name : {"file:x.db", ":memory:", "a?mode=memory#1%20.db", "\xC3\xA4 b.db"}) {
+  std::vector<const char*> names = {"a#1%20.db", "\xC3\xA4 b.db"};
+  if (fs::path::preferred_separator == '/') {
+    // What SQLite could take for something else. Windows has no such names.
+    names.insert(names.end(), {"file:x.db", ":memory:", "a?mode=memory"});
+  }
+  for (const char* name : names) {
     const fs::path file = folder.path() / std::u8string(reinterpret_cast<const char8_t*>(name));
     {
       SqliteStore store({.path = file});
