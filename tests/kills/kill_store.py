@@ -3,7 +3,7 @@
 at random moments, alone and beside another process on the same file. After each kill the store has
 to open, to pass its integrity check and to hold what it held before the change, or after it.
 
-  kill_store.py STORE_WRITER
+  kill_store.py COMMAND ...     which runs store-writer
 
 KVR_STORE_KILLS is the number of kills at random moments, 60 without it; KVR_STORE_SEED their seed.
 """
@@ -17,13 +17,9 @@ import tempfile
 import time
 from pathlib import Path
 
-WRITER = sys.argv[1]
+WRITER = sys.argv[1:]
 KILLS = int(os.environ.get("KVR_STORE_KILLS", "60"))
 SEED = int(os.environ.get("KVR_STORE_SEED", "1"))
-
-# A random kill comes within so many seconds after the start of a process. Some come before it has
-# made the store, most while it saves.
-LONGEST_LIFE = 0.08
 
 FAR = 1_000_000
 
@@ -33,13 +29,13 @@ class Failure(Exception):
 
 
 def start(*arguments):
-    return subprocess.Popen([WRITER, *map(str, arguments)], stdin=subprocess.PIPE,
+    return subprocess.Popen([*WRITER, *map(str, arguments)], stdin=subprocess.PIPE,
                             stdout=subprocess.PIPE, text=True)
 
 
 def steps_held(store, name, steps):
     """The number of steps whose outcome the store holds: `steps`, or one more."""
-    checked = subprocess.run([WRITER, "check", store, name, str(steps)], stdout=subprocess.PIPE,
+    checked = subprocess.run([*WRITER, "check", store, name, str(steps)], stdout=subprocess.PIPE,
                              text=True, check=False)
     if checked.returncode != 0:
         raise Failure(f"after {steps} steps: {checked.stdout.strip()}")
@@ -115,15 +111,24 @@ def kill_at_every_point(folder):
     return kills
 
 
+def longest_life(folder):
+    """A random kill comes within so many seconds. Some come before the store is made, most while
+    it is written."""
+    began = time.monotonic()
+    make_steps(folder / f"timed-{time.monotonic_ns()}.db", "K", 0, 1)
+    return 2 * (time.monotonic() - began) + 0.05
+
+
 def kill_at_random(folder, count):
     """Goes on with one store from kill to kill, and begins another one now and then."""
+    life = longest_life(folder)
     outcomes = {"before": 0, "after": 0, "without a store": 0}
     store, held = None, 0
     for kill in range(count):
         if kill % 20 == 0:
             store, held = folder / f"random-{kill}.db", 0
         process = start("run", store, "K", held, FAR)
-        time.sleep(random.uniform(0, LONGEST_LIFE))
+        time.sleep(random.uniform(0, life))
         process.kill()
         done = steps_done(process.communicate()[0], held)
         made = store.exists()
@@ -139,10 +144,11 @@ def kill_at_random(folder, count):
 def kill_beside_another(folder, count):
     """Two writers make one file and share it. One is killed; the other one must not notice."""
     end = 40
+    life = longest_life(folder)
     for kill in range(count):
         store = folder / f"shared-{kill}.db"
         killed, other = start("run", store, "K", 0, end), start("run", store, "L", 0, end)
-        time.sleep(random.uniform(0, LONGEST_LIFE))
+        time.sleep(random.uniform(0, life))
         killed.kill()
         done = steps_done(killed.communicate()[0], 0)
         output, _ = other.communicate()
