@@ -241,6 +241,21 @@ std::vector<Key> keys_of(Fault& fault) {
   };
 }
 
+/// A key may hold any characters; told to a person, it stays on its line.
+std::string on_one_line(const std::string& text) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string line;
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte >= ' ' && byte != 0x7f) {
+      line += character;
+    } else {
+      line.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
+    }
+  }
+  return line;
+}
+
 /// Collects what is read of one document.
 class Reader {
  public:
@@ -346,7 +361,7 @@ class Reader {
     if (!key.empty()) {
       line += std::string(key) + ": ";
     }
-    found_.push_back({where.begin.line, line + what});
+    found_.push_back({where.begin.line, on_one_line(line + what)});
   }
 
   const std::string name_;

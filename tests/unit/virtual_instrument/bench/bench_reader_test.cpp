@@ -203,6 +203,13 @@ TEST(BenchReader, TellsAllMistakesFromTheTop) {
                           "call"));
 }
 
+TEST(BenchReader, TellsAProblemInOneLineWhateverTheKeyHolds) {
+  const BenchReading reading = read("[instrument]\n\"a\\n\\u001b[2Jb\\u007f\" = 1\n");
+  EXPECT_THAT(
+      reading.problems,
+      ElementsAre(testing::StartsWith("b.toml:2: instrument.a\\x0a\\x1b[2Jb\\x7f: no such key")));
+}
+
 TEST(BenchReader, TellsWhereTheTextIsNotTomlAtAll) {
   const BenchReading reading = read("[store]\nempty_id_format =\n");
   ASSERT_EQ(reading.problems.size(), 1U);
