@@ -9,13 +9,27 @@
 #include <stdexcept>
 #include <utility>
 
+#include "virtual_instrument/bench/plain_letters.h"
 #include "virtual_instrument/records/time_text.h"
 #include "virtual_instrument/vocabulary/call_names.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 
-#define TOML_EXCEPTIONS 0
+namespace {
+
+/// toml++ takes some mistakes in a text for impossible. This is thrown where it meets one.
+struct ParserStuck {};
+
+[[noreturn]] void stop_parser() { throw ParserStuck(); }
+
+}  // namespace
+
+#pragma push_macro("NDEBUG")
+#undef NDEBUG
+#define TOML_ASSERT(condition) ((condition) ? static_cast<void>(0) : stop_parser())
+#define TOML_EXCEPTIONS 1
 #define TOML_ENABLE_FORMATTERS 0
 #include <toml++/toml.h>
+#pragma pop_macro("NDEBUG")
 
 namespace virtual_instrument {
 namespace {
@@ -262,11 +276,10 @@ class Reader {
   Reader(std::string_view name, const Bench& base) : name_(name) { reading_.bench = base; }
 
   BenchReading read(std::string_view document) {
-    const toml::parse_result result = toml::parse(document);
-    if (result) {
-      read_tables(result.table());
+    if (const auto line = line_beyond_ascii(document)) {
+      problem(*line, "", "expected plain letters outside quotes");
     } else {
-      problem(result.error().source(), "", std::string(result.error().description()));
+      parse(document);
     }
     // Tables come in the order of their names, people read from the top.
     std::stable_sort(found_.begin(), found_.end(),
@@ -278,6 +291,38 @@ class Reader {
   }
 
  private:
+  void parse(std::string_view document) {
+    try {
+      read_tables(toml::parse(document));
+    } catch (const toml::parse_error& error) {
+      problem(error.source(), "", std::string(error.description()));
+    } catch (const ParserStuck&) {
+      problem(line_of_trouble(document), "", "expected a table, or a key and its value");
+    }
+  }
+
+  /// The line up to which the parser must be given a text to be stuck.
+  static toml::source_index line_of_trouble(std::string_view document) {
+    toml::source_index line = 1;
+    for (std::size_t end = document.find('\n'); end < document.size(); ++line) {
+      if (is_trouble(document.substr(0, end + 1))) {
+        return line;
+      }
+      end = document.find('\n', end + 1);
+    }
+    return line;
+  }
+
+  static bool is_trouble(std::string_view document) {
+    try {
+      static_cast<void>(toml::parse(document));
+    } catch (const toml::parse_error&) {
+    } catch (const ParserStuck&) {
+      return true;
+    }
+    return false;
+  }
+
   static constexpr std::string_view kFaults = "faults";
 
   struct Found {
@@ -357,11 +402,15 @@ class Reader {
   }
 
   void problem(const toml::source_region& where, std::string_view key, const std::string& what) {
-    std::string line = name_ + ":" + std::to_string(where.begin.line) + ": ";
+    problem(where.begin.line, key, what);
+  }
+
+  void problem(toml::source_index line_number, std::string_view key, const std::string& what) {
+    std::string line = name_ + ":" + std::to_string(line_number) + ": ";
     if (!key.empty()) {
       line += std::string(key) + ": ";
     }
-    found_.push_back({where.begin.line, on_one_line(line + what)});
+    found_.push_back({line_number, on_one_line(line + what)});
   }
 
   const std::string name_;

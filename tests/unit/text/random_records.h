@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <random>
+#include <utility>
 
 #include "support/record_text.h"
 
@@ -11,7 +13,9 @@
 /// and the counts of what they point to can be trusted. The same seed makes the same records.
 class RandomRecords {
  public:
-  explicit RandomRecords(std::uint64_t seed) : random_(seed) {}
+  explicit RandomRecords(std::uint64_t seed) : random_(std::mt19937_64(seed)) {}
+  /// From numbers of any source.
+  explicit RandomRecords(std::function<std::uint64_t()> numbers) : random_(std::move(numbers)) {}
 
   OwnedRecord next();
 
@@ -54,7 +58,7 @@ class RandomRecords {
   void fill(kvr_TestData_GoNoGo& result);
   void fill(kvr_TestRecord& record);
 
-  std::mt19937_64 random_;
+  std::function<std::uint64_t()> random_;
   RecordArena* arena_ = nullptr;
   int nesting_ = 0;
 };

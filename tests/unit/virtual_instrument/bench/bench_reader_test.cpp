@@ -210,6 +210,15 @@ TEST(BenchReader, TellsAProblemInOneLineWhateverTheKeyHolds) {
       ElementsAre(testing::StartsWith("b.toml:2: instrument.a\\x0a\\x1b[2Jb\\x7f: no such key")));
 }
 
+TEST(BenchReader, TellsWhatTheParserCannotDealWith) {
+  const auto problems = [](const std::string& text) { return read(text).problems; };
+  EXPECT_THAT(problems("\n[store]\n[=]\n[a]\n"),
+              ElementsAre("b.toml:3: expected a table, or a key and its value"));
+  EXPECT_THAT(problems("[[\n"), ElementsAre("b.toml:1: expected a table, or a key and its value"));
+  EXPECT_THAT(problems("[store]\na = \xc3\xa4\n"),
+              ElementsAre("b.toml:2: expected plain letters outside quotes"));
+}
+
 TEST(BenchReader, TellsWhereTheTextIsNotTomlAtAll) {
   const BenchReading reading = read("[store]\nempty_id_format =\n");
   ASSERT_EQ(reading.problems.size(), 1U);

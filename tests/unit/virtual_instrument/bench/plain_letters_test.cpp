@@ -1,0 +1,31 @@
+#include "virtual_instrument/bench/plain_letters.h"
+
+#include <gtest/gtest.h>
+
+namespace virtual_instrument {
+namespace {
+
+TEST(LineBeyondAscii, IsThatOfTheFirstCharacterOutsideQuotesAndComments) {
+  EXPECT_EQ(line_beyond_ascii("\xc3\xa4 = 1"), 1U);
+  EXPECT_EQ(line_beyond_ascii("[\xc3\xa4]"), 1U);
+  EXPECT_EQ(line_beyond_ascii("a = 1\r\nb = \xc3\xa4"), 2U);
+  EXPECT_EQ(line_beyond_ascii("a = \"x\" \xe2\x80\x80"), 1U);
+  EXPECT_EQ(line_beyond_ascii("a = '\\' \xc3\xa4"), 1U);
+  EXPECT_EQ(line_beyond_ascii("a = \"\"\"x\ny\"\"\" \xc3\xa4"), 2U);
+  EXPECT_EQ(line_beyond_ascii("a = \"not closed\n\xc3\xa4"), 2U);
+  EXPECT_EQ(line_beyond_ascii("a = 1 # \xc3\xa4\n\nb = 2 \xc3\xa4"), 3U);
+}
+
+TEST(LineBeyondAscii, IsNoneWithinQuotesAndComments) {
+  for (const char* const text : {"", "a = 1", "[\"\xc3\xa4\"]", "# \xc3\xa4",
+                                 "a = 1 # \xc3\xa4\nb = 2", "a = \"\xc3\xa4 # \\\" \xc3\xa4\"",
+                                 "a = '\xc3\xa4'", "a = \"\"\"\n\xc3\xa4 \" \"\" \xc3\xa4\"\"\"",
+                                 "a = '''\n\xc3\xa4 ' '' \xc3\xa4'''", "a = \"\\",
+                                 "\xef\xbb\xbf"
+                                 "a = 1"}) {
+    EXPECT_EQ(line_beyond_ascii(text), std::nullopt) << text;
+  }
+}
+
+}  // namespace
+}  // namespace virtual_instrument

@@ -1,0 +1,74 @@
+#include "virtual_instrument/bench/plain_letters.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+
+namespace virtual_instrument {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+
+/// Walks through a text, past its comments and quoted parts.
+class Walk {
+ public:
+  explicit Walk(std::string_view text) : text_(text) {}
+
+  std::optional<unsigned> line_beyond_ascii() {
+    skip(text_.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
+    while (at_ < text_.size()) {
+      if (static_cast<unsigned char>(text_[at_]) >= 0x80) {
+        return line_;
+      }
+      step();
+    }
+    return std::nullopt;
+  }
+
+ private:
+  void step() {
+    const char character = text_[at_];
+    if (character == '#') {
+      skip(text_.find('\n', at_) - at_);
+    } else if (character == '"' || character == '\'') {
+      skip_quoted(character);
+    } else {
+      skip(1);
+    }
+  }
+
+  /// A quoted part ends at its own quotes, one or three, and one of single quotes also where the
+  /// line does, which toml++ takes for a mistake and stops.
+  void skip_quoted(char quote) {
+    const std::string triple(3, quote);
+    const bool is_long = text_.substr(at_).starts_with(triple);
+    const std::string_view end = is_long ? std::string_view(triple) : text_.substr(at_, 1);
+    skip(end.size());
+    while (at_ < text_.size() && !text_.substr(at_).starts_with(end)) {
+      if (!is_long && text_[at_] == '\n') {
+        return;
+      }
+      skip(quote == '"' && text_[at_] == '\\' ? 2 : 1);
+    }
+    skip(end.size());
+  }
+
+  void skip(std::size_t count) {
+    const std::size_t end = at_ + std::min(count, text_.size() - at_);
+    line_ += static_cast<unsigned>(
+        std::count(text_.begin() + std::ptrdiff_t(at_), text_.begin() + std::ptrdiff_t(end), '\n'));
+    at_ = end;
+  }
+
+  const std::string_view text_;
+  std::size_t at_ = 0;
+  unsigned line_ = 1;
+};
+
+}  // namespace
+
+std::optional<unsigned> line_beyond_ascii(std::string_view text) {
+  return Walk(text).line_beyond_ascii();
+}
+
+}  // namespace virtual_instrument
