@@ -1,6 +1,7 @@
 #include "support/scripted_client_api_script.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <utility>
@@ -287,9 +288,10 @@ bool set_record(PlannedAnswer& planned, std::string_view key, std::string_view w
   } else if (key == "record") {
     planned.record_name = word;
   } else if (key == "record_id") {
-    answer.alterations.push_back([id = text_of(word)](kvr_TestRecord& record) {
-      fill_field(record.record_id, sizeof(record.record_id), id);
-    });
+    std::array<char, sizeof(kvr_TestRecord::record_id)> id;
+    fill_field(id.data(), id.size(), text_of(word));
+    answer.alterations.push_back(
+        [id](kvr_TestRecord& record) { std::copy(id.begin(), id.end(), record.record_id); });
   } else if (key == "raw") {
     // The text lives in the alteration, which lives as long as the answer's copies.
     std::shared_ptr<const std::string> raw;
@@ -422,18 +424,20 @@ void load_script(std::istream& script, const std::string& name, ScriptedClientAp
   };
   while (std::getline(script, line)) {
     ++number;
-    std::string_view rest = line;
-    const std::string_view first = take_word(rest);
-    if (first.empty() || is_blank(line.front())) {
-      if (open_record != nullptr) {
-        open_record->text += line + "\n";
-      } else if (!first.empty()) {
-        fail(number, "an indented line belongs to a record");
-      }
+    if (open_record != nullptr && (line.empty() || is_blank(line.front()) || line[0] == '#')) {
+      open_record->text += line + "\n";  // in the notation of records
       continue;
     }
-    open_record = nullptr;
     try {
+      std::string_view rest = line;
+      const std::string_view first = take_word(rest);
+      if (first.empty()) {
+        continue;
+      }
+      if (is_blank(line.front())) {
+        throw BadWord("an indented line belongs to a record");
+      }
+      open_record = nullptr;
       if (first == "record") {
         const std::string record_name(take_word(rest));
         if (record_name.empty() || record_name == "null" || records.contains(record_name)) {

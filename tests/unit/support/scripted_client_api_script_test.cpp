@@ -144,6 +144,16 @@ TEST_F(Script, ListsShowTheHeadsOfRecords) {
   EXPECT_EQ(error_of("kvr_ListRecords: 0 records=c\n"), "it:1: no record 'c'");
 }
 
+TEST_F(Script, RecordsMayHoldQuotes) {
+  load(
+      "kvr_Test_Ratio_1ph: 0 record=a\n"
+      "record a\n"
+      "  asset_id = 5\" pipe\n"
+      "# between\n"
+      "  record_id = T1\n");
+  EXPECT_STREQ(run_test()->asset_id, "5\" pipe");
+}
+
 TEST_F(Script, RecordIdsMayFillTheirField) {
   load("kvr_Test_Ratio_1ph: 0 record_id=\"123456789012345678901234567890\"\n");
   const kvr_TestRecord* record = run_test();
@@ -189,12 +199,15 @@ TEST_F(Script, ErrorsNameThePlace) {
             "it:1: 'progress=1/2' is nothing that kvr_ReadRecord can do");
   EXPECT_EQ(error_of("kvr_ConnectAPI: 0 firmware=1\n"), "it:1: '1' is no text in quotes");
   EXPECT_EQ(error_of("kvr_ConnectAPI: 0 firmware=\"1\n"), "it:1: a text without its closing quote");
+  EXPECT_EQ(error_of("\"kvr\n"), "it:1: a text without its closing quote");
   EXPECT_EQ(error_of("kvr_ConnectAPI: 0 firmware=\"\\q\"\n"), "it:1: unknown escape \\q");
   EXPECT_EQ(error_of("kvr_ConnectAPI: 0 firmware=\"\\x1\"\n"), "it:1: unknown escape \\x");
   EXPECT_EQ(error_of("kvr_ConnectAPI: 0 firmware=\"\\xAB\"\n"),
             "it:1: \\x wants two digits of 0-9a-f");
   EXPECT_EQ(error_of("kvr_GetDeviceInfo: 0 serial_number=\"1234567890123456789012\"\n"),
             "it:1: longer than the 21 bytes of the field");
+  EXPECT_EQ(error_of("kvr_ReadRecord: 0 record_id=\"1234567890123456789012345678901\"\n"),
+            "it:1: longer than the 30 bytes of the field");
   EXPECT_EQ(error_of("kvr_LockAPI: 0 delay=5\n"), "it:1: '5' is no time such as 200ms");
   EXPECT_THAT(error_of("kvr_LockAPI: 0 status=5:text\n"), StartsWith("it:1: status is CODE"));
   EXPECT_EQ(error_of("kvr_Test_Ratio_1ph: 0 record=none\n"), "it:1: no record 'none'");
