@@ -1,0 +1,19 @@
+#include "fuzz/fuzz_target.h"
+#include "virtual_instrument/bench/bench_reader.h"
+
+// A bench file: any text is either taken or told about, line by line, and reads the same twice.
+
+using namespace virtual_instrument;
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text = as_text(data, size);
+  const BenchReading reading = read_bench(text, "fuzz.toml", built_in_bench());
+  for (const std::string& problem : reading.problems) {
+    demand(problem.starts_with("fuzz.toml:"), "a problem names its file and line");
+    demand(problem.find('\n') == std::string::npos, "a problem is one line");
+  }
+  const BenchReading again = read_bench(text, "fuzz.toml", built_in_bench());
+  demand(again.problems == reading.problems, "the same text has the same problems");
+  demand(again.given == reading.given, "the same text gives the same keys");
+  return 0;
+}
