@@ -36,6 +36,13 @@ std::shared_ptr<const Bench> BenchSource::current() {
   return bench_;
 }
 
+std::shared_ptr<const Bench> BenchSource::look(const std::function<void(const Bench&)>& look) {
+  const std::lock_guard lock(looking_);
+  std::shared_ptr<const Bench> bench = current();
+  look(*bench);
+  return bench;
+}
+
 void BenchSource::take(const std::string& text) {
   text_ = text;
   BenchReading reading = read_bench(text, file_.string(), built_in_bench());

@@ -26,6 +26,10 @@ class BenchSource {
 
   std::shared_ptr<const Bench> current();
 
+  /// Hands the bench in force to `look` and gives it back. One look at a time, in the order in
+  /// which the file was read, so that none comes late with what holds no longer.
+  std::shared_ptr<const Bench> look(const std::function<void(const Bench&)>& look);
+
   /// Whether current() can come to give something else.
   bool can_change() const { return !file_.empty(); }
 
@@ -36,6 +40,7 @@ class BenchSource {
 
   const std::filesystem::path file_;
   const Report report_;
+  std::mutex looking_;  ///< held around mutex_ and whatever a look locks
   std::mutex mutex_;
   std::shared_ptr<const Bench> bench_;
   std::string text_;

@@ -73,9 +73,8 @@ void Session::watch() {
       continue;
     }
     lock.unlock();
-    const std::shared_ptr<const Bench> bench = benches_->current();
+    const std::shared_ptr<const Bench> bench = look_at_bench();
     lock.lock();
-    look_locked(*bench);
     if (!events_.empty() || ended_) {
       continue;
     }
@@ -100,10 +99,10 @@ std::optional<Session::Time> Session::next_look_locked(const Bench& bench) const
 }
 
 std::shared_ptr<const Bench> Session::look_at_bench() {
-  std::shared_ptr<const Bench> bench = benches_->current();
-  const std::lock_guard lock(mutex_);
-  look_locked(*bench);
-  return bench;
+  return benches_->look([this](const Bench& bench) {
+    const std::lock_guard lock(mutex_);
+    look_locked(bench);
+  });
 }
 
 /// Carries out what the bench does by itself: losing the connection, pressing buttons.

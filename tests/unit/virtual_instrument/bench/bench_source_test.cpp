@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/temporary_folder.h"
@@ -68,6 +71,27 @@ TEST_F(BenchSourceTest, AnEmptyFileIsOneThatIsBeingWritten) {
   EXPECT_EQ(serial(), "one");
   write("");
   EXPECT_EQ(serial(), "one");
+}
+
+// A look that came late with the older bench would lose a connection that has just been made.
+TEST_F(BenchSourceTest, LooksComeInTheOrderOfTheReadings) {
+  write("[instrument]\nserial_number = \"one\"\n");
+  std::vector<std::string> looks;
+  std::promise<void> read;
+  std::thread other([&] {
+    read.get_future().wait();
+    source_.look([&](const Bench& bench) { looks.push_back(bench.instrument.serial_number); });
+  });
+  const std::shared_ptr<const Bench> given = source_.look([&](const Bench& bench) {
+    write("[instrument]\nserial_number = \"two\"\n");
+    read.set_value();
+    // Ample time to come in between, if nothing held the other one back.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    looks.push_back(bench.instrument.serial_number);
+  });
+  other.join();
+  EXPECT_EQ(given->instrument.serial_number, "one");
+  EXPECT_THAT(looks, ElementsAre("one", "two"));
 }
 
 TEST(BenchSource, WithoutAFileTheBuiltInBenchHolds) {
