@@ -1,0 +1,35 @@
+// breaks: events
+// A release overtakes nothing, but is overtaken by what follows.
+#include "contract/broken/good_calls.h"
+
+namespace {
+
+kvr_StatusCallback callback = nullptr;
+bool released = false;
+
+void tell(void* context, kvr_code code, const char* text) {
+  if (code == KVR_RES_EMERGENCY_STOP_RELEASED) {
+    released = true;
+    return;
+  }
+  callback(context, code, text);
+  if (released) {
+    released = false;
+    callback(context, KVR_RES_EMERGENCY_STOP_RELEASED, text);
+  }
+}
+
+}  // namespace
+
+void break_calls(ClientApiTable& calls) {
+  calls.kvr_Lib_Initialize = [](kvr_InitParams* params) {
+    if (params == nullptr || params->status_callback == nullptr) {
+      return good_kvr_Lib_Initialize(params);
+    }
+    callback = params->status_callback;
+    released = false;
+    kvr_InitParams own = *params;
+    own.status_callback = tell;
+    return good_kvr_Lib_Initialize(&own);
+  };
+}
