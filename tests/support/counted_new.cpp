@@ -12,6 +12,11 @@ namespace {
 
 enum class Form { kSingle, kArray };
 
+struct Block {
+  Form form;
+  std::size_t size;
+};
+
 /// For the book of blocks, which can't be kept in what it counts.
 template <class T>
 struct MallocAllocator {
@@ -36,9 +41,10 @@ struct MallocAllocator {
 
 struct Book {
   std::mutex mutex;
-  std::unordered_map<const void*, Form, std::hash<const void*>, std::equal_to<const void*>,
-                     MallocAllocator<std::pair<const void* const, Form>>>
+  std::unordered_map<const void*, Block, std::hash<const void*>, std::equal_to<const void*>,
+                     MallocAllocator<std::pair<const void* const, Block>>>
       live;
+  std::size_t live_bytes = 0;
   std::size_t allocations = 0;
 };
 
@@ -94,7 +100,8 @@ void* allocate(std::size_t size, Form form) {
     recorded_sizes[state.sizes++] = size;
   }
   const std::lock_guard lock(book().mutex);
-  book().live.emplace(block, form);
+  book().live.emplace(block, Block{form, size});
+  book().live_bytes += size;
   ++book().allocations;
   return block;
 }
@@ -118,10 +125,11 @@ void release(void* block, Form form) {
     const std::lock_guard lock(book().mutex);
     const auto entry = book().live.find(block);
     if (entry != book().live.end()) {  // else from a library with a new of its own
-      if (entry->second != form) {
+      if (entry->second.form != form) {
         std::fputs("a block of new goes to delete[], or one of new[] to delete\n", stderr);
         std::abort();
       }
+      book().live_bytes -= entry->second.size;
       book().live.erase(entry);
     }
   }
@@ -133,6 +141,11 @@ void release(void* block, Form form) {
 std::size_t live_blocks() {
   const std::lock_guard lock(book().mutex);
   return book().live.size();
+}
+
+std::size_t live_bytes() {
+  const std::lock_guard lock(book().mutex);
+  return book().live_bytes;
 }
 
 std::size_t allocations() {

@@ -11,6 +11,8 @@ namespace counted_new {
 
 /// Blocks that are allocated now.
 std::size_t live_blocks();
+/// What they add up to, as asked for.
+std::size_t live_bytes();
 /// Blocks that have ever been allocated.
 std::size_t allocations();
 bool is_live(const void* block);

@@ -104,6 +104,7 @@ void ScriptedClientApi::reset() {
   status_callback_ = nullptr;
   status_context_ = nullptr;
   on_call = nullptr;
+  keeps_log = true;
 }
 
 void ScriptedClientApi::answer(ApiCall call, ScriptedAnswer answer) {
@@ -144,14 +145,11 @@ std::vector<SeenCall> ScriptedClientApi::seen(ApiCall call) const {
 }
 
 std::vector<std::string> ScriptedClientApi::complaints() const {
+  const std::vector<std::size_t> kept = records_kept();
   const std::lock_guard lock(mutex_);
   std::vector<std::string> result = complaints_;
-  for (std::size_t number = 1; number <= records_handed_out_; ++number) {
-    for (const auto& [record, handed_out] : records_) {
-      if (handed_out.number == number) {
-        result.push_back("record " + std::to_string(number) + " was not given back");
-      }
-    }
+  for (const std::size_t number : kept) {
+    result.push_back("record " + std::to_string(number) + " was not given back");
   }
   for (const auto& [call, answers] : queued_) {
     if (!answers.empty()) {
@@ -170,6 +168,17 @@ std::size_t ScriptedClientApi::records_handed_out() const {
 std::size_t ScriptedClientApi::records_given_back() const {
   const std::lock_guard lock(mutex_);
   return records_handed_out_ - records_.size();
+}
+
+std::vector<std::size_t> ScriptedClientApi::records_kept() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::size_t> numbers;
+  numbers.reserve(records_.size());
+  for (const auto& [record, handed_out] : records_) {
+    numbers.push_back(handed_out.number);
+  }
+  std::sort(numbers.begin(), numbers.end());
+  return numbers;
 }
 
 std::size_t ScriptedClientApi::lists_handed_out() const {
@@ -206,7 +215,9 @@ ScriptedAnswer ScriptedClientApi::take_answer(SeenCall seen, const kvr_ProgressH
     if (on_call) {
       on_call(seen);
     }
-    log_.push_back(std::move(seen));
+    if (keeps_log) {
+      log_.push_back(std::move(seen));
+    }
     if (auto& queue = queued_[call]; !queue.empty()) {
       answer = std::move(queue.front());
       queue.pop_front();

@@ -94,6 +94,8 @@ class ScriptedClientApi {
   std::vector<std::string> complaints() const;
   std::size_t records_handed_out() const;
   std::size_t records_given_back() const;
+  /// The records not given back, each by its number among those handed out, from 1.
+  std::vector<std::size_t> records_kept() const;
   std::size_t lists_handed_out() const;
   std::size_t lists_given_back() const;
 
@@ -102,6 +104,9 @@ class ScriptedClientApi {
 
   /// Called with the text of every call, before it is answered, under a lock.
   std::function<void(const SeenCall&)> on_call;
+
+  /// Whether calls are logged. Without the log, memory holds only what is handed out.
+  bool keeps_log = true;
 
   // The calls themselves, for the exported functions.
   kvr_code initialize(ApiCall call, const std::string& port, const kvr_InitParams& params);
