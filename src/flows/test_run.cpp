@@ -1,6 +1,7 @@
 #include "flows/test_run.h"
 
 #include <cstdint>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -132,7 +133,8 @@ void run_voltage_plan(const VoltagePlan& plan, const RatioTest& test) {
     kvr_UnlockAPI();
     run.close_series_file();
     std::cout.flush();
-    throw;
+    // Not "throw;": that of GCC's library for Windows skips std::terminate and its message.
+    std::rethrow_exception(std::current_exception());
   }
   kvr_UnlockAPI();
 }

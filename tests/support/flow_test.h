@@ -47,7 +47,7 @@ inline std::string series_head(const std::string& columns) {
   return "sep=;\n"
          "KVRU3 client version;5.6.7\n"
          "KVRU3 software version;1.2\n"
-         "Date & Time;Fri Mar  5 12:00:00 2021\n"
+         "Date & Time;Mon Mar 15 12:00:00 2021\n"
          "\n"
          "\n" +
          columns + "\n";

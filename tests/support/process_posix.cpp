@@ -17,6 +17,11 @@ void set_environment(const std::string& name, const std::string& value) {
   }
 }
 
+void use_home_folder(const std::string& folder) {
+  set_environment("HOME", folder);
+  set_environment("XDG_CONFIG_HOME", "");
+}
+
 void use_as_standard_input(const std::string& text) {
   setsid();
   int ends[2] = {-1, -1};

@@ -6,12 +6,18 @@
 #include <ctime>
 
 #include "support/process.h"
+#include "support/windows_console.h"
 
 void set_environment(const std::string& name, const std::string& value) {
   _putenv_s(name.c_str(), value.c_str());
   if (name == "TZ") {
     _tzset();
   }
+}
+
+void use_home_folder(const std::string& folder) {
+  // The Wine that tests run under is told to look there, see run-under-wine.
+  set_environment("KVR_DOCUMENTS", folder);
 }
 
 void use_as_standard_input(const std::string& text) {
@@ -26,12 +32,14 @@ void use_as_standard_input(const std::string& text) {
   _close(ends[1]);
 }
 
+LPTHREAD_START_ROUTINE console_event_routine() {
+  return reinterpret_cast<LPTHREAD_START_ROUTINE>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernelbase"), "CtrlRoutine")));
+}
+
 void raise_console_event() {
   // What the system does for a Ctrl-C; asking it to needs a console.
-  const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernelbase"), "CtrlRoutine")));
-  if (routine == nullptr ||
-      CreateThread(nullptr, 0, routine, CTRL_C_EVENT, 0, nullptr) == nullptr) {
+  if (CreateThread(nullptr, 0, console_event_routine(), CTRL_C_EVENT, 0, nullptr) == nullptr) {
     std::abort();
   }
 }

@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -18,9 +19,13 @@ const char* variable(const char* name) {
   return value != nullptr && *value != '\0' ? value : nullptr;
 }
 
+bool has_aborted = false;  // then nobody gave anything back
+
 class LoadedLibrary {
  public:
   LoadedLibrary() {
+    // Windows unloads libraries in order even then.
+    std::signal(SIGABRT, [](int) { has_aborted = true; });
     if (const char* script = variable("KVR_SCRIPT_FILE")) {
       load(script);
     }
@@ -33,7 +38,7 @@ class LoadedLibrary {
   }
 
   ~LoadedLibrary() {
-    if (log_ != nullptr) {
+    if (log_ != nullptr && !has_aborted) {
       for (const std::string& complaint : scripted_api().complaints()) {
         *log_ << "! " << complaint << '\n' << std::flush;
       }

@@ -22,14 +22,15 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::string TemporaryFolder::prefix() const { return (path_ / "").string(); }
 
-std::string TemporaryFolder::read(const fs::path& file) const {
-  std::ifstream input(path_ / file);
+std::string TemporaryFolder::read(const fs::path& file, std::ios::openmode mode) const {
+  std::ifstream input(path_ / file, mode);
   EXPECT_TRUE(input.good()) << "no file " << file;
   return {std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
 }
 
-void TemporaryFolder::write(const fs::path& file, const std::string& content) const {
-  std::ofstream(path_ / file) << content;
+void TemporaryFolder::write(const fs::path& file, const std::string& content,
+                            std::ios::openmode mode) const {
+  std::ofstream(path_ / file, mode) << content;
 }
 
 WorkingFolder::WorkingFolder(const fs::path& folder) : before_(fs::current_path()) {

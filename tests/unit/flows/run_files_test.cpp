@@ -45,9 +45,9 @@ TEST_F(RunFiles, OfASeriesAreNamedAfterVersionAndTestId) {
 }
 
 TEST_F(RunFiles, OfASeriesWithoutATestIdAreNamedAfterTheTime) {
-  EXPECT_EQ(series_file_name(""), results.prefix() + "1.2-range-test-05-03-2021 12-00-00.csv");
+  EXPECT_EQ(series_file_name(""), results.prefix() + "1.2-range-test-15-03-2021 12-00-00.csv");
   device_software_version = "";
-  EXPECT_EQ(series_file_name(""), results.prefix() + "-range-test-05-03-2021 12-00-00.csv");
+  EXPECT_EQ(series_file_name(""), results.prefix() + "-range-test-15-03-2021 12-00-00.csv");
 }
 
 TEST_F(RunFiles, OfASingleTestAreNamedAfterTheRecord) {
@@ -61,7 +61,7 @@ TEST_F(RunFiles, OfASeriesBeginWithTheirHead) {
             "sep=;\n"
             "KVRU3 client version;5.6.7\n"
             "KVRU3 software version;1.2\n"
-            "Date & Time;Fri Mar  5 12:00:00 2021\n"
+            "Date & Time;Mon Mar 15 12:00:00 2021\n"
             "\n"
             "\n"
             "the;columns\n");

@@ -180,7 +180,7 @@ TEST_F(SinglePhase, OfOneTestWithAllItsCalls) {
             "sep=;\n"
             "Serial #:;SN-0042\n"
             "S/W version;1.2\n"
-            "Date & Time;Fri Mar  5 12:00:00 2021\n"
+            "Date & Time;Mon Mar 15 12:00:00 2021\n"
             "\n" +
                 table);
   EXPECT_EQ(results.read("T1.csv.RAW.csv"), "raw data of T1\n");
@@ -364,7 +364,7 @@ TEST_F(SinglePhase, PausesAfterTheRecordIsGivenBack) {
 
 TEST_F(SinglePhase, OfASeriesWithoutATestId) {
   run("1\n8x2\n\n\n");
-  const std::string name = "1.2-range-test-05-03-2021 12-00-00.csv";
+  const std::string name = "1.2-range-test-15-03-2021 12-00-00.csv";
   EXPECT_THAT(results.read(name),
               testing::StartsWith(series_head(kSinglePhaseColumns) + "AUTO-1;UP;"));
   EXPECT_EQ(results.read(name + ".RAW.csv"), "raw data of AUTO-1\nraw data of AUTO-1\n");

@@ -224,7 +224,7 @@ class RecordExport : public FlowTest {
   std::string three_phase_file() const { return file("3ph_export.csv"); }
   std::string single_phase_file() const { return file("1ph_export.csv"); }
 
-  const std::string kFolder = "20210305_12_00_00";
+  const std::string kFolder = "20210315_12_00_00";
 };
 
 // Headers.

@@ -71,7 +71,7 @@ TEST_F(RecordMenu, ShowsItselfAgainForAnyOtherNumber) {
 }
 
 TEST_F(RecordMenu, DoesEachOfItsActions) {
-  const std::string folder = results.prefix() + "20210305_12_00_00" + results.prefix().back();
+  const std::string folder = results.prefix() + "20210315_12_00_00" + results.prefix().back();
   EXPECT_EQ(output_of(record_menu, "1\n0\n2\nT1\n3\n4\nT2\n9\ny\n0\n"),
             kMenu + kSortMenu + kMenu + "Test ID: " + text_of(*ratio_1ph_record("T1")) + kMenu +
                 "Export results to: " + folder + "\n" + kMenu + "Test ID: Deleted!\n" + kMenu +

@@ -444,9 +444,9 @@ TEST_F(PromptNameplateRatio, RestsWhereItAsksForEver) {
 class DateTimeText : public SessionTest {};
 
 TEST_F(DateTimeText, IsTheLocalTimeInAFileName) {
-  EXPECT_EQ(date_time_text(), "20210305_12_00_00");
+  EXPECT_EQ(date_time_text(), "20210315_12_00_00");
   clock.now += 13 * 3600 + 7 * 60 + 9;
-  EXPECT_EQ(date_time_text(), "20210306_01_07_09");
+  EXPECT_EQ(date_time_text(), "20210316_01_07_09");
 }
 
 }  // namespace

@@ -139,8 +139,7 @@ class RunSession : public SessionTest {
  protected:
   RunSession() {
     menus_shown = 0;
-    set_environment("HOME", home.path().string());
-    set_environment("XDG_CONFIG_HOME", "");
+    use_home_folder(home.path().string());
   }
 
   static std::string results() {
@@ -263,7 +262,7 @@ TEST_F(RunSession, ShowsTheBannerWhereTheFolderIsAlreadyThere) {
 }
 
 TEST_F(RunSession, GoesOnWithoutADocumentsFolder) {
-  set_environment("HOME", "");
+  use_home_folder("");
   const Console console("0\n");
   EXPECT_EQ(run_session({}, count_menu), 0);
   EXPECT_EQ(console.output(), "Console Tester 1.1.0.7\n" + kBanner +

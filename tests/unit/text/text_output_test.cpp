@@ -219,7 +219,7 @@ class ReportFile : public testing::Test {
   const std::string block_ =
       "Serial #:;KV=42\n"
       "S/W version;4.2=1\n"
-      "Date & Time;Fri Mar  5 12:00:00 2021\n"
+      "Date & Time;Mon Mar 15 12:00:00 2021\n"
       "\n"
       "record_id: A;B group_id:  asset_id:  \tratio_down \t0 \t #0 \t\n"
       "TEST #1 \tRatio Test DOWN\n"

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/temporary_folder.h"
@@ -20,6 +21,9 @@ std::vector<std::string> sorted_call_names() {
 }
 
 TEST(Exports, TheSharedLibraryExportsTheCallsAndNothingElse) {
+  if (std::string_view(KVR_CLIENT_LIBRARY).ends_with(".dll")) {
+    GTEST_SKIP() << "no nm there; tests/windows looks at the library";
+  }
   TemporaryFolder folder;
   const std::string command = "nm --dynamic --defined-only --format=posix '" KVR_CLIENT_LIBRARY
                               "' > '" +

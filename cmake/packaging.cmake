@@ -1,0 +1,38 @@
+# What is installed beside the programs and the client library, and the packages: a .deb on Linux,
+# a .zip for Windows.
+if(WIN32)
+  set(bench_folder bench)
+  set(docs_folder .)
+  install(FILES LICENSE DESTINATION .)
+else()
+  set(bench_folder ${CMAKE_INSTALL_DATADIR}/${PROJECT_NAME}/bench)
+  set(docs_folder ${CMAKE_INSTALL_DOCDIR})
+  install(FILES LICENSE DESTINATION ${docs_folder} RENAME copyright)
+  install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
+install(FILES README.md CHANGELOG.md DESTINATION ${docs_folder})
+install(DIRECTORY docs/ DESTINATION ${docs_folder}/docs FILES_MATCHING PATTERN "*.md"
+        PATTERN man EXCLUDE)
+install(DIRECTORY virtual_instrument/bench/ DESTINATION ${bench_folder}
+        FILES_MATCHING PATTERN "*.toml")
+
+set(CPACK_PACKAGE_CONTACT "The KVR Console Tester maintainers")
+set(CPACK_PACKAGE_VENDOR ${CPACK_PACKAGE_CONTACT})
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_STRIP_FILES ON)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-windows-x86_64)
+else()
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SECTION science)
+  set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+      "Asks for a transformer's windings and test voltages, has the instrument measure, shows the
+results as text and leaves them in files for a spreadsheet. With the tester workbench for
+three-phase tests and stored records, and a virtual instrument to try both without hardware.")
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+endif()
+include(CPack)
