@@ -151,13 +151,14 @@ class Session:
         return "\n\n".join(parts) + "\n"
 
 
-# What may differ between systems
+# Systems
 
 class Posix:
     """Programs of this system."""
     name = "posix"
     separator = "/"
-    tells_why_it_aborts = True
+    line_end = b"\n"
+    abort_status = -signal.SIGABRT
 
     @staticmethod
     def path(path):
@@ -177,23 +178,13 @@ class Posix:
         """Makes the home folder."""
         (folder / "home").mkdir()
 
-    @staticmethod
-    def plain(content):
-        """Output or a file without what belongs to the system."""
-        return content
-
-    @staticmethod
-    def ending(status):
-        if status == -signal.SIGABRT:
-            return "abort"
-        return f"status {status}" if status >= 0 else f"signal {signal.Signals(-status).name}"
-
 
 class Wine(Posix):
     """Windows programs under Wine, which has this system's files on drive Z."""
     name = "windows"
     separator = "\\"
-    tells_why_it_aborts = False  # not when the exception has been thrown again
+    line_end = b"\r\n"
+    abort_status = 3
 
     @staticmethod
     def path(path):
@@ -213,23 +204,42 @@ class Wine(Posix):
         """Windows only names a documents folder that exists."""
         (folder / "home" / "Documents").mkdir(parents=True)
 
-    @staticmethod
+
+def exchanged(content, one, other):
+    """Each for the other, so that neither can stand where the other one should."""
+    swap = {one: other, other: one}
+    either = b"|".join(re.escape(each) for each in sorted(swap, key=len, reverse=True))
+    return re.sub(either, lambda found: swap[found.group()], content)
+
+
+def without_differences(seen, folder, system):
+    """What came out of a run, without what may differ between systems: the form of paths, the ends
+    of lines, and what an abort ends with. Everything else has to be the same on all of them.
+    docs/install.md lists the differences."""
+    def with_places(content):
+        for token, path, end in (("{results}", RESULTS_FOLDER, system.separator),
+                                 ("{home}", "home", ""), ("{work}", "work", "")):
+            content = content.replace(os.fsencode(system.path(folder / path) + end), token.encode())
+        return re.sub(rb"{results}.*", lambda path: path.group().replace(
+            system.separator.encode(), b"/"), content)
+
     def plain(content):
-        return content.replace(b"\r\n", b"\n")
+        return with_places(exchanged(content, system.line_end, b"\n"))
 
-    @staticmethod
-    def ending(status):
-        return "abort" if status == 3 else Posix.ending(status)
+    def ending(ended):
+        if ended == system.abort_status:
+            return b"abort\n"
+        if isinstance(ended, int):
+            ended = f"status {ended}" if ended >= 0 else f"signal {signal.Signals(-ended).name}"
+        return ended.encode() + b"\n"
 
-
-def normalised(content, folder, system):
-    """Output with places and line ends as they stand in session files."""
-    content = system.plain(content)
-    for token, path, end in (("{results}", RESULTS_FOLDER, system.separator),
-                             ("{home}", "home", ""), ("{work}", "work", "")):
-        content = content.replace(os.fsencode(system.path(folder / path) + end), token.encode())
-    return re.sub(rb"{results}.*", lambda path: path.group().replace(system.separator.encode(), b"/"),
-                  content)
+    return {
+        "output": plain(seen["output"]),
+        "error output": plain(seen["error output"]),
+        "files": {path: content and plain(content) for path, content in seen["files"].items()},
+        "ends with": ending(seen["ends with"]),
+        "log": with_places(seen["log"]),  # ours
+    }
 
 
 # Runs
@@ -240,7 +250,7 @@ def place_of(path, folder):
     return folder / os.fsdecode(re.sub(r"^results\b", RESULTS_FOLDER, path).encode("latin-1"))
 
 
-def files_below(folder, system):
+def files_below(folder):
     """Every file, by its path as a session file gives it."""
     found = {}
     for top in ("home", "work"):
@@ -248,7 +258,7 @@ def files_below(folder, system):
             if path.is_file():
                 name = os.fsencode(path.relative_to(folder).as_posix()).decode("latin-1")
                 name = re.sub(f"^{RESULTS_FOLDER}/", "results/", name)
-                found[name] = normalised(path.read_bytes(), folder, system)
+                found[name] = path.read_bytes()
     return found
 
 
@@ -292,9 +302,9 @@ def prepare(session, folder, system):
         place.parent.mkdir(parents=True, exist_ok=True)
         if place.is_dir():
             place.rmdir()  # a file where the system wants a folder
-        content = filled_in(decode(lines).decode("latin-1"), folder, system)
-        place.write_bytes(content.encode("latin-1"))
-    return files_below(folder, system)
+        content = filled_in(decode(lines).decode("latin-1"), folder, system).encode("latin-1")
+        place.write_bytes(exchanged(content, b"\n", system.line_end))
+    return files_below(folder)
 
 
 def cpu_seconds(process):
@@ -306,8 +316,9 @@ def cpu_seconds(process):
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
-def wait_until_silent(process, output, seconds, system):
-    """Waits until a program has ended, or has said nothing for a while. Says how it stands."""
+def wait_until_silent(process, output, seconds):
+    """Waits until a program has ended, or has said nothing for a while. Gives its exit status, or
+    says how it stands."""
     deadline = time.monotonic() + seconds
     size = 0
     while process.poll() is None and (size == 0 or output.stat().st_size != size):
@@ -320,14 +331,14 @@ def wait_until_silent(process, output, seconds, system):
         if time.monotonic() > deadline:
             return "never silent"
     if process.poll() is not None:
-        return system.ending(process.returncode)
+        return process.returncode
     busy = cpu_seconds(process) - before > SECONDS_OF_SILENCE / 2
     return "waiting, with work" if busy else "waiting"
 
 
-def wait_for_end(process, seconds, system):
+def wait_for_end(process, seconds):
     try:
-        return system.ending(process.wait(seconds))
+        return process.wait(seconds)
     except subprocess.TimeoutExpired:
         return f"not ended after {seconds} s"
 
@@ -358,25 +369,22 @@ def run(session, arguments):
                                        stdout=stdout, stderr=stderr, cwd=folder / "work",
                                        env=environment, start_new_session=True)
             try:
-                ending = (wait_until_silent(process, output, arguments.seconds, system)
-                          if expects_wait else wait_for_end(process, arguments.seconds, system))
+                ended = (wait_until_silent(process, output, arguments.seconds)
+                         if expects_wait else wait_for_end(process, arguments.seconds))
             finally:
                 process.kill()
                 process.wait()
-        files = {path: content for path, content in files_below(folder, system).items()
+        files = {path: content for path, content in files_below(folder).items()
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
         calls = folder / "calls"
-        told = normalised(errors.read_bytes(), folder, system)
-        if ending == "abort" and not told and not system.tells_why_it_aborts:
-            told = decode(session.one("error output", []))
-        return outcome(session, {
-            "output": normalised(output.read_bytes(), folder, system),
-            "error output": told,
-            "ends with": ending,
+        return outcome(session, without_differences({
+            "output": output.read_bytes(),
+            "error output": errors.read_bytes(),
+            "ends with": ended,
             "files": files,
-            "log": normalised(calls.read_bytes(), folder, system) if calls.exists() else b"",
-        })
+            "log": calls.read_bytes() if calls.exists() else b"",
+        }, folder, system))
 
 
 def blocks_of(log):
@@ -399,7 +407,7 @@ def outcome(session, seen):
     add("output", seen["output"])
     if seen["error output"]:
         add("error output", seen["error output"])
-    add("ends with", seen["ends with"].encode() + b"\n")
+    add("ends with", seen["ends with"])
     files = dict(seen["files"])
     for path, _ in sorted(session.all("some file")):
         if files.pop(path, None) is not None:

@@ -1,9 +1,7 @@
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <filesystem>
 #include <string>
-#include <thread>
 
 #include "support/temporary_folder.h"
 #include "windows_program.h"
@@ -27,11 +25,8 @@ std::string full_path(const char* path) {
   return std::filesystem::absolute(path).make_preferred().string();
 }
 
-/// Waits until a first event has been dealt with. It counts as seen a moment after its lines.
 bool shows_cancel(WindowsProgram& program) {
-  const bool shown = program.shows(kCancelling) && program.shows(kCancelled);
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  return shown;
+  return program.shows(kCancelling) && program.shows(kCancelled);
 }
 
 /// A program on the scripted client library, at its main menu.

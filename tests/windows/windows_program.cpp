@@ -74,6 +74,7 @@ void WindowsProgram::send_event(DWORD event) {
       CreateRemoteThread(process_.hProcess, nullptr, 0, console_event_routine(),
                          reinterpret_cast<void*>(std::uintptr_t{event}), 0, nullptr);
   ASSERT_NE(thread, nullptr) << "error " << GetLastError();
+  EXPECT_EQ(WaitForSingleObject(thread, kMillisecondsToEnd), WAIT_OBJECT_0) << output_;
   CloseHandle(thread);
 }
 

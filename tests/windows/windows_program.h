@@ -22,7 +22,8 @@ class WindowsProgram {
   void type(std::string_view keys);
 
   /// Delivers a console event as the system does, on a thread of its own in the program's process;
-  /// asking the system to needs a console, and it does not take every number.
+  /// asking the system to needs a console, and it does not take every number. Returns when the
+  /// program has dealt with it, or has ended.
   void send_event(DWORD event);
 
   /// Reads until `text` has come behind the last one that was waited for. False when the program
