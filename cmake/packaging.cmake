@@ -11,13 +11,14 @@ else()
   install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${docs_folder})
-install(DIRECTORY docs/ DESTINATION ${docs_folder}/docs FILES_MATCHING PATTERN "*.md"
-        PATTERN man EXCLUDE)
+install(DIRECTORY docs/ DESTINATION ${docs_folder}/docs
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
 install(DIRECTORY virtual_instrument/bench/ DESTINATION ${bench_folder}
         FILES_MATCHING PATTERN "*.toml")
 
 set(CPACK_PACKAGE_CONTACT "The KVR Console Tester maintainers")
 set(CPACK_PACKAGE_VENDOR ${CPACK_PACKAGE_CONTACT})
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})  # all four parts
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_STRIP_FILES ON)
 if(WIN32)
