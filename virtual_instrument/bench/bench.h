@@ -1,12 +1,13 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "api/codes.h"
-#include "virtual_instrument/model/vector_group.h"
+#include "virtual_instrument/model/transformer_unit.h"
 
 // The bench: the instrument, what is connected to it, and what goes wrong with it. One value holds
 // everything that can be set about the virtual instrument; it never changes once it is read, and a
@@ -29,6 +30,8 @@ struct InstrumentSettings {
   double maximum_voltage;             ///< V
   double maximum_current;             ///< A
   double maximum_induced_voltage;     ///< V
+  double voltage_range;               ///< V, peak, of the converters
+  double current_range;               ///< A, peak, of the converters
 };
 
 struct ConnectionSettings {
@@ -52,28 +55,37 @@ struct StatusSettings {
   bool secondary_sd_error;
 };
 
-/// A single-phase transformer, and how three of them are joined to a bank. Reactances are those at
-/// `frequency`; the core's values are seen from the high side; fluxes are per unit of the peak flux
-/// at rated voltage and frequency.
+/// The nameplate of a transformer and the equivalent circuit of one limb: windings and core, whose
+/// values are seen from the high side at the middle tap. Reactances are those at `frequency`;
+/// fluxes are per unit of the peak flux at rated voltage and frequency.
 struct TransformerSettings {
-  double high_voltage;     ///< V
-  double low_voltage;      ///< V
+  WindingGroup vector_group;
+  double high_voltage;  ///< V, from line to line
+  double low_voltage;   ///< V, from line to line
+  double kva;
+  double impedance;        ///< percent, on the nameplate; 0 when it bears none
   double turns_deviation;  ///< percent
-  VectorGroup vector_group;
-  double frequency;  ///< Hz
+  double frequency;        ///< Hz
   double high_resistance;
   double high_reactance;
   double low_resistance;
   double low_reactance;
+  double stray_share;            ///< see LimbWinding
+  double reference_temperature;  ///< degrees C, at which the resistances are given
+  double temperature;            ///< degrees C, of the windings now
   double core_resistance;
+  double hysteresis_share;  ///< of the core losses at `frequency`
   double magnetizing_reactance;
+  double yoke_ratio;  ///< see Core
   double low_flux_excess;
   double low_flux;
   bool saturation;
   double knee_flux;
   double knee_width;
   double saturated_reactance;
-  double residual_flux;
+  std::array<double, 3> residual_flux;  ///< limb by limb, before the first test
+  double remanence_excess;              ///< see Core
+  double capacitance;                   ///< nF, from each connected terminal to earth
 };
 
 struct MeasurementSettings {
@@ -106,6 +118,8 @@ struct Bench {
   ConnectionSettings connection;
   StatusSettings status;
   TransformerSettings transformer;
+  TapChanger taps;
+  UnitFaults defects;
   MeasurementSettings measurement;
   StoreSettings store;
   std::vector<Fault> faults;

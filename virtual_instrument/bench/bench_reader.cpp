@@ -4,8 +4,13 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <cmath>
+#include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <limits>
+#include <map>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -101,14 +106,130 @@ Key text(std::string name, std::string& target, std::size_t longest) {
           }};
 }
 
-Key vector_group(std::string name, VectorGroup& target) {
-  return {std::move(name), "D, Y or YN, then d, y or yn, then a clock number that they can have",
+Key vector_group(std::string name, WindingGroup& target) {
+  return {std::move(name),
+          "D, Y, YN, Z or ZN, then d, y, yn, z or zn, then a clock number that they can have; or "
+          "Ii0, Ii6, CT or PT",
           [&target](const toml::node& node) {
-            const std::optional<VectorGroup> group =
-                parse_vector_group(node.value_or(std::string()));
-            target = group.value_or(VectorGroup{});
+            const std::optional<WindingGroup> group = parse_group(node.value_or(std::string()));
+            target = group.value_or(WindingGroup{});
             return group.has_value();
           }};
+}
+
+/// A number for the first limb, whose flux returns in equal parts through the others, or one for
+/// each limb.
+Key limb_fluxes(std::string name, std::array<double, 3>& target, double highest) {
+  return {std::move(name),
+          "a number from " + number_text(-highest) + " to " + number_text(highest) +
+              " per unit, or three of them",
+          [&target, highest](const toml::node& node) {
+            const auto is_flux = [highest](double flux) { return std::abs(flux) <= highest; };
+            if (node.is_number()) {
+              const double flux = node.value_or(0.0);
+              target = {flux, -flux / 2, -flux / 2};
+              return is_flux(flux);
+            }
+            const toml::array* list = node.as_array();
+            if (list == nullptr || list->size() != target.size()) {
+              return false;
+            }
+            bool good = true;
+            for (std::size_t limb = 0; limb < target.size(); ++limb) {
+              const toml::node& entry = *list->get(limb);
+              target[limb] = entry.value_or(0.0);
+              good = good && entry.is_number() && is_flux(target[limb]);
+            }
+            return good;
+          }};
+}
+
+template <typename Value>
+struct Named {
+  std::string_view name;
+  Value value;
+};
+
+constexpr Named<kvr_TapChangerType> kTapChangers[] = {
+    {"none", KVR_TAP_CHANGER_NONE},
+    {"DETC", KVR_TAP_CHANGER_DETC},
+    {"OLTC", KVR_TAP_CHANGER_OLTC},
+};
+
+Key tap_changer(std::string name, kvr_TapChangerType& target) {
+  return {std::move(name), "\"none\", \"DETC\" or \"OLTC\"", [&target](const toml::node& node) {
+            const std::string given = node.value_or(std::string());
+            for (const auto& known : kTapChangers) {
+              if (given == known.name) {
+                target = known.value;
+                return true;
+              }
+            }
+            return false;
+          }};
+}
+
+/// A place on the unit: a terminal, or the winding on a limb.
+struct Place {
+  int side;
+  int number;
+};
+
+/// "H" or "X" and one of `numbers`.
+std::optional<Place> place_of(std::string_view name, std::string_view numbers) {
+  const std::size_t number = name.size() == 2 ? numbers.find(name[1]) : std::string_view::npos;
+  if (number == std::string_view::npos || (name[0] != 'H' && name[0] != 'X')) {
+    return std::nullopt;
+  }
+  return Place{name[0] == 'H' ? kHighSide : kLowSide, static_cast<int>(number)};
+}
+
+constexpr std::string_view kTerminalNumbers = "0123";
+constexpr std::string_view kLimbLetters = "ABC";
+
+/// A list of places, each of which sets a flag.
+template <std::size_t count>
+Key places(std::string name, std::string expected, std::string_view numbers,
+           std::array<std::array<bool, count>, 2>& target) {
+  return {
+      std::move(name), std::move(expected), [&target, numbers](const toml::node& node) {
+        target = {};
+        const toml::array* list = node.as_array();
+        if (list == nullptr) {
+          return false;
+        }
+        for (const toml::node& entry : *list) {
+          const auto place = place_of(entry.value_or(std::string()), numbers);
+          if (!place) {
+            return false;
+          }
+          target[static_cast<std::size_t>(place->side)][static_cast<std::size_t>(place->number)] =
+              true;
+        }
+        return true;
+      }};
+}
+
+Key winding(std::string name, ShortedTurns& target) {
+  return {std::move(name), "a limb winding: HA, HB, HC, XA, XB or XC",
+          [&target](const toml::node& node) {
+            const auto place = place_of(node.value_or(std::string()), kLimbLetters);
+            if (place) {
+              target.side = place->side;
+              target.limb = place->number;
+            }
+            return place.has_value();
+          }};
+}
+
+Key percent(std::string name, double& target, double low, double high) {
+  Key key = number(std::move(name), target, low, high, "percent");
+  key.take = [take = key.take, &target](const toml::node& node) {
+    const bool good = take(node);
+    target /= 100;
+    return good;
+  };
+  return key;
 }
 
 Key name_format(std::string name, std::string& target) {
@@ -194,6 +315,8 @@ std::vector<Key> keys_of(Bench& bench) {
       number("instrument.maximum_current", instrument.maximum_current, 1e-6, 1e6, "A"),
       number("instrument.maximum_induced_voltage", instrument.maximum_induced_voltage, 1e-6, 1e9,
              "V"),
+      number("instrument.voltage_range", instrument.voltage_range, 1e-6, 1e9, "V"),
+      number("instrument.current_range", instrument.current_range, 1e-6, 1e9, "A"),
 
       code("connection.refused", connection.refused),
       flag("connection.lost", connection.lost),
@@ -212,26 +335,49 @@ std::vector<Key> keys_of(Bench& bench) {
       flag("status.primary_sd_error", status.primary_sd_error),
       flag("status.secondary_sd_error", status.secondary_sd_error),
 
+      vector_group("transformer.vector_group", transformer.vector_group),
       number("transformer.high_voltage", transformer.high_voltage, 1e-3, 1e7, "V"),
       number("transformer.low_voltage", transformer.low_voltage, 1e-3, 1e7, "V"),
+      number("transformer.kva", transformer.kva, 1e-6, 1e7, "kVA"),
+      number("transformer.impedance", transformer.impedance, 0, 100, "percent"),
       number("transformer.turns_deviation", transformer.turns_deviation, -50, 50, "percent"),
-      vector_group("transformer.vector_group", transformer.vector_group),
       number("transformer.frequency", transformer.frequency, 10, 1000, "Hz"),
       number("transformer.high_resistance", transformer.high_resistance, 1e-6, kHighestOhm, "ohm"),
       number("transformer.high_reactance", transformer.high_reactance, 0, kHighestOhm, "ohm"),
       number("transformer.low_resistance", transformer.low_resistance, 1e-6, kHighestOhm, "ohm"),
       number("transformer.low_reactance", transformer.low_reactance, 0, kHighestOhm, "ohm"),
+      number("transformer.stray_share", transformer.stray_share, 0, 10, ""),
+      number("transformer.reference_temperature", transformer.reference_temperature, -50, 250,
+             "degrees C"),
+      number("transformer.temperature", transformer.temperature, -50, 250, "degrees C"),
       number("transformer.core_resistance", transformer.core_resistance, 1e-3, kHighestOhm, "ohm"),
+      number("transformer.hysteresis_share", transformer.hysteresis_share, 0, 1, ""),
       number("transformer.magnetizing_reactance", transformer.magnetizing_reactance, 1e-3,
              kHighestOhm, "ohm"),
+      number("transformer.yoke_ratio", transformer.yoke_ratio, 0, 100, ""),
       number("transformer.low_flux_excess", transformer.low_flux_excess, 0, 1000, ""),
       number("transformer.low_flux", transformer.low_flux, 1e-9, 1000, "per unit"),
       flag("transformer.saturation", transformer.saturation),
       number("transformer.knee_flux", transformer.knee_flux, 0.01, 1000, "per unit"),
-      number("transformer.knee_width", transformer.knee_width, 1e-6, 1000, "per unit"),
+      number("transformer.knee_width", transformer.knee_width, 1e-3, 1000, "per unit"),
       number("transformer.saturated_reactance", transformer.saturated_reactance, 1e-6, kHighestOhm,
              "ohm"),
-      number("transformer.residual_flux", transformer.residual_flux, -10, 10, "per unit"),
+      limb_fluxes("transformer.residual_flux", transformer.residual_flux, 10),
+      number("transformer.remanence_excess", transformer.remanence_excess, 0, 1000, ""),
+      number("transformer.capacitance", transformer.capacitance, 0, 1e6, "nF"),
+
+      tap_changer("taps.type", bench.taps.type),
+      whole("taps.first", bench.taps.first, 0, 1000),
+      whole("taps.last", bench.taps.last, 0, 1000),
+      whole("taps.middle", bench.taps.middle, 0, 1000),
+      whole("taps.position", bench.taps.position, 0, 1000),
+      number("taps.step", bench.taps.step, -20, 20, "percent"),
+      number("taps.transition_resistance", bench.taps.transition_resistance, 0, 1e6, "ohm"),
+
+      places("leads.open", "a list of terminals, of H0 to H3 and X0 to X3", kTerminalNumbers,
+             bench.defects.open_lead),
+      places("leads.reversed", "a list of limb windings, of HA, HB, HC, XA, XB and XC",
+             kLimbLetters, bench.defects.reversed_leg),
 
       number("measurement.duration", measurement.duration, 0, 86400, "s"),
       whole("measurement.steps", measurement.steps, 1, 1000000),
@@ -270,6 +416,83 @@ std::string on_one_line(const std::string& text) {
   return line;
 }
 
+std::vector<Key> keys_of(ShortedTurns& turns) {
+  return {
+      winding("shorted_turns.winding", turns),
+      percent("shorted_turns.share", turns.fraction, 0.01, 90),
+      number("shorted_turns.resistance", turns.resistance, 1e-6, 1e6, "ohm"),
+  };
+}
+
+/// What values of a bench must have in common, told at the first of `keys` that is given.
+struct Agreement {
+  std::vector<std::string_view> keys;
+  std::string_view expected;
+  bool (*holds)(const Bench&);
+};
+
+bool is_between(int low, int value, int high) { return low <= value && value <= high; }
+
+/// Whether every limb that bears a defect is there.
+bool has_limbs_of_defects(const Bench& bench) {
+  if (is_three_phase(bench.transformer.vector_group.high)) {
+    return true;
+  }
+  for (const auto& legs : bench.defects.reversed_leg) {
+    if (legs[1] || legs[2]) {
+      return false;
+    }
+  }
+  return std::all_of(bench.defects.shorted_turns.begin(), bench.defects.shorted_turns.end(),
+                     [](const ShortedTurns& turns) { return turns.limb == 0; });
+}
+
+/// Whether each winding keeps some turns that are not shorted.
+bool has_sound_turns(const Bench& bench) {
+  std::array<std::array<double, 3>, 2> shorted{};
+  for (const ShortedTurns& turns : bench.defects.shorted_turns) {
+    double& share =
+        shorted[static_cast<std::size_t>(turns.side)][static_cast<std::size_t>(turns.limb)];
+    share += turns.fraction;
+    if (share > 0.9) {
+      return false;
+    }
+  }
+  return true;
+}
+
+constexpr double kLeastTapFactor = 0.1;
+
+const Agreement kAgreements[] = {
+    {{"instrument.maximum_voltage", "instrument.minimum_voltage"},
+     "expected a maximum_voltage of at least the minimum_voltage",
+     [](const Bench& bench) {
+       return bench.instrument.minimum_voltage <= bench.instrument.maximum_voltage;
+     }},
+    {{"taps.position", "taps.first", "taps.last"},
+     "expected a position from first to last",
+     [](const Bench& bench) {
+       return is_between(bench.taps.first, bench.taps.position, bench.taps.last);
+     }},
+    {{"taps.middle", "taps.first", "taps.last"},
+     "expected a middle from first to last",
+     [](const Bench& bench) {
+       return is_between(bench.taps.first, bench.taps.middle, bench.taps.last);
+     }},
+    {{"taps.step", "taps.first", "taps.last"},
+     "expected steps that leave a tenth of the turns at each position",
+     [](const Bench& bench) {
+       const auto turns = [&bench](int position) {
+         return 1 + (position - bench.taps.middle) * bench.taps.step / 100;
+       };
+       return std::min(turns(bench.taps.first), turns(bench.taps.last)) >= kLeastTapFactor;
+     }},
+    {{"leads.reversed", "shorted_turns", "transformer.vector_group"},
+     "expected limb A alone in a single-phase unit",
+     has_limbs_of_defects},
+    {{"shorted_turns"}, "expected at most 90 percent of a winding in all", has_sound_turns},
+};
+
 /// Collects what is read of one document.
 class Reader {
  public:
@@ -280,6 +503,9 @@ class Reader {
       problem(*line, "", "expected plain letters outside quotes");
     } else {
       parse(document);
+    }
+    if (found_.empty()) {
+      check_agreements();
     }
     // Tables come in the order of their names, people read from the top.
     std::stable_sort(found_.begin(), found_.end(),
@@ -324,6 +550,7 @@ class Reader {
   }
 
   static constexpr std::string_view kFaults = "faults";
+  static constexpr std::string_view kShortedTurns = "shorted_turns";
 
   struct Found {
     toml::source_index line;
@@ -344,7 +571,7 @@ class Reader {
         names += table + ", ";
       }
     }
-    return names + std::string(kFaults);
+    return names + std::string(kShortedTurns) + ", " + std::string(kFaults);
   }
 
   static std::string keys_in(std::string_view table, const std::vector<Key>& keys) {
@@ -359,10 +586,14 @@ class Reader {
 
   void read_tables(const toml::table& document) {
     reading_.bench.faults.clear();
+    reading_.bench.defects.shorted_turns.clear();
     const std::vector<Key> keys = keys_of(reading_.bench);
     for (const auto& [key, node] : document) {
       if (key.str() == kFaults) {
-        read_faults(node);
+        read_list(kFaults, node, reading_.bench.faults, {"call"});
+      } else if (key.str() == kShortedTurns) {
+        read_list(kShortedTurns, node, reading_.bench.defects.shorted_turns,
+                  {"winding", "share", "resistance"});
       } else if (const toml::table* table = node.as_table(); table && is_table(keys, key.str())) {
         read_table(key.str(), *table, keys);
       } else {
@@ -382,21 +613,46 @@ class Reader {
         problem(node.source(), full, "expected " + known->expected);
       } else {
         reading_.given.push_back(full);
+        places_.emplace(full, node.source());
       }
     }
   }
 
-  void read_faults(const toml::node& node) {
-    const toml::array* faults = node.as_array();
-    if (faults == nullptr || !faults->is_homogeneous(toml::node_type::table)) {
-      problem(node.source(), kFaults, "expected tables [[faults]]");
+  /// Reads the tables of a list, each of which has to hold the keys `required`.
+  template <typename Entry>
+  void read_list(std::string_view name, const toml::node& node, std::vector<Entry>& entries,
+                 std::initializer_list<std::string_view> required) {
+    const toml::array* list = node.as_array();
+    if (list == nullptr || !list->is_homogeneous(toml::node_type::table)) {
+      problem(node.source(), name, "expected tables [[" + std::string(name) + "]]");
       return;
     }
-    for (const toml::node& entry : *faults) {
-      Fault& fault = reading_.bench.faults.emplace_back();
-      read_table(kFaults, *entry.as_table(), keys_of(fault));
-      if (!entry.as_table()->contains("call")) {
-        problem(entry.source(), "faults.call", "missing; expected the name of an exported call");
+    places_.emplace(name, list->get(0)->source());
+    for (const toml::node& entry : *list) {
+      const std::vector<Key> keys = keys_of(entries.emplace_back());
+      read_table(name, *entry.as_table(), keys);
+      for (const std::string_view key : required) {
+        if (!entry.as_table()->contains(key)) {
+          const std::string full = std::string(name) + "." + std::string(key);
+          const auto known = std::find_if(keys.begin(), keys.end(),
+                                          [&full](const Key& each) { return each.name == full; });
+          problem(entry.source(), full, "missing; expected " + known->expected);
+        }
+      }
+    }
+  }
+
+  /// A bench that agrees with itself before can only be spoilt by what is given.
+  void check_agreements() {
+    for (const Agreement& agreement : kAgreements) {
+      if (agreement.holds(reading_.bench)) {
+        continue;
+      }
+      for (const std::string_view key : agreement.keys) {
+        if (const auto given = places_.find(key); given != places_.end()) {
+          problem(given->second, key, std::string(agreement.expected));
+          break;
+        }
       }
     }
   }
@@ -416,6 +672,7 @@ class Reader {
   const std::string name_;
   BenchReading reading_;
   std::vector<Found> found_;
+  std::map<std::string, toml::source_region, std::less<>> places_;  ///< of what is given
 };
 
 }  // namespace

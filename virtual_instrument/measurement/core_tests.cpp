@@ -76,6 +76,8 @@ Bench open_bench(const FamilySettings& settings) {
   bench.instrument.maximum_voltage = settings.test_voltage;
   bench.instrument.maximum_current = 1e6;
   bench.instrument.maximum_induced_voltage = 1e9;
+  bench.instrument.voltage_range = 1e9;
+  bench.instrument.current_range = 1e9;
   bench.measurement = settings.measurement;
   return bench;
 }

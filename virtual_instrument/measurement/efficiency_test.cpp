@@ -40,7 +40,7 @@ NoLoad no_load(const TransformerUnit& unit, const FamilySettings& settings, doub
     const auto node = static_cast<std::size_t>(drives[line].node);
     const auto current = course(state.drive_current[line]);
     const SampledTest test = sample({course(state.node_voltage[node]), current, current, current},
-                                    {Side::high, voltage, frequency}, settings.measurement, noise);
+                                    Side::high, frequency, settings.measurement, noise);
     for (std::size_t number = 0; number < test.voltage_high.size(); ++number) {
       result.power[line] += test.voltage_high[number] * test.current_high[number] /
                             static_cast<double>(test.voltage_high.size());

@@ -47,13 +47,13 @@ kvr_TestData_Ratio_Phase phase_result(const SampledTest& test, const PhaseNames&
   const auto phasor = [&test](const Samples& samples) {
     return fundamental(samples, test.samples_per_period);
   };
-  const std::complex<double> high = phasor(test.voltage_high);
-  const std::complex<double> low = phasor(test.voltage_low);
+  const Complex high = phasor(test.voltage_high);
+  const Complex low = phasor(test.voltage_low);
   const Samples& source = from_high ? test.voltage_high : test.voltage_low;
   const Samples& current = from_high ? test.current_high : test.current_low;
   const double rms_high = rms(test.voltage_high);
   const double rms_low = rms(test.voltage_low);
-  const double shift = folded(std::arg(high) - std::arg(low));
+  const double shift = folded(angle(high) - angle(low));
   const double turns = rules.turns_per_voltage_ratio;
   const auto ratio = [&rules](double of_high, double of_low) {
     return rules.low_to_high ? of_low / of_high : of_high / of_low;
@@ -67,27 +67,27 @@ kvr_TestData_Ratio_Phase phase_result(const SampledTest& test, const PhaseNames&
   fill_field(result.tvr_name, names.phase);
   fill_field(result.tvr_high, names.high);
   fill_field(result.tvr_low, names.low);
-  result.voltage_h = static_cast<float>(std::abs(high));
-  result.voltage_x = static_cast<float>(std::abs(low));
-  result.tvr = ratio(std::abs(high), std::abs(low));
+  result.voltage_h = static_cast<float>(magnitude(high));
+  result.voltage_x = static_cast<float>(magnitude(low));
+  result.tvr = ratio(magnitude(high), magnitude(low));
   result.tnr = result.tvr * turns;
   result.tnr_error = error_percent(result.tnr, rules.reference * turns);
   result.true_ratio = ratio(rms_high, rms_low) * turns;
   result.true_ratio_error = error_percent(result.true_ratio, rules.reference * turns);
   result.frequency = static_cast<float>(measured_frequency(source, test.sample_rate));
-  result.phase_high = static_cast<float>(std::arg(high));
-  result.phase_low = static_cast<float>(std::arg(low));
+  result.phase_high = static_cast<float>(angle(high));
+  result.phase_low = static_cast<float>(angle(low));
   result.phase_shift_absolute = static_cast<float>(shift);
   result.phase_deviation_from_user_phasing =
       static_cast<float>(phase_deviation(shift, rules.user_shift));
   result.efi = static_cast<float>(
-      folded(std::arg(phasor(source)) - rules.voltage_lead - std::arg(phasor(current))));
+      folded(angle(phasor(source)) - rules.voltage_lead - angle(phasor(current))));
   result.voltage_rms = static_cast<float>(from_high ? rms_high : rms_low);
   result.current_rms = static_cast<float>(rms(current));
   result.vol_rms_high = static_cast<float>(rms_high);
   result.vol_rms_low = static_cast<float>(rms_low);
-  result.curr_h = static_cast<float>(std::abs(phasor(test.current_high)));
-  result.curr_x = static_cast<float>(std::abs(phasor(test.current_low)));
+  result.curr_h = static_cast<float>(magnitude(phasor(test.current_high)));
+  result.curr_x = static_cast<float>(magnitude(phasor(test.current_low)));
   result.induced_voltage = static_cast<float>(from_high ? rms_low : rms_high);
   return result;
 }

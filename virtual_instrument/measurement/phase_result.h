@@ -1,6 +1,5 @@
 #pragma once
 
-#include <complex>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -50,15 +50,27 @@ std::optional<double> entered_phase_shift(const kvr_TestSetup& setup) {
   return (clock % 12) * std::numbers::pi / 6 + angle;
 }
 
-kvr_code check_limits(const SampledTest& test, const InstrumentSettings& limits) {
+kvr_code check_limits(const SampledTest& test, double voltage_lead,
+                      const InstrumentSettings& limits) {
   const bool from_high = test.excited == Side::high;
-  if (rms(from_high ? test.current_high : test.current_low) > limits.maximum_current) {
+  const Samples& source = from_high ? test.voltage_high : test.voltage_low;
+  const Samples& induced = from_high ? test.voltage_low : test.voltage_high;
+  const Samples& current = from_high ? test.current_high : test.current_low;
+  if (rms(current) > limits.maximum_current) {
     return KVR_RES_EXCITATION_CURRENT_TOO_HIGH;
   }
-  if (rms(from_high ? test.voltage_low : test.voltage_high) > limits.maximum_induced_voltage) {
+  if (rms(induced) > limits.maximum_induced_voltage) {
     return KVR_RES_INDUCED_VOLTAGE_TOO_HIGH;
   }
-  return KVR_RES_OK;
+  if (peak(source) > limits.voltage_range || peak(induced) > limits.voltage_range ||
+      peak(current) > limits.current_range) {
+    return KVR_RES_ADC_OVERFLOW;
+  }
+  const Complex power = fundamental(source, test.samples_per_period) *
+                        std::conj(fundamental(current, test.samples_per_period)) *
+                        unit_phasor(-voltage_lead / (2 * std::numbers::pi));
+  // Capacitance of windings and leads is there always; here it draws more than all the rest.
+  return -power.imag() > std::abs(power.real()) ? KVR_RES_DETECTED_CAPACITANCE : KVR_RES_OK;
 }
 
 bool should_step_up(const SampledTest& stepped_down, double test_voltage, const Bench& bench) {

@@ -35,8 +35,14 @@ double nameplate_ratio(const kvr_TestSetup& setup);
 /// neither is known.
 std::optional<double> entered_phase_shift(const kvr_TestSetup& setup);
 
-/// KVR_RES_OK, or the limit of the instrument that the test ran into.
-kvr_code check_limits(const SampledTest& test, const InstrumentSettings& limits);
+/// Beyond this ratio of voltages the instrument does not step up.
+inline constexpr double kHighestStepUpRatio = 500;
+
+/// KVR_RES_OK, or what the instrument's protection makes of a test: a sample beyond its converters,
+/// a current or an induced voltage beyond its limits, a current that leads like a capacitor's.
+/// `voltage_lead` in rad is that of the measured voltage before the one that drives the current.
+kvr_code check_limits(const SampledTest& test, double voltage_lead,
+                      const InstrumentSettings& limits);
 
 /// Whether an automatic test, having stepped down, is better done the other way round: the low side
 /// gives too little to measure, and the high side would not give too much.

@@ -1,10 +1,9 @@
 #include "virtual_instrument/measurement/samples.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <numbers>
-
-#include "virtual_instrument/model/steady_state.h"
 
 namespace virtual_instrument {
 namespace {
@@ -24,12 +23,12 @@ Samples sample_channel(const std::vector<double>& period, const MeasurementSetti
 
 }  // namespace
 
-SampledTest sample(const Waveforms& waveforms, const Excitation& excitation,
+SampledTest sample(const Waveforms& waveforms, Side excited, double frequency,
                    const MeasurementSettings& settings, Noise& noise) {
   SampledTest test{};
-  test.sample_rate = excitation.frequency * settings.samples_per_period;
+  test.sample_rate = frequency * settings.samples_per_period;
   test.samples_per_period = settings.samples_per_period;
-  test.excited = excitation.side;
+  test.excited = excited;
   test.voltage_high = sample_channel(waveforms.voltage_high, settings, noise);
   test.voltage_low = sample_channel(waveforms.voltage_low, settings, noise);
   test.current_high = sample_channel(waveforms.current_high, settings, noise);
@@ -45,17 +44,29 @@ double rms(const Samples& samples) {
   return std::sqrt(sum / static_cast<double>(samples.size()));
 }
 
-std::complex<double> fundamental(const Samples& samples, int samples_per_period) {
-  std::complex<double> sum = 0;
-  for (std::size_t number = 0; number < samples.size(); ++number) {
-    // The source is a sine whose first sample is taken one sample after it rises through zero.
-    const double angle =
-        2 * std::numbers::pi *
-        static_cast<double>((number + 1) % static_cast<std::size_t>(samples_per_period)) /
-        samples_per_period;
-    sum += samples[number] * std::complex<double>(std::sin(angle), std::cos(angle));
+double peak(const Samples& samples) {
+  double greatest = 0;
+  for (const double value : samples) {
+    greatest = std::max(greatest, std::abs(value));
   }
-  return sum * std::numbers::sqrt2 / static_cast<double>(samples.size());
+  return greatest;
+}
+
+Complex fundamental(const Samples& samples, int samples_per_period) {
+  const auto period = static_cast<std::size_t>(samples_per_period);
+  std::vector<Complex> circle(period);
+  for (std::size_t place = 0; place < period; ++place) {
+    // The source is a sine whose first sample is taken one sample after it rises through zero.
+    circle[place] = unit_phasor(0.25 - static_cast<double>(place + 1) / samples_per_period);
+  }
+  double real = 0;
+  double imaginary = 0;
+  for (std::size_t number = 0; number < samples.size(); ++number) {
+    const Complex& phasor = circle[number % period];
+    real += samples[number] * phasor.real();
+    imaginary += samples[number] * phasor.imag();
+  }
+  return Complex(real, imaginary) * (std::numbers::sqrt2 / static_cast<double>(samples.size()));
 }
 
 double measured_frequency(const Samples& samples, double sample_rate) {

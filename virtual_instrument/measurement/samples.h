@@ -1,16 +1,27 @@
 #pragma once
 
-#include <complex>
 #include <vector>
 
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/measurement/noise.h"
-#include "virtual_instrument/model/transformer.h"
+#include "virtual_instrument/model/phasor.h"
 
 // What the instrument's converters deliver, and what is computed from it. All results are made from
 // these samples; nothing is taken from the circuit behind them.
 
 namespace virtual_instrument {
+
+enum class Side { high, low };
+
+/// What happens at the terminals during one period of steady state, in equal steps of which the
+/// first lies one step after the source's rise through zero. The side that is not excited is open
+/// and carries no current.
+struct Waveforms {
+  std::vector<double> voltage_high;  ///< V
+  std::vector<double> voltage_low;   ///< V
+  std::vector<double> current_high;  ///< A
+  std::vector<double> current_low;   ///< A
+};
 
 /// One channel, sampled over whole periods.
 using Samples = std::vector<double>;
@@ -25,14 +36,18 @@ struct SampledTest {
   Samples current_low;   ///< A
 };
 
-/// Samples the terminals of an excited transformer, with the noise of the bench on each sample.
-SampledTest sample(const Waveforms& waveforms, const Excitation& excitation,
+/// Samples the terminals of a transformer excited at a frequency in Hz, with the noise of the bench
+/// on each sample. REQUIRES: the steps of a period are a multiple of the samples of one.
+SampledTest sample(const Waveforms& waveforms, Side excited, double frequency,
                    const MeasurementSettings& settings, Noise& noise);
 
 double rms(const Samples& samples);
 
+/// The greatest value, up or down.
+double peak(const Samples& samples);
+
 /// The fundamental as an r.m.s. phasor. Angles count from the source's rise through zero.
-std::complex<double> fundamental(const Samples& samples, int samples_per_period);
+Complex fundamental(const Samples& samples, int samples_per_period);
 
 /// In Hz, from where `samples` pass through zero; 0 if that is less than twice.
 double measured_frequency(const Samples& samples, double sample_rate);

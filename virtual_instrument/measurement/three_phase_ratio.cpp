@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "virtual_instrument/measurement/leads.h"
 #include "virtual_instrument/measurement/phase_result.h"
 #include "virtual_instrument/measurement/ratio_setup.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
@@ -92,30 +93,12 @@ class RatioTest {
                                                : KVR_TESTING_MODE_3PH_1_1;
   }
 
-  kvr_code lead_code(int side, int terminal) const {
-    const int first = side == kHighSide ? KVR_RES_OPEN_LEAD_H0 : KVR_RES_OPEN_LEAD_X0;
-    return lead_connected(unit_, side, terminal) ? KVR_RES_OK
-                                                 : static_cast<kvr_code>(first + terminal);
-  }
-
-  kvr_code pair_code(int side, TerminalPair pair) const {
-    const kvr_code code = lead_code(side, pair.plus);
-    return code == KVR_RES_OK ? lead_code(side, pair.minus) : code;
-  }
-
   PeriodicState solve(const Network& network, const std::vector<Drive>& drives) {
     PeriodicState state = solve_network(network, drives, frequency_);
     for (std::size_t limb = 0; limb < 3; ++limb) {
       peaks_[limb] = std::max(peaks_[limb], state.peak_flux[limb]);
     }
-    // An input whose lead makes no contact sees nothing.
-    for (const int side : {kHighSide, kLowSide}) {
-      for (int terminal = 0; terminal < 4; ++terminal) {
-        if (!lead_connected(unit_, side, terminal)) {
-          state.node_voltage[index(terminal_node(side, terminal))] = {};
-        }
-      }
-    }
+    blind_open_leads(unit_, state);
     return state;
   }
 
@@ -149,14 +132,14 @@ class RatioTest {
     PhaseReading& reading = readings_[index(phase)];
     reading.wiring = wiring;
     reading.turns_per_voltage_ratio = 1 / wiring.ratio;
-    reading.code = pair_code(kHighSide, wiring.high);
+    reading.code = lead_code(unit_, kHighSide, wiring.high);
     if (reading.code == KVR_RES_OK) {
-      reading.code = pair_code(kLowSide, wiring.low);
+      reading.code = lead_code(unit_, kLowSide, wiring.low);
     }
     Network network = network_;
     if (wiring.shorted) {
       if (reading.code == KVR_RES_OK) {
-        reading.code = pair_code(wiring.shorted_side, *wiring.shorted);
+        reading.code = lead_code(unit_, wiring.shorted_side, *wiring.shorted);
       }
       network.branches.push_back(jumper(wiring.shorted_side, *wiring.shorted));
     }
@@ -168,13 +151,13 @@ class RatioTest {
     const PeriodicState state = solve(network, drives);
     const auto current = course(terminal_current(state, drives, excited_, excited.plus));
     const std::vector<double> none(current.size());
-    reading.pair = sample(
-        {course(terminal_voltage(state, kHighSide, wiring.high)),
-         course(terminal_voltage(state, kLowSide, wiring.low)),
-         excited_ == kHighSide ? current : none, excited_ == kLowSide ? current : none},
-        {side_name(excited_), request_.test_voltage, frequency_}, bench_.measurement, noise_);
+    reading.pair =
+        sample({course(terminal_voltage(state, kHighSide, wiring.high)),
+                course(terminal_voltage(state, kLowSide, wiring.low)),
+                excited_ == kHighSide ? current : none, excited_ == kLowSide ? current : none},
+               side_name(excited_), frequency_, bench_.measurement, noise_);
     // The lines as they would lie on a three-phase source.
-    reading.high = std::abs(phasor(reading.pair.voltage_high)) * unit_phasor(-phase / 3.0);
+    reading.high = magnitude(phasor(reading.pair.voltage_high)) * unit_phasor(-phase / 3.0);
     reading.low = low_line(reading, wiring.ratio);
     limit(reading);
   }
@@ -211,9 +194,9 @@ class RatioTest {
 
   /// Whether all leads that finding the clock takes make contact.
   kvr_code detection_code(TerminalPair pair) const {
-    kvr_code code = pair_code(kHighSide, pair);
+    kvr_code code = lead_code(unit_, kHighSide, pair);
     for (int line = 1; line <= 3 && code == KVR_RES_OK; ++line) {
-      code = lead_code(kLowSide, line);
+      code = lead_code(unit_, kLowSide, line);
     }
     return code;
   }
@@ -267,14 +250,14 @@ class RatioTest {
 
   void all_at_once() {
     for (int line = 1; line <= 3; ++line) {
-      const kvr_code code = lead_code(excited_, line);
+      const kvr_code code = lead_code(unit_, excited_, line);
       if (code != KVR_RES_OK) {
         refuse(code);
         return;
       }
     }
-    if (has_neutral(type(excited_)) && lead_code(excited_, 0) != KVR_RES_OK) {
-      refuse(lead_code(excited_, 0));
+    if (has_neutral(type(excited_)) && lead_code(unit_, excited_, 0) != KVR_RES_OK) {
+      refuse(lead_code(unit_, excited_, 0));
       return;
     }
     const std::vector<Drive> drives = three_phase_drives();
@@ -331,8 +314,7 @@ class RatioTest {
                                        course(line_voltage(state, kLowSide, line)),
                                        course(terminal_current(state, drives, kHighSide, line)),
                                        course(terminal_current(state, drives, kLowSide, line))},
-                                      {side_name(excited_), request_.test_voltage, frequency_},
-                                      bench_.measurement, noise_);
+                                      side_name(excited_), frequency_, bench_.measurement, noise_);
     }
     return lines;
   }
@@ -354,8 +336,8 @@ class RatioTest {
     const int clock = parity + 2 * static_cast<int>(std::lround((hours - parity) / 2));
     group_.clock = (clock + 12) % 12;
     constexpr double kSmallestShare = 1e-6;
-    detection_ = std::abs(low) > kSmallestShare * std::abs(high) &&
-                         std::abs(high) > kSmallestShare * std::abs(low)
+    detection_ = magnitude(low) > kSmallestShare * magnitude(high) &&
+                         magnitude(high) > kSmallestShare * magnitude(low)
                      ? KVR_RES_OK
                      : KVR_RES_CANNOT_DETECT_PHASING;
   }
@@ -383,7 +365,7 @@ class RatioTest {
     PhaseReading& reading = readings_[index(phase)];
     reading.wiring = wiring;
     const int measured = 1 - excited_;
-    reading.code = pair_code(measured, measured == kHighSide ? wiring.high : wiring.low);
+    reading.code = lead_code(unit_, measured, measured == kHighSide ? wiring.high : wiring.low);
     if (reading.code != KVR_RES_OK) {
       return;
     }
@@ -399,8 +381,8 @@ class RatioTest {
     reading.low = phasor(lines[index(phase)].voltage_low);
     if (all_lines_connected()) {
       reading.line_ratio =
-          std::abs(phasor(pair_samples(lines, &SampledTest::voltage_high, line_pair(phase)))) /
-          std::abs(phasor(pair_samples(lines, &SampledTest::voltage_low, line_pair(phase))));
+          magnitude(phasor(pair_samples(lines, &SampledTest::voltage_high, line_pair(phase)))) /
+          magnitude(phasor(pair_samples(lines, &SampledTest::voltage_low, line_pair(phase))));
     } else if (excited_ == kHighSide) {
       reading.low = low_line(reading, ratio);
     } else {
@@ -457,7 +439,7 @@ class RatioTest {
         return;
       }
     }
-    reading.code = check_limits(reading.pair, bench_.instrument);
+    reading.code = check_limits(reading.pair, reading.voltage_lead, bench_.instrument);
   }
 
   Attempt result() const {

@@ -16,9 +16,6 @@
 
 namespace virtual_instrument {
 
-/// Beyond this ratio of voltages the instrument does not step up.
-inline constexpr double kHighestStepUpRatio = 500;
-
 struct ThreePhaseRatio {
   kvr_code code;  ///< accepted, KVR_RES_PARTIAL_RESULT_CHECK_STATUS included: there is a result
   kvr_TestData_Ratio_3ph data;                      ///< with nothing nested

@@ -83,11 +83,21 @@ std::vector<TerminalPair> line_pairs(const TransformerUnit& unit) {
   return terminal_pairs(is_three_phase(unit.group.high) ? KVR_WINDING_D : KVR_WINDING_1P);
 }
 
+PeriodicState excite_pair(const Network& network, const PairMeasurement& measurement) {
+  return solve_network(network,
+                       pair_drives(measurement.side, measurement.pair, measurement.voltage),
+                       measurement.frequency);
+}
+
 SampledTest sample_pair(const Network& network, const PairMeasurement& measurement,
+                        const MeasurementSettings& settings, Noise& noise) {
+  return sample_pair(excite_pair(network, measurement), measurement, settings, noise);
+}
+
+SampledTest sample_pair(const PeriodicState& state, const PairMeasurement& measurement,
                         const MeasurementSettings& settings, Noise& noise) {
   const std::vector<Drive> drives =
       pair_drives(measurement.side, measurement.pair, measurement.voltage);
-  const PeriodicState state = solve_network(network, drives, measurement.frequency);
   const auto voltage = course(terminal_voltage(state, measurement.side, measurement.pair));
   const auto other = course(terminal_voltage(state, measurement.other_side, measurement.other));
   const auto current =
@@ -96,8 +106,7 @@ SampledTest sample_pair(const Network& network, const PairMeasurement& measureme
   const bool high = measurement.side == kHighSide;
   return sample({high ? voltage : other, high ? other : voltage, high ? current : none,
                  high ? none : current},
-                {high ? Side::high : Side::low, measurement.voltage, measurement.frequency},
-                settings, noise);
+                high ? Side::high : Side::low, measurement.frequency, settings, noise);
 }
 
 Complex excited_voltage(const SampledTest& test) {

@@ -52,6 +52,14 @@ struct PairMeasurement {
   TerminalPair other;
 };
 
+/// The state that such a source brings about.
+PeriodicState excite_pair(const Network& network, const PairMeasurement& measurement);
+
+/// Its samples.
+SampledTest sample_pair(const PeriodicState& state, const PairMeasurement& measurement,
+                        const MeasurementSettings& settings, Noise& noise);
+
+/// Both together.
 SampledTest sample_pair(const Network& network, const PairMeasurement& measurement,
                         const MeasurementSettings& settings, Noise& noise);
 

@@ -116,13 +116,15 @@ bool lead_connected(const TransformerUnit& unit, int side, int terminal) {
 }
 
 Network unit_network(const TransformerUnit& unit, double input_resistance) {
-  Network network{std::vector<double>(8, kInsulationConductance), {}, unit.core};
+  Network network{
+      std::vector<double>(8, kInsulationConductance), std::vector<double>(8), {}, unit.core};
   const auto legs = winding_legs(unit.group);
   for (const int side : {kHighSide, kLowSide}) {
     add_legs(network, unit, side, legs[index(side)]);
     for (int terminal = 0; terminal < 4; ++terminal) {
       if (lead_connected(unit, side, terminal)) {
         network.node_conductance[index(terminal_node(side, terminal))] += 1 / input_resistance;
+        network.node_capacitance[index(terminal_node(side, terminal))] += unit.capacitance;
       }
     }
   }

@@ -55,6 +55,7 @@ struct TransformerUnit {
   double impedance_percent;      ///< on the nameplate; 0 when it bears none
   TapChanger taps;               ///< of the high side
   Core core;                     ///< seen from a limb winding of the high side, middle tap
+  double capacitance;            ///< F, from each connected terminal to earth
   UnitFaults faults;
 };
 
@@ -77,7 +78,7 @@ double rated_flux(const TransformerUnit& unit);
 double copper_factor(double from, double to);
 
 /// The unit as a network of eight nodes, terminal_node() by terminal_node(). To each terminal whose
-/// lead makes contact an input of this resistance is connected.
+/// lead makes contact an input of this resistance is connected, and what capacitance is there.
 Network unit_network(const TransformerUnit& unit, double input_resistance);
 
 /// Whether a terminal exists outside the unit and its lead makes contact.

@@ -27,6 +27,18 @@ constexpr WindingName kWindingNames[] = {
     {KVR_WINDING_Z, "Z", "z"}, {KVR_WINDING_ZN, "ZN", "zn"}, {KVR_WINDING_1P, "1P", "h"},
 };
 
+struct SinglePhaseName {
+  const char* name;
+  WindingGroup group;
+};
+
+constexpr SinglePhaseName kSinglePhaseNames[] = {
+    {"Ii0", {KVR_WINDING_1P, KVR_WINDING_1P, 0}},
+    {"Ii6", {KVR_WINDING_1P, KVR_WINDING_1P, 6}},
+    {"CT", {KVR_WINDING_CT, KVR_WINDING_CT, 0}},
+    {"PT", {KVR_WINDING_PT, KVR_WINDING_PT, 0}},
+};
+
 /// How the limbs serve the terminals of a winding.
 struct Arrangement {
   int rotation;     ///< limb that serves terminal 1
@@ -223,6 +235,20 @@ std::string group_name(const WindingGroup& group) {
     low = name.type == group.low ? name.low : low;
   }
   return high + low + std::to_string(group.clock);
+}
+
+std::optional<WindingGroup> parse_group(std::string_view name) {
+  for (const SinglePhaseName& single : kSinglePhaseNames) {
+    if (name == single.name) {
+      return single.group;
+    }
+  }
+  for (const WindingGroup& group : three_phase_groups()) {
+    if (name == group_name(group)) {
+      return group;
+    }
+  }
+  return std::nullopt;
 }
 
 std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group) {

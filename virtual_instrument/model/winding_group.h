@@ -3,6 +3,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "api/enumerations.h"
@@ -52,6 +53,10 @@ std::vector<WindingGroup> three_phase_groups();
 
 /// As in "Dyn11".
 std::string group_name(const WindingGroup& group);
+
+/// The three-phase group of that name, or a single-phase unit: "Ii0", "Ii6" with its low side
+/// turned round, "CT" or "PT". None for any other name.
+std::optional<WindingGroup> parse_group(std::string_view name);
 
 /// The legs of both sides; three a side, or one in a single-phase unit. REQUIRES: exists(group).
 std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group);

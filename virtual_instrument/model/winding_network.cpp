@@ -53,6 +53,10 @@ void add_harmonic(Values& values, std::size_t harmonic, Complex amplitude) {
   }
 }
 
+Complex node_admittance(const Network& network, std::size_t node, double omega) {
+  return {network.node_conductance[node], omega * network.node_capacitance[node]};
+}
+
 /// The circuit at one harmonic, solved for the sources and for a unit flux in each limb.
 class HarmonicCircuit {
  public:
@@ -102,7 +106,7 @@ class HarmonicCircuit {
     SquareMatrix<Complex> cells(size());
     for (std::size_t node = 0; node < place_.size(); ++node) {
       if (place_[node] != kDriven) {
-        cells(index(place_[node]), index(place_[node])) = network_.node_conductance[node];
+        cells(index(place_[node]), index(place_[node])) = node_admittance(network_, node, omega);
       }
     }
     for (std::size_t number = 0; number < network_.branches.size(); ++number) {
@@ -467,7 +471,8 @@ class PeriodicSolver {
   Spectrum current_into(const PeriodicState& state, int node) const {
     Spectrum sum{};
     for (std::size_t h = 0; h < sum.size(); ++h) {
-      sum[h] = network_.node_conductance[index(node)] * state.node_voltage[index(node)][h];
+      const double omega = 2 * std::numbers::pi * frequency_ * static_cast<double>(h);
+      sum[h] = node_admittance(network_, index(node), omega) * state.node_voltage[index(node)][h];
       for (std::size_t number = 0; number < network_.branches.size(); ++number) {
         const Branch& branch = network_.branches[number];
         const double sign = (branch.from == node ? 1 : 0) - (branch.to == node ? 1 : 0);

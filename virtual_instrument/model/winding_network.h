@@ -29,6 +29,7 @@ struct Branch {
 
 struct Network {
   std::vector<double> node_conductance;  ///< S, from each node to the common point; above 0
+  std::vector<double> node_capacitance;  ///< F, the same way
   std::vector<Branch> branches;
   Core core;
 };

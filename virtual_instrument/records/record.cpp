@@ -1,26 +1,22 @@
 #include "virtual_instrument/records/record.h"
 
-#include <algorithm>
-
+#include "virtual_instrument/measurement/nested_records.h"
 #include "virtual_instrument/records/text_field.h"
 #include "virtual_instrument/records/time_text.h"
 
 namespace virtual_instrument {
 namespace {
 
-/// The array is in its place before it is filled, so that whoever frees the record finds all of it.
-template <typename Data>
-void set_only_result(Data**& array, const Data& data) {
-  array = new Data* [1] {};
-  array[0] = new Data(data);
-}
+// The array is in its place before it is filled, so that whoever frees the record finds all of it.
 
 void set_result(kvr_TestRecord& record, const kvr_TestData_Ratio_1ph& data) {
-  set_only_result(record.data_ratio_1ph, data);
+  record.data_ratio_1ph = new kvr_TestData_Ratio_1ph* [1] {};
+  record.data_ratio_1ph[0] = new kvr_TestData_Ratio_1ph(data);
 }
 
-void set_result(kvr_TestRecord& record, const kvr_TestData_Ratio_3ph& data) {
-  set_only_result(record.data_ratio_3ph, data);
+void set_result(kvr_TestRecord& record, const ThreePhaseRatio& data) {
+  record.data_ratio_3ph = new kvr_TestData_Ratio_3ph* [1] {};
+  record.data_ratio_3ph[0] = new_data(data);
 }
 
 }  // namespace

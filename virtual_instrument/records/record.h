@@ -6,6 +6,7 @@
 
 #include "api/request_records.h"
 #include "api/result_records.h"
+#include "virtual_instrument/measurement/three_phase_ratio.h"
 #include "virtual_instrument/store/record_nest.h"
 
 // A finished test becomes a record here.
@@ -23,7 +24,7 @@ struct RecordHead {
 };
 
 struct RecordedTest {
-  std::variant<kvr_TestData_Ratio_1ph, kvr_TestData_Ratio_3ph> data;  ///< with nothing nested
+  std::variant<kvr_TestData_Ratio_1ph, ThreePhaseRatio> data;
   std::string raw_data;
 };
 

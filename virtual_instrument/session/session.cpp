@@ -1,12 +1,15 @@
 #include "virtual_instrument/session/session.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
 #include <utility>
 #include <vector>
 
-#include "virtual_instrument/measurement/ratio_test.h"
+#include "virtual_instrument/bench/bench_unit.h"
+#include "virtual_instrument/measurement/single_phase_ratio.h"
+#include "virtual_instrument/measurement/three_phase_ratio.h"
 #include "virtual_instrument/records/text_field.h"
 #include "virtual_instrument/session/record_keeper.h"
 #include "virtual_instrument/vocabulary/code_names.h"
@@ -299,13 +302,14 @@ kvr_code Session::test_ratio_1ph(const kvr_TestRequestHeader* header,
   if (header == nullptr || request == nullptr || record == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  return run_test({*header, progress, request->test_type, request->setup,
-                   [request](const Bench& bench) { return check_ratio_1ph(*request, bench); },
-                   [request](const Bench& bench, std::uint64_t seed) -> Measured {
-                     auto outcome = measure_ratio_1ph(*request, bench, seed);
-                     return {outcome.code, {outcome.data, std::move(outcome.raw_data)}};
-                   }},
-                  record);
+  return run_test(
+      {*header, progress, request->test_type, request->setup,
+       [request](const Bench& bench) { return check_single_phase_ratio(*request, bench); },
+       [request](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
+         auto outcome = measure_single_phase_ratio(unit, *request, bench, seed);
+         return {outcome.code, {outcome.data, std::move(outcome.raw_data)}, outcome.residual_flux};
+       }},
+      record);
 }
 
 kvr_code Session::test_ratio_3ph(const kvr_TestRequestHeader* header,
@@ -314,13 +318,16 @@ kvr_code Session::test_ratio_3ph(const kvr_TestRequestHeader* header,
   if (header == nullptr || request == nullptr || record == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  return run_test({*header, progress, request->test_type, request->setup,
-                   [request](const Bench& bench) { return check_ratio_3ph(*request, bench); },
-                   [request](const Bench& bench, std::uint64_t seed) -> Measured {
-                     auto outcome = measure_ratio_3ph(*request, bench, seed);
-                     return {outcome.code, {outcome.data, std::move(outcome.raw_data)}};
-                   }},
-                  record);
+  return run_test(
+      {*header, progress, request->test_type, request->setup,
+       [request](const Bench& bench) { return check_three_phase_ratio(*request, bench); },
+       [request](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
+         ThreePhaseRatio outcome = measure_three_phase_ratio(unit, *request, bench, seed);
+         const std::array<double, 3> residual_flux = outcome.residual_flux;
+         std::string raw_data = std::move(outcome.raw_data);
+         return {outcome.code, {std::move(outcome), std::move(raw_data)}, residual_flux};
+       }},
+      record);
 }
 
 kvr_code Session::run_test(const TestJob& job, kvr_TestRecord** record) {
@@ -397,8 +404,8 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
     test_thread_ = std::this_thread::get_id();
   }
   std::shared_ptr<const Bench> bench = benches_->current();
-  Measured measured = job.measure(*bench, seed);
-  if (measured.code != KVR_RES_OK) {
+  const Measured measured = measure(job, *bench, seed);
+  if (!is_accepted_code(measured.code)) {
     return measured.code;
   }
   if (const kvr_code stopped = pass_time(job, bench->measurement); stopped != KVR_RES_OK) {
@@ -412,7 +419,25 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
     return fault;
   }
   *record = result.release();
-  return KVR_RES_OK;
+  return measured.code;
+}
+
+/// The transformer keeps what tests do to its flux until the bench says otherwise.
+Session::Measured Session::measure(const TestJob& job, const Bench& bench, std::uint64_t seed) {
+  if (bench_flux_ != bench.transformer.residual_flux) {
+    bench_flux_ = bench.transformer.residual_flux;
+    residual_flux_ = *bench_flux_;
+  }
+  TransformerUnit unit = make_unit(bench);
+  const double whole = rated_flux(unit);
+  for (std::size_t limb = 0; limb < static_cast<std::size_t>(unit.core.limbs); ++limb) {
+    unit.core.residual_flux[limb] = residual_flux_[limb] * whole;
+  }
+  Measured measured = job.measure(unit, bench, seed);
+  for (std::size_t limb = 0; limb < residual_flux_.size(); ++limb) {
+    residual_flux_[limb] = measured.residual_flux[limb] / whole;
+  }
+  return measured;
 }
 
 /// Lets the time of the test pass and tells its progress. KVR_RES_OK if it came to its end, after

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -71,6 +72,7 @@ class Session : public std::enable_shared_from_this<Session> {
   struct Measured {
     kvr_code code;
     RecordedTest test;
+    std::array<double, 3> residual_flux;  ///< Vs, left in the limbs
   };
   struct TestJob {
     const kvr_TestRequestHeader& header;
@@ -78,7 +80,7 @@ class Session : public std::enable_shared_from_this<Session> {
     kvr_TestType type;
     const kvr_TestSetup& setup;
     std::function<kvr_code(const Bench&)> check;
-    std::function<Measured(const Bench&, std::uint64_t seed)> measure;
+    std::function<Measured(const TransformerUnit&, const Bench&, std::uint64_t seed)> measure;
   };
 
   // Those whose name ends in _locked require the lock.
@@ -97,6 +99,7 @@ class Session : public std::enable_shared_from_this<Session> {
   kvr_code begin_test(const Bench& bench, std::uint64_t& seed);
   void end_test();
   kvr_code carry_out(const TestJob& job, std::uint64_t seed, kvr_TestRecord** record);
+  Measured measure(const TestJob& job, const Bench& bench, std::uint64_t seed);
   kvr_code pass_time(const TestJob& job, const MeasurementSettings& settings);
 
   const kvr_StatusCallback status_callback_;
@@ -120,6 +123,10 @@ class Session : public std::enable_shared_from_this<Session> {
   kvr_code stop_code_ = KVR_RES_OK;  ///< why the test that runs is to end; none yet if 0
   std::thread::id test_thread_;
   std::uint64_t test_number_ = 0;
+
+  // Of the transformer under test; used by the test that runs alone.
+  std::optional<std::array<double, 3>> bench_flux_;  ///< as the bench had it last
+  std::array<double, 3> residual_flux_{};            ///< per unit, what the tests left of it
 };
 
 }  // namespace virtual_instrument

@@ -93,6 +93,74 @@ empty_id_format = "T-%H%M%S"
   EXPECT_EQ(reading.bench.store.empty_id_format, "T-%H%M%S");
 }
 
+TEST(BenchReader, ReadsWhatIsWrongWithTheUnit) {
+  const BenchReading reading = read(R"([transformer]
+vector_group = "ZNyn11"
+residual_flux = 0.8
+
+[taps]
+type = "OLTC"
+first = 1
+last = 17
+middle = 9
+position = 12
+step = 1.25
+transition_resistance = 4.0
+
+[leads]
+open = ["H1", "X0"]
+reversed = ["XB"]
+
+[[shorted_turns]]
+winding = "HC"
+share = 2.5
+resistance = 0.001
+
+[[shorted_turns]]
+winding = "XA"
+share = 4
+resistance = 1
+)");
+  EXPECT_THAT(reading.problems, IsEmpty());
+  const Bench& bench = reading.bench;
+  EXPECT_EQ(group_name(bench.transformer.vector_group), "ZNyn11");
+  EXPECT_THAT(bench.transformer.residual_flux, ElementsAre(0.8, -0.4, -0.4));
+  EXPECT_EQ(bench.taps.type, KVR_TAP_CHANGER_OLTC);
+  EXPECT_EQ(bench.taps.last, 17);
+  EXPECT_EQ(bench.taps.position, 12);
+  EXPECT_EQ(bench.taps.step, 1.25);
+  EXPECT_THAT(bench.defects.open_lead[kHighSide], ElementsAre(false, true, false, false));
+  EXPECT_THAT(bench.defects.open_lead[kLowSide], ElementsAre(true, false, false, false));
+  EXPECT_THAT(bench.defects.reversed_leg[kHighSide], ElementsAre(false, false, false));
+  EXPECT_THAT(bench.defects.reversed_leg[kLowSide], ElementsAre(false, true, false));
+  ASSERT_EQ(bench.defects.shorted_turns.size(), 2U);
+  const ShortedTurns& first = bench.defects.shorted_turns[0];
+  EXPECT_EQ(first.side, kHighSide);
+  EXPECT_EQ(first.limb, 2);
+  EXPECT_EQ(first.fraction, 0.025);
+  EXPECT_EQ(first.resistance, 0.001);
+  EXPECT_EQ(bench.defects.shorted_turns[1].side, kLowSide);
+}
+
+TEST(BenchReader, ReadsResidualFluxLimbByLimb) {
+  EXPECT_THAT(
+      read("[transformer]\nresidual_flux = [0.5, -0.3, 0]\n").bench.transformer.residual_flux,
+      ElementsAre(0.5, -0.3, 0));
+}
+
+TEST(BenchReader, ReadsEveryVectorGroupAndEverySinglePhaseUnit) {
+  std::vector<std::string> names{"Ii0", "Ii6", "CT", "PT"};
+  for (const WindingGroup& group : three_phase_groups()) {
+    names.push_back(group_name(group));
+  }
+  EXPECT_EQ(names.size(), 4U + 25 * 6);
+  for (const std::string& name : names) {
+    const BenchReading reading = read("[transformer]\nvector_group = \"" + name + "\"\n");
+    EXPECT_THAT(reading.problems, IsEmpty()) << name;
+    EXPECT_TRUE(exists(reading.bench.transformer.vector_group)) << name;
+  }
+}
+
 TEST(BenchReader, ReadsFaults) {
   const BenchReading reading = read(R"([[faults]]
 call = "kvr_GetStatus"
@@ -168,9 +236,69 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"[connection]\nlost_code = 0\n",
                 "b.toml:2: connection.lost_code: expected the name or the number of a code other "
                 "than KVR_RES_OK"},
-        Mistake{"[transformer]\nvector_group = \"Dyn2\"\n",
-                "b.toml:2: transformer.vector_group: expected D, Y or YN, then d, y or yn, then a "
-                "clock number that they can have"},
+        Mistake{
+            "[transformer]\nvector_group = \"Dyn2\"\n",
+            "b.toml:2: transformer.vector_group: expected D, Y, YN, Z or ZN, then d, y, yn, z or "
+            "zn, then a clock number that they can have; or Ii0, Ii6, CT or PT"},
+        Mistake{
+            "[transformer]\nvector_group = 11\n",
+            "b.toml:2: transformer.vector_group: expected D, Y, YN, Z or ZN, then d, y, yn, z or "
+            "zn, then a clock number that they can have; or Ii0, Ii6, CT or PT"},
+        Mistake{"[transformer]\nkva = 0\n",
+                "b.toml:2: transformer.kva: expected a number from 1e-06 to 1e+07 kVA"},
+        Mistake{"[transformer]\nhysteresis_share = 1.1\n",
+                "b.toml:2: transformer.hysteresis_share: expected a number from 0 to 1"},
+        Mistake{"[transformer]\nresidual_flux = 11\n",
+                "b.toml:2: transformer.residual_flux: expected a number from -10 to 10 per unit, "
+                "or three of them"},
+        Mistake{"[transformer]\nresidual_flux = nan\n",
+                "b.toml:2: transformer.residual_flux: expected a number from -10 to 10 per unit, "
+                "or three of them"},
+        Mistake{"[transformer]\nresidual_flux = [0.1, 0.2]\n",
+                "b.toml:2: transformer.residual_flux: expected a number from -10 to 10 per unit, "
+                "or three of them"},
+        Mistake{"[transformer]\nresidual_flux = [0.1, 0.2, \"0\"]\n",
+                "b.toml:2: transformer.residual_flux: expected a number from -10 to 10 per unit, "
+                "or three of them"},
+        Mistake{"[transformer]\nresidual_flux = [0.1, 0.2, 10.5]\n",
+                "b.toml:2: transformer.residual_flux: expected a number from -10 to 10 per unit, "
+                "or three of them"},
+        Mistake{"[instrument]\nminimum_voltage = 300.0\n",
+                "b.toml:2: instrument.minimum_voltage: expected a maximum_voltage of at least the "
+                "minimum_voltage"},
+        Mistake{"[taps]\ntype = \"LTC\"\n",
+                "b.toml:2: taps.type: expected \"none\", \"DETC\" or \"OLTC\""},
+        Mistake{"[taps]\nfirst = 1\nlast = 5\nposition = 6\n",
+                "b.toml:4: taps.position: expected a position from first to last"},
+        Mistake{"[taps]\nfirst = 2\nposition = 2\nlast = 5\n",
+                "b.toml:2: taps.first: expected a middle from first to last"},
+        Mistake{"[taps]\nlast = 9\nstep = -20\n",
+                "b.toml:3: taps.step: expected steps that leave a tenth of the turns at each "
+                "position"},
+        Mistake{"[leads]\nopen = \"H1\"\n",
+                "b.toml:2: leads.open: expected a list of terminals, of H0 to H3 and X0 to X3"},
+        Mistake{"[leads]\nopen = [\"H1\", \"X4\"]\n",
+                "b.toml:2: leads.open: expected a list of terminals, of H0 to H3 and X0 to X3"},
+        Mistake{"[leads]\nopen = [1]\n",
+                "b.toml:2: leads.open: expected a list of terminals, of H0 to H3 and X0 to X3"},
+        Mistake{"[leads]\nreversed = [\"Y1\"]\n",
+                "b.toml:2: leads.reversed: expected a list of limb windings, of HA, HB, HC, XA, XB "
+                "and XC"},
+        Mistake{"[transformer]\nvector_group = \"Ii0\"\n[leads]\nreversed = [\"XB\"]\n",
+                "b.toml:4: leads.reversed: expected limb A alone in a single-phase unit"},
+        Mistake{"[[shorted_turns]]\nwinding = \"HA\"\nshare = 60\nresistance = 1\n"
+                "[[shorted_turns]]\nwinding = \"HA\"\nshare = 31\nresistance = 1\n",
+                "b.toml:1: shorted_turns: expected at most 90 percent of a winding in all"},
+        Mistake{"[[shorted_turns]]\nwinding = \"H1\"\nshare = 1\nresistance = 1\n",
+                "b.toml:2: shorted_turns.winding: expected a limb winding: HA, HB, HC, XA, XB or "
+                "XC"},
+        Mistake{"[[shorted_turns]]\nwinding = \"HA\"\nshare = 0\nresistance = 1\n",
+                "b.toml:3: shorted_turns.share: expected a number from 0.01 to 90 percent"},
+        Mistake{"[[shorted_turns]]\nwinding = \"HA\"\nshare = 1\n",
+                "b.toml:1: shorted_turns.resistance: missing; expected a number from 1e-06 to "
+                "1e+06 ohm"},
+        Mistake{"[shorted_turns]\nwinding = \"HA\"\n",
+                "b.toml:1: shorted_turns: expected tables [[shorted_turns]]"},
         Mistake{"[store]\nempty_id_format = \"a/b\"\n",
                 "b.toml:2: store.empty_id_format: expected letters, digits, - _ . and %Y %m %d %H "
                 "%M %S, giving at most 24 characters"},
@@ -178,10 +306,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "b.toml:2: store.format: no such key; expected one of empty_id_format"},
         Mistake{"[colours]\nred = 1\n",
                 "b.toml:1: colours: expected one of the tables instrument, connection, status, "
-                "transformer, measurement, store, faults"},
+                "transformer, taps, leads, measurement, store, shorted_turns, faults"},
         Mistake{"store = 1\n",
                 "b.toml:1: store: expected one of the tables instrument, connection, status, "
-                "transformer, measurement, store, faults"},
+                "transformer, taps, leads, measurement, store, shorted_turns, faults"},
         Mistake{"[faults]\ncall = \"kvr_GetStatus\"\n",
                 "b.toml:1: faults: expected tables [[faults]]"},
         Mistake{"[[faults]]\ncode = 1\n",

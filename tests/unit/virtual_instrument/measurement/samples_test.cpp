@@ -6,12 +6,12 @@
 #include <numbers>
 
 #include "virtual_instrument/bench/bench_reader.h"
-#include "virtual_instrument/model/steady_state.h"
 
 namespace virtual_instrument {
 namespace {
 
 constexpr int kPerPeriod = 64;
+constexpr int kStepsPerPeriod = 1024;
 
 /// amplitude * sin(angle + phase) + third * sin(3 * angle), sampled as the instrument does.
 Samples wave(double amplitude, double phase, double third, int periods = 3) {
@@ -25,6 +25,11 @@ Samples wave(double amplitude, double phase, double third, int periods = 3) {
 
 TEST(Samples, RmsHoldsAllHarmonics) {
   EXPECT_NEAR(rms(wave(3, 0.2, 4)), 5 / std::numbers::sqrt2, 1e-12);
+}
+
+TEST(Samples, PeakIsTheGreatestEitherWay) {
+  EXPECT_EQ(peak({1, -3, 2}), 3);
+  EXPECT_EQ(peak({1, -3, 4}), 4);
 }
 
 TEST(Samples, FundamentalIsAnRmsPhasorWithoutHarmonics) {
@@ -67,7 +72,7 @@ class SampleTest : public testing::Test {
 
   SampledTest sampled() {
     Noise noise(1);
-    return sample(waves_, {Side::low, 1, 60}, settings_, noise);
+    return sample(waves_, Side::low, 60, settings_, noise);
   }
 
   MeasurementSettings settings_ = built_in_bench().measurement;

@@ -23,6 +23,8 @@ Bench quiet_bench() {
   bench.instrument.maximum_voltage = 250;
   bench.instrument.maximum_current = 2;
   bench.instrument.maximum_induced_voltage = 5000;
+  bench.instrument.voltage_range = 1e6;
+  bench.instrument.current_range = 1e6;
   bench.measurement.samples_per_period = 64;
   bench.measurement.periods = 4;
   bench.measurement.smallest_voltage = 0.05;

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <numbers>
 #include <vector>
 
+#include "unit/virtual_instrument/model/marching_solver.h"
 #include "unit/virtual_instrument/model/units.h"
 #include "virtual_instrument/measurement/samples.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
-#include "virtual_instrument/model/transformer.h"
 
 // Two solvers, one marching through time and one balancing harmonics, have to find the same state.
 
@@ -45,17 +46,17 @@ State balanced(const TransformerUnit& unit, double voltage) {
                    terminal_voltage(state, kLowSide, {1, 2})[1])};
 }
 
+std::complex<double> phasor(const std::vector<double>& period) {
+  return fundamental(period, kStepsPerPeriod);
+}
+
 State marched(const TransformerUnit& unit, double voltage) {
   const LimbWinding& high = unit.windings[kHighSide];
-  const LimbWinding& low = unit.windings[kLowSide];
-  const Transformer transformer{turns_ratio(unit),
-                                {high.resistance, high.leakage_inductance},
-                                {low.resistance, low.leakage_inductance},
-                                unit.core.limb};
-  const Waveforms waveforms = excite(transformer, {Side::high, voltage, unit.frequency});
-  const int steps = static_cast<int>(waveforms.voltage_high.size());
-  return {rms(waveforms.current_high),
-          fundamental(waveforms.voltage_high, steps) / fundamental(waveforms.voltage_low, steps)};
+  const SteadyState state =
+      solve_steady_state({high.resistance, high.leakage_inductance, unit.core.limb},
+                         {std::numbers::sqrt2 * voltage, 2 * std::numbers::pi * unit.frequency});
+  return {rms(state.current),
+          turns_ratio(unit) * phasor(state.source_voltage) / phasor(state.induced_voltage)};
 }
 
 void expect_same(double residual, double voltage, double current_tolerance) {

@@ -47,11 +47,25 @@ TEST(MakeRecord, RawDataIsNullIfItIsNotWanted) {
 }
 
 TEST(MakeRecord, ATestOfThreePhasesHasItsOwnArray) {
-  kvr_TestData_Ratio_3ph data{};
-  data.ratio_3ph = 4;
-  const RecordNest record = make_record(head(), {data, ""}, false);
+  ThreePhaseRatio test{};
+  test.data.ratio_3ph = 4;
+  const RecordNest record = make_record(head(), {test, ""}, false);
   EXPECT_EQ(record->data_ratio_1ph, nullptr);
+  ASSERT_NE(record->data_ratio_3ph, nullptr);
   EXPECT_EQ(record->data_ratio_3ph[0]->ratio_3ph, 4);
+  EXPECT_EQ(record->data_ratio_3ph[0]->step_up, nullptr);
+  EXPECT_EQ(record->data_ratio_3ph[0]->step_down, nullptr);
+}
+
+TEST(MakeRecord, BothDirectionsOfAnAutomaticTestAreNested) {
+  ThreePhaseRatio test{};
+  test.step_up.emplace().ratio_3ph = 5;
+  test.step_down.emplace().ratio_3ph = 6;
+  const RecordNest record = make_record(head(), {test, ""}, false);
+  ASSERT_NE(record->data_ratio_3ph[0]->step_up, nullptr);
+  ASSERT_NE(record->data_ratio_3ph[0]->step_down, nullptr);
+  EXPECT_EQ(record->data_ratio_3ph[0]->step_up->ratio_3ph, 5);
+  EXPECT_EQ(record->data_ratio_3ph[0]->step_down->ratio_3ph, 6);
 }
 
 }  // namespace

@@ -96,7 +96,7 @@ TestAnswer ClientTest::test_3ph(const std::string& record_id, kvr_SaveMode save_
                                 kvr_ProgressHandler* progress) {
   kvr_TestRequestHeader header = request_header(record_id, save_mode);
   kvr_Ratio3phRequest request =
-      ratio_3ph_request(KVR_TEST_RATIO_DOWN, 8, KVR_WINDING_D, KVR_WINDING_YN, 17.32F);
+      ratio_3ph_request(KVR_TEST_RATIO_DOWN, 8, KVR_WINDING_YN, KVR_WINDING_YN, 10);
   kvr_TestRecord* record = nullptr;
   const kvr_code code = kvr_Test_Ratio_3ph(&header, &request, progress, &record);
   return {code, RecordPointer(record)};

@@ -1,4 +1,4 @@
-#include "virtual_instrument/model/steady_state.h"
+#include "unit/virtual_instrument/model/marching_solver.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,10 +4,12 @@
 
 #include "virtual_instrument/model/magnetizing_branch.h"
 
+// A single winding on a core, solved by marching through time: another way to what the model finds
+// by balancing harmonics, for tests to hold one against the other.
+
 namespace virtual_instrument {
 
-/// Steps into which the solver cuts a period: a whole number for thirds of it, which lie between
-/// phases, and for each number of samples that a bench can ask for.
+/// Steps into which the solver cuts a period.
 inline constexpr int kStepsPerPeriod = 3 * 512;
 
 /// A winding on a sinusoidal source: source - resistance - leakage inductance - core.

@@ -1,0 +1,71 @@
+"""The transcripts in the manuals are what the program says on the virtual instrument, but for the
+time of day and the wait.
+
+A transcript is a block of text behind the comment <!-- answers: ... -->, which holds the answers
+with a dash for an empty one. Its bench is the last block of toml before it in the same manual, or
+the built-in one. With KVR_REBUILD_TRANSCRIPTS=1 the manuals are rewritten, for review.
+"""
+
+import os
+import pathlib
+import re
+import unittest
+
+from console import Console
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+MANUALS = ["README.md"]
+HOME = "/home/operator"
+BENCH = """
+[instrument]
+clock = 2026-11-20T09:30:00Z
+
+[measurement]
+duration = 0.0
+"""
+SECONDS_OF_SILENCE = 0.2
+TRANSCRIPT = re.compile(r"(<!-- answers: (.*?) -->\n+```text\n)(.*?)(```\n)", re.DOTALL)
+BENCHES = re.compile(r"```toml\n(.*?)```\n", re.DOTALL)
+
+
+def run(bench, answers):
+    """All that the program says on a bench to some answers, echoes included."""
+    with Console(bench=bench) as console:
+        for answer in answers:
+            # The echo of an answer stands where the program waits for it, so all before has to
+            # have come.
+            console.read_for(10)
+            while console.read_for(SECONDS_OF_SILENCE):
+                pass
+            console.send(answer + "\n")
+        status = console.wait()
+        if status != 0:
+            raise AssertionError(f"the program ended with {status}:\n{console.seen}")
+        return console.seen.replace(str(console.home), HOME)
+
+
+def bench_before(text, position):
+    benches = BENCHES.findall(text, 0, position)
+    return benches[-1] if benches else BENCH
+
+
+class Transcripts(unittest.TestCase):
+    maxDiff = None
+
+    def test_are_what_the_program_says(self):
+        for name in MANUALS:
+            text = (ROOT / name).read_text()
+            found = list(TRANSCRIPT.finditer(text))
+            self.assertNotEqual(found, [], name)
+            for transcript in reversed(found):
+                answers = ["" if answer == "-" else answer for answer in transcript[2].split()]
+                said = run(bench_before(text, transcript.start()), answers)
+                if os.environ.get("KVR_REBUILD_TRANSCRIPTS"):
+                    text = text[:transcript.start(3)] + said + text[transcript.end(3):]
+                    (ROOT / name).write_text(text)
+                with self.subTest(manual=name, answers=answers):
+                    self.assertEqual(said, transcript[3])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,253 @@
+#include "virtual_instrument/bench/bench_unit.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <numeric>
+#include <vector>
+
+#include "virtual_instrument/bench/bench_reader.h"
+#include "virtual_instrument/measurement/unit_waveforms.h"
+
+namespace virtual_instrument {
+namespace {
+
+constexpr double kDegrees = 180 / std::numbers::pi;
+
+/// A textbook T circuit, linear.
+TransformerSettings textbook() {
+  TransformerSettings settings = built_in_bench().transformer;
+  settings.vector_group = {KVR_WINDING_1P, KVR_WINDING_1P, 0};
+  settings.high_voltage = 8000;
+  settings.low_voltage = 240;
+  settings.frequency = 60;
+  settings.high_resistance = 15;
+  settings.high_reactance = 120;
+  settings.low_resistance = 0.02;
+  settings.low_reactance = 0.15;
+  settings.core_resistance = 200e3;
+  settings.hysteresis_share = 0;
+  settings.magnetizing_reactance = 30e3;
+  settings.low_flux_excess = 0;
+  settings.saturation = false;
+  return settings;
+}
+
+/// The same with a knee, and iron that is less permeable towards zero flux.
+TransformerSettings saturating() {
+  TransformerSettings settings = textbook();
+  settings.low_flux_excess = 1.5;
+  settings.saturation = true;
+  settings.knee_flux = 1.15;
+  settings.knee_width = 0.08;
+  settings.saturated_reactance = 30;
+  return settings;
+}
+
+TransformerUnit unit_of(const TransformerSettings& settings) {
+  Bench bench = built_in_bench();
+  bench.transformer = settings;
+  return make_unit(bench);
+}
+
+PeriodicState excite(const TransformerUnit& unit, int side, double voltage, double frequency = 60) {
+  return excite_pair(unit_network(unit, kInputResistance),
+                     {side, {1, 2}, voltage, frequency, 1 - side, {1, 2}});
+}
+
+/// Courses of one period.
+struct Courses {
+  std::vector<double> high;
+  std::vector<double> low;
+  std::vector<double> current;
+};
+
+Courses courses(const PeriodicState& state) {
+  return {course(terminal_voltage(state, kHighSide, {1, 2})),
+          course(terminal_voltage(state, kLowSide, {1, 2})), course(state.drive_current[0])};
+}
+
+struct Reading {
+  std::complex<double> high;
+  std::complex<double> low;
+  std::complex<double> current;
+  double current_rms;
+};
+
+Reading read(const TransformerSettings& settings, int side, double voltage, double frequency = 60) {
+  const Courses waves = courses(excite(unit_of(settings), side, voltage, frequency));
+  const auto phasor = [](const std::vector<double>& channel) {
+    return fundamental(channel, kFinestSteps);
+  };
+  return {phasor(waves.high), phasor(waves.low), phasor(waves.current), rms(waves.current)};
+}
+
+/// Percent by which the measured ratio is above the rated one.
+double ratio_error(const Reading& reading) {
+  return (std::abs(reading.high / reading.low) / (8000.0 / 240.0) - 1) * 100;
+}
+
+TEST(BenchUnit, ReadsTheErrorOfTheTextbookCircuit) {
+  const Reading reading = read(textbook(), kHighSide, 8000);
+  EXPECT_NEAR(ratio_error(reading), 0.4075, 0.0005);
+  EXPECT_NEAR(std::arg(reading.high / reading.low) * kDegrees, 0.0057, 0.0001);
+}
+
+TEST(BenchUnit, DrawsTheCurrentOfTheTextbookCircuit) {
+  EXPECT_NEAR(read(textbook(), kHighSide, 8000).current_rms, 0.26856, 0.26856e-4);
+  EXPECT_NEAR(read(textbook(), kHighSide, 100).current_rms, 3.357e-3, 3.357e-6);
+}
+
+// The circuit solved by complex numbers is an independent way to the same figures.
+TEST(BenchUnit, AgreesWithPhasorsFromEitherSideAtEitherFrequency) {
+  const TransformerSettings settings = textbook();
+  const std::complex<double> j(0, 1);
+  for (const int side : {kHighSide, kLowSide}) {
+    for (const double frequency : {50.0, 60.0}) {
+      const double k = frequency / settings.frequency;
+      const double ratio = 8000.0 / 240.0;
+      const double seen = side == kHighSide ? 1 : 1 / (ratio * ratio);
+      const std::complex<double> series =
+          side == kHighSide ? settings.high_resistance + j * k * settings.high_reactance
+                            : settings.low_resistance + j * k * settings.low_reactance;
+      const std::complex<double> shunt =
+          seen / (1 / settings.core_resistance + 1.0 / (j * k * settings.magnetizing_reactance));
+      const std::complex<double> current = 100.0 / (series + shunt);
+      const std::complex<double> induced = 100.0 - series * current;
+
+      const Reading reading = read(settings, side, 100, frequency);
+      const std::complex<double> other =
+          side == kHighSide ? reading.low * ratio : reading.high / ratio;
+      // The input that measures the open side draws a little, too.
+      EXPECT_NEAR(std::abs(reading.current - current) / std::abs(current), 0, 1e-4);
+      EXPECT_NEAR(std::abs(other - induced) / std::abs(induced), 0, 1e-6);
+    }
+  }
+}
+
+TEST(BenchUnit, PutsTheAskedVoltageOnTheExcitedTerminals) {
+  EXPECT_NEAR(std::abs(read(saturating(), kHighSide, 47).high), 47, 1e-9);
+  EXPECT_NEAR(std::abs(read(saturating(), kLowSide, 47).low), 47, 1e-9);
+  EXPECT_NEAR(std::arg(read(saturating(), kLowSide, 47).low), 0, 1e-12);
+}
+
+TEST(BenchUnit, ErrsMoreTowardsLowVoltage) {
+  double last = ratio_error(read(saturating(), kHighSide, 4000));
+  for (const double voltage : {1000.0, 250.0, 50.0, 10.0, 1.0}) {
+    const double error = ratio_error(read(saturating(), kHighSide, voltage));
+    EXPECT_GT(error, last) << voltage;
+    last = error;
+  }
+  EXPECT_LT(last, 0.4075 * 2.6);
+}
+
+TEST(BenchUnit, ErrsMoreInSaturation) {
+  double last = ratio_error(read(saturating(), kHighSide, 8000));
+  for (const double voltage : {9500.0, 11000.0, 16000.0}) {
+    const double error = ratio_error(read(saturating(), kHighSide, voltage));
+    EXPECT_GT(error, last) << voltage;
+    last = error;
+  }
+}
+
+TEST(BenchUnit, DistortsTheCurrentInSaturationOnly) {
+  const auto distortion = [](const Reading& reading) {
+    return std::sqrt(std::pow(reading.current_rms / std::abs(reading.current), 2) - 1);
+  };
+  EXPECT_LT(distortion(read(saturating(), kHighSide, 5000)), 0.05);
+  EXPECT_GT(distortion(read(saturating(), kHighSide, 11000)), 0.5);
+}
+
+TEST(BenchUnit, RunsIntoSaturationOnOneSideOfTheResidualFlux) {
+  TransformerSettings settings = saturating();
+  const Reading clean = read(settings, kHighSide, 5000);
+  settings.residual_flux[0] = 0.8;
+  settings.remanence_excess = 0;
+  const Courses waves = courses(excite(unit_of(settings), kHighSide, 5000));
+  const auto [low, high] = std::minmax_element(waves.current.begin(), waves.current.end());
+  EXPECT_GT(*high, -2 * *low);
+  EXPECT_GT(rms(waves.current), 2 * clean.current_rms);
+  // A source without direct voltage drives no direct current.
+  const double mean =
+      std::accumulate(waves.current.begin(), waves.current.end(), 0.0) / kFinestSteps;
+  EXPECT_NEAR(mean / rms(waves.current), 0, 1e-9);
+}
+
+TEST(BenchUnit, FluxIsTheIntegralOfTheInducedVoltage) {
+  const TransformerUnit unit = unit_of(saturating());
+  const Courses waves = courses(excite(unit, kHighSide, 10000));
+  const double step = 1.0 / 60 / kFinestSteps;
+  std::vector<double> flux;
+  double sum = 0;
+  double before = waves.low.back();
+  for (const double voltage : waves.low) {
+    sum += (voltage + before) / 2 * turns_ratio(unit) * step;
+    flux.push_back(sum);
+    before = voltage;
+  }
+  EXPECT_NEAR(flux.back(), 0, 1e-6);
+  const double offset =
+      (*std::max_element(flux.begin(), flux.end()) + *std::min_element(flux.begin(), flux.end())) /
+      2;
+  const double peak = *std::max_element(waves.current.begin(), waves.current.end());
+  for (std::size_t i = 0; i < flux.size(); ++i) {
+    const double expected = waves.low[i] * turns_ratio(unit) * unit.core.limb.core_conductance +
+                            unit.core.limb.current(flux[i] - offset);
+    // What is left are the harmonics beyond those that are solved for.
+    EXPECT_NEAR(waves.current[i], expected, peak * 0.06) << i;
+  }
+}
+
+// Whatever makes some sense has to find its steady state.
+TEST(BenchUnit, FindsASteadyStateHoweverHardItIsDriven) {
+  TransformerSettings settings = saturating();
+  for (const double residual : {-3.0, 0.0, 1.2}) {
+    settings.residual_flux[0] = residual;
+    for (const double reactance : {0.0, 15.0}) {
+      settings.low_reactance = reactance;
+      for (const double saturated : {0.03, 3.0}) {
+        settings.saturated_reactance = saturated;
+        for (const double width : {0.01, 0.08}) {
+          settings.knee_width = width;
+          for (const double voltage : {1e-3, 240.0, 600.0, 1e4}) {
+            SCOPED_TRACE(testing::Message() << residual << " " << reactance << " " << saturated
+                                            << " " << width << " " << voltage);
+            const Reading reading = read(settings, kLowSide, voltage);
+            EXPECT_GT(reading.current_rms, 0);
+            EXPECT_LE(reading.current_rms, 2 * voltage / settings.low_resistance);
+          }
+        }
+      }
+    }
+  }
+}
+
+// A flux offset would fade over years there, so there must be none from the beginning.
+TEST(BenchUnit, FindsASteadyStateWithNextToNoResistance) {
+  TransformerSettings settings = saturating();
+  settings.high_resistance = 1e-6;
+  for (const double residual : {0.0, 0.8}) {
+    settings.residual_flux[0] = residual;
+    for (const double reactance : {0.0, 120.0}) {
+      settings.high_reactance = reactance;
+      for (const double voltage : {24.0, 8000.0}) {
+        const Courses waves = courses(excite(unit_of(settings), kHighSide, voltage));
+        const double mean =
+            std::accumulate(waves.current.begin(), waves.current.end(), 0.0) / kFinestSteps;
+        EXPECT_NEAR(mean / rms(waves.current), 0, 1e-9);
+      }
+    }
+  }
+}
+
+TEST(BenchUnit, TakesTheTurnsFromTheRatedRatioAndItsDeviation) {
+  TransformerSettings settings = textbook();
+  settings.turns_deviation = 0.5;
+  EXPECT_DOUBLE_EQ(turns_ratio(unit_of(settings)), 8000.0 / 240 * 1.005);
+}
+
+}  // namespace
+}  // namespace virtual_instrument

@@ -1,0 +1,175 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "unit/virtual_instrument/session/client.h"
+#include "virtual_instrument/model/phasor.h"
+#include "virtual_instrument/model/winding_group.h"
+
+// What a bench says of the transformer under test, seen through the exported calls.
+
+namespace virtual_instrument {
+namespace {
+
+class UnitUnderTest : public ClientTest {
+ protected:
+  static std::string transformer(const std::string& keys) { return "[transformer]\n" + keys; }
+
+  static TestAnswer three_phase(const kvr_Ratio3phRequest& asked) {
+    kvr_TestRequestHeader header = request_header("", KVR_SAVE_NOTHING);
+    kvr_Ratio3phRequest request = asked;
+    kvr_TestRecord* record = nullptr;
+    const kvr_code code = kvr_Test_Ratio_3ph(&header, &request, nullptr, &record);
+    return {code, RecordPointer(record)};
+  }
+
+  static TestAnswer three_phase(kvr_WindingType high, kvr_WindingType low, kvr_TestType type) {
+    return three_phase(ratio_3ph_request(type, 20, high, low, 10));
+  }
+
+  static double single_phase_error(float voltage) {
+    kvr_TestRequestHeader header = request_header("", KVR_SAVE_NOTHING);
+    kvr_Ratio1phRequest request = ratio_1ph_request(KVR_TEST_RATIO_DOWN, voltage, 10);
+    kvr_TestRecord* record = nullptr;
+    EXPECT_EQ(kvr_Test_Ratio_1ph(&header, &request, nullptr, &record), KVR_RES_OK);
+    return RecordPointer(record)->data_ratio_1ph[0]->phase.tnr_error;
+  }
+};
+
+TEST_F(UnitUnderTest, EveryVectorGroupShowsItsClockAndTheFactorOfItsWindings) {
+  start();
+  for (const WindingGroup& group : three_phase_groups()) {
+    set_bench(transformer("vector_group = \"" + group_name(group) + "\"\n"));
+    const TestAnswer answer = three_phase(group.high, group.low, KVR_TEST_RATIO_DOWN);
+    ASSERT_EQ(answer.code, KVR_RES_OK) << group_name(group);
+    const kvr_TestData_Ratio_3ph& data = *answer.record->data_ratio_3ph[0];
+    EXPECT_NEAR(std::remainder(degrees(data.phase_3ph) - 30.0 * group.clock, 360), 0, 0.01)
+        << group_name(group);
+    EXPECT_NEAR(data.tvr_multiplier, turns_factor(group), 1e-9) << group_name(group);
+    EXPECT_NEAR(data.ratio_3ph, 10 * turns_factor(group), 0.05) << group_name(group);
+  }
+}
+
+TEST_F(UnitUnderTest, AnAutomaticTestNestsBothDirectionsInItsRecord) {
+  start();
+  const TestAnswer answer = three_phase(KVR_WINDING_YN, KVR_WINDING_YN, KVR_TEST_RATIO_AUTO);
+  ASSERT_EQ(answer.code, KVR_RES_OK);
+  EXPECT_EQ(answer.record->test_type, KVR_TEST_RATIO_AUTO);
+  const kvr_TestData_Ratio_3ph& data = *answer.record->data_ratio_3ph[0];
+  EXPECT_EQ(data.test_type, KVR_TEST_RATIO_DOWN);
+  ASSERT_NE(data.step_down, nullptr);
+  ASSERT_NE(data.step_up, nullptr);
+  EXPECT_EQ(data.step_down->test_type, KVR_TEST_RATIO_DOWN);
+  EXPECT_EQ(data.step_up->test_type, KVR_TEST_RATIO_UP);
+  EXPECT_EQ(data.step_up->step_up, nullptr);
+}
+
+TEST_F(UnitUnderTest, AStoredRecordKeepsBothDirections) {
+  start();
+  kvr_TestRequestHeader header = request_header("A1", KVR_SAVE_NEW_RECORD);
+  kvr_Ratio3phRequest request =
+      ratio_3ph_request(KVR_TEST_RATIO_AUTO, 20, KVR_WINDING_YN, KVR_WINDING_YN);
+  kvr_TestRecord* record = nullptr;
+  ASSERT_EQ(kvr_Test_Ratio_3ph(&header, &request, nullptr, &record), KVR_RES_OK);
+  const RecordPointer made(record);
+  const TestAnswer answer = read("A1");
+  ASSERT_EQ(answer.code, KVR_RES_OK);
+  const kvr_TestData_Ratio_3ph& stored = *answer.record->data_ratio_3ph[0];
+  ASSERT_NE(stored.step_up, nullptr);
+  EXPECT_EQ(stored.step_up->ratio_3ph, made->data_ratio_3ph[0]->step_up->ratio_3ph);
+  EXPECT_EQ(stored.step_down->ratio_3ph, made->data_ratio_3ph[0]->ratio_3ph);
+}
+
+TEST_F(UnitUnderTest, AnOpenLeadLeavesAPartialResult) {
+  start();
+  set_bench("[leads]\nopen = [\"X2\"]\n");
+  const TestAnswer answer = three_phase(KVR_WINDING_YN, KVR_WINDING_YN, KVR_TEST_RATIO_DOWN);
+  EXPECT_EQ(answer.code, KVR_RES_PARTIAL_RESULT_CHECK_STATUS);
+  ASSERT_NE(answer.record, nullptr);
+  const kvr_TestData_Ratio_3ph& data = *answer.record->data_ratio_3ph[0];
+  EXPECT_EQ(data.phases[0].status, KVR_RES_OK);
+  EXPECT_EQ(data.phases[1].status, KVR_RES_OPEN_LEAD_X2);
+  EXPECT_EQ(data.phases[2].status, KVR_RES_OK);
+  EXPECT_EQ(data.health_state, KVR_HEALTH_BAD);
+}
+
+TEST_F(UnitUnderTest, ThreePhasesOfASinglePhaseUnitLackLeads) {
+  start(transformer("vector_group = \"Ii0\"\n"));
+  EXPECT_EQ(test().code, KVR_RES_OK);
+  EXPECT_EQ(three_phase(KVR_WINDING_YN, KVR_WINDING_YN, KVR_TEST_RATIO_DOWN).code,
+            KVR_RES_OPEN_LEAD_H3);
+}
+
+constexpr const char* kMagnetised = "residual_flux = [0.9, -0.5, -0.4]\n";
+
+TEST_F(UnitUnderTest, ResidualFluxGoesFromTestToTest) {
+  start(transformer(kMagnetised));
+  const double first = single_phase_error(20);
+  single_phase_error(250);
+  const double later = single_phase_error(20);
+  EXPECT_GT(first, 1.02 * later);
+}
+
+TEST_F(UnitUnderTest, AnotherResidualFluxInTheBenchBeginsAnew) {
+  start(transformer(kMagnetised));
+  const double first = single_phase_error(250);
+  EXPECT_LT(single_phase_error(250), first);
+  set_bench(transformer(kMagnetised) + "low_voltage = 240.0\n");
+  EXPECT_LT(single_phase_error(250), first);  // it was told before
+  set_bench("");
+  const double clean = single_phase_error(250);
+  set_bench(transformer(kMagnetised));
+  EXPECT_EQ(single_phase_error(250), first);
+  EXPECT_LT(clean, first);
+}
+
+TEST_F(UnitUnderTest, ResidualFluxBeginsAnewWithASession) {
+  start(transformer(kMagnetised));
+  const double first = single_phase_error(250);
+  EXPECT_LT(single_phase_error(250), first);
+  ASSERT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  ASSERT_EQ(initialize(), KVR_RES_OK);
+  ASSERT_EQ(connect(), KVR_RES_OK);
+  EXPECT_EQ(single_phase_error(250), first);
+}
+
+// Everything that a record holds, its raw data included, but for what hangs from pointers.
+std::string bytes_of(const TestAnswer& answer) {
+  std::string bytes = std::to_string(answer.code) + answer.record->raw_data;
+  const auto add = [&bytes](const auto& data) {
+    bytes.append(reinterpret_cast<const char*>(&data), sizeof(data));
+  };
+  if (answer.record->data_ratio_1ph != nullptr) {
+    add(*answer.record->data_ratio_1ph[0]);
+    return bytes;
+  }
+  kvr_TestData_Ratio_3ph data = *answer.record->data_ratio_3ph[0];
+  for (kvr_TestData_Ratio_3ph* nested : {data.step_down, data.step_up}) {
+    if (nested != nullptr) {
+      add(*nested);
+    }
+  }
+  data.step_down = data.step_up = nullptr;
+  add(data);
+  return bytes;
+}
+
+TEST_F(UnitUnderTest, TheSameBenchAndDialogueGiveTheSameBytes) {
+  const std::string bench = transformer(kMagnetised) + "[measurement]\nduration = 0\nnoise = 0.3\n";
+  std::vector<std::string> sessions;
+  for (int number = 0; number < 2; ++number) {
+    start(bench);
+    std::string bytes = bytes_of(test());
+    bytes += bytes_of(three_phase(KVR_WINDING_YN, KVR_WINDING_YN, KVR_TEST_RATIO_AUTO));
+    bytes += bytes_of(test());
+    sessions.push_back(bytes);
+    ASSERT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  }
+  EXPECT_TRUE(sessions[0] == sessions[1]);
+}
+
+}  // namespace
+}  // namespace virtual_instrument

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "virtual_instrument/bench/bench.h"
+#include "virtual_instrument/model/transformer_unit.h"
+
+namespace virtual_instrument {
+
+/// The transformer that stands on a bench, with the residual flux that the bench begins with.
+TransformerUnit make_unit(const Bench& bench);
+
+}  // namespace virtual_instrument

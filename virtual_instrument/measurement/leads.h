@@ -1,0 +1,19 @@
+#pragma once
+
+#include "api/codes.h"
+#include "virtual_instrument/model/transformer_unit.h"
+
+// Whether the leads of the instrument make contact with the unit.
+
+namespace virtual_instrument {
+
+/// KVR_RES_OK, or the code of an open lead that names the terminal.
+kvr_code lead_code(const TransformerUnit& unit, int side, int terminal);
+
+/// The same for the first lead of a pair that is open.
+kvr_code lead_code(const TransformerUnit& unit, int side, TerminalPair pair);
+
+/// An input whose lead makes no contact sees nothing.
+void blind_open_leads(const TransformerUnit& unit, PeriodicState& state);
+
+}  // namespace virtual_instrument

@@ -1,0 +1,148 @@
+#include "virtual_instrument/measurement/single_phase_ratio.h"
+
+#include <cstddef>
+#include <iterator>
+#include <stdexcept>
+
+#include "virtual_instrument/measurement/leads.h"
+#include "virtual_instrument/measurement/phase_result.h"
+#include "virtual_instrument/measurement/ratio_setup.h"
+#include "virtual_instrument/measurement/unit_waveforms.h"
+
+namespace virtual_instrument {
+namespace {
+
+/// The selections 1 to 6 of a request: lines to each other, then lines to the neutral.
+constexpr TerminalPair kSelections[] = {{1, 2}, {2, 3}, {3, 1}, {1, 0}, {2, 0}, {3, 0}};
+constexpr const char* kPhaseNames[] = {"A", "B", "C"};
+
+constexpr bool is_selection(std::int32_t number) {
+  return number >= 1 && number <= static_cast<std::int32_t>(std::size(kSelections));
+}
+
+constexpr bool is_single_phase_test(kvr_TestType type) {
+  return type == KVR_TEST_RATIO_DOWN || type == KVR_TEST_RATIO_UP || type == KVR_TEST_RATIO_AUTO ||
+         type == KVR_TEST_RATIO_CT || type == KVR_TEST_RATIO_PT_VT;
+}
+
+/// Current transformers are excited where their winding has many turns, as in stepping up.
+constexpr int excited_side(kvr_TestType direction) {
+  return direction == KVR_TEST_RATIO_UP || direction == KVR_TEST_RATIO_CT ? kLowSide : kHighSide;
+}
+
+struct Attempt {
+  kvr_code code;
+  kvr_TestType direction;
+  SampledTest samples;  ///< of an attempt that could be made
+};
+
+class RatioTest {
+ public:
+  RatioTest(const TransformerUnit& unit, const kvr_Ratio1phRequest& request, const Bench& bench,
+            Noise& noise)
+      : unit_(unit),
+        request_(request),
+        bench_(bench),
+        noise_(noise),
+        high_(kSelections[request.high_side_phase - 1]),
+        low_(kSelections[request.low_side_phase - 1]) {}
+
+  SinglePhaseRatio run() {
+    const Attempt test = settled_attempt();
+    SinglePhaseRatio result{test.code, repeat_request<kvr_TestData_Ratio_1ph>(request_), {}, {}};
+    result.residual_flux = unit_.core.residual_flux;
+    if (test.code == KVR_RES_OK) {
+      fill(result, test);
+    }
+    return result;
+  }
+
+ private:
+  /// An automatic test steps down first, and keeps that unless stepping up promises more.
+  Attempt settled_attempt() {
+    if (request_.test_type != KVR_TEST_RATIO_AUTO) {
+      return attempt(request_.test_type);
+    }
+    Attempt down = attempt(KVR_TEST_RATIO_DOWN);
+    return down.code == KVR_RES_OK && should_step_up(down.samples, request_.test_voltage, bench_)
+               ? attempt(KVR_TEST_RATIO_UP)
+               : down;
+  }
+
+  Attempt attempt(kvr_TestType direction) {
+    Attempt made{lead_code(unit_, kHighSide, high_), direction, {}};
+    if (made.code == KVR_RES_OK) {
+      made.code = lead_code(unit_, kLowSide, low_);
+    }
+    if (made.code != KVR_RES_OK) {
+      return made;
+    }
+    const int side = excited_side(direction);
+    const PairMeasurement measurement{side,
+                                      side == kHighSide ? high_ : low_,
+                                      request_.test_voltage,
+                                      static_cast<double>(request_.setup.line_frequency),
+                                      1 - side,
+                                      side == kHighSide ? low_ : high_};
+    const PeriodicState state = excite_pair(unit_network(unit_, kInputResistance), measurement);
+    unit_.core.residual_flux = residual_flux_after(unit_.core, state.peak_flux);
+    made.samples = sample_pair(state, measurement, bench_.measurement, noise_);
+    made.code = limit(made);
+    return made;
+  }
+
+  kvr_code limit(const Attempt& made) const {
+    const double ratio = rms(made.samples.voltage_high) / rms(made.samples.voltage_low);
+    return made.direction == KVR_TEST_RATIO_UP && ratio > kHighestStepUpRatio
+               ? KVR_STEPUP_1PH_RATIO_TOO_HIGH
+               : check_limits(made.samples, 0, bench_.instrument);
+  }
+
+  void fill(SinglePhaseRatio& result, const Attempt& test) const {
+    const std::string high = pair_name(kHighSide, high_);
+    const std::string low = pair_name(kLowSide, low_);
+    const PhaseNames names{kPhaseNames[high_.plus - 1], high, low};
+    result.data.direction = test.direction;
+    result.data.reference_ratio = nameplate_ratio(request_.setup);
+    result.data.phase =
+        phase_result(test.samples, names,
+                     {test.direction == KVR_TEST_RATIO_CT, 1, result.data.reference_ratio,
+                      entered_phase_shift(request_.setup), 0});
+    if (request_.setup.raw_data_requested != 0) {
+      result.raw_data = raw_text(test.samples, names);
+    }
+  }
+
+  TransformerUnit unit_;  ///< its residual flux goes from one excitation to the next
+  const kvr_Ratio1phRequest& request_;
+  const Bench& bench_;
+  Noise& noise_;
+  const TerminalPair high_;
+  const TerminalPair low_;
+};
+
+}  // namespace
+
+kvr_code check_single_phase_ratio(const kvr_Ratio1phRequest& request, const Bench& bench) {
+  if (!is_single_phase_test(request.test_type)) {
+    return KVR_RES_TESTING_METHOD_NOT_SUPPORTED;
+  }
+  if (!is_selection(request.high_side_phase) || !is_selection(request.low_side_phase)) {
+    return KVR_RES_INCORRECT_PARAMETERS;
+  }
+  return check_setup(request.setup, request.test_voltage, bench);
+}
+
+SinglePhaseRatio measure_single_phase_ratio(const TransformerUnit& unit,
+                                            const kvr_Ratio1phRequest& request, const Bench& bench,
+                                            std::uint64_t seed) {
+  Noise noise(seed);
+  try {
+    return RatioTest(unit, request, bench, noise).run();
+  } catch (const std::runtime_error&) {
+    // No steady state: the source would hunt for a voltage until it gave up.
+    return {KVR_RES_NO_EXCITATION, {}, {}, unit.core.residual_flux};
+  }
+}
+
+}  // namespace virtual_instrument
