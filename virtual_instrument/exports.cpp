@@ -6,6 +6,7 @@
 #include "virtual_instrument/session/library.h"
 #include "virtual_instrument/vocabulary/code_sentences.h"
 
+using virtual_instrument::Fault;
 using virtual_instrument::library;
 using virtual_instrument::Session;
 
@@ -88,22 +89,27 @@ kvr_code kvr_UnlockAPI() {
 }
 
 kvr_code kvr_CancelOperation() {
-  return library().answer_in_session("kvr_CancelOperation",
-                                     [](Session& session) { return session.cancel_operation(); });
+  return library().answer_in_session("kvr_CancelOperation", [](Session& session) {
+    const bool released = library().release_held();
+    const kvr_code code = session.cancel_operation();
+    return released && code == KVR_RES_TEST_NOT_RUNNING ? KVR_RES_OK : code;
+  });
 }
 
 kvr_code kvr_Test_Ratio_1ph(kvr_TestRequestHeader* header, kvr_Ratio1phRequest* request,
                             kvr_ProgressHandler* progress, kvr_TestRecord** record) {
-  return library().answer_in_session("kvr_Test_Ratio_1ph", [&](Session& session) {
-    return session.test_ratio_1ph(header, request, progress, record);
-  });
+  return library().answer_in_session(
+      "kvr_Test_Ratio_1ph", [&](Session& session, const Fault& fault) {
+        return session.test_ratio_1ph(header, request, progress, fault, record);
+      });
 }
 
 kvr_code kvr_Test_Ratio_3ph(kvr_TestRequestHeader* header, kvr_Ratio3phRequest* request,
                             kvr_ProgressHandler* progress, kvr_TestRecord** record) {
-  return library().answer_in_session("kvr_Test_Ratio_3ph", [&](Session& session) {
-    return session.test_ratio_3ph(header, request, progress, record);
-  });
+  return library().answer_in_session(
+      "kvr_Test_Ratio_3ph", [&](Session& session, const Fault& fault) {
+        return session.test_ratio_3ph(header, request, progress, fault, record);
+      });
 }
 
 // Records and lists outlive the session that they come from, so these two need none.

@@ -210,6 +210,26 @@ Key places(std::string name, std::string expected, std::string_view numbers,
       }};
 }
 
+Key phases(std::string name, std::array<bool, 3>& target) {
+  return {std::move(name), "a list of phases, of A, B and C", [&target](const toml::node& node) {
+            target = {};
+            const toml::array* list = node.as_array();
+            if (list == nullptr) {
+              return false;
+            }
+            for (const toml::node& entry : *list) {
+              const std::string phase = entry.value_or(std::string());
+              const std::size_t limb =
+                  phase.size() == 1 ? kLimbLetters.find(phase) : std::string_view::npos;
+              if (limb == std::string_view::npos) {
+                return false;
+              }
+              target[limb] = true;
+            }
+            return true;
+          }};
+}
+
 Key winding(std::string name, ShortedTurns& target) {
   return {std::move(name), "a limb winding: HA, HB, HC, XA, XB or XC",
           [&target](const toml::node& node) {
@@ -398,6 +418,10 @@ std::vector<Key> keys_of(Fault& fault) {
       whole("faults.from", fault.from, 1, kHighest),
       whole("faults.times", fault.times, 0, kHighest),
       flag("faults.null", fault.null),
+      number("faults.delay", fault.delay, 0, 3600, "s"),
+      flag("faults.hang", fault.hang),
+      phases("faults.failed_phases", fault.failed_phases),
+      failure("faults.phase_code", fault.phase_code),
   };
 }
 
@@ -461,6 +485,13 @@ bool has_sound_turns(const Bench& bench) {
   return true;
 }
 
+/// Whether phases fail in nothing but tests.
+bool fails_phases_of_tests(const Bench& bench) {
+  return std::all_of(bench.faults.begin(), bench.faults.end(), [](const Fault& fault) {
+    return fault.failed_phases == std::array<bool, 3>{} || fault.call.starts_with("kvr_Test_");
+  });
+}
+
 constexpr double kLeastTapFactor = 0.1;
 
 const Agreement kAgreements[] = {
@@ -490,6 +521,9 @@ const Agreement kAgreements[] = {
     {{"leads.reversed", "shorted_turns", "transformer.vector_group"},
      "expected limb A alone in a single-phase unit",
      has_limbs_of_defects},
+    {{"faults.failed_phases"},
+     "expected with kvr_Test_Ratio_1ph or kvr_Test_Ratio_3ph alone",
+     fails_phases_of_tests},
     {{"shorted_turns"}, "expected at most 90 percent of a winding in all", has_sound_turns},
 };
 

@@ -1,5 +1,6 @@
 #include "virtual_instrument/session/library.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <utility>
 
@@ -10,6 +11,9 @@ std::filesystem::path bench_file_of_environment() {
   const char* file = std::getenv("KVR_BENCH_FILE");
   return file == nullptr ? "" : file;
 }
+
+/// How often a call that hangs looks whether the bench still has it so.
+constexpr std::chrono::milliseconds kBenchPeriod{100};
 
 bool strikes(const Fault& fault, std::string_view call, std::int64_t count) {
   return fault.call == call && count >= fault.from &&
@@ -62,6 +66,7 @@ kvr_code Library::shut_down() {
     const std::lock_guard lock(mutex_);
     ending = std::exchange(session_, nullptr);
     benches_ = nullptr;
+    release_held_locked();
   }
   if (!ending) {
     return KVR_RES_LIB_NOT_INITIALIZED;
@@ -75,10 +80,9 @@ std::shared_ptr<Session> Library::session() {
   return session_;
 }
 
-std::optional<Fault> Library::next_fault(std::string_view call) {
-  const std::lock_guard lock(mutex_);
+Fault Library::next_fault_locked(std::string_view call) {
   if (!benches_) {
-    return std::nullopt;
+    return {};
   }
   if (std::shared_ptr<const Bench> bench = benches_->current(); bench != counted_bench_) {
     counted_bench_ = std::move(bench);
@@ -90,12 +94,42 @@ std::optional<Fault> Library::next_fault(std::string_view call) {
       return fault;
     }
   }
-  return std::nullopt;
+  return {};
+}
+
+std::optional<Fault> Library::meet_fault(std::string_view call) {
+  std::unique_lock lock(mutex_);
+  Fault fault = next_fault_locked(call);
+  if (!fault.hang && fault.delay == 0) {
+    return fault;
+  }
+  const std::int64_t releases = releases_;
+  const std::shared_ptr<BenchSource> benches = benches_;
+  const std::shared_ptr<const Bench> bench = counted_bench_;
+  const auto is_released = [&] { return releases_ != releases; };
+  ++held_;
+  released_.wait_for(lock, std::chrono::duration<double>(fault.delay), is_released);
+  while (fault.hang && !is_released() && benches->current() == bench) {
+    released_.wait_for(lock, kBenchPeriod);
+  }
+  --held_;
+  return is_released() ? std::nullopt : std::optional(std::move(fault));
+}
+
+bool Library::release_held() {
+  const std::lock_guard lock(mutex_);
+  release_held_locked();
+  return held_ > 0;
+}
+
+void Library::release_held_locked() {
+  ++releases_;
+  released_.notify_all();
 }
 
 bool Library::gives_nothing(std::string_view call) noexcept {
   try {
-    const std::optional<Fault> fault = next_fault(call);
+    const std::optional<Fault> fault = meet_fault(call);
     return fault && fault->null;
   } catch (...) {
     return false;

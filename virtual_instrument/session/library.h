@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -8,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "api/client_api.h"
 #include "virtual_instrument/bench/bench_source.h"
@@ -34,39 +36,61 @@ class Library {
   /// one.
   void prepare();
 
-  /// Answers `call` as the bench forces it, and else by `action`, a function without arguments. An
-  /// exception becomes a code: none must reach a client.
+  /// Answers `call` as the bench forces it, and else by `action`, a function of the fault that
+  /// strikes, or of nothing. An exception becomes a code: none must reach a client.
   template <typename Action>
   kvr_code answer(std::string_view call, Action action) noexcept {
     try {
-      const std::optional<Fault> fault = next_fault(call);
-      if (fault && (fault->null || !is_accepted_code(fault->code))) {
+      const std::optional<Fault> fault = meet_fault(call);
+      if (!fault) {
+        return KVR_RES_OPERATION_CANCELLED;
+      }
+      if (fault->null || !is_accepted_code(fault->code)) {
         return fault->code;
       }
-      const kvr_code code = action();
-      return fault && code == KVR_RES_OK ? fault->code : code;
+      kvr_code code;
+      if constexpr (std::is_invocable_v<Action, const Fault&>) {
+        code = action(*fault);
+      } else {
+        code = action();
+      }
+      return code == KVR_RES_OK ? fault->code : code;
     } catch (...) {
       return KVR_RES_INTERNAL_ERROR;
     }
   }
 
-  /// The same for a call that needs a session, which `action` takes by reference.
+  /// The same for a call that needs a session, which `action` takes by reference, in front of the
+  /// fault if it takes that.
   template <typename Action>
   kvr_code answer_in_session(std::string_view call, Action action) noexcept {
-    return answer(call, [&] {
+    return answer(call, [&](const Fault& fault) {
       const std::shared_ptr<Session> current = session();
-      return current ? action(*current) : KVR_RES_LIB_NOT_INITIALIZED;
+      if (!current) {
+        return KVR_RES_LIB_NOT_INITIALIZED;
+      }
+      if constexpr (std::is_invocable_v<Action, Session&, const Fault&>) {
+        return action(*current, fault);
+      } else {
+        return action(*current);
+      }
     });
   }
 
   /// Counts a call that has no code to answer with. Whether the bench takes its answer away.
   bool gives_nothing(std::string_view call) noexcept;
 
+  /// Ends the waiting of all calls that the bench holds back. Whether there were any.
+  bool release_held();
+
  private:
-  /// Counts a call and gives the answer that the bench forces on it, if any.
-  std::optional<Fault> next_fault(std::string_view call);
+  /// Counts a call, finds the fault that the bench has for it, or one that changes nothing, and
+  /// lets the call wait as the fault says. None if it was released meanwhile.
+  std::optional<Fault> meet_fault(std::string_view call);
+  Fault next_fault_locked(std::string_view call);
   std::shared_ptr<Session> session();
   void prepare_locked();
+  void release_held_locked();
 
   const BenchFile bench_file_;
   SqliteStore store_;
@@ -75,6 +99,9 @@ class Library {
   std::shared_ptr<Session> session_;
   std::shared_ptr<const Bench> counted_bench_;  ///< the one that the counts belong to
   std::map<std::string, std::int64_t, std::less<>> call_counts_;
+  std::condition_variable released_;
+  int held_ = 0;
+  std::int64_t releases_ = 0;
 };
 
 /// The library behind the exported calls. It is never destroyed: the process may exit on any thread

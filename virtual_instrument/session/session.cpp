@@ -11,6 +11,7 @@
 #include "virtual_instrument/measurement/single_phase_ratio.h"
 #include "virtual_instrument/measurement/three_phase_ratio.h"
 #include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/session/failed_phases.h"
 #include "virtual_instrument/session/record_keeper.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 
@@ -298,15 +299,17 @@ kvr_code Session::cancel_operation() {
 
 kvr_code Session::test_ratio_1ph(const kvr_TestRequestHeader* header,
                                  const kvr_Ratio1phRequest* request,
-                                 const kvr_ProgressHandler* progress, kvr_TestRecord** record) {
+                                 const kvr_ProgressHandler* progress, const Fault& fault,
+                                 kvr_TestRecord** record) {
   if (header == nullptr || request == nullptr || record == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   return run_test(
       {*header, progress, request->test_type, request->setup,
        [request](const Bench& bench) { return check_single_phase_ratio(*request, bench); },
-       [request](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
-         auto outcome = measure_single_phase_ratio(unit, *request, bench, seed);
+       [&](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
+         SinglePhaseRatio outcome = measure_single_phase_ratio(unit, *request, bench, seed);
+         fail_phases(fault, outcome);
          return {outcome.code, {outcome.data, std::move(outcome.raw_data)}, outcome.residual_flux};
        }},
       record);
@@ -314,15 +317,17 @@ kvr_code Session::test_ratio_1ph(const kvr_TestRequestHeader* header,
 
 kvr_code Session::test_ratio_3ph(const kvr_TestRequestHeader* header,
                                  const kvr_Ratio3phRequest* request,
-                                 const kvr_ProgressHandler* progress, kvr_TestRecord** record) {
+                                 const kvr_ProgressHandler* progress, const Fault& fault,
+                                 kvr_TestRecord** record) {
   if (header == nullptr || request == nullptr || record == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   return run_test(
       {*header, progress, request->test_type, request->setup,
        [request](const Bench& bench) { return check_three_phase_ratio(*request, bench); },
-       [request](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
+       [&](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
          ThreePhaseRatio outcome = measure_three_phase_ratio(unit, *request, bench, seed);
+         fail_phases(fault, outcome);
          const std::array<double, 3> residual_flux = outcome.residual_flux;
          std::string raw_data = std::move(outcome.raw_data);
          return {outcome.code, {std::move(outcome), std::move(raw_data)}, residual_flux};

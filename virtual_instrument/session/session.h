@@ -46,10 +46,13 @@ class Session : public std::enable_shared_from_this<Session> {
   kvr_code unlock_api();
   kvr_code cancel_operation();
 
+  /// `fault` says which phases of the result are to fail.
   kvr_code test_ratio_1ph(const kvr_TestRequestHeader* header, const kvr_Ratio1phRequest* request,
-                          const kvr_ProgressHandler* progress, kvr_TestRecord** record);
+                          const kvr_ProgressHandler* progress, const Fault& fault,
+                          kvr_TestRecord** record);
   kvr_code test_ratio_3ph(const kvr_TestRequestHeader* header, const kvr_Ratio3phRequest* request,
-                          const kvr_ProgressHandler* progress, kvr_TestRecord** record);
+                          const kvr_ProgressHandler* progress, const Fault& fault,
+                          kvr_TestRecord** record);
 
   kvr_code check_record_exists(const char* record_id, bool* exists);
   kvr_code read_record(const char* record_id, kvr_TestRecord** record);

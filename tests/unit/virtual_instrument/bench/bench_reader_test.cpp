@@ -189,7 +189,7 @@ null = true
 
 TEST(BenchReader, FaultsAreThoseOfTheTextAlone) {
   Bench base = built_in_bench();
-  base.faults.push_back({"kvr_GetStatus", KVR_RES_OK, 1, 0, true});
+  base.faults.emplace_back().call = "kvr_GetStatus";
   EXPECT_THAT(read_bench("", "b.toml", base).bench.faults, IsEmpty());
 }
 
@@ -320,7 +320,19 @@ INSTANTIATE_TEST_SUITE_P(
                 "b.toml:3: faults.from: expected a whole number from 1 to 2147483647"},
         Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nwhen = 1\n",
                 "b.toml:3: faults.when: no such key; expected one of call, code, from, times, "
-                "null"}));
+                "null, delay, hang, failed_phases, phase_code"},
+        Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\ndelay = -1\n",
+                "b.toml:3: faults.delay: expected a number from 0 to 3600 s"},
+        Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nhang = 1\n",
+                "b.toml:3: faults.hang: expected true or false"},
+        Mistake{"[[faults]]\ncall = \"kvr_Test_Ratio_3ph\"\nfailed_phases = [\"AB\"]\n",
+                "b.toml:3: faults.failed_phases: expected a list of phases, of A, B and C"},
+        Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nfailed_phases = [\"A\"]\n",
+                "b.toml:3: faults.failed_phases: expected with kvr_Test_Ratio_1ph or "
+                "kvr_Test_Ratio_3ph alone"},
+        Mistake{"[[faults]]\ncall = \"kvr_Test_Ratio_3ph\"\nphase_code = 0\n",
+                "b.toml:3: faults.phase_code: expected the name or the number of a code other than "
+                "KVR_RES_OK"}));
 
 TEST(BenchReader, TellsAllMistakesFromTheTop) {
   EXPECT_THAT(read("[store]\nb = 1\n[connection]\na = 1\n[[faults]]\n").problems,

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <string>
+#include <thread>
 
 #include "unit/virtual_instrument/session/client.h"
 #include "virtual_instrument/vocabulary/call_names.h"
@@ -110,6 +113,89 @@ TEST_F(Faults, AnAcceptedCodeCanComeWithoutARecord) {
   EXPECT_EQ(answer.record, nullptr);
   EXPECT_EQ(read("T1").code, KVR_RES_OK);
   EXPECT_EQ(read("T1").record, nullptr);
+}
+
+TEST_F(Faults, ADelayComesBeforeTheAnswer) {
+  start();
+  set_bench(fault("kvr_LockAPI", "delay = 0.05\ntimes = 1") +
+            fault("kvr_CodeToString", "delay = 0.05\ntimes = 1") +
+            fault("kvr_Lib_Shutdown", "delay = 0.05"));
+  const auto took_its_time = [](auto call) {
+    const auto begin = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::steady_clock::now() - begin >= std::chrono::milliseconds(50);
+  };
+  EXPECT_TRUE(took_its_time([] { EXPECT_EQ(kvr_LockAPI(), KVR_RES_OK); }));
+  EXPECT_TRUE(took_its_time([] { EXPECT_STREQ(kvr_CodeToString(KVR_RES_OK), "Done"); }));
+  EXPECT_TRUE(took_its_time([] { EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK); }));
+}
+
+TEST_F(Faults, AHangEndsWithACancel) {
+  start();
+  set_bench(fault("kvr_Test_Ratio_1ph", "hang = true"));
+  std::future<kvr_code> hanging = std::async(std::launch::async, [] { return test().code; });
+  // Whether it hangs already can't be seen from here; a cancel says whether it met something.
+  while (kvr_CancelOperation() != KVR_RES_OK) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(hanging.get(), KVR_RES_OPERATION_CANCELLED);
+  EXPECT_EQ(kvr_CancelOperation(), KVR_RES_TEST_NOT_RUNNING);
+}
+
+TEST_F(Faults, AHangEndsWithAShutdown) {
+  start();
+  set_bench(fault("kvr_GetStatus", "hang = true") + fault("kvr_LockAPI", "delay = 3600"));
+  kvr_Status status{};
+  std::future<kvr_code> hanging =
+      std::async(std::launch::async, [&] { return kvr_GetStatus(&status); });
+  std::future<kvr_code> delayed = std::async(std::launch::async, [] { return kvr_LockAPI(); });
+  // One that comes only after the shutdown finds nothing to hold it back.
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  for (std::future<kvr_code>* call : {&hanging, &delayed}) {
+    const kvr_code code = call->get();
+    EXPECT_TRUE(code == KVR_RES_OPERATION_CANCELLED || code == KVR_RES_LIB_NOT_INITIALIZED) << code;
+  }
+}
+
+TEST_F(Faults, AHangEndsWithTheBenchThatHasIt) {
+  start();
+  set_bench(fault("kvr_GetStatus", "hang = true"));
+  kvr_Status status{};
+  std::future<kvr_code> hanging =
+      std::async(std::launch::async, [&] { return kvr_GetStatus(&status); });
+  EXPECT_EQ(hanging.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  set_bench("[status]\napi_locked = true\n");
+  EXPECT_EQ(hanging.get(), KVR_RES_OK);
+  EXPECT_EQ(status.api_locked, 1);
+}
+
+TEST_F(Faults, PhasesOfAResultCanFail) {
+  start(fault("kvr_Test_Ratio_3ph",
+              "code = 76\nfailed_phases = [\"A\", \"C\"]\nphase_code = \"KVR_RES_OPEN_LEAD_X3\""));
+  const TestAnswer answer = test_3ph("P1", KVR_SAVE_NEW_RECORD);
+  EXPECT_EQ(answer.code, KVR_RES_PARTIAL_RESULT_CHECK_STATUS);
+  ASSERT_NE(answer.record, nullptr);
+  const kvr_TestData_Ratio_3ph& data = *answer.record->data_ratio_3ph[0];
+  EXPECT_EQ(data.phases[0].status, KVR_RES_OPEN_LEAD_X3);
+  EXPECT_STREQ(data.phases[0].high_side_phase, "H1-H0");
+  EXPECT_EQ(data.phases[0].tnr, 0);
+  EXPECT_EQ(data.phases[1].status, KVR_RES_OK);
+  EXPECT_GT(data.phases[1].tnr, 9);
+  EXPECT_EQ(data.phases[2].status, KVR_RES_OPEN_LEAD_X3);
+  EXPECT_EQ(data.ratio_3ph, 0);
+  EXPECT_EQ(data.health_state, KVR_HEALTH_BAD);
+  const TestAnswer stored = read("P1");
+  ASSERT_EQ(stored.code, KVR_RES_OK);
+  EXPECT_EQ(stored.record->data_ratio_3ph[0]->phases[2].status, KVR_RES_OPEN_LEAD_X3);
+}
+
+TEST_F(Faults, TheOnlyPhaseOfAResultCanFail) {
+  start(fault("kvr_Test_Ratio_1ph", "code = 44\nfailed_phases = [\"A\"]"));
+  const TestAnswer answer = test();
+  EXPECT_EQ(answer.code, KVR_RES_CHECK_ERROR_STATUS);
+  ASSERT_NE(answer.record, nullptr);
+  EXPECT_EQ(answer.record->data_ratio_1ph[0]->phase.status, KVR_RES_OPEN_LEAD);
+  EXPECT_EQ(answer.record->data_ratio_1ph[0]->phase.tnr, 0);
 }
 
 TEST_F(Faults, ATextCanBeNull) {
