@@ -9,7 +9,8 @@ What goes in:
   ---- environment          NAME=value, or -NAME to take a variable away
   ---- script               the client library is the scripted one and answers as this script says,
                             see scripted_client_api_script.h
-  ---- bench                or it is the virtual instrument with this bench, the built-in one if empty
+  ---- bench [NAME]         or it is the virtual instrument with this bench, the built-in one if
+                            empty; behind the named one of virtual_instrument/bench/, if any
   ---- program NAME         another program than console-tester
   ---- not on windows       the file is skipped there, for the reason given
   ---- given file PATH      a file that is there before
@@ -48,6 +49,7 @@ import sys
 import tempfile
 import time
 
+SHIPPED_BENCHES = pathlib.Path(__file__).resolve().parents[2] / "virtual_instrument" / "bench"
 SECONDS_TO_END = 10.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
 PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
@@ -268,6 +270,16 @@ def filled_in(text, folder, system):
     return text
 
 
+def shipped_bench(name):
+    """Lines of the named bench; none without a name."""
+    if not name:
+        return []
+    file = SHIPPED_BENCHES / f"{name}.toml"
+    if not file.is_file():
+        raise BadSession(f"no bench '{name}' in {SHIPPED_BENCHES}")
+    return file.read_text().splitlines() + [""]
+
+
 def environment_of(session, folder, libraries, system):
     environment = {name: value for name, value in os.environ.items()
                    if not name.startswith(("KVR_", "XDG_", "LC_", "LANG"))}
@@ -277,9 +289,11 @@ def environment_of(session, folder, libraries, system):
         raise BadSession("one section 'script' or one section 'bench'")
     environment.update(
         system.environment(folder, libraries["scripted" if scripted else "instrument"]))
-    content = session.one("script" if scripted else "bench")
+    name = "script" if scripted else "bench"
+    content = session.one(name)
+    if not scripted:
+        content = shipped_bench(session.all(name)[0][0]) + content
     if scripted or content:
-        name = "script" if scripted else "bench"
         (folder / name).write_text("\n".join(content) + "\n", encoding="latin-1")
         environment[f"KVR_{name.upper()}_FILE"] = system.path(folder / name)
     for line in session.one("environment", []):

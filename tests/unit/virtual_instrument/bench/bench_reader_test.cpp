@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <map>
+#include <sstream>
 #include <string>
 
 namespace virtual_instrument {
@@ -38,6 +40,24 @@ TEST(BenchReader, TheManualNamesEveryKeyUnderItsTable) {
     const std::size_t dot = key.find('.');
     EXPECT_THAT(sections[key.substr(0, dot)], testing::HasSubstr("`" + key.substr(dot + 1) + "`"));
   }
+}
+
+TEST(BenchReader, EveryShippedBenchIsRead) {
+  std::vector<std::string> names;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(KVR_TEST_DATA_DIR "/../virtual_instrument/bench")) {
+    if (entry.path().extension() != ".toml") {
+      continue;
+    }
+    names.push_back(entry.path().filename().string());
+    std::ifstream file(entry.path());
+    std::ostringstream text;
+    text << file.rdbuf();
+    EXPECT_THAT(read(text.str()).problems, IsEmpty()) << names.back();
+  }
+  EXPECT_THAT(names,
+              testing::UnorderedElementsAre("default.toml", "single-phase.toml", "dyn11.toml",
+                                            "current-transformer.toml", "faulty-unit.toml"));
 }
 
 TEST(BenchReader, TheBuiltInBenchIsHealthy) {
