@@ -2,8 +2,9 @@
 time of day and the wait.
 
 A transcript is a block of text behind the comment <!-- answers: ... -->, which holds the answers
-with a dash for an empty one. Its bench is the last block of toml before it in the same manual, or
-the built-in one. With KVR_REBUILD_TRANSCRIPTS=1 the manuals are rewritten, for review.
+with a dash for an empty one. With <!-- tests: ... --> it is only what comes between the first test
+and the last main menu. Its bench is the last block of toml before it in the same manual, or the
+built-in one. With KVR_REBUILD_TRANSCRIPTS=1 the manuals are rewritten, for review.
 """
 
 import os
@@ -14,7 +15,7 @@ import unittest
 from console import Console
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-MANUALS = ["README.md"]
+MANUALS = ["README.md", "docs/virtual-instrument-lessons.md"]
 HOME = "/home/operator"
 BENCH = """
 [instrument]
@@ -24,7 +25,8 @@ clock = 2026-11-20T09:30:00Z
 duration = 0.0
 """
 SECONDS_OF_SILENCE = 0.2
-TRANSCRIPT = re.compile(r"(<!-- answers: (.*?) -->\n+```text\n)(.*?)(```\n)", re.DOTALL)
+TRANSCRIPT = re.compile(r"<!-- (answers|tests): (.*?) -->\n+```text\n(.*?)```\n", re.DOTALL)
+TESTS = re.compile(r"Testing at voltage: .*\n(?=!!! === )", re.DOTALL)
 BENCHES = re.compile(r"```toml\n(.*?)```\n", re.DOTALL)
 
 
@@ -60,6 +62,8 @@ class Transcripts(unittest.TestCase):
             for transcript in reversed(found):
                 answers = ["" if answer == "-" else answer for answer in transcript[2].split()]
                 said = run(bench_before(text, transcript.start()), answers)
+                if transcript[1] == "tests":
+                    said = TESTS.search(said)[0]
                 if os.environ.get("KVR_REBUILD_TRANSCRIPTS"):
                     text = text[:transcript.start(3)] + said + text[transcript.end(3):]
                     (ROOT / name).write_text(text)
