@@ -409,14 +409,26 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
     test_thread_ = std::this_thread::get_id();
   }
   std::shared_ptr<const Bench> bench = benches_->current();
-  const Measured measured = measure(job, *bench, seed);
+  const std::array<double, 3> flux_before = residual_flux(*bench);
+  Measured measured = measure(job, *bench, seed);
   if (!is_accepted_code(measured.code)) {
     return measured.code;
   }
   if (const kvr_code stopped = pass_time(job, bench->measurement); stopped != KVR_RES_OK) {
     return stopped;
   }
-  bench = benches_->current();
+  // A lead that was opened meanwhile, say, has its part in the result.
+  if (std::shared_ptr<const Bench> changed = benches_->current(); changed != bench) {
+    bench = std::move(changed);
+    if (const kvr_code fault = job.check(*bench); fault != KVR_RES_OK) {
+      return fault;
+    }
+    residual_flux_ = flux_before;
+    measured = measure(job, *bench, seed);
+    if (!is_accepted_code(measured.code)) {
+      return measured.code;
+    }
+  }
   RecordNest result;
   if (const kvr_code fault = keep_test(job.header, job.type, job.setup, measured.test,
                                        time_on(bench->instrument), store_, *bench, result);
@@ -428,15 +440,20 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
 }
 
 /// The transformer keeps what tests do to its flux until the bench says otherwise.
-Session::Measured Session::measure(const TestJob& job, const Bench& bench, std::uint64_t seed) {
+const std::array<double, 3>& Session::residual_flux(const Bench& bench) {
   if (bench_flux_ != bench.transformer.residual_flux) {
     bench_flux_ = bench.transformer.residual_flux;
     residual_flux_ = *bench_flux_;
   }
+  return residual_flux_;
+}
+
+Session::Measured Session::measure(const TestJob& job, const Bench& bench, std::uint64_t seed) {
   TransformerUnit unit = make_unit(bench);
+  const std::array<double, 3>& flux = residual_flux(bench);
   const double whole = rated_flux(unit);
   for (std::size_t limb = 0; limb < static_cast<std::size_t>(unit.core.limbs); ++limb) {
-    unit.core.residual_flux[limb] = residual_flux_[limb] * whole;
+    unit.core.residual_flux[limb] = flux[limb] * whole;
   }
   Measured measured = job.measure(unit, bench, seed);
   for (std::size_t limb = 0; limb < residual_flux_.size(); ++limb) {

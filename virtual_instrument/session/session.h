@@ -102,6 +102,7 @@ class Session : public std::enable_shared_from_this<Session> {
   kvr_code begin_test(const Bench& bench, std::uint64_t& seed);
   void end_test();
   kvr_code carry_out(const TestJob& job, std::uint64_t seed, kvr_TestRecord** record);
+  const std::array<double, 3>& residual_flux(const Bench& bench);
   Measured measure(const TestJob& job, const Bench& bench, std::uint64_t seed);
   kvr_code pass_time(const TestJob& job, const MeasurementSettings& settings);
 

@@ -368,6 +368,29 @@ TEST(ThreePhaseRatio, ANeutralThatTheUnitDoesNotHaveIsAnOpenLead) {
   EXPECT_EQ(measure(unit, request).code, KVR_RES_OPEN_LEAD_X0);
 }
 
+TEST(ThreePhaseRatio, ACapacitiveObjectIsToldInEveryMode) {
+  for (const char* name : {"Dyn11", "YNd1", "Yy0", "YNyn0", "Dz0"}) {
+    TransformerUnit unit = three_phase_unit();
+    unit.group = parse_group(name).value();
+    unit.capacitance = 1e-6;
+    for (const kvr_TestingMode mode : {KVR_TESTING_MODE_3PH_3_3, KVR_TESTING_MODE_3PH_1_1}) {
+      for (const kvr_TestType type : {KVR_TEST_RATIO_DOWN, KVR_TEST_RATIO_UP}) {
+        kvr_Ratio3phRequest request = request_for(unit, type, mode);
+        request.test_voltage = type == KVR_TEST_RATIO_UP ? 1 : 100;
+        EXPECT_EQ(measure(unit, request).code, KVR_RES_DETECTED_CAPACITANCE)
+            << name << " " << mode << " " << type;
+      }
+    }
+  }
+}
+
+TEST(ThreePhaseRatio, ASampleBeyondTheConvertersEndsTheTest) {
+  Bench bench = quiet_bench();
+  bench.instrument.voltage_range = 100;
+  EXPECT_EQ(measure(three_phase_unit(), step_down(three_phase_unit()), bench).code,
+            KVR_RES_ADC_OVERFLOW);
+}
+
 TEST(ThreePhaseRatio, ShortedTurnsRaiseCurrentAndErrorOfTheirPhase) {
   TransformerUnit unit = three_phase_unit();
   const kvr_Ratio3phRequest request =

@@ -206,6 +206,44 @@ TEST_F(TestRun, ACardThatGoesMissingMeanwhileCostsTheResult) {
   EXPECT_EQ(answer.record, nullptr);
 }
 
+TEST_F(TestRun, ALeadThatComesLooseMeanwhileIsNoticed) {
+  start("[measurement]\nduration = 0\nsteps = 2\n");
+  progress_.reaction = [this](const kvr_Progress&) { set_bench("[leads]\nopen = [\"X2\"]\n"); };
+  const TestAnswer answer = run();
+  EXPECT_EQ(answer.code, KVR_RES_OPEN_LEAD_X2);
+  EXPECT_EQ(answer.record, nullptr);
+  EXPECT_FALSE(stored("T1"));
+}
+
+TEST_F(TestRun, AnInstrumentThatCantGiveTheVoltageAnyMoreIsNoticed) {
+  start("[measurement]\nduration = 0\nsteps = 2\n");
+  progress_.reaction = [this](const kvr_Progress&) {
+    set_bench("[instrument]\nmaximum_voltage = 5\n");
+  };
+  EXPECT_EQ(run().code, KVR_RES_UNSUPPORTED_VOLTAGE);
+}
+
+TEST_F(TestRun, WhatChangesMeanwhileIsMeasured) {
+  start("[measurement]\nduration = 0\nsteps = 2\nnoise = 0\n");
+  progress_.reaction = [this](const kvr_Progress&) {
+    set_bench("[transformer]\nturns_deviation = 5\n");
+  };
+  const TestAnswer answer = run();
+  ASSERT_EQ(answer.code, KVR_RES_OK);
+  EXPECT_NEAR(answer.record->data_ratio_1ph[0]->phase.tnr, 10.5, 0.01);
+}
+
+TEST_F(TestRun, AChangeMeanwhileMagnetisesNothingTwice) {
+  const std::string magnetised = "[transformer]\nresidual_flux = [0.9, -0.5, -0.4]\n";
+  start(magnetised);
+  const double undisturbed = run().record->data_ratio_1ph[0]->phase.tnr;
+  ASSERT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  start(magnetised);
+  ASSERT_EQ(kvr_ClearTestDatabase(), KVR_RES_OK);
+  progress_.reaction = [&](const kvr_Progress&) { set_bench(magnetised + "# saved again\n"); };
+  EXPECT_EQ(run().record->data_ratio_1ph[0]->phase.tnr, undisturbed);
+}
+
 TEST_F(TestRun, ShutdownFromAnotherThreadEndsItAndWaitsForIt) {
   start(kLong);
   std::promise<void> running;
