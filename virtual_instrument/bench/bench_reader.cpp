@@ -187,6 +187,16 @@ std::optional<Place> place_of(std::string_view name, std::string_view numbers) {
 constexpr std::string_view kTerminalNumbers = "0123";
 constexpr std::string_view kLimbLetters = "ABC";
 
+/// Hands each text of a list to `take`, which says whether it makes sense. False if one does not,
+/// or if the node is something else.
+template <typename Take>
+bool take_texts(const toml::node& node, Take take) {
+  const toml::array* list = node.as_array();
+  return list != nullptr && std::all_of(list->begin(), list->end(), [&](const toml::node& entry) {
+           return take(entry.value_or(std::string()));
+         });
+}
+
 /// A list of places, each of which sets a flag.
 template <std::size_t count>
 Key places(std::string name, std::string expected, std::string_view numbers,
@@ -194,39 +204,28 @@ Key places(std::string name, std::string expected, std::string_view numbers,
   return {
       std::move(name), std::move(expected), [&target, numbers](const toml::node& node) {
         target = {};
-        const toml::array* list = node.as_array();
-        if (list == nullptr) {
-          return false;
-        }
-        for (const toml::node& entry : *list) {
-          const auto place = place_of(entry.value_or(std::string()), numbers);
-          if (!place) {
-            return false;
+        return take_texts(node, [&](const std::string& text) {
+          const auto place = place_of(text, numbers);
+          if (place) {
+            target[static_cast<std::size_t>(place->side)][static_cast<std::size_t>(place->number)] =
+                true;
           }
-          target[static_cast<std::size_t>(place->side)][static_cast<std::size_t>(place->number)] =
-              true;
-        }
-        return true;
+          return place.has_value();
+        });
       }};
 }
 
 Key phases(std::string name, std::array<bool, 3>& target) {
   return {std::move(name), "a list of phases, of A, B and C", [&target](const toml::node& node) {
             target = {};
-            const toml::array* list = node.as_array();
-            if (list == nullptr) {
-              return false;
-            }
-            for (const toml::node& entry : *list) {
-              const std::string phase = entry.value_or(std::string());
-              const std::size_t limb =
-                  phase.size() == 1 ? kLimbLetters.find(phase) : std::string_view::npos;
-              if (limb == std::string_view::npos) {
+            return take_texts(node, [&target](const std::string& text) {
+              const std::size_t phase = kLimbLetters.find(text);
+              if (text.size() != 1 || phase == std::string_view::npos) {
                 return false;
               }
-              target[limb] = true;
-            }
-            return true;
+              target[phase] = true;
+              return true;
+            });
           }};
 }
 

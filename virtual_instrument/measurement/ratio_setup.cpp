@@ -76,7 +76,7 @@ kvr_code check_limits(const SampledTest& test, double voltage_lead,
 bool should_step_up(const SampledTest& stepped_down, double test_voltage, const Bench& bench) {
   const double low = rms(stepped_down.voltage_low);
   const double ratio = rms(stepped_down.voltage_high) / low;
-  return low < bench.measurement.smallest_voltage &&
+  return low < bench.measurement.smallest_voltage && ratio <= kHighestStepUpRatio &&
          test_voltage * ratio <= bench.instrument.maximum_induced_voltage;
 }
 

@@ -45,7 +45,7 @@ kvr_code check_limits(const SampledTest& test, double voltage_lead,
                       const InstrumentSettings& limits);
 
 /// Whether an automatic test, having stepped down, is better done the other way round: the low side
-/// gives too little to measure, and the high side would not give too much.
+/// gives too little to measure, and neither the ratio nor the high side's voltage is too much.
 bool should_step_up(const SampledTest& stepped_down, double test_voltage, const Bench& bench);
 
 }  // namespace virtual_instrument

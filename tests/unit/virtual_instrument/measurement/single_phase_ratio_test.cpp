@@ -298,6 +298,7 @@ TEST(SinglePhaseRatio, StepUpIsRefusedForAHighRatio) {
   };
   EXPECT_EQ(code(KVR_TEST_RATIO_UP), KVR_STEPUP_1PH_RATIO_TOO_HIGH);
   EXPECT_EQ(code(KVR_TEST_RATIO_DOWN), KVR_RES_OK);
+  EXPECT_EQ(code(KVR_TEST_RATIO_AUTO), KVR_RES_OK);  // which stays with stepping down, then
 }
 
 TEST(SinglePhaseRatio, ASampleBeyondTheConvertersEndsTheTest) {
