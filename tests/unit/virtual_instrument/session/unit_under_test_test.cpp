@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -134,6 +134,40 @@ TEST_F(UnitUnderTest, ResidualFluxBeginsAnewWithASession) {
   ASSERT_EQ(initialize(), KVR_RES_OK);
   ASSERT_EQ(connect(), KVR_RES_OK);
   EXPECT_EQ(single_phase_error(250), first);
+}
+
+class Series : public UnitUnderTest {
+ protected:
+  /// Errors of a series of tests in a session of its own, by voltage.
+  std::map<float, double> errors(const std::string& bench, const std::vector<float>& voltages) {
+    std::map<float, double> result;
+    start(bench);
+    for (const float voltage : voltages) {
+      result[voltage] = single_phase_error(voltage);
+    }
+    EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+    return result;
+  }
+
+  const std::vector<float> ascending_{8, 40, 100, 250};
+  const std::vector<float> descending_{250, 100, 40, 8};
+};
+
+TEST_F(Series, AgreeBothWaysWithoutResidualFlux) {
+  const std::map<float, double> up = errors("", ascending_);
+  EXPECT_EQ(up, errors("", descending_));
+  EXPECT_GT(up.at(8), up.at(40));  // towards low voltage iron is less permeable
+  EXPECT_GT(up.at(40), up.at(100));
+  EXPECT_GT(up.at(100), up.at(250));
+}
+
+TEST_F(Series, DifferBothWaysWithResidualFlux) {
+  const std::map<float, double> up = errors(transformer(kMagnetised), ascending_);
+  const std::map<float, double> down = errors(transformer(kMagnetised), descending_);
+  for (const float voltage : {8.0F, 40.0F, 100.0F}) {
+    EXPECT_GT(up.at(voltage), 1.01 * down.at(voltage)) << voltage;
+  }
+  EXPECT_LT(up.at(250), down.at(250));  // what came before has taken some of the flux
 }
 
 // Everything that a record holds, its raw data included, but for what hangs from pointers.
