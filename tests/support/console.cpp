@@ -38,6 +38,12 @@ std::streamsize CapturedOutput::xsputn(const char* characters, std::streamsize c
   return count;
 }
 
+void CapturedOutput::forget() {
+  const std::lock_guard lock(mutex_);
+  text_ = {};
+  flushed_ = 0;
+}
+
 int CapturedOutput::sync() {
   const std::lock_guard lock(mutex_);
   flushed_ = text_.size();
@@ -47,10 +53,10 @@ int CapturedOutput::sync() {
 
 namespace {
 
-/// Kept to the end of the process: a thread that the program has let go may still flush it after
-/// its console is gone.
+/// Kept beyond the end of the process: a thread that the program has let go may still flush it
+/// after its console is gone, and so does the standard library at the very end.
 CapturedOutput& new_output() {
-  static std::deque<CapturedOutput> outputs;
+  static auto& outputs = *new std::deque<CapturedOutput>;
   return outputs.emplace_back();
 }
 
@@ -70,6 +76,7 @@ Console::~Console() {
   std::cout.rdbuf(saved_output_);
   std::cin.copyfmt(saved_cin_);
   std::cout.copyfmt(saved_cout_);
+  output_.forget();
 }
 
 std::string Console::unread() const {

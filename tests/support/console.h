@@ -20,6 +20,8 @@ class CapturedOutput : public std::streambuf {
   /// Waits until `part` has been written and flushed: the thread that wrote it is then through with
   /// this output. False when it hasn't come in ten seconds.
   bool wait_for(std::string_view part) const;
+  /// Starts again with nothing.
+  void forget();
 
  protected:
   int_type overflow(int_type character) override;

@@ -83,6 +83,11 @@ std::string SeenCall::text() const {
   return result;
 }
 
+void ScriptedClientApi::DeleteList::operator()(kvr_TestLabelsList* list) const {
+  delete[] list->entries;
+  delete list;
+}
+
 ScriptedClientApi& scripted_api() {
   // Never destroyed: a callback thread may end the process while the main thread is in a call.
   static auto& api = *new ScriptedClientApi;
@@ -97,6 +102,7 @@ void ScriptedClientApi::reset() {
   complaints_.clear();
   records_.clear();
   lists_.clear();
+  lists_of_refused_calls_.clear();
   texts_.clear();
   records_handed_out_ = 0;
   lists_handed_out_ = 0;
@@ -440,6 +446,10 @@ kvr_code ScriptedClientApi::list_records(kvr_TestLabelsList*& list, const void* 
     std::copy(labels.begin(), labels.end(), entries);
     list = new kvr_TestLabelsList{entries, static_cast<std::uint32_t>(labels.size())};
     const std::lock_guard lock(mutex_);
+    if (!is_taken_as_success(answer.result)) {
+      lists_of_refused_calls_.emplace_back(list);
+      return static_cast<kvr_code>(answer.result);
+    }
     lists_.push_back(list);
     ++lists_handed_out_;
   }

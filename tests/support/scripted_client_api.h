@@ -150,6 +150,11 @@ class ScriptedClientApi {
   std::vector<std::string> complaints_;
   std::map<const kvr_TestRecord*, HandedOut> records_;
   std::vector<const kvr_TestLabelsList*> lists_;
+  struct DeleteList {
+    void operator()(kvr_TestLabelsList* list) const;
+  };
+  /// Nobody may give these back.
+  std::vector<std::unique_ptr<kvr_TestLabelsList, DeleteList>> lists_of_refused_calls_;
   std::deque<std::string> texts_;  // what code_to_string gave away
   std::size_t records_handed_out_ = 0;
   std::size_t lists_handed_out_ = 0;
