@@ -143,7 +143,7 @@ class RecordExportMemory : public FlowTest {
   }
 
   std::size_t rows_of(const std::string& file) const {
-    return lines_of(results.path() / "20210305_12_00_00" / file) - 1;
+    return lines_of(results.path() / "20210315_12_00_00" / file) - 1;
   }
 };
 

@@ -15,7 +15,7 @@ using std::string;
 using Record = std::shared_ptr<kvr_TestRecord>;
 
 constexpr std::size_t kIdField = 30;
-constexpr const char* kDate = "Fri Mar  5 12:00:00 2021\n";
+constexpr const char* kDate = "Mon Mar 15 12:00:00 2021\n";
 constexpr const char* kOldId = "OLD";
 const string kFullId(kIdField, 'F');
 
@@ -616,7 +616,7 @@ class Session {
     const bool series = voltages.size() > 1;
     string file;
     if (series) {
-      file = results_ + software_ + "-" + (id.empty() ? "range-test-05-03-2021 12-00-00" : id) +
+      file = results_ + software_ + "-" + (id.empty() ? "range-test-15-03-2021 12-00-00" : id) +
              ".csv";
       told_.files[file] = "sep=;\nKVRU3 client version;" + client_version_ +
                           "\nKVRU3 software version;" + software_ + "\nDate & Time;" + kDate +
@@ -858,7 +858,7 @@ class Session {
   }
 
   void export_all() {
-    const string folder = results_ + "20210305_12_00_00" + results_.back();
+    const string folder = results_ + "20210315_12_00_00" + results_.back();
     told_.open_files = {folder + "3ph_export.csv", folder + "1ph_export.csv"};
     string& three_phase = told_.files[folder + "3ph_export.csv"];
     string& single_phase = told_.files[folder + "1ph_export.csv"];

@@ -57,7 +57,7 @@ struct ExpectedSession {
   std::size_t missing_lists = 0;  ///< given back although the library gave none
 };
 
-/// A session of `program` with its results in `results_folder`, at noon on 5 March 2021.
+/// A session of `program` with its results in `results_folder`, at noon on 15 March 2021.
 /// Console tester: a series of three, then a single test. Workbench: a three-phase series, one in
 /// all modes, the record menu with all its items, then a single three-phase test.
 ExpectedSession expected_session(Program program, const Fault& fault,
