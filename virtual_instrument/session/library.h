@@ -48,12 +48,7 @@ class Library {
       if (fault->null || !is_accepted_code(fault->code)) {
         return fault->code;
       }
-      kvr_code code;
-      if constexpr (std::is_invocable_v<Action, const Fault&>) {
-        code = action(*fault);
-      } else {
-        code = action();
-      }
+      const kvr_code code = call_with_fault(action, *fault);
       return code == KVR_RES_OK ? fault->code : code;
     } catch (...) {
       return KVR_RES_INTERNAL_ERROR;
@@ -66,14 +61,7 @@ class Library {
   kvr_code answer_in_session(std::string_view call, Action action) noexcept {
     return answer(call, [&](const Fault& fault) {
       const std::shared_ptr<Session> current = session();
-      if (!current) {
-        return KVR_RES_LIB_NOT_INITIALIZED;
-      }
-      if constexpr (std::is_invocable_v<Action, Session&, const Fault&>) {
-        return action(*current, fault);
-      } else {
-        return action(*current);
-      }
+      return current ? call_with_fault(action, fault, *current) : KVR_RES_LIB_NOT_INITIALIZED;
     });
   }
 
@@ -84,6 +72,16 @@ class Library {
   bool release_held();
 
  private:
+  /// Calls `action`, which takes the fault last or not at all.
+  template <typename Action, typename... Arguments>
+  static kvr_code call_with_fault(Action& action, const Fault& fault, Arguments&... arguments) {
+    if constexpr (std::is_invocable_v<Action&, Arguments&..., const Fault&>) {
+      return action(arguments..., fault);
+    } else {
+      return action(arguments...);
+    }
+  }
+
   /// Counts a call, finds the fault that the bench has for it, or one that changes nothing, and
   /// lets the call wait as the fault says. None if it was released meanwhile.
   std::optional<Fault> meet_fault(std::string_view call);
