@@ -99,6 +99,8 @@ struct MeasurementSettings {
 };
 
 struct StoreSettings {
+  std::string file;             ///< UTF-8; empty for a store in memory
+  bool demonstration;           ///< a store that is empty is filled when it is opened
   std::string empty_id_format;  ///< see format_time()
 };
 

@@ -310,6 +310,7 @@ Key clock(std::string name, std::optional<std::int64_t>& target) {
 }
 
 constexpr std::size_t kDeviceText = 20;
+constexpr std::size_t kLongestPath = 4096;
 constexpr double kHighestOhm = 1e12;
 
 std::vector<Key> keys_of(Bench& bench) {
@@ -406,6 +407,8 @@ std::vector<Key> keys_of(Bench& bench) {
       whole("measurement.seed", measurement.seed, 0, kHighest),
       number("measurement.smallest_voltage", measurement.smallest_voltage, 0, 1e6, "V"),
 
+      text("store.file", bench.store.file, kLongestPath),
+      flag("store.demonstration", bench.store.demonstration),
       name_format("store.empty_id_format", bench.store.empty_id_format),
   };
 }

@@ -21,7 +21,7 @@ void set_result(kvr_TestRecord& record, const ThreePhaseRatio& data) {
 
 }  // namespace
 
-RecordNest make_record(const RecordHead& head, const RecordedTest& test, bool with_raw_data) {
+RecordNest new_record(const RecordHead& head) {
   RecordNest record(new kvr_TestRecord{});
   fill_field(record->asset_id, head.asset_id);
   fill_field(record->group_id, head.group_id);
@@ -32,6 +32,11 @@ RecordNest make_record(const RecordHead& head, const RecordedTest& test, bool wi
   record->setup = head.setup;
   fill_field(record->timestamp, time_text(head.time, "%Y-%m-%d %H:%M:%S"));
   record->data_count = 1;
+  return record;
+}
+
+RecordNest make_record(const RecordHead& head, const RecordedTest& test, bool with_raw_data) {
+  RecordNest record = new_record(head);
   std::visit([&](const auto& data) { set_result(*record, data); }, test.data);
   if (with_raw_data) {
     record->raw_data = new_text(test.raw_data);

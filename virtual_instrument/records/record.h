@@ -28,6 +28,9 @@ struct RecordedTest {
   std::string raw_data;
 };
 
+/// A record of one test whose result is still to come.
+RecordNest new_record(const RecordHead& head);
+
 /// A record of one test. `with_raw_data` false leaves its raw data null.
 RecordNest make_record(const RecordHead& head, const RecordedTest& test, bool with_raw_data);
 

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "virtual_instrument/demonstration/demonstration.h"
+
 namespace virtual_instrument {
 namespace {
 
@@ -22,7 +24,7 @@ bool strikes(const Fault& fault, std::string_view call, std::int64_t count) {
 
 }  // namespace
 
-Library::Library(BenchFile bench_file) : bench_file_(bench_file), store_({}) {}
+Library::Library(BenchFile bench_file) : bench_file_(bench_file) {}
 
 void Library::prepare() {
   const std::lock_guard lock(mutex_);
@@ -35,6 +37,20 @@ void Library::prepare_locked() {
   }
 }
 
+/// A store that can't be used is tried again: the card may be another one by now.
+void Library::open_store_locked(const StoreSettings& settings) {
+  if (store_ && store_file_ == settings.file && store_->state() == KVR_RES_OK) {
+    return;
+  }
+  store_ = nullptr;
+  const std::u8string path(settings.file.begin(), settings.file.end());
+  store_ = std::make_shared<SqliteStore>(StoreOptions{.path = path});
+  store_file_ = settings.file;
+  if (settings.demonstration) {
+    fill_with_demonstration(*store_);
+  }
+}
+
 kvr_code Library::initialize(const kvr_InitParams* params) {
   const std::lock_guard lock(mutex_);
   if (session_) {
@@ -44,6 +60,7 @@ kvr_code Library::initialize(const kvr_InitParams* params) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   prepare_locked();
+  open_store_locked(benches_->current()->store);
   auto session = std::make_shared<Session>(*params, benches_, store_);
   session->start();
   session_ = std::move(session);

@@ -20,7 +20,7 @@
 namespace virtual_instrument {
 
 /// The library as a whole: at most one session at a time, the record store, which outlives
-/// sessions, and the answers that the bench forces.
+/// sessions that name the same one, and the answers that the bench forces.
 class Library {
  public:
   /// Gives the bench file of the next session; an empty path is the built-in bench.
@@ -89,12 +89,14 @@ class Library {
   std::shared_ptr<Session> session();
   void prepare_locked();
   void release_held_locked();
+  void open_store_locked(const StoreSettings& settings);
 
   const BenchFile bench_file_;
-  SqliteStore store_;
   std::mutex mutex_;
   std::shared_ptr<BenchSource> benches_;  ///< from just before a session until its end
   std::shared_ptr<Session> session_;
+  std::shared_ptr<SqliteStore> store_;          ///< of the last session
+  std::string store_file_;                      ///< as its bench named it
   std::shared_ptr<const Bench> counted_bench_;  ///< the one that the counts belong to
   std::map<std::string, std::int64_t, std::less<>> call_counts_;
   std::condition_variable released_;

@@ -34,11 +34,11 @@ std::uint8_t flag(bool value) { return value ? 1 : 0; }
 }  // namespace
 
 Session::Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches,
-                 SqliteStore& store)
+                 std::shared_ptr<SqliteStore> store)
     : status_callback_(params.status_callback),
       status_context_(params.status_context),
       benches_(std::move(benches)),
-      store_(store) {}
+      store_(std::move(store)) {}
 
 void Session::start() {
   watch_ = std::thread([self = shared_from_this()] { self->watch(); });
@@ -251,7 +251,7 @@ kvr_code Session::get_status(kvr_Status* status) {
   *status = {};
   status->device_status_code = settings.device_status_code;
   status->api_locked = flag(locked_ || settings.api_locked);
-  status->database_loaded = flag(settings.database_loaded && store_.state() == KVR_RES_OK);
+  status->database_loaded = flag(settings.database_loaded && store_->state() == KVR_RES_OK);
   status->measurement_board_connected = flag(settings.measurement_board_connected);
   status->emergency_button_pressed = flag(settings.emergency_button_pressed);
   status->secondary_sd_mounted = flag(settings.secondary_sd_mounted);
@@ -348,7 +348,7 @@ kvr_code Session::run_test(const TestJob& job, kvr_TestRecord** record) {
   if (const kvr_code fault = job.check(*bench); fault != KVR_RES_OK) {
     return fault;
   }
-  if (const kvr_code fault = check_saving(job.header, job.type, store_, *bench);
+  if (const kvr_code fault = check_saving(job.header, job.type, *store_, *bench);
       fault != KVR_RES_OK) {
     return fault;
   }
@@ -431,7 +431,7 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
   }
   RecordNest result;
   if (const kvr_code fault = keep_test(job.header, job.type, job.setup, measured.test,
-                                       time_on(bench->instrument), store_, *bench, result);
+                                       time_on(bench->instrument), *store_, *bench, result);
       fault != KVR_RES_OK) {
     return fault;
   }
@@ -514,7 +514,7 @@ kvr_code Session::check_record_exists(const char* record_id, bool* exists) {
   if (record_id == nullptr || exists == nullptr) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  return store_.exists(record_id, *exists);
+  return store_->exists(record_id, *exists);
 }
 
 kvr_code Session::read_record(const char* record_id, kvr_TestRecord** record) {
@@ -525,7 +525,7 @@ kvr_code Session::read_record(const char* record_id, kvr_TestRecord** record) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   RecordNest stored;
-  const kvr_code code = store_.read(record_id, stored);
+  const kvr_code code = store_->read(record_id, stored);
   if (code == KVR_RES_OK) {
     *record = stored.release();
   }
@@ -536,12 +536,12 @@ kvr_code Session::delete_record(const char* record_id) {
   if (const kvr_code fault = store_fault(true); fault != KVR_RES_OK) {
     return fault;
   }
-  return record_id == nullptr ? KVR_RES_INCORRECT_PARAMETERS : store_.remove(record_id);
+  return record_id == nullptr ? KVR_RES_INCORRECT_PARAMETERS : store_->remove(record_id);
 }
 
 kvr_code Session::clear_test_database() {
   const kvr_code fault = store_fault(true);
-  return fault == KVR_RES_OK ? store_.clear() : fault;
+  return fault == KVR_RES_OK ? store_->clear() : fault;
 }
 
 kvr_code Session::list_records(kvr_TestLabelsList** list, const void* filter, std::int32_t sort_key,
@@ -554,7 +554,7 @@ kvr_code Session::list_records(kvr_TestLabelsList** list, const void* filter, st
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   Labels labels;
-  const kvr_code code = store_.list(static_cast<SortKey>(sort_key), ascending, labels);
+  const kvr_code code = store_->list(static_cast<SortKey>(sort_key), ascending, labels);
   if (code == KVR_RES_OK) {
     *list = labels.release();
   }

@@ -29,7 +29,8 @@ namespace virtual_instrument {
 /// code that names the fault. Out parameters are touched on success alone.
 class Session : public std::enable_shared_from_this<Session> {
  public:
-  Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches, SqliteStore& store);
+  Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches,
+          std::shared_ptr<SqliteStore> store);
 
   /// Starts the session's thread. Once, before any other function.
   void start();
@@ -109,7 +110,7 @@ class Session : public std::enable_shared_from_this<Session> {
   const kvr_StatusCallback status_callback_;
   void* const status_context_;
   const std::shared_ptr<BenchSource> benches_;
-  SqliteStore& store_;
+  const std::shared_ptr<SqliteStore> store_;
   std::thread watch_;
 
   std::mutex mutex_;

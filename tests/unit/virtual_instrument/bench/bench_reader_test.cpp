@@ -99,6 +99,8 @@ lost_code = 180
 vector_group = "YNd11"
 
 [store]
+file = "bench.db"
+demonstration = true
 empty_id_format = "T-%H%M%S"
 )");
   EXPECT_THAT(reading.problems, IsEmpty());
@@ -110,6 +112,8 @@ empty_id_format = "T-%H%M%S"
   EXPECT_EQ(reading.bench.connection.refused, KVR_RES_DEVICE_UNAVAILABLE);
   EXPECT_EQ(reading.bench.connection.lost_code, 180);
   EXPECT_EQ(reading.bench.transformer.vector_group.clock, 11);
+  EXPECT_EQ(reading.bench.store.file, "bench.db");
+  EXPECT_TRUE(reading.bench.store.demonstration);
   EXPECT_EQ(reading.bench.store.empty_id_format, "T-%H%M%S");
 }
 
@@ -323,7 +327,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "b.toml:2: store.empty_id_format: expected letters, digits, - _ . and %Y %m %d %H "
                 "%M %S, giving at most 24 characters"},
         Mistake{"[store]\nformat = 1\n",
-                "b.toml:2: store.format: no such key; expected one of empty_id_format"},
+                "b.toml:2: store.format: no such key; expected one of file, demonstration, "
+                "empty_id_format"},
         Mistake{"[colours]\nred = 1\n",
                 "b.toml:1: colours: expected one of the tables instrument, connection, status, "
                 "transformer, taps, leads, measurement, store, shorted_turns, faults"},
@@ -356,7 +361,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(BenchReader, TellsAllMistakesFromTheTop) {
   EXPECT_THAT(read("[store]\nb = 1\n[connection]\na = 1\n[[faults]]\n").problems,
-              ElementsAre("b.toml:2: store.b: no such key; expected one of empty_id_format",
+              ElementsAre("b.toml:2: store.b: no such key; expected one of file, demonstration, "
+                          "empty_id_format",
                           "b.toml:4: connection.a: no such key; expected one of refused, lost, "
                           "lost_after, lost_at_step, lost_code",
                           "b.toml:5: faults.call: missing; expected the name of an exported "

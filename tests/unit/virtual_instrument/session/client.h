@@ -44,10 +44,10 @@ class StatusLog {
   std::vector<Event> events_;
 };
 
-struct FreeRecord {
+struct FreeByCall {
   void operator()(kvr_TestRecord* record) const { kvr_FreeTestRecord(record); }
 };
-using RecordPointer = std::unique_ptr<kvr_TestRecord, FreeRecord>;
+using RecordPointer = std::unique_ptr<kvr_TestRecord, FreeByCall>;
 
 struct TestAnswer {
   kvr_code code;

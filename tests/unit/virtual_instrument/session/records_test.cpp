@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "unit/virtual_instrument/session/client.h"
+#include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {
 namespace {
@@ -284,6 +286,55 @@ TEST_F(Records, TheSameBenchAndRequestsGiveTheSameBytesTwice) {
   EXPECT_EQ(runs[0], runs[1]);
   // Two tests of one run are two measurements all the same.
   EXPECT_NE(runs[0].substr(0, runs[0].size() / 2), runs[0].substr(runs[0].size() / 2));
+}
+
+/// Of a bench whose records are in a file.
+std::string in_file(const std::filesystem::path& file) {
+  return "[store]\nfile = '" + file.generic_string() + "'\n";
+}
+
+TEST_F(Records, AreKeptInTheFileThatTheBenchNames) {
+  const std::filesystem::path file = folder_.path() / "records.db";
+  start(in_file(file));
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  start(in_file(folder_.path() / "others.db"));
+  EXPECT_FALSE(exists("T1"));
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  start(in_file(file));
+  EXPECT_TRUE(exists("T1"));
+  bool in_store = false;
+  EXPECT_EQ(SqliteStore({.path = file}).exists("T1", in_store), KVR_RES_OK);
+  EXPECT_TRUE(in_store);
+}
+
+TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
+  folder_.write("records.db", "no database, but a text of some length and of no use at all");
+  start(in_file(folder_.path() / "records.db"));
+  kvr_Status status{};
+  EXPECT_EQ(kvr_GetStatus(&status), KVR_RES_OK);
+  EXPECT_EQ(status.database_loaded, 0);
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_SQL_DATABASE_ERROR);
+  EXPECT_EQ(test("T1", KVR_SAVE_NOTHING).code, KVR_RES_OK);
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  std::filesystem::remove(folder_.path() / "records.db");
+  start(in_file(folder_.path() / "records.db"));
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+}
+
+TEST_F(Records, ADemonstrationFillsAnEmptyStoreAlone) {
+  const std::string bench = in_file(folder_.path() / "records.db") + "demonstration = true\n";
+  start(bench);
+  EXPECT_TRUE(exists("demo-ratio-auto"));
+  EXPECT_EQ(kvr_DeleteRecord("demo-drm"), KVR_RES_OK);
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  start(in_file(folder_.path() / "others.db"));
+  EXPECT_FALSE(exists("demo-ratio-auto"));
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  start(bench);
+  EXPECT_FALSE(exists("demo-drm"));
+  EXPECT_TRUE(exists("T1"));
 }
 
 }  // namespace
