@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -13,13 +14,31 @@ enum kvr_code : std::int32_t {
 #undef KVR_CODE_ENUMERATOR
 };
 
+namespace code_names {
+
+constexpr std::uint32_t kHighest = 1008;
+/// By code; empty where a code has no name.
+extern const std::array<std::string_view, kHighest + 1> kNames;
+
+std::string_view unnamed(kvr_code code);
+
+}  // namespace code_names
+
 /// The symbolic name of `code`, as reports and logs show it. What is said to the operator live is
 /// the library's own wording instead, `kvr_CodeToString`.
 ///
-/// The view of a named code lives as long as the process and costs no allocation. A code without a
-/// name gives "Unknown error code " and its number in one shared slot: that view is good only until
-/// the next call with an unnamed code, on any thread.
-std::string_view CodeToText(kvr_code code);
+/// The view of a named code lives as long as the process and costs a look into a table. A code
+/// without a name gives "Unknown error code " and its number in one shared slot: that view is good
+/// only until the next call with an unnamed code, on any thread.
+inline std::string_view CodeToText(kvr_code code) {
+  const auto index = static_cast<std::uint32_t>(code);  // negative codes end up above the table
+  if (index <= code_names::kHighest) {
+    if (const std::string_view name = code_names::kNames[index]; !name.empty()) {
+      return name;
+    }
+  }
+  return code_names::unnamed(code);
+}
 
 /// Whether `code` says that a test was stopped from outside: cancelled, emergency stop, interlock.
 bool IsStopCode(kvr_code code);

@@ -285,9 +285,12 @@ StandardTable make_table_ab() {
 }  // namespace
 
 bool CaseInsensitiveLess::operator()(std::string_view a, std::string_view b) const {
+  const auto lower = [](unsigned char mark) {
+    return mark >= 'A' && mark <= 'Z' ? mark - 'A' + 'a' : int{mark};
+  };
   return std::lexicographical_compare(
       a.begin(), a.end(), b.begin(), b.end(),
-      [](unsigned char x, unsigned char y) { return std::tolower(x) < std::tolower(y); });
+      [&](unsigned char x, unsigned char y) { return lower(x) < lower(y); });
 }
 
 const StandardTable& table_h1h2() {

@@ -24,9 +24,9 @@ void ForEachPhase(TextWriter& out, const Phase (&phases)[3], const Line& line) {
 }
 
 /// "TNR Ratio A: (H1-H2)/(X1-X2) = 2.00000000"
-inline void write_formula_line(TextWriter& out, std::string_view prefix, std::string_view name,
-                               std::string_view high_side, std::string_view low_side,
-                               double value) {
+inline void write_formula_line(TextWriter& out, std::string_view prefix,
+                               const char (&name)[kNameSize], const char (&high_side)[kNameSize],
+                               const char (&low_side)[kNameSize], double value) {
   out << prefix << name << ": (" << high_side << ")/(" << low_side << ") = " << value << '\n';
 }
 
@@ -35,8 +35,8 @@ template <typename Phase, typename Number>
 void write_formula_lines(TextWriter& out, const Phase (&phases)[3], std::string_view prefix,
                          Number Phase::*value) {
   ForEachPhase(out, phases, [&](const Phase& phase) {
-    write_formula_line(out, prefix, field_text(phase.phase_name), field_text(phase.high_side_phase),
-                       field_text(phase.low_side_phase), phase.*value);
+    write_formula_line(out, prefix, phase.phase_name, phase.high_side_phase, phase.low_side_phase,
+                       phase.*value);
   });
 }
 

@@ -67,8 +67,8 @@ void write_ratios(TextWriter& text, const ThreePhase& r) {
     write_error_lines(text, r.phases, "TNR Ratio Error ", &Phase::tnr_error);
   }
   ForEachPhase(text, r.phases, [&](const Phase& phase) {
-    write_formula_line(text, "TVR Ratio ", field_text(phase.tvr_name), field_text(phase.tvr_high),
-                       field_text(phase.tvr_low), phase.tvr);
+    write_formula_line(text, "TVR Ratio ", phase.tvr_name, phase.tvr_high, phase.tvr_low,
+                       phase.tvr);
   });
   if (r.phases[0].true_ratio > 0.1) {  // phase A speaks for all three
     write_formula_lines(text, r.phases, "true_KVR Ratio ", &Phase::true_ratio);

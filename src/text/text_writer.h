@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <ostream>
 #include <string_view>
 #include <type_traits>
@@ -36,7 +37,13 @@ class TextWriter {
   /// A literal, or a text field of a record: up to its terminating zero and never beyond the array.
   template <std::size_t size>
   TextWriter& operator<<(const char (&text)[size]) {
-    return *this << field_text(text);
+    const std::string_view field = field_text(text);
+    if (size > buffer_.size() - used_) {
+      return *this << field;
+    }
+    std::memcpy(buffer_.data() + used_, text, size);  // the whole array: its size is known here
+    used_ += field.size();
+    return *this;
   }
 
   /// A C text. A null one writes nothing and leaves the stream bad. It is a template because an

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "named_codes.h"
+#include "support/counted_new.h"
 
 namespace {
 
@@ -108,6 +109,14 @@ TEST(CodeToText, LeavesTheSlotAloneForNamedCodes) {
   CodeToText(code(-8));
   EXPECT_EQ(named, "KVR_RES_OPEN_LEAD");
   EXPECT_EQ(named.data(), CodeToText(KVR_RES_OPEN_LEAD).data());
+}
+
+TEST(CodeToText, TakesNoMemoryForNamedCodes) {
+  const std::size_t before = counted_new::allocations();
+  for (const NamedCode& named : kNamedCodes) {
+    CodeToText(code(named.number));
+  }
+  EXPECT_EQ(counted_new::allocations(), before);
 }
 
 TEST(IsStopCode, KnowsCancelEmergencyStopAndInterlock) {
