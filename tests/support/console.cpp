@@ -44,6 +44,11 @@ void CapturedOutput::forget() {
   flushed_ = 0;
 }
 
+void CapturedOutput::reserve(std::size_t size) {
+  const std::lock_guard lock(mutex_);
+  text_.reserve(size);
+}
+
 int CapturedOutput::sync() {
   const std::lock_guard lock(mutex_);
   flushed_ = text_.size();

@@ -22,6 +22,8 @@ class CapturedOutput : public std::streambuf {
   bool wait_for(std::string_view part) const;
   /// Starts again with nothing.
   void forget();
+  /// Has room for so many bytes: until then, writing needs no memory.
+  void reserve(std::size_t size);
 
  protected:
   int_type overflow(int_type character) override;
@@ -49,6 +51,8 @@ class Console {
   /// What an operator sees: the output that has been flushed.
   std::string visible_output() const { return output_.flushed_text(); }
   bool wait_for_output(std::string_view part) const { return output_.wait_for(part); }
+  /// Has room for so much output: until then, writing needs no memory.
+  void reserve_output(std::size_t size) { output_.reserve(size); }
   /// The answers that nobody has read.
   std::string unread() const;
 

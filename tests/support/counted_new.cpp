@@ -168,6 +168,10 @@ Failing::~Failing() { state.countdown = 0; }
 
 bool Failing::has_failed() const { return state.failed; }
 
+Pause::Pause() : countdown_(state.countdown) { state.countdown = 0; }
+
+Pause::~Pause() { state.countdown = countdown_; }
+
 Recording::Recording() {
   state.sizes = 0;
   state.freed = 0;

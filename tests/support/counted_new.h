@@ -30,6 +30,19 @@ class Failing {
   bool has_failed() const;
 };
 
+/// As long as this lives, allocations of this thread neither fail nor count towards the one that
+/// does: for what a test does in between.
+class Pause {
+ public:
+  Pause();
+  ~Pause();
+  Pause(const Pause&) = delete;
+  Pause& operator=(const Pause&) = delete;
+
+ private:
+  std::size_t countdown_;
+};
+
 /// What this thread allocates and frees in order, for as long as this lives. One at a time, at most
 /// kCapacity blocks each.
 class Recording {
