@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -29,6 +30,7 @@ class LostConnection : public BoundarySweep {
   bool check(Program program, const Fault& fault) {
     const ExpectedSession expected = expected_session(program, fault, results);
     prepare(expected);
+    std::fflush(nullptr);  // or each child writes it again
     const pid_t child = fork();
     if (child == 0) {
       run_child(program, expected);
