@@ -105,15 +105,17 @@ struct StoreSettings {
 };
 
 /// A forced answer of one of the 22 calls, from the `from`-th call on, `times` times or, for 0, for
-/// ever. First the call waits, `delay` seconds or, if it hangs, for as long as the bench has it so;
-/// a cancel or a shutdown ends that. Then an accepted code replaces the success of a call that is
-/// carried out; a refusal replaces the call; `null` answers with the code and gives nothing. A test
-/// that is carried out loses the phases that failed.
+/// ever; each of these with a chance that the measurement's seed decides. First the call waits,
+/// `delay` seconds or, if it hangs, for as long as the bench has it so; a cancel or a shutdown ends
+/// that. Then an accepted code replaces the success of a call that is carried out; a refusal
+/// replaces the call; `null` answers with the code and gives nothing. A test that is carried out
+/// loses the phases that failed.
 struct Fault {
   std::string call;
   kvr_code code = KVR_RES_OK;
   std::int32_t from = 1;
   std::int32_t times = 0;
+  double chance = 100;  ///< percent
   bool null = false;
   double delay = 0;  ///< s
   bool hang = false;

@@ -419,6 +419,7 @@ std::vector<Key> keys_of(Fault& fault) {
       code("faults.code", fault.code),
       whole("faults.from", fault.from, 1, kHighest),
       whole("faults.times", fault.times, 0, kHighest),
+      number("faults.chance", fault.chance, 0, 100, "percent"),
       flag("faults.null", fault.null),
       number("faults.delay", fault.delay, 0, 3600, "s"),
       flag("faults.hang", fault.hang),

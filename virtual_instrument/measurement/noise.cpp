@@ -6,10 +6,12 @@ double Noise::next() {
   // Twelve uniform numbers have the variance 1 together.
   double sum = -6.0;
   for (int i = 0; i < 12; ++i) {
-    sum += static_cast<double>(next_bits() >> 11) * 0x1p-53;
+    sum += uniform();
   }
   return sum;
 }
+
+double Noise::uniform() { return static_cast<double>(next_bits() >> 11) * 0x1p-53; }
 
 // A counter with an odd step, its bits mixed by multiplications and shifts that lose none of them.
 std::uint64_t Noise::next_bits() {

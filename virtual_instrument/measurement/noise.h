@@ -4,7 +4,7 @@
 
 namespace virtual_instrument {
 
-/// A stream of normally distributed numbers that a seed fixes on every platform: it uses whole
+/// A stream of random numbers that a seed fixes on every platform: it uses whole
 /// numbers and sums only, none of the standard library's distributions and none of its functions.
 class Noise {
  public:
@@ -12,6 +12,9 @@ class Noise {
 
   /// Mean 0, standard deviation 1, never beyond 6.
   double next();
+
+  /// From 0 up to 1, all alike.
+  double uniform();
 
  private:
   std::uint64_t next_bits();

@@ -1,8 +1,12 @@
 #include "virtual_instrument/session/library.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <utility>
+#include <vector>
+
+#include "virtual_instrument/measurement/noise.h"
 
 #include "virtual_instrument/demonstration/demonstration.h"
 
@@ -17,9 +21,21 @@ std::filesystem::path bench_file_of_environment() {
 /// How often a call that hangs looks whether the bench still has it so.
 constexpr std::chrono::milliseconds kBenchPeriod{100};
 
-bool strikes(const Fault& fault, std::string_view call, std::int64_t count) {
+/// Whether a fault may strike the `count`-th call of a name.
+bool is_concerned(const Fault& fault, std::string_view call, std::int64_t count) {
   return fault.call == call && count >= fault.from &&
          (fault.times == 0 || count < std::int64_t{fault.from} + fault.times);
+}
+
+/// Whether the one at `place` does: a call draws the same in every session.
+bool is_drawn(const Bench& bench, std::size_t place, std::int64_t count) {
+  Noise draws((static_cast<std::uint64_t>(bench.measurement.seed) << 32) +
+              static_cast<std::uint64_t>(count));
+  double draw = draws.uniform();
+  for (std::size_t before = 0; before < place; ++before) {
+    draw = draws.uniform();
+  }
+  return draw * 100 < bench.faults[place].chance;
 }
 
 }  // namespace
@@ -106,9 +122,10 @@ Fault Library::next_fault_locked(std::string_view call) {
     call_counts_.clear();
   }
   const std::int64_t count = ++call_counts_[std::string(call)];
-  for (const Fault& fault : counted_bench_->faults) {
-    if (strikes(fault, call, count)) {
-      return fault;
+  const std::vector<Fault>& faults = counted_bench_->faults;
+  for (std::size_t place = 0; place < faults.size(); ++place) {
+    if (is_concerned(faults[place], call, count) && is_drawn(*counted_bench_, place, count)) {
+      return faults[place];
     }
   }
   return {};

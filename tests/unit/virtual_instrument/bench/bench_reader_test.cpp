@@ -345,7 +345,9 @@ INSTANTIATE_TEST_SUITE_P(
                 "b.toml:3: faults.from: expected a whole number from 1 to 2147483647"},
         Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nwhen = 1\n",
                 "b.toml:3: faults.when: no such key; expected one of call, code, from, times, "
-                "null, delay, hang, failed_phases, phase_code"},
+                "chance, null, delay, hang, failed_phases, phase_code"},
+        Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nchance = 101\n",
+                "b.toml:3: faults.chance: expected a number from 0 to 100 percent"},
         Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\ndelay = -1\n",
                 "b.toml:3: faults.delay: expected a number from 0 to 3600 s"},
         Mistake{"[[faults]]\ncall = \"kvr_LockAPI\"\nhang = 1\n",

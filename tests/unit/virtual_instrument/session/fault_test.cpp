@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <string>
@@ -84,6 +85,36 @@ TEST_F(Faults, StrikeFromTheNthCallOnAsOftenAsAsked) {
   EXPECT_EQ(kvr_LockAPI(), KVR_RES_USB_ERROR);
   EXPECT_EQ(kvr_LockAPI(), KVR_RES_USB_ERROR);
   EXPECT_EQ(kvr_LockAPI(), KVR_RES_API_LOCKED);
+}
+
+TEST_F(Faults, StrikeByChanceAndTheSameEachTime) {
+  start();
+  const auto struck = [] {
+    std::string calls;
+    for (int i = 0; i < 200; ++i) {
+      calls += kvr_LockAPI() == KVR_RES_USB_ERROR ? '1' : '0';
+    }
+    return calls;
+  };
+  const auto bench = [](double chance, int seed) {
+    return "[measurement]\nseed = " + std::to_string(seed) + "\n" +
+           fault("kvr_LockAPI", "code = 20\nchance = " + std::to_string(chance));
+  };
+  set_bench(bench(25, 1));
+  const std::string once = struck();
+  const auto count = std::count(once.begin(), once.end(), '1');
+  EXPECT_GT(count, 30);
+  EXPECT_LT(count, 70);
+  set_bench("");
+  EXPECT_EQ(struck(), std::string(200, '0'));
+  set_bench(bench(25, 1));
+  EXPECT_EQ(struck(), once);
+  set_bench(bench(25, 2));
+  EXPECT_NE(struck(), once);
+  set_bench(bench(0, 1));
+  EXPECT_EQ(struck(), std::string(200, '0'));
+  set_bench(bench(100, 1));
+  EXPECT_EQ(struck(), std::string(200, '1'));
 }
 
 TEST_F(Faults, CallsAreCountedFromTheReadingOfTheBench) {
