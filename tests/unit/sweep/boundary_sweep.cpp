@@ -21,8 +21,7 @@ namespace {
 
 /// Makes the home folder the one that the program looks in. Gives the results folder.
 std::string enter_home(const TemporaryFolder& home) {
-  set_environment("HOME", home.path().string());
-  set_environment("XDG_CONFIG_HOME", "");
+  use_home_folder(home.path().string());
   return platform::documents_folder().value_or("") + platform::kPathSeparator + "KVRU3" +
          platform::kPathSeparator;
 }
