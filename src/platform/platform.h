@@ -37,6 +37,10 @@ using ConsoleHandler = int (*)(unsigned long event);
 /// caller and in every thread that it starts. False when the system refuses.
 bool install_console_handler(ConsoleHandler handler);
 
+/// Runs `work` on a thread of its own that nobody waits for. Throws std::system_error when the
+/// system refuses a thread.
+void run_detached(void (*work)());
+
 /// Waits for one key of the console, without echo and without Enter; a process without a console
 /// does not wait. Outside Windows the main thread rests meanwhile, so that a prompt it waits at
 /// does not take the key; without a controlling terminal a byte of standard input, or its end,

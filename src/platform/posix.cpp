@@ -268,6 +268,8 @@ bool install_console_handler(ConsoleHandler handler) {
   }
 }
 
+void run_detached(void (*work)()) { std::thread(work).detach(); }
+
 void wait_for_key() {
   const MainThreadRest main_thread_rests;
   if (!take_terminal_key()) {

@@ -1,14 +1,27 @@
 #define WIN32_LEAN_AND_MEAN
 #include <conio.h>
+#include <process.h>
 #include <shlobj.h>
 #include <windows.h>
 
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
 #include <type_traits>
 #include <vector>
 
 #include "platform/platform.h"
 
 namespace platform {
+
+namespace {
+
+unsigned __stdcall run(void* work) {
+  reinterpret_cast<void (*)()>(work)();
+  return 0;
+}
+
+}  // namespace
 
 const char kPathSeparator = '\\';
 
@@ -42,6 +55,17 @@ bool install_console_handler(ConsoleHandler handler) {
   // On 64-bit Windows there is one calling convention, and BOOL and DWORD are these types.
   static_assert(std::is_same_v<ConsoleHandler, PHANDLER_ROUTINE>);
   return SetConsoleCtrlHandler(handler, TRUE) != 0;
+}
+
+void run_detached(void (*work)()) {
+  // Not std::thread: with MinGW's library a thread that is detached soon after its start may never
+  // run.
+  const std::uintptr_t thread =
+      _beginthreadex(nullptr, 0, run, reinterpret_cast<void*>(work), 0, nullptr);
+  if (thread == 0) {
+    throw std::system_error(errno, std::generic_category(), "_beginthreadex");
+  }
+  CloseHandle(reinterpret_cast<HANDLE>(thread));
 }
 
 void wait_for_key() { _getch(); }

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <iostream>
-#include <thread>
 
 #include "api/client_api.h"
 #include "common/clock.h"
@@ -57,11 +56,11 @@ void stop_or_terminate(int event) {
     std::exit(event);
   }
   std::cout << "Cancelling current operation...\n" << std::flush;
-  std::jthread([] {
+  platform::run_detached([] {
     std::cout << "BEFORE kvr_CancelOperation\n" << std::flush;
     kvr_CancelOperation();
     std::cout << "AFTER kvr_CancelOperation\n" << std::flush;
-  }).detach();
+  });
   stop_signal_seen = true;  // last: an event that comes in before still counts as a first one
 }
 

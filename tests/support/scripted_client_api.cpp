@@ -252,10 +252,13 @@ void ScriptedClientApi::block(ApiCall call, const ScriptedAnswer& answer,
     if (event.after_return.count() == 0) {
       tell_status(event);
     } else {
-      std::thread([this, event] {
+      // Kept, not detached: see platform::run_detached.
+      const std::lock_guard adding(mutex_);
+      static std::deque<std::thread>& late = *new std::deque<std::thread>;
+      late.emplace_back([this, event] {
         std::this_thread::sleep_for(event.after_return);
         tell_status(event);
-      }).detach();
+      });
     }
   }
   if (answer.meanwhile) {

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <semaphore>
+#include <thread>
 
 #include "support/process.h"
 #include "support/temporary_folder.h"
@@ -41,6 +45,20 @@ TEST(EnvironmentText, IsTheVariableIfItFits) {
   EXPECT_EQ(platform::environment_text("KVR_TEST_VARIABLE", 5), "");
   set_environment("KVR_TEST_VARIABLE", "");
   EXPECT_EQ(platform::environment_text("KVR_TEST_VARIABLE", 260), "");
+}
+
+std::counting_semaphore<> finished{0};
+std::atomic<std::thread::id> worker;
+
+TEST(RunDetached, RunsEachWorkOnAThreadOfItsOwn) {
+  for (int round = 0; round < 300; ++round) {
+    platform::run_detached([] {
+      worker = std::this_thread::get_id();
+      finished.release();
+    });
+    ASSERT_TRUE(finished.try_acquire_for(std::chrono::minutes(1))) << round;
+    EXPECT_NE(worker.load(), std::this_thread::get_id());
+  }
 }
 
 TEST(CommandStatus, IsTheExitStatusOfTheCommand) {
