@@ -236,8 +236,8 @@ class Interruption:
         new_bench.rename(self.run.bench)
         status = self.run.finish()
         text = self.run.text()
-        if status == 0:  # through before the library has told of it on its own thread
-            expect(text.endswith(END), "no end")
+        if status == 0:  # through before the library's own thread, which tells of it, ends it
+            expect("END\n" in text, "no end")
             expect(text.count("ERROR in last test") > 0 or
                    rows_in(self.run.files()[SERIES_FILE], self.sound) == TESTS, "rows are lost")
         else:
@@ -326,6 +326,8 @@ def main():
     for number in range(RUNS):
         kind = interrupt(number, options, sound)
         counts[kind] = counts.get(kind, 0) + 1
+        if number % 100 == 99:
+            print(f"{number + 1} done", flush=True)
     print(", ".join(f"{kind} {count}" for kind, count in counts.items()))
 
 
