@@ -22,7 +22,7 @@ def expect_cancel(console):
     console.expect(CANCELLING)
     console.expect("BEFORE kvr_CancelOperation\n")
     console.expect("AFTER kvr_CancelOperation\n")
-    console.expect_silence(0.1)  # a signal counts as seen a moment after its lines
+    console.expect_silence(0.4)  # a signal counts as seen a moment after its lines
 
 
 class StopSignals(unittest.TestCase):
