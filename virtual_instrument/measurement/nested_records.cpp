@@ -37,17 +37,15 @@ void make_point(kvr_TestData_Point*& place, const ResistancePoint& point) {
   }
 }
 
-// Parentheses zero the padding too, which is stored with the rest.
-
 void make_tap(kvr_TestData_Tap*& place, const ResistanceTap& tap) {
-  place = new kvr_TestData_Tap();
+  place = new kvr_TestData_Tap{};
   place->tap = tap.tap;
   fill_array(place->points, place->point_count, tap.points, make_point);
 }
 
 void make_taps(kvr_TestData_Taps*& place, const std::vector<ResistanceTap>& taps) {
   if (!taps.empty()) {
-    place = new kvr_TestData_Taps();
+    place = new kvr_TestData_Taps{};
     fill_array(place->taps, place->count, taps, make_tap);
   }
 }
@@ -95,9 +93,9 @@ kvr_TestData_Ratio_3ph* new_data(const ThreePhaseRatio& result) {
 }
 
 kvr_TestData_Resistance* new_data(const ResistanceTest& test) {
-  Nest<kvr_TestData_Resistance> data(new kvr_TestData_Resistance());
+  Nest<kvr_TestData_Resistance> data(new kvr_TestData_Resistance{});
   data->duration_ms = test.duration_ms;
-  data->sides = new kvr_TestData_Sides();
+  data->sides = new kvr_TestData_Sides{};
   make_taps(data->sides->primary, test.sides[0]);
   make_taps(data->sides->secondary, test.sides[1]);
   make_taps(data->sides->tertiary, test.sides[2]);
@@ -105,7 +103,7 @@ kvr_TestData_Resistance* new_data(const ResistanceTest& test) {
 }
 
 kvr_TestData_Demag* new_data(const DemagTest& test) {
-  Nest<kvr_TestData_Demag> data(new kvr_TestData_Demag());
+  Nest<kvr_TestData_Demag> data(new kvr_TestData_Demag{});
   data->duration_ms = test.duration_ms;
   fill_array(data->phases, data->phase_count, test.phases,
              [](kvr_TestData_Demag_Phase*& place, const kvr_TestData_Demag_Phase& phase) {
@@ -117,7 +115,7 @@ kvr_TestData_Demag* new_data(const DemagTest& test) {
 kvr_TestData_Impedance* new_data(const ImpedanceTest& test) {
   Nest<kvr_TestData_Impedance> data(new kvr_TestData_Impedance(test.data));
   data->tests = nullptr;
-  data->tests = new kvr_TestData_Impedance_List();
+  data->tests = new kvr_TestData_Impedance_List{};
   data->tests->tests = new kvr_TestData_Impedance_SingleTest[test.tests.size()];
   data->tests->count = static_cast<std::uint32_t>(test.tests.size());
   std::copy(test.tests.begin(), test.tests.end(), data->tests->tests);

@@ -22,7 +22,7 @@ void set_result(kvr_TestRecord& record, const ThreePhaseRatio& data) {
 }  // namespace
 
 RecordNest new_record(const RecordHead& head) {
-  RecordNest record(new kvr_TestRecord());  // with parentheses, for the padding
+  RecordNest record(new kvr_TestRecord{});
   fill_field(record->asset_id, head.asset_id);
   fill_field(record->group_id, head.group_id);
   fill_field(record->record_id, head.record_id);
