@@ -269,7 +269,6 @@ static_assert(sizeof(kvr_TestData_Impedance_SingleTest) == 824);
 struct kvr_TestData_Impedance_List {
   kvr_TestData_Impedance_SingleTest* tests;  ///< contiguous array
   std::uint32_t count;
-  char reserved_12[4];  // named, since copies may leave out what has no name
 };
 
 static_assert(offsetof(kvr_TestData_Impedance_List, tests) == 0);
@@ -420,7 +419,6 @@ struct kvr_TestData_Tap {
   char reserved_4[4];
   kvr_TestData_Point** points;  ///< entries may be null
   std::uint32_t point_count;
-  char reserved_20[4];  // named, since copies may leave out what has no name
 };
 
 static_assert(std::is_trivially_copyable_v<kvr_TestData_Tap>);
@@ -432,7 +430,6 @@ static_assert(sizeof(kvr_TestData_Tap) == 24);
 struct kvr_TestData_Taps {
   kvr_TestData_Tap** taps;  ///< may be null, and so may its entries
   std::uint32_t count;
-  char reserved_12[4];  // named, since copies may leave out what has no name
 };
 
 static_assert(std::is_trivially_copyable_v<kvr_TestData_Taps>);
@@ -484,7 +481,6 @@ struct kvr_TestData_Demag {
   char reserved_116[444];
   kvr_TestData_Demag_Phase** phases;  ///< entries may be null
   std::uint32_t phase_count;
-  char reserved_572[4];  // named, since copies may leave out what has no name
 };
 
 static_assert(std::is_trivially_copyable_v<kvr_TestData_Demag>);
@@ -549,7 +545,6 @@ struct kvr_TestData_Drm {
   kvr_TestData_Drm_Transition* first_transition;  ///< null means no data
   char reserved_640[8];
   std::uint32_t transition_count;
-  char reserved_652[4];  // named, since copies may leave out what has no name
 };
 
 static_assert(std::is_trivially_copyable_v<kvr_TestData_Drm>);

@@ -27,6 +27,20 @@ struct FormHeader {
   bool operator==(const FormHeader&) const = default;
 };
 
+/// How many bytes pad a record behind its last member. They are stored as zero, whatever they hold.
+template <class Record>
+constexpr std::ptrdiff_t kPadding = 0;
+template <>
+constexpr std::ptrdiff_t kPadding<kvr_TestData_Impedance_List> = 4;
+template <>
+constexpr std::ptrdiff_t kPadding<kvr_TestData_Tap> = 4;
+template <>
+constexpr std::ptrdiff_t kPadding<kvr_TestData_Taps> = 4;
+template <>
+constexpr std::ptrdiff_t kPadding<kvr_TestData_Demag> = 4;
+template <>
+constexpr std::ptrdiff_t kPadding<kvr_TestData_Drm> = 4;
+
 /// Nests of steps are walked by recursion, so their depth has a limit.
 constexpr int kDeepestNest = 32;
 
@@ -60,6 +74,7 @@ class Encoder {
     std::memcpy(&copy, &record, sizeof copy);
     clear_links(copy);
     value(copy);
+    std::fill(bytes_.end() - kPadding<Record>, bytes_.end(), std::byte{0});
     std::memcpy(&copy, &record, sizeof copy);
     describe(copy, *this);
     --depth_;
@@ -132,6 +147,8 @@ class Decoder {
   void record(Record& record) {
     require(++depth_ <= kDeepestNest);
     const std::span<const std::byte> block = take(sizeof record);
+    require(std::all_of(block.end() - kPadding<Record>, block.end(),
+                        [](std::byte byte) { return byte == std::byte{0}; }));
     std::memcpy(&record, block.data(), sizeof record);
     clear_links(record);
     const auto cleared = std::as_bytes(std::span(&record, 1));

@@ -11,10 +11,11 @@
 // hangs from it.
 //
 //   "KVRR", version (u32), then the record.
-//   A record is its block of memory as the client library lays it out, with all pointers zero, and
-//   then what hangs from it in the order of record_shape.h. Each link starts with a byte, 0 for
-//   null and 1 for what follows: a record, an array of records, an array of links, or a text as its
-//   length (u32) and its characters. The length of an array stands in the block before.
+//   A record is its block of memory as the client library lays it out, with all pointers and the
+//   padding zero, and then what hangs from it in the order of record_shape.h. Each link starts with
+//   a byte, 0 for null and 1 for what follows: a record, an array of records, an array of links, or
+//   a text as its length (u32) and its characters. The length of an array stands in the block
+//   before.
 //
 // All numbers are little-endian. There is exactly one form of a record, so what can be decoded
 // encodes to the same bytes again.

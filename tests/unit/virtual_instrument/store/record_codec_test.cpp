@@ -222,6 +222,20 @@ TEST(RecordCodec, KeepsBytesThatHaveNoName) {
   EXPECT_EQ(std::memcmp(nest.get(), &record, sizeof record), 0);
 }
 
+TEST(RecordCodec, StoresWhatPadsARecordAsZero) {
+  OwnedRecord record = parse_record("data_count = 1\ndata_drm[0].transition_count = 0\n", "padded");
+  const Form form = form_of(*record.get());
+  const std::size_t padding = offsetof(kvr_TestData_Drm, transition_count) + sizeof(std::uint32_t);
+  const std::size_t size = sizeof(kvr_TestData_Drm) - padding;
+  std::memset(reinterpret_cast<char*>(record.get()->data_drm[0]) + padding, 0x5a, size);
+  EXPECT_EQ(form_of(*record.get()), form);
+
+  constexpr std::size_t kLinksBefore = 9;  // seven families, then the array and its entry
+  Form padded = form;
+  padded[kHeaderSize + sizeof(kvr_TestRecord) + kLinksBefore + padding] = std::byte{1};
+  EXPECT_EQ(decode_record(padded), nullptr);
+}
+
 TEST(RecordCodec, TellsAnEmptyRawDataTextFromNone) {
   kvr_TestRecord record{};
   EXPECT_EQ(stored_and_read(record)->raw_data, nullptr);
