@@ -1,10 +1,5 @@
 #include "fuzz/random_input.h"
 
-#include <cstdio>
-#include <cstdlib>
-
-#include "fuzz/fuzz_target.h"
-
 std::uint64_t RandomInput::next() {
   state_ ^= state_ << 13U;
   state_ ^= state_ >> 7U;
@@ -17,11 +12,4 @@ std::uint64_t RandomInput::next() {
   // Below 128 the byte is the number, so that a choice among few can be steered; above it chooses
   // any bits.
   return byte < 128 ? byte : state_;
-}
-
-void demand(bool holds, const char* what) {
-  if (!holds) {
-    std::fprintf(stderr, "does not hold: %s\n", what);
-    std::abort();
-  }
 }

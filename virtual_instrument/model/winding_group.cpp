@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "virtual_instrument/vocabulary/winding_letters.h"
+
 namespace virtual_instrument {
 namespace {
 
@@ -15,17 +17,6 @@ std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
 int next_limb(int limb) { return (limb + 1) % 3; }
 int previous_limb(int limb) { return (limb + 2) % 3; }
-
-struct WindingName {
-  kvr_WindingType type;
-  const char* high;
-  const char* low;
-};
-
-constexpr WindingName kWindingNames[] = {
-    {KVR_WINDING_D, "D", "d"}, {KVR_WINDING_Y, "Y", "y"},    {KVR_WINDING_YN, "YN", "yn"},
-    {KVR_WINDING_Z, "Z", "z"}, {KVR_WINDING_ZN, "ZN", "zn"}, {KVR_WINDING_1P, "1P", "h"},
-};
 
 struct SinglePhaseName {
   const char* name;
@@ -214,8 +205,8 @@ bool exists(const WindingGroup& group) {
 
 std::vector<WindingGroup> three_phase_groups() {
   std::vector<WindingGroup> groups;
-  for (const WindingName& high : kWindingNames) {
-    for (const WindingName& low : kWindingNames) {
+  for (const WindingLetters& high : kWindingLetters) {
+    for (const WindingLetters& low : kWindingLetters) {
       for (int clock = 0; clock < 12; ++clock) {
         const WindingGroup group{high.type, low.type, clock};
         if (is_three_phase(high.type) && exists(group)) {
@@ -228,13 +219,8 @@ std::vector<WindingGroup> three_phase_groups() {
 }
 
 std::string group_name(const WindingGroup& group) {
-  std::string high;
-  std::string low;
-  for (const WindingName& name : kWindingNames) {
-    high = name.type == group.high ? name.high : high;
-    low = name.type == group.low ? name.low : low;
-  }
-  return high + low + std::to_string(group.clock);
+  return std::string(letters_of(group.high, &WindingLetters::high)) +
+         letters_of(group.low, &WindingLetters::low) + std::to_string(group.clock);
 }
 
 std::optional<WindingGroup> parse_group(std::string_view name) {

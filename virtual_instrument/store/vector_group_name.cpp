@@ -3,30 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "virtual_instrument/vocabulary/winding_letters.h"
+
 namespace virtual_instrument {
 namespace {
-
-struct WindingLetters {
-  kvr_WindingType type;
-  const char* high;
-  const char* low;
-};
-
-constexpr WindingLetters kWindingLetters[] = {
-    {KVR_WINDING_UNDEFINED, "", ""}, {KVR_WINDING_D, "D", "d"},    {KVR_WINDING_Y, "Y", "y"},
-    {KVR_WINDING_YN, "YN", "yn"},    {KVR_WINDING_Z, "Z", "z"},    {KVR_WINDING_ZN, "ZN", "zn"},
-    {KVR_WINDING_1P, "1P", "h"},     {KVR_WINDING_MH, "MH", "mx"}, {KVR_WINDING_CT, "CT", ""},
-    {KVR_WINDING_PT, "PT", ""},      {KVR_WINDING_A, "a", "a"},
-};
-
-const char* letters_of(kvr_WindingType type, const char* WindingLetters::*side) {
-  for (const WindingLetters& letters : kWindingLetters) {
-    if (letters.type == type) {
-      return letters.*side;
-    }
-  }
-  return "?";
-}
 
 struct WindingPair {
   std::uint32_t connection_type;
