@@ -1,0 +1,253 @@
+#!/usr/bin/env python3
+"""Changes src/ in one place at a time and sees whether a test fails: how good are the tests?
+
+  run_mutants.py [--sample N] [--seed S] [--file PART] [--build FOLDER]
+
+Builds a copy of the tree with all mutants in it (see mutants.py), finds out which tests reach which
+mutant, and runs each mutant against those, the quickest first, until one fails. Mutants that
+explained.txt explains are not run. Fails when fewer than 95 of 100 are killed, or when one survives
+that is not explained (with --sample too).
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import os
+import pathlib
+import random
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+import mutants
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+HERE = ROOT / "tests" / "mutation"
+JOBS = os.cpu_count() or 1
+LEAST_KILLED = 0.95
+
+# Quick ones by the case, then whole sessions, then the slow ones.
+SLOW_ROOMS = ("faults", "sweep")
+OTHER_ROOMS = ("support", "virtual_instrument")
+LONGEST = 120.0  # seconds that a slow test may take
+
+
+class Test:
+    """A command that fails when it notices a mutant."""
+
+    def __init__(self, name, command, filtered=False):
+        self.name = name
+        self.command = command
+        self.filtered = filtered  # a case of a googletest program
+        self.seconds = 0.0
+        self.reaches = frozenset()
+
+
+def run(command, environment, seconds):
+    """Whether the command succeeds, in a folder of its own."""
+    with tempfile.TemporaryDirectory() as folder:
+        process = subprocess.Popen(command, cwd=folder, env=dict(os.environ, **environment),
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, start_new_session=True)
+        try:
+            return process.wait(seconds) == 0
+        except subprocess.TimeoutExpired:
+            return False
+        finally:
+            try:
+                os.killpg(process.pid, 9)
+            except ProcessLookupError:
+                pass
+            process.wait()
+
+
+def copy_tree(target):
+    names = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
+                           cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\n")
+    kept = set(filter(None, names))
+    for path in [path for path in target.rglob("*") if path.is_file()]:
+        if str(path.relative_to(target)) not in kept:
+            path.unlink()
+    for name in kept:
+        source, copy = ROOT / name, target / name
+        if not source.is_file() or name.startswith("src/") and copy.exists():
+            continue  # what is mutated is written only where it differs
+        if not copy.exists() or copy.read_bytes() != source.read_bytes():
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy2(source, copy)
+
+
+def compiler_flags(folder):
+    return ["-std=c++20", f"-I{folder}/src", "-DKVR_CLIENT_KEY=\"development-client-key\"",
+            "-D_GLIBCXX_ASSERTIONS"]
+
+
+def build(tree, folder, rooms):
+    subprocess.run(["cmake", "-S", tree, "-B", folder, "-G", "Ninja",
+                    "-DCMAKE_BUILD_TYPE=Debug", "-DKVR_BUILD_TESTS=ON",
+                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
+                    f"-DCMAKE_CXX_FLAGS=-w -D_GLIBCXX_ASSERTIONS -include {HERE}/mutant.h"],
+                   check=True, stdout=subprocess.DEVNULL)
+    targets = [f"unit-{room}" for room in rooms] + [
+        "console-tester", "console-tester-under-test", "tester-workbench-under-test",
+        "kvr-client-api", "scripted-client-api"]
+    subprocess.run(["cmake", "--build", folder, "--target", *targets], check=True)
+
+
+def cases_of(program):
+    listing = subprocess.run([program, "--gtest_list_tests"], check=True, capture_output=True,
+                             text=True).stdout
+    suite = ""
+    for line in listing.splitlines():
+        text = line.split("#")[0].rstrip()
+        if not text.startswith(" "):
+            suite = text
+        elif suite and text.strip():
+            yield suite + text.strip()
+
+
+def quick_tests(tree, folder, rooms):
+    for room in rooms:
+        program = str(folder / "bin" / f"unit-{room}")
+        if room in SLOW_ROOMS:
+            continue
+        for case in cases_of(program):
+            yield Test(f"{room}: {case}", [program, "--gtest_filter=" + case], filtered=True)
+    for session in sorted((tree / "tests" / "sessions").rglob("*.session")):
+        yield Test(f"session: {session.stem}",
+                   [sys.executable, str(tree / "tests/support/run_session.py"),
+                    "--program", f"console-tester={folder}/under-test/console-tester-under-test",
+                    "--program", f"tester-workbench={folder}/under-test/tester-workbench-under-test",
+                    "--scripted", f"{folder}/scripted", "--instrument", f"{folder}/lib",
+                    str(session)])
+    for script in sorted((tree / "tests" / "pty").glob("*.py")):
+        if script.stem != "console":
+            yield Test(f"pty: {script.stem}", [
+                "env", f"KVR_CONSOLE_TESTER={folder}/bin/console-tester",
+                f"KVR_SCRIPTED_LIBRARY={folder}/scripted", sys.executable, "-B", str(script)])
+
+
+def slow_tests(folder, rooms):
+    for room in rooms:
+        if room in SLOW_ROOMS:
+            yield Test(room, [str(folder / "bin" / f"unit-{room}"), "--gtest_fail_fast"])
+
+
+def measure(test, count):
+    """What the test reaches, and how long it takes. A test that fails as it is is no use."""
+    with tempfile.NamedTemporaryFile() as reached:
+        reached.write(bytes(count + 1))
+        reached.flush()
+        start = time.monotonic()
+        passed = run(test.command, {"TZ": "CET-1", "MUTANTS_REACHED": reached.name}, LONGEST)
+        test.seconds = time.monotonic() - start
+        data = pathlib.Path(reached.name).read_bytes()
+    test.reaches = frozenset(number for number, byte in enumerate(data) if byte)
+    return passed
+
+
+def batches(tests):
+    """The tests as commands: the cases of one program together."""
+    programs = collections.defaultdict(list)
+    for test in sorted(tests, key=lambda test: test.seconds):
+        programs[test.command[0] if test.filtered else test.name].append(test)
+    for together in sorted(programs.values(), key=lambda group: sum(t.seconds for t in group)):
+        seconds = 5.0 + 10 * sum(test.seconds for test in together)
+        if together[0].filtered:
+            names = ":".join(test.command[1].removeprefix("--gtest_filter=") for test in together)
+            yield ([together[0].command[0], "--gtest_fail_fast"], {"GTEST_FILTER": names},
+                   min(seconds, LONGEST))
+        else:
+            yield together[0].command, {}, min(seconds, LONGEST)
+
+
+def is_killed(mutant, tests):
+    reaching = [test for test in tests if mutant.number in test.reaches]
+    return any(not run(command, {"TZ": "CET-1", "MUTANT": str(mutant.number), **environment},
+                       seconds)
+               for command, environment, seconds in batches(reaching))
+
+
+def read_explained():
+    """What explained.txt lists: lines as they are printed, without the number of the line, each
+    under the paragraph that explains it."""
+    entries = set()
+    for line in (HERE / "explained.txt").read_text().splitlines():
+        if line.startswith("src/"):
+            entries.add(line)
+    return entries
+
+
+def without_line(mutant):
+    file, rest = str(mutant).split(":", 1)
+    return file + ":" + rest.split(":", 1)[1]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--sample", type=int, default=0, help="that many mutants, chosen by --seed")
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--file", default="", help="only mutants of files with this in their name")
+    parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build" / "mutation")
+    parser.add_argument("--list", action="store_true", help="print the mutants, run none")
+    arguments = parser.parse_args()
+
+    resources = subprocess.run(["clang", "-print-resource-dir"], check=True, capture_output=True,
+                               text=True).stdout.strip()
+    finders = mutants.find_mutants(ROOT, compiler_flags(ROOT) + ["-resource-dir", resources])
+    found = {place.mutant.number: place.mutant
+             for finder in finders.values() for place in finder.places}
+    if arguments.list:
+        print(*found.values(), sep="\n")
+        return 0
+    explained = read_explained()
+    unknown = explained - {without_line(mutant) for mutant in found.values()}
+    if unknown:
+        print("explained.txt explains what is no mutant:", *sorted(unknown), sep="\n  ")
+        return 1
+    chosen = [number for number, mutant in found.items()
+              if arguments.file in mutant.file and without_line(mutant) not in explained]
+    if arguments.sample:
+        chosen = random.Random(arguments.seed).sample(chosen, min(arguments.sample, len(chosen)))
+
+    tree, folder = arguments.build / "tree", arguments.build / "build"
+    copy_tree(tree)
+    flags = compiler_flags(tree) + ["-include", str(HERE / "mutant.h")]
+    kept = mutants.write_mutants(ROOT, tree, finders, chosen, flags, JOBS)
+    rooms = [path.name for path in sorted((ROOT / "tests" / "unit").iterdir())
+             if path.is_dir() and path.name not in OTHER_ROOMS]
+    build(tree, folder, rooms)
+
+    tests = list(quick_tests(tree, folder, rooms)) + list(slow_tests(folder, rooms))
+    with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+        passed = list(pool.map(lambda test: measure(test, len(found)), tests))
+    unfit = [test.name for test, good in zip(tests, passed) if not good]
+    tests = [test for test, good in zip(tests, passed) if good]
+    print(f"{len(chosen)} mutants, {len(chosen) - len(kept)} of them do not compile; "
+          f"{len(tests)} tests")
+    if unfit:
+        print("tests that fail without a mutant are left out:", *unfit, sep="\n  ")
+
+    survivors, done = [], 0
+    with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+        waiting = {pool.submit(is_killed, found[number], tests): found[number]
+                   for number in sorted(kept)}
+        for future in concurrent.futures.as_completed(waiting):
+            done += 1
+            if not future.result():
+                survivors.append(waiting[future])
+                print(f"[{done}/{len(kept)}] survives: {waiting[future]}", flush=True)
+    killed = len(kept) - len(survivors)
+    by_kind = collections.Counter(found[number].kind for number in kept)
+    alive = collections.Counter(mutant.kind for mutant in survivors)
+    for kind in mutants.KINDS:
+        print(f"{kind:<12}{by_kind[kind] - alive[kind]:>6} of {by_kind[kind]:>5} killed")
+    share = killed / max(1, len(kept))
+    print(f"{'all':<12}{killed:>6} of {len(kept):>5} killed, {100 * share:.1f} %")
+    return 0 if not survivors and share >= LEAST_KILLED else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
