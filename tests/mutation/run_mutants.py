@@ -63,7 +63,8 @@ def run(command, environment, seconds):
             process.wait()
 
 
-def copy_tree(target):
+def copy_tree(target, mutated):
+    """Copies what git knows, but for the files that are written with mutants in them."""
     names = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
                            cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\n")
     kept = set(filter(None, names))
@@ -72,8 +73,8 @@ def copy_tree(target):
             path.unlink()
     for name in kept:
         source, copy = ROOT / name, target / name
-        if not source.is_file() or name.startswith("src/") and copy.exists():
-            continue  # what is mutated is written only where it differs
+        if not source.is_file() or name in mutated:
+            continue
         if not copy.exists() or copy.read_bytes() != source.read_bytes():
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy2(source, copy)
@@ -213,7 +214,7 @@ def main():
         chosen = random.Random(arguments.seed).sample(chosen, min(arguments.sample, len(chosen)))
 
     tree, folder = arguments.build / "tree", arguments.build / "build"
-    copy_tree(tree)
+    copy_tree(tree, finders)
     flags = compiler_flags(tree) + ["-include", str(HERE / "mutant.h")]
     kept = mutants.write_mutants(ROOT, tree, finders, chosen, flags, JOBS)
     rooms = [path.name for path in sorted((ROOT / "tests" / "unit").iterdir())

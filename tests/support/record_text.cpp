@@ -37,7 +37,7 @@ struct Field {
   const Type& (*type)();
 };
 
-std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
+std::string in_quotes(std::string_view text) { return "'" + std::string(text) + "'"; }
 
 template <typename Number>
 Number parse_magnitude(std::string_view digits) {
@@ -55,7 +55,7 @@ Number parse_magnitude(std::string_view digits) {
     result = std::from_chars(digits.data(), end, number, is_hex ? 16 : 10);
   }
   if (result.ec != std::errc() || result.ptr != end || digits.starts_with('-')) {
-    throw BadLine("not a number of this field: " + quoted(digits));
+    throw BadLine("not a number of this field: " + in_quotes(digits));
   }
   return number;
 }
@@ -74,7 +74,7 @@ Number parse_number(std::string_view text) {
     const bool is_signed = std::is_signed_v<Number>;
     if (magnitude > kHighest + (is_negative && is_signed ? 1 : 0) ||
         (is_negative && !is_signed && magnitude != 0)) {
-      throw BadLine("out of the range of this field: " + quoted(text));
+      throw BadLine("out of the range of this field: " + in_quotes(text));
     }
     return static_cast<Number>(is_negative ? 0 - magnitude : magnitude);
   }
@@ -114,7 +114,7 @@ std::string unescaped(std::string_view text) {
       plain += parse_hex_byte(text.substr(i + 1, 2));
       i += 2;
     } else {
-      throw BadLine("unknown escape in " + quoted(text));
+      throw BadLine("unknown escape in " + in_quotes(text));
     }
   }
   return plain;
@@ -146,7 +146,7 @@ void store_c_text(std::byte* at, std::size_t, std::string_view value, RecordAren
 /// Only the word null can be stored in a pointer itself.
 void store_null(std::byte* at, std::size_t, std::string_view value, RecordArena&) {
   if (value != "null") {
-    throw BadLine("a pointer can be null or be gone through, not " + quoted(value));
+    throw BadLine("a pointer can be null or be gone through, not " + in_quotes(value));
   }
   store_pointer(at, nullptr);
 }
@@ -315,11 +315,11 @@ std::vector<Step> split_path(std::string_view path) {
     if (path[at] == '[') {
       const std::size_t close = path.find(']', at);
       if (close == std::string_view::npos) {
-        throw BadLine("a bracket without its end in " + quoted(path));
+        throw BadLine("a bracket without its end in " + in_quotes(path));
       }
       const auto index = parse_number<std::uint32_t>(path.substr(at + 1, close - at - 1));
       if (index >= kLongestArray) {
-        throw BadLine("index out of bounds in " + quoted(path));
+        throw BadLine("index out of bounds in " + in_quotes(path));
       }
       steps.push_back({{}, index, close + 1});
       at = close + 1;
@@ -357,7 +357,7 @@ std::optional<Line> split_line(std::string_view text, std::size_t number) {
   }
   const std::size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
-    throw BadLine("no '=' in " + quoted(text));
+    throw BadLine("no '=' in " + in_quotes(text));
   }
   std::string_view value = text.substr(equals + 1);
   if (value.starts_with(' ')) {
@@ -389,7 +389,7 @@ class Builder {
       }
     }
     if (type_->store == nullptr) {
-      throw BadLine(quoted(line.path) + " has fields or entries of its own to be written");
+      throw BadLine(in_quotes(line.path) + " has fields or entries of its own to be written");
     }
     type_->store(at_, type_->size, line.value, record_.arena());
   }
@@ -405,12 +405,12 @@ class Builder {
     const Type& element = type_->element == nullptr ? *type_ : type_->element();
     if (type_->kind == Type::kArray) {
       if (*step.index >= type_->count) {
-        throw BadLine("index out of bounds in " + quoted(path));
+        throw BadLine("index out of bounds in " + in_quotes(path));
       }
     } else if (type_->kind == Type::kPointer) {
       follow_pointer(lengths_[array_path(path, step)]);
     } else {
-      throw BadLine("no array: " + quoted(array_path(path, step)));
+      throw BadLine("no array: " + in_quotes(array_path(path, step)));
     }
     at_ += *step.index * element.size;
     type_ = &element;
@@ -429,7 +429,7 @@ class Builder {
         return;
       }
     }
-    throw BadLine("unknown name " + quoted(step.name) + " in " + quoted(path));
+    throw BadLine("unknown name " + in_quotes(step.name) + " in " + in_quotes(path));
   }
 
   /// To what the pointer here points to, which is made if it is not there yet.
