@@ -256,9 +256,7 @@ bool take_terminal_key() {
 bool install_console_handler(ConsoleHandler handler) {
   main_thread = pthread_self();
   const sigset_t signals = console_signals();
-  if (pthread_sigmask(SIG_BLOCK, &signals, nullptr) != 0) {
-    return false;
-  }
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   try {
     std::thread(deliver_console_signals, signals, handler).detach();
     return true;

@@ -4,7 +4,6 @@
 #include <cctype>
 #include <cstddef>
 #include <span>
-#include <stdexcept>
 
 namespace {
 
@@ -225,13 +224,13 @@ std::string_view high_side_of(std::string_view name) {
   return name.substr(0, static_cast<std::size_t>(end - name.begin()));
 }
 
+/// A chart has a rule for the high side of each of its rows.
 const char* primary_of(const Chart& chart, const std::string& name) {
-  for (const PrimaryRule& rule : chart.primaries) {
-    if (rule.high_side == high_side_of(name)) {
-      return rule.primary;
-    }
-  }
-  throw std::logic_error("no primary label for the row " + name);
+  const auto rule = std::find_if(chart.primaries.begin(), chart.primaries.end(),
+                                 [side = high_side_of(name)](const PrimaryRule& candidate) {
+                                   return candidate.high_side == side;
+                                 });
+  return rule->primary;
 }
 
 StandardTable expand(const Chart& chart) {

@@ -351,9 +351,9 @@ def find_mutants(root, flags):
     return finders
 
 
-def write_mutants(root, tree, finders, wanted, flags, jobs):
-    """Writes the wanted mutants into `tree`, a copy of `root`; gives the numbers of those that
-    compile, in files that compile."""
+def write_mutants(tree, finders, wanted, flags, jobs, are_tried):
+    """Writes the wanted mutants into `tree`, a copy; gives the numbers of those that compile. With
+    `are_tried` not set all of them are known to."""
     kept = set(wanted)
     units = [name for name in finders if name.endswith(".cpp")]
     pending = set(finders)
@@ -364,6 +364,8 @@ def write_mutants(root, tree, finders, wanted, flags, jobs):
             path.parent.mkdir(parents=True, exist_ok=True)
             if not path.exists() or path.read_text() != texts[name]:
                 path.write_text(texts[name])
+        if not are_tried:
+            return kept
         # A header's faults show in every file that includes it.
         checked = units if any(name.endswith(".h") for name in pending) else sorted(pending)
         messages = compile_all([tree / name for name in checked], flags, jobs)

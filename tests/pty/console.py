@@ -4,7 +4,7 @@ settings.
 The program runs on the scripted client library, which answers as the test's script says (see
 tests/support/scripted_client_api_script.h), or on the virtual instrument with the test's bench; on
 the real clock. KVR_CONSOLE_TESTER names the program and KVR_SCRIPTED_LIBRARY the folder of the
-scripted library.
+scripted library; KVR_TESTER_WORKBENCH is for the test of that program.
 """
 
 import fcntl
@@ -30,12 +30,13 @@ MAIN_MENU = "2. Single Phase Test\n0. Exit\n"
 class Console:
     """Use as a context. The program is killed at the end if it still runs."""
 
-    def __init__(self, script="", ignored_signals=(), bench=None):
+    def __init__(self, script="", ignored_signals=(), bench=None, program="KVR_CONSOLE_TESTER"):
         self.seen = ""       # output so far, with line feeds alone at line ends
         self.position = 0    # behind what has been expected
         self.status = None
         self.script = script
         self.bench = bench
+        self.program = program
         self.ignored_signals = ignored_signals
 
     def __enter__(self):
@@ -51,7 +52,7 @@ class Console:
         else:
             environment["KVR_BENCH_FILE"] = str(folder / "bench.toml")
             (folder / "bench.toml").write_text(self.bench)
-        program = os.path.abspath(os.environ["KVR_CONSOLE_TESTER"])
+        program = os.path.abspath(os.environ[self.program])
         master, self.slave = pty.openpty()  # kept open, so that settings can be read at the end
         self.settings_before = self.settings()
         self.process = os.fork()

@@ -368,6 +368,31 @@ TEST_F(WaitForKey, TakesAKeyOfTheTerminalWithoutEnterAndEcho) {
       testing::ExitedWithCode(0), Eq("echo -, restored"));
 }
 
+TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        std::thread other(platform::wait_for_key);
+        while (hands_over_lines(keyboard)) {
+          std::this_thread::yield();
+        }
+        std::atomic<bool> taken = false;
+        std::thread typist([keyboard, &taken] {
+          while (!taken) {  // what has not been read is lost when the settings are put back
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            static_cast<void>(write(keyboard, "k\n", 2));
+          }
+        });
+        platform::wait_for_key();
+        other.join();
+        taken = true;
+        typist.join();
+        std::cerr << (hands_over_lines(keyboard) ? "restored" : "changed");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("restored"));
+}
+
 #if defined(__SANITIZE_THREAD__)
 constexpr bool kSignalsAreHeldBack = true;
 #elif defined(__has_feature)

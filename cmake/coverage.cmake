@@ -1,0 +1,8 @@
+# Counts what is executed of src/ and virtual_instrument/, for gcov. The tests themselves don't count;
+# they run threads.
+set(coverage_options --coverage -fprofile-update=atomic)
+add_link_options(--coverage)
+
+add_library(count_until_exit OBJECT cmake/count_until_exit.cpp)
+add_link_options(-Wl,--wrap=_Exit -Wl,--wrap=_exit)
+link_libraries(count_until_exit)
