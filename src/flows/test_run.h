@@ -9,8 +9,8 @@
 
 /// What the kinds of ratio test differ in.
 struct RatioTest {
-  const char* columns;        ///< column line of the series file
-  bool may_be_stored = true;  ///< false: the library is asked to keep nothing
+  const char* columns;  ///< column line of the series file
+  bool may_be_stored;   ///< false: the library is asked to keep nothing
   /// Runs one test at a voltage. Blocks until it ends.
   std::function<kvr_code(float voltage, kvr_TestRequestHeader&, kvr_ProgressHandler&,
                          kvr_TestRecord*&)>

@@ -102,8 +102,7 @@ std::string environment_text(const char* name, std::size_t buffer_size) {
 }
 
 int command_status(int system_result) {
-  return system_result != -1 && WIFEXITED(system_result) ? WEXITSTATUS(system_result)
-                                                         : system_result;
+  return WIFEXITED(system_result) ? WEXITSTATUS(system_result) : system_result;  // -1 is none
 }
 
 namespace {

@@ -95,6 +95,13 @@ TEST(NameplateRatio, DividesInSinglePrecision) {
   EXPECT_NE(Utils::nameplate_ratio(setup), 1.0 / 3.0);
 }
 
+TEST(NameplateRatio, TakesRatingsBelowOne) {
+  kvr_TestSetup setup = three_windings(0);
+  setup.windings[0].voltage = 0.5F;
+  setup.windings[1].voltage = 0.25F;
+  EXPECT_EQ(Utils::nameplate_ratio(setup), 2.0);
+}
+
 // --- has_oltc, oltc_side, has_voltages -----------------------------------------------------------
 
 TEST(Oltc, IsFoundOnEitherSide) {
@@ -130,6 +137,9 @@ TEST(Oltc, OutsideThePairIsIgnored) {
 
 TEST(HasVoltages, WantsBothPositive) {
   EXPECT_TRUE(Utils::has_voltages(three_windings(0)));
+  kvr_TestSetup low = three_windings(0);
+  low.windings[0].voltage = low.windings[1].voltage = 0.5F;
+  EXPECT_TRUE(Utils::has_voltages(low));
   for (const float bad : {0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN()}) {
     for (const std::size_t winding : {0U, 2U}) {
       kvr_TestSetup setup = three_windings(1);

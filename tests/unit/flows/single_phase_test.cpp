@@ -362,6 +362,17 @@ TEST_F(SinglePhase, PausesAfterTheRecordIsGivenBack) {
   EXPECT_EQ(given_back, 3U);
 }
 
+TEST_F(SinglePhase, ShowsWhatItSaidBeforeItPauses) {
+  clock.on_sleep = [&](const timespec*, timespec*) {
+    const auto& output = dynamic_cast<CapturedOutput&>(*std::cout.rdbuf());
+    EXPECT_THAT(output.text(), testing::EndsWith("\n\n"));
+    EXPECT_EQ(output.flushed_text(), output.text());
+    return 0;
+  };
+  run("1\n10x3\n\nT1\n");
+  EXPECT_EQ(clock.sleeps.size(), 3U);
+}
+
 TEST_F(SinglePhase, OfASeriesWithoutATestId) {
   run("1\n8x2\n\n\n");
   const std::string name = "1.2-range-test-15-03-2021 12-00-00.csv";

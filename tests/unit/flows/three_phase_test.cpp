@@ -454,6 +454,7 @@ TEST_F(Phasing, TakesAnAngleBeforeAD) {
   expect_angle("-30d", -0.523598776F, "-0.523599");
   expect_angle("0d", 0.0F, "0");
   expect_angle("720.5 d", 12.5750973F, "12.5751");
+  expect_angle("0x1d", 0.0174532924F, "0.0174533");  // the d is none of the number's
   expect_angle("15degrees and d", 0.261799388F, "0.261799");
 }
 

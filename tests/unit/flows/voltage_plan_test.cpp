@@ -110,6 +110,13 @@ TEST_F(VoltagePlanPrompt, AsksAgainForARepetitionWithoutBothNumbers) {
 TEST_F(VoltagePlanPrompt, AsksAgainForMoreTestsThanAnybodyCanMake) {
   expect_asked_again("10x2147483647");
   expect_asked_again("10x2147483648");
+  expect_asked_again("10x16777217");
+}
+
+TEST_F(VoltagePlanPrompt, TakesTheLongestPlan) {
+  const Console console("10x16777216\n");
+  EXPECT_EQ(prompt_voltage_plan().size(), 16777216U);
+  EXPECT_EQ(console.output(), kPrompt);
 }
 
 TEST_F(VoltagePlanPrompt, TakesALongPlan) { EXPECT_EQ(plan_of("10x100000").size(), 100000U); }

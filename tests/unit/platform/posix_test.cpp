@@ -118,6 +118,9 @@ TEST_F(DocumentsFolder, IsTheLastOneTold) {
 
 TEST_F(DocumentsFolder, TakesEscapedCharactersAsTheyAre) {
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/a\\\"b\\\\c\\$d\\`e\"\n"), home() + "/a\"b\\c$d`e");
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"\\" + home() + "\"\n"), home());  // the first character
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/a\\b"), home() + "/ab");    // the last one
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/a\\"), home() + "/a\\");    // of nothing
 }
 
 TEST_F(DocumentsFolder, EndsAtTheQuoteAndWithoutASeparator) {
