@@ -53,11 +53,16 @@ class Mutant:
     line: int
     before: str
     after: str
+    within: str  # the line of the source
     number: int = 0
 
+    def name(self):
+        """What it is called in explained.txt, where line numbers would go out of date."""
+        before, after = (re.sub(r"\s+", " ", text) for text in (self.before, self.after))
+        return f"{self.file}: {self.kind}: {before} => {after or 'nothing'} in: {self.within}"
+
     def __str__(self):
-        shown = [re.sub(r"\s+", " ", text) for text in (self.before, self.after)]
-        return f"{self.file}:{self.line}: {self.kind}: {shown[0]} => {shown[1]}"
+        return self.name().replace(":", f":{self.line}:", 1)
 
 
 @dataclasses.dataclass
@@ -99,9 +104,10 @@ class MutantFinder:
         if (start, end, after) in self.seen:
             return
         self.seen.add((start, end, after))
-        line = self.source.count(b"\n", 0, start) + 1
-        self.places.append(
-            Place(start, end, Mutant(kind, self.name, line, before, after), is_statement))
+        line = self.source.count(b"\n", 0, start)
+        within = self.source.split(b"\n")[line].decode().strip()
+        self.places.append(Place(start, end, Mutant(kind, self.name, line + 1, before, after, within),
+                                 is_statement))
 
     def visit(self, cursor):
         kind = cursor.kind

@@ -199,18 +199,12 @@ def remembered(file, finders, chosen):
 
 
 def read_explained():
-    """What explained.txt lists: lines as they are printed, without the number of the line, each
-    under the paragraph that explains it."""
+    """The names of mutants in explained.txt, each under the paragraph that explains it."""
     entries = set()
     for line in (HERE / "explained.txt").read_text().splitlines():
         if line.startswith("src/"):
             entries.add(line)
     return entries
-
-
-def without_line(mutant):
-    file, rest = str(mutant).split(":", 1)
-    return file + ":" + rest.split(":", 1)[1]
 
 
 def main():
@@ -234,13 +228,13 @@ def main():
         print(*found.values(), sep="\n")
         return 0
     explained = read_explained()
-    unknown = explained - {without_line(mutant) for mutant in found.values()}
+    unknown = explained - {mutant.name() for mutant in found.values()}
     if unknown:
         print("explained.txt explains what is no mutant:", *sorted(unknown), sep="\n  ")
         return 1
     chosen = [number for number, mutant in found.items()
               if (not arguments.rooms or mutant.file.split("/")[1] in arguments.rooms)
-              and without_line(mutant) not in explained]
+              and mutant.name() not in explained]
     if arguments.sample:
         chosen = random.Random(arguments.seed).sample(chosen, min(arguments.sample, len(chosen)))
 
