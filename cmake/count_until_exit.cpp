@@ -1,7 +1,7 @@
 #include <cstdlib>
 
-// A process that leaves at once leaves without the counts of what it has executed. Linked into every
-// program where those are wanted, with the calls wrapped.
+// A process that leaves at once leaves without the counts of what it has executed. Linked into
+// every program where those are wanted, with the calls wrapped.
 
 extern "C" {
 void __gcov_dump();

@@ -42,7 +42,7 @@ STATEMENTS = {Kind.CALL_EXPR, Kind.BINARY_OPERATOR, Kind.COMPOUND_ASSIGNMENT_OPE
 DECLARATIONS = {Kind.VAR_DECL, Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.FUNCTION_TEMPLATE,
                 Kind.CONSTRUCTOR}
 LOG_LINE = re.compile(r"PLOG|LOG_")
-# A number's digits and its suffix.
+# A number's digits and its suffix. What a macro holds has no such text.
 NUMBER = re.compile(r"(0[xX][0-9a-fA-F']+|[0-9][0-9'.]*(?:[eE][-+]?[0-9]+)?)([uUlLfF]*)$")
 
 
@@ -362,7 +362,8 @@ def write_mutants(tree, finders, wanted, flags, jobs, are_tried):
     `are_tried` not set all of them are known to."""
     kept = set(wanted)
     units = [name for name in finders if name.endswith(".cpp")]
-    pending = set(finders)
+    pending = {place.mutant.file for finder in finders.values() for place in finder.places
+               if place.mutant.number in kept}
     while True:
         texts = {name: mutated(finder, kept) for name, finder in finders.items()}
         for name in finders:
