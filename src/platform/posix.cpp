@@ -116,7 +116,8 @@ constexpr ConsoleSignal kConsoleSignals[] = {{SIGINT, 0}, {SIGQUIT, 1}, {SIGHUP,
 
 bool is_ignored(int signal) {
   struct sigaction action {};
-  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+  sigaction(signal, nullptr, &action);
+  return action.sa_handler == SIG_IGN;
 }
 
 sigset_t console_signals() {

@@ -87,7 +87,7 @@ def copy_tree(target, mutated):
             continue
         if not copy.exists() or copy.read_bytes() != source.read_bytes():
             copy.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy2(source, copy)
+            shutil.copy(source, copy)  # with a new time, for what is built of it
 
 
 def compiler_flags(folder):

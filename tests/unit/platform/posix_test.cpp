@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -125,6 +126,8 @@ TEST_F(DocumentsFolder, TakesEscapedCharactersAsTheyAre) {
 
 TEST_F(DocumentsFolder, EndsAtTheQuoteAndWithoutASeparator) {
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/Papers//\" # mine\n"), home() + "/Papers");
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"/\"\n"), "/");
+  EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"//\"\n"), "/");
 }
 
 TEST_F(DocumentsFolder, OfAMalformedLineIsNotTaken) {
@@ -294,6 +297,14 @@ TEST_F(ConsoleEvents, GoTheirUsualWayWhereNoThreadCanTakeThem) {
       testing::KilledBySignal(SIGTERM), Eq("0"));
 }
 
+TEST(CreateDirectory, LeavesPermissionsToTheUmask) {
+  const TemporaryFolder folder;
+  const mode_t saved = umask(027);
+  EXPECT_TRUE(platform::create_directory(folder.prefix() + "one"));
+  umask(saved);
+  EXPECT_EQ(fs::status(folder.path() / "one").permissions(), fs::perms(0750));
+}
+
 // A key, in a process without a terminal.
 
 class WaitForKey : public ConsoleEvents {};
@@ -369,6 +380,26 @@ TEST_F(WaitForKey, TakesAKeyOfTheTerminalWithoutEnterAndEcho) {
         std::_Exit(0);
       },
       testing::ExitedWithCode(0), Eq("echo -, restored"));
+}
+
+TEST_F(WaitForKey, TakesOneKeyWhateverTheTerminalWasSetTo) {
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        termios settings{};
+        tcgetattr(keyboard, &settings);
+        settings.c_cc[VMIN] = 2;
+        tcsetattr(keyboard, TCSANOW, &settings);
+        for (int i = 0; i < 2; ++i) {  // and a second time
+          std::thread typist(type_unbuffered, keyboard, "k");
+          platform::wait_for_key();
+          typist.join();
+        }
+        tcgetattr(keyboard, &settings);
+        std::cerr << int{settings.c_cc[VMIN]} << (hands_over_lines(keyboard) ? " restored" : "");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("2 restored"));
 }
 
 TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
