@@ -101,8 +101,9 @@ std::string environment_text(const char* name, std::size_t buffer_size) {
   return value.size() < buffer_size ? value : std::string();
 }
 
+// What is no exit status, such as the -1 of a shell that could not be started, is passed on.
 int command_status(int system_result) {
-  return WIFEXITED(system_result) ? WEXITSTATUS(system_result) : system_result;  // -1 is none
+  return WIFEXITED(system_result) ? WEXITSTATUS(system_result) : system_result;
 }
 
 namespace {

@@ -15,6 +15,7 @@ layouts of records, which it checks itself; Windows sources, which are not in th
 """
 
 import collections
+import concurrent.futures
 import dataclasses
 import os
 import pathlib
@@ -43,7 +44,7 @@ DECLARATIONS = {Kind.VAR_DECL, Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.FUNCTIO
                 Kind.CONSTRUCTOR}
 LOG_LINE = re.compile(r"PLOG|LOG_")
 # A number's digits and its suffix. What a macro holds has no such text.
-NUMBER = re.compile(r"(0[xX][0-9a-fA-F']+|[0-9][0-9'.]*(?:[eE][-+]?[0-9]+)?)([uUlLfF]*)$")
+NUMBER = re.compile(r"(0[xX][0-9a-fA-F']+|[0-9][0-9'.]*([eE][-+]?[0-9]+)?)[uUlLfF]*$")
 
 
 @dataclasses.dataclass
@@ -165,9 +166,7 @@ class MutantFinder:
             self.add("arithmetic", start, end, STEPS[prefix] + operand)
         elif suffix in STEPS:
             self.add("arithmetic", start, end, operand + STEPS[suffix])
-        elif prefix == "-":
-            self.add("arithmetic", start, end, operand)
-        elif prefix == "~":
+        elif prefix in ("-", "~"):
             self.add("arithmetic", start, end, operand)
 
     def number(self, _cursor, start, end):
@@ -299,7 +298,7 @@ def keyword_edits(finder, places):
 
 # What doesn't compile
 
-ERROR = re.compile(r"^([^:\n]+):(\d+):(\d+): (?:fatal )?error: (.*)$", re.M)
+ERROR = re.compile(r"^([^:\n]+):(\d+):(\d+): (?:fatal )?error: ", re.M)
 WORD = re.compile(r"\w+")
 
 
@@ -307,7 +306,7 @@ def numbers_at_fault(message_text, texts, finders):
     """The numbers of the mutants that the compiler's errors lie in. Where they lie in none, what is at
     fault may be a constant named on the line, and failing that anything else on it."""
     enclosing, constants, on_line = set(), set(), set()
-    for file, line, column, _ in ERROR.findall(message_text):
+    for file, line, column in ERROR.findall(message_text):
         name = next((name for name in texts if file.endswith("/" + name)), None)
         if name is None:
             continue
@@ -391,17 +390,11 @@ def write_mutants(tree, finders, wanted, flags, jobs, are_tried):
 
 def compile_all(paths, flags, jobs):
     """What the compiler has against each file, which is nothing for a good one."""
-    messages = {}
-    running = {}
-    waiting = list(paths)
-    while waiting or running:
-        while waiting and len(running) < jobs:
-            path = waiting.pop(0)
-            running[path] = subprocess.Popen(
-                ["g++", *flags, "-w", "-fsyntax-only", "-fmax-errors=0", str(path)],
-                stderr=subprocess.PIPE, text=True, env=dict(os.environ, LC_ALL="C"))
-        path, process = next(iter(running.items()))
-        _, message = process.communicate()
-        del running[path]
-        messages[path] = message if process.returncode != 0 else ""
-    return {path: messages[path] for path in paths}
+    def complaint(path):
+        done = subprocess.run(["g++", *flags, "-w", "-fsyntax-only", "-fmax-errors=0", str(path)],
+                              capture_output=True, text=True, check=False,
+                              env=dict(os.environ, LC_ALL="C"))
+        return done.stderr if done.returncode != 0 else ""
+
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        return dict(zip(paths, pool.map(complaint, paths)))

@@ -200,11 +200,8 @@ def remembered(file, finders, chosen):
 
 def read_explained():
     """The names of mutants in explained.txt, each under the paragraph that explains it."""
-    entries = set()
-    for line in (HERE / "explained.txt").read_text().splitlines():
-        if line.startswith("src/"):
-            entries.add(line)
-    return entries
+    return {line for line in (HERE / "explained.txt").read_text().splitlines()
+            if line.startswith("src/")}
 
 
 def main():

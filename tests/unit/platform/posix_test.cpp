@@ -181,6 +181,14 @@ TEST(CommandStatus, IsTheResultItselfWithoutAnExitStatus) {
   EXPECT_NE(killed, 0);
 }
 
+TEST(CreateDirectory, LeavesPermissionsToTheUmask) {
+  const TemporaryFolder folder;
+  const mode_t saved = umask(027);
+  EXPECT_TRUE(platform::create_directory(folder.prefix() + "one"));
+  umask(saved);
+  EXPECT_EQ(fs::status(folder.path() / "one").permissions(), fs::perms(0750));
+}
+
 // Signals, each in a process of its own. Its standard error tells what happened.
 
 class ConsoleEvents : public testing::Test {
@@ -295,14 +303,6 @@ TEST_F(ConsoleEvents, GoTheirUsualWayWhereNoThreadCanTakeThem) {
         kill(getpid(), SIGTERM);
       },
       testing::KilledBySignal(SIGTERM), Eq("0"));
-}
-
-TEST(CreateDirectory, LeavesPermissionsToTheUmask) {
-  const TemporaryFolder folder;
-  const mode_t saved = umask(027);
-  EXPECT_TRUE(platform::create_directory(folder.prefix() + "one"));
-  umask(saved);
-  EXPECT_EQ(fs::status(folder.path() / "one").permissions(), fs::perms(0750));
 }
 
 // A key, in a process without a terminal.
