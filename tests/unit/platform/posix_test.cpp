@@ -18,6 +18,7 @@
 #include "support/process.h"
 #include "support/refused_threads_posix.h"
 #include "support/temporary_folder.h"
+#include "support/thread_sanitizer.h"
 
 namespace fs = std::filesystem;
 
@@ -427,16 +428,8 @@ TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
       testing::ExitedWithCode(0), Eq("restored"));
 }
 
-#if defined(__SANITIZE_THREAD__)
-constexpr bool kSignalsAreHeldBack = true;
-#elif defined(__has_feature)
-constexpr bool kSignalsAreHeldBack = __has_feature(thread_sanitizer);
-#else
-constexpr bool kSignalsAreHeldBack = false;
-#endif
-
 TEST_F(WaitForKey, KeepsAPromptOfTheMainThreadFromTakingTheKey) {
-  if (kSignalsAreHeldBack) {
+  if (kUnderThreadSanitizer) {
     GTEST_SKIP() << "the thread sanitizer keeps signals from a thread that reads in the C library";
   }
   EXPECT_EXIT(

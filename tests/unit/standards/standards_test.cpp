@@ -13,7 +13,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "support/counted_new.h"
 #include "support/log_capture.h"
 #include "support/thrown_exception.h"
 #include "unit/standards/label_rows.h"
@@ -221,19 +220,6 @@ TEST(GetVectorLabels, LogsFromTheFunctionOfItsSignature) {
   Standards::getVectorLabels(KVR_STANDARD_AB, group(KVR_WINDING_D, KVR_WINDING_D, 1));
   EXPECT_EQ(log.functions,
             (std::vector<std::string>{"Standards::getVectorLabels", "Standards::getVectorLabels"}));
-}
-
-TEST(GetVectorLabels, AllocatesNothingButTheName) {
-  for (const kvr_VectorGroup& wanted :
-       {group(KVR_WINDING_D, KVR_WINDING_YN, 11), group(KVR_WINDING_D, KVR_WINDING_Y, 100)}) {
-    Standards::getVectorLabels(KVR_STANDARD_H1H2, wanted);
-    const std::size_t before_name = counted_new::allocations();
-    const std::string name = VectorGroupText(wanted);
-    const std::size_t for_name = counted_new::allocations() - before_name;
-    const std::size_t before_search = counted_new::allocations();
-    Standards::getVectorLabels(KVR_STANDARD_H1H2, wanted);
-    EXPECT_EQ(counted_new::allocations() - before_search, for_name) << name;
-  }
 }
 
 // --- Against a plain search ----------------------------------------------------------------------

@@ -1,0 +1,10 @@
+#pragma once
+
+/// Whether the program is built for the thread sanitizer, which not every test can be run with.
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kUnderThreadSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool kUnderThreadSanitizer = __has_feature(thread_sanitizer);
+#else
+constexpr bool kUnderThreadSanitizer = false;
+#endif
