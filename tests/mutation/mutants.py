@@ -323,13 +323,19 @@ def numbers_at_fault(message_text, texts, finders):
     return enclosing, constants, on_line
 
 
-def find_mutants(root, flags):
-    """The finders of all files of src/, by name, with the mutants numbered from 1."""
+def find_mutants(root, flags, rooms):
+    """The finders of all files of src/, or of these folders of it, by name, with the mutants numbered
+    from 1."""
     index = clang.cindex.Index.create()
     finders = {}
     folder = root / "src"
+
+    def is_wanted(file):
+        return (file.is_relative_to(folder) and
+                (not rooms or file.relative_to(folder).parts[0] in rooms))
+
     for path in sorted(folder.rglob("*.cpp")):
-        if "windows" in path.name or path.name.endswith("main.cpp"):
+        if "windows" in path.name or path.name.endswith("main.cpp") or not is_wanted(path):
             continue
         unit = index.parse(str(path), args=flags)
         errors = [str(problem) for problem in unit.diagnostics if problem.severity >= 3]
@@ -340,7 +346,7 @@ def find_mutants(root, flags):
             if cursor.location.file is not None:
                 declarations[pathlib.Path(cursor.location.file.name).resolve()].append(cursor)
         for file, cursors in declarations.items():
-            if not file.is_relative_to(folder):
+            if not is_wanted(file):
                 continue
             name = str(file.relative_to(root))
             if name in finders or name.startswith("src/api/") and name.endswith(".h"):

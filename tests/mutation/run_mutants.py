@@ -198,10 +198,11 @@ def remembered(file, finders, chosen):
     return set(last["kept"]) if last.get("key") == key_of(finders, chosen) else set()
 
 
-def read_explained():
-    """The names of mutants in explained.txt, each under the paragraph that explains it."""
+def read_explained(rooms):
+    """The names of mutants in explained.txt, each under the paragraph that explains it, of these
+    folders or of all."""
     return {line for line in (HERE / "explained.txt").read_text().splitlines()
-            if line.startswith("src/")}
+            if line.startswith("src/") and (not rooms or line.split("/")[1] in rooms)}
 
 
 def main():
@@ -218,20 +219,19 @@ def main():
 
     resources = subprocess.run(["clang", "-print-resource-dir"], check=True, capture_output=True,
                                text=True).stdout.strip()
-    finders = mutants.find_mutants(ROOT, compiler_flags(ROOT) + ["-resource-dir", resources])
+    finders = mutants.find_mutants(ROOT, compiler_flags(ROOT) + ["-resource-dir", resources],
+                                   arguments.rooms)
     found = {place.mutant.number: place.mutant
              for finder in finders.values() for place in finder.places}
     if arguments.list:
         print(*found.values(), sep="\n")
         return 0
-    explained = read_explained()
+    explained = read_explained(arguments.rooms)
     unknown = explained - {mutant.name() for mutant in found.values()}
     if unknown:
         print("explained.txt explains what is no mutant:", *sorted(unknown), sep="\n  ")
         return 1
-    chosen = [number for number, mutant in found.items()
-              if (not arguments.rooms or mutant.file.split("/")[1] in arguments.rooms)
-              and mutant.name() not in explained]
+    chosen = [number for number, mutant in found.items() if mutant.name() not in explained]
     if arguments.sample:
         chosen = random.Random(arguments.seed).sample(chosen, min(arguments.sample, len(chosen)))
 
