@@ -134,7 +134,7 @@ sigset_t console_signals() {
 }
 
 void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler) {
-  for (int signal = 0; sigwait(&signals, &signal) == 0;) {
+  for (int signal{}; sigwait(&signals, &signal) == 0;) {
     for (const ConsoleSignal& console_signal : kConsoleSignals) {
       if (console_signal.signal == signal) {
         std::thread(handler, console_signal.event).detach();
@@ -147,15 +147,16 @@ void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler) {
 // and is taken up again afterwards.
 
 std::optional<pthread_t> main_thread;
-int resting_place[2] = {-1, -1};  // a pipe: the main thread rests until its writing end is closed
+int resting_place{};  // of a pipe: the main thread rests until its writing end is closed
 sem_t at_rest;
 
 void rest(int /*signal*/) {
   const int saved_errno = errno;
+  const int place = resting_place;
   sem_post(&at_rest);
-  char byte = 0;
-  while (read(resting_place[0], &byte, 1) < 0 && errno == EINTR) {
+  for (char byte{}; read(place, &byte, sizeof byte) < 0 && errno == EINTR;) {
   }
+  close(place);
   errno = saved_errno;
 }
 
@@ -163,19 +164,22 @@ class MainThreadRest {
  public:
   MainThreadRest() {
     if (!main_thread || pthread_equal(*main_thread, pthread_self()) != 0 ||
-        pipe2(resting_place, O_CLOEXEC) != 0 || sem_init(&at_rest, 0, 0) != 0) {
+        pipe2(pipe_, O_CLOEXEC) != 0) {
       return;
     }
+    has_pipe_ = true;
+    resting_place = pipe_[0];
+    sem_init(&at_rest, 0, 0);
     struct sigaction action {};
     action.sa_handler = rest;
     action.sa_flags = SA_RESTART;
-    resting_ =
-        sigaction(SIGUSR1, &action, nullptr) == 0 && pthread_kill(*main_thread, SIGUSR1) == 0;
+    sigaction(SIGUSR1, &action, nullptr);
+    pthread_kill(*main_thread, SIGUSR1);
     wait_until_at_rest();
   }
   ~MainThreadRest() {
-    if (resting_) {
-      close(resting_place[1]);
+    if (has_pipe_) {
+      close(pipe_[1]);
     }
   }
   MainThreadRest(const MainThreadRest&) = delete;
@@ -183,21 +187,22 @@ class MainThreadRest {
 
  private:
   /// Not for ever: a main thread that can't take signals must not keep the program from ending.
-  void wait_until_at_rest() const {
+  static void wait_until_at_rest() {
     timespec deadline{};
     clock_gettime(CLOCK_REALTIME, &deadline);
     deadline.tv_sec += 1;
-    while (resting_ && sem_timedwait(&at_rest, &deadline) != 0 && errno == EINTR) {
+    while (sem_timedwait(&at_rest, &deadline) != 0 && errno == EINTR) {
     }
   }
 
-  bool resting_ = false;
+  int pipe_[2]{};
+  bool has_pipe_ = false;
 };
 
 // The settings of a terminal that has been changed. They are put back at the end of the process
 // too: a stop signal may end it while another thread waits for a key.
 std::atomic<bool> terminal_is_changed = false;
-int changed_terminal = -1;
+int changed_terminal{};
 termios settings_before{};
 
 /// Keys behind the one that was waited for are thrown away, or a prompt would take them for
@@ -219,7 +224,6 @@ class UnbufferedTerminal {
     termios unbuffered = settings_before;
     unbuffered.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
     unbuffered.c_cc[VMIN] = 1;
-    unbuffered.c_cc[VTIME] = 0;
     changed_terminal = descriptor;
     terminal_is_changed = tcsetattr(descriptor, TCSANOW, &unbuffered) == 0;
   }
@@ -230,24 +234,26 @@ class UnbufferedTerminal {
 
 /// Takes one byte; false on an error, true at the end of input too.
 bool take_byte(int descriptor) {
-  char byte = 0;
-  ssize_t taken = -1;
-  do {
-    taken = read(descriptor, &byte, 1);
-  } while (taken < 0 && errno == EINTR);
-  return taken >= 0;
+  char byte{};
+  while (read(descriptor, &byte, sizeof byte) < 0) {
+    if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool take_key(int terminal) {
+  const UnbufferedTerminal unbuffered(terminal);
+  return take_byte(terminal);
 }
 
 bool take_terminal_key() {
-  const int terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
+  const int terminal = open("/dev/tty", O_RDONLY | O_CLOEXEC);
   if (terminal < 0) {
     return false;
   }
-  bool taken = false;
-  {
-    const UnbufferedTerminal unbuffered(terminal);
-    taken = take_byte(terminal);
-  }
+  const bool taken = take_key(terminal);
   close(terminal);
   return taken;
 }

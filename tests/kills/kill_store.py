@@ -103,8 +103,10 @@ def kill_at_every_point(folder):
         while process.stdout.readline() != f"done {number - 1}\n":
             pass
         process.kill()
-        # It may have gone on a little. A copy says how far: looking at a store moves its log.
-        reached = steps_done(process.communicate()[0], number)
+        # It may have gone on a little, and readline has more than its line. A copy of the store says
+        # how far: looking at a store moves its log.
+        reached = steps_done(process.stdout.read(), number)
+        process.communicate()
         probe = folder / f"probe-{number}.db"
         copy_store(left, probe)
         kills += kill_at_points(folder, left, steps_held(probe, "K", reached))

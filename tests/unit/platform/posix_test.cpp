@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "platform/platform.h"
@@ -339,6 +341,50 @@ TEST_F(WaitForKey, SurvivesAClosedStandardInput) {
       testing::ExitedWithCode(0), Eq("went on"));
 }
 
+void count_signal(int /*signal*/) { ++events_seen; }
+
+/// Has SIGUSR2 counted, and interrupt what waits for the system.
+void let_a_signal_interrupt() {
+  struct sigaction action {};
+  action.sa_handler = count_signal;
+  sigaction(SIGUSR2, &action, nullptr);
+}
+
+/// Interrupts a thread and returns once it has been.
+void interrupt(pthread_t thread) {
+  const int before = events_seen;
+  pthread_kill(thread, SIGUSR2);
+  while (events_seen == before) {
+    std::this_thread::yield();
+  }
+}
+
+void wait_a_moment() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
+
+TEST_F(WaitForKey, GoesOnWaitingAfterASignal) {
+  EXPECT_EXIT(
+      {
+        let_a_signal_interrupt();
+        setsid();
+        int ends[2];
+        static_cast<void>(pipe(ends));
+        dup2(ends[0], STDIN_FILENO);
+        std::atomic<bool> is_typed = false;
+        std::thread typist([&] {
+          wait_a_moment();  // it waits now
+          interrupt(main_thread);
+          wait_a_moment();
+          is_typed = true;
+          static_cast<void>(write(ends[1], "k", 1));
+        });
+        platform::wait_for_key();
+        std::cerr << "went on " << (is_typed ? "after" : "before") << " the key";
+        typist.join();
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("went on after the key"));
+}
+
 // With a terminal of its own: the other end of it is held by the test.
 
 bool hands_over_lines(int keyboard) {
@@ -383,24 +429,121 @@ TEST_F(WaitForKey, TakesAKeyOfTheTerminalWithoutEnterAndEcho) {
       testing::ExitedWithCode(0), Eq("echo -, restored"));
 }
 
-TEST_F(WaitForKey, TakesOneKeyWhateverTheTerminalWasSetTo) {
+TEST_F(WaitForKey, WaitsWhateverTheTerminalWasSetTo) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
         termios settings{};
         tcgetattr(keyboard, &settings);
-        settings.c_cc[VMIN] = 2;
+        settings.c_cc[VMIN] = 0;  // a read waits for nothing
         tcsetattr(keyboard, TCSANOW, &settings);
         for (int i = 0; i < 2; ++i) {  // and a second time
-          std::thread typist(type_unbuffered, keyboard, "k");
+          std::atomic<bool> is_typed = false;
+          std::thread typist([keyboard, &is_typed] {
+            while (hands_over_lines(keyboard)) {
+              std::this_thread::yield();
+            }
+            wait_a_moment();
+            is_typed = true;
+            static_cast<void>(write(keyboard, "k", 1));
+          });
           platform::wait_for_key();
+          std::cerr << (is_typed ? "after" : "before") << " the key, ";
           typist.join();
         }
         tcgetattr(keyboard, &settings);
         std::cerr << int{settings.c_cc[VMIN]} << (hands_over_lines(keyboard) ? " restored" : "");
         std::_Exit(0);
       },
-      testing::ExitedWithCode(0), Eq("2 restored"));
+      testing::ExitedWithCode(0), Eq("after the key, after the key, 0 restored"));
+}
+
+TEST_F(WaitForKey, TakesAKeyOfTheTerminalWhenStandardInputIsClosed) {
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        close(STDIN_FILENO);  // the next file opened gets its number
+        std::thread typist(type_unbuffered, keyboard, "k");
+        platform::wait_for_key();
+        typist.join();
+        std::cerr << (hands_over_lines(keyboard) ? "restored" : "changed");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("restored"));
+}
+
+TEST_F(WaitForKey, TakesAByteOfStandardInputWhenTheTerminalHangsUp) {
+  EXPECT_EXIT(
+      {
+        std::signal(SIGHUP, SIG_IGN);
+        const int keyboard = take_pseudo_terminal();
+        int ends[2];
+        static_cast<void>(pipe(ends));
+        static_cast<void>(write(ends[1], "xy", 2));
+        dup2(ends[0], STDIN_FILENO);
+        std::thread([keyboard] {
+          while (hands_over_lines(keyboard)) {
+            std::this_thread::yield();
+          }
+          wait_a_moment();
+          close(keyboard);
+        }).detach();
+        platform::wait_for_key();
+        char next = '-';
+        static_cast<void>(read(STDIN_FILENO, &next, 1));
+        std::cerr << "went on before " << next;
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("went on before y"));
+}
+
+/// How many files of the process show this, and how many of them a child process would get.
+std::string open_files(const std::string& what) {
+  int files = 0;
+  int inherited = 0;
+  for (int descriptor = 0; descriptor < 100; ++descriptor) {
+    std::error_code ignored;
+    const auto shown =
+        fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), ignored).string();
+    if (shown.starts_with(what)) {
+      ++files;
+      inherited += (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+    }
+  }
+  return std::to_string(files) + " of " + what + ", " + std::to_string(inherited) + " inherited";
+}
+
+TEST_F(WaitForKey, LeavesNoFileOpen) {
+  if (kUnderThreadSanitizer) {
+    GTEST_SKIP() << "the thread sanitizer keeps signals from a thread that reads in the C library";
+  }
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        const std::string pipes = open_files("pipe:");
+        std::atomic<bool> is_over = false;
+        std::thread([keyboard, &is_over] {
+          std::thread typist([keyboard] {
+            while (hands_over_lines(keyboard)) {
+              std::this_thread::yield();
+            }
+            std::cerr << open_files("/dev/tty") << ", then ";
+            static_cast<void>(write(keyboard, "k", 1));
+          });
+          platform::wait_for_key();
+          typist.join();
+          is_over = true;
+        }).detach();
+        while (!is_over) {
+          std::this_thread::yield();
+        }
+        wait_a_moment();  // the main thread clears up when it is let go
+        std::cerr << open_files("/dev/tty") << (open_files("pipe:") == pipes ? "" : ", pipes left");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0),
+      Eq("1 of /dev/tty, 0 inherited, then 0 of /dev/tty, 0 inherited"));
 }
 
 TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
@@ -448,6 +591,74 @@ TEST_F(WaitForKey, KeepsAPromptOfTheMainThreadFromTakingTheKey) {
         std::_Exit(0);
       },
       testing::ExitedWithCode(0), Eq("prompt read line"));
+}
+
+TEST_F(WaitForKey, KeepsTheMainThreadAtRestThroughSignals) {
+  EXPECT_EXIT(
+      {
+        let_a_signal_interrupt();
+        const int keyboard = take_pseudo_terminal();
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        std::atomic<int> passes = 0;
+        std::atomic<bool> is_over = false;
+        std::thread([&, keyboard] {
+          std::thread typist([&, keyboard] {
+            while (hands_over_lines(keyboard)) {
+              std::this_thread::yield();
+            }
+            const int seen = passes;
+            interrupt(main_thread);
+            wait_a_moment();
+            std::cerr << (passes == seen ? "at rest" : "at work");
+            static_cast<void>(write(keyboard, "k", 1));
+          });
+          platform::wait_for_key();
+          typist.join();
+          is_over = true;
+        }).detach();
+        errno = ENOTTY;
+        while (!is_over) {
+          ++passes;
+        }
+        std::cerr << (errno == ENOTTY ? ", error number kept" : ", error number lost");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("at rest, error number kept"));
+}
+
+/// Tells whether a key is waited for although the main thread takes no signals yet, or never does.
+[[noreturn]] void wait_for_a_busy_main_thread(bool is_ever_free) {
+  let_a_signal_interrupt();
+  const int keyboard = take_pseudo_terminal();
+  platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+  sigset_t resting;
+  sigemptyset(&resting);
+  sigaddset(&resting, SIGUSR1);
+  std::atomic<bool> is_over = false;
+  pthread_sigmask(SIG_BLOCK, &resting, nullptr);
+  std::thread waiting([&is_over] {
+    platform::wait_for_key();
+    is_over = true;
+  });
+  wait_a_moment();
+  interrupt(waiting.native_handle());
+  wait_a_moment();
+  std::cerr << (hands_over_lines(keyboard) ? "waits" : "does not wait");
+  std::thread typist(type_unbuffered, keyboard, "k");
+  if (is_ever_free) {
+    pthread_sigmask(SIG_UNBLOCK, &resting, nullptr);
+  }
+  while (!is_over) {
+    std::this_thread::yield();
+  }
+  typist.join();
+  std::cerr << ", goes on";
+  std::_Exit(0);
+}
+
+TEST_F(WaitForKey, WaitsUntilTheMainThreadRestsButNotForEver) {
+  EXPECT_EXIT(wait_for_a_busy_main_thread(true), testing::ExitedWithCode(0), Eq("waits, goes on"));
+  EXPECT_EXIT(wait_for_a_busy_main_thread(false), testing::ExitedWithCode(0), Eq("waits, goes on"));
 }
 
 }  // namespace
