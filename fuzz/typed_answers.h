@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cctype>
 #include <ios>
 #include <iostream>
 #include <sstream>
@@ -62,7 +63,8 @@ inline std::string harmless(std::string answers) {
     const bool is_digit = character >= '0' && character <= '9';
     if (character == 'x' || character == 'X') {
       counts = true;
-    } else if (!is_digit && character != ' ' && character != '+' && character != '\t') {
+    } else if (!is_digit && character != '+' &&
+               std::isspace(static_cast<unsigned char>(character)) == 0) {
       counts = false;
     }
     digits = counts && is_digit ? digits + 1 : 0;

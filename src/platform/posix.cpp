@@ -218,7 +218,7 @@ class UnbufferedTerminal {
  public:
   explicit UnbufferedTerminal(int descriptor) {
     if (terminal_is_changed || tcgetattr(descriptor, &settings_before) != 0) {
-      return;
+      return;  // to what it would be, or it is none
     }
     [[maybe_unused]] static const int kRegistered = std::atexit(put_terminal_back);
     termios unbuffered = settings_before;

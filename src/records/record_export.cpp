@@ -156,7 +156,6 @@ template <typename Result>
 void write_rows(std::ostream& file, const kvr_TestRecord& record, Result* const* results) {
   if (record.test_count == 0) {
     TextWriter(file) << field_text(record.record_id) << ",THIS RECORD DOES NOT CONTAIN RESULTS\n";
-    return;
   }
   for (std::uint32_t i = 0; i < record.test_count; ++i) {  // not data_count
     if (results[i] != nullptr) {

@@ -201,6 +201,8 @@ class ConsoleEvents : public testing::Test {
 
 const pthread_t main_thread = pthread_self();
 
+void wait_a_moment() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
+
 int tell_event_and_leave(unsigned long event) {
   const bool on_main_thread = pthread_equal(pthread_self(), main_thread) != 0;
   std::cerr << "event " << event << (on_main_thread ? " on the main thread" : "");
@@ -232,6 +234,7 @@ TEST_F(ConsoleEvents, LeaveAnIgnoredHangUpIgnored) {
         std::signal(SIGHUP, SIG_IGN);
         platform::install_console_handler(tell_event_and_leave);
         kill(getpid(), SIGHUP);
+        wait_a_moment();  // it would be told first
         kill(getpid(), SIGTERM);
         std::this_thread::sleep_for(std::chrono::seconds(10));
         std::_Exit(1);
@@ -359,8 +362,6 @@ void interrupt(pthread_t thread) {
   }
 }
 
-void wait_a_moment() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
-
 TEST_F(WaitForKey, GoesOnWaitingAfterASignal) {
   EXPECT_EXIT(
       {
@@ -404,6 +405,7 @@ void type_unbuffered(int keyboard, const char* key) {
 /// Makes a new pseudo-terminal the controlling terminal of the process and its standard input, and
 /// returns the end where keys are typed.
 int take_pseudo_terminal() {
+  alarm(30);  // nobody else ends what hangs outside the session of the tests
   setsid();
   const int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
   grantpt(keyboard);
@@ -472,15 +474,36 @@ TEST_F(WaitForKey, TakesAKeyOfTheTerminalWhenStandardInputIsClosed) {
       testing::ExitedWithCode(0), Eq("restored"));
 }
 
+/// Makes a pipe that holds `text` the standard input.
+void pipe_to_standard_input(const std::string& text) {
+  int ends[2];
+  static_cast<void>(pipe(ends));
+  static_cast<void>(write(ends[1], text.data(), text.size()));
+  dup2(ends[0], STDIN_FILENO);
+}
+
+TEST_F(WaitForKey, TakesAKeyOfTheTerminalAndLeavesStandardInputAlone) {
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        pipe_to_standard_input("xy");
+        std::thread typist(type_unbuffered, keyboard, "k");
+        platform::wait_for_key();
+        typist.join();
+        char next = '-';
+        static_cast<void>(read(STDIN_FILENO, &next, 1));
+        std::cerr << "went on before " << next << (hands_over_lines(keyboard) ? ", restored" : "");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("went on before x, restored"));
+}
+
 TEST_F(WaitForKey, TakesAByteOfStandardInputWhenTheTerminalHangsUp) {
   EXPECT_EXIT(
       {
         std::signal(SIGHUP, SIG_IGN);
         const int keyboard = take_pseudo_terminal();
-        int ends[2];
-        static_cast<void>(pipe(ends));
-        static_cast<void>(write(ends[1], "xy", 2));
-        dup2(ends[0], STDIN_FILENO);
+        pipe_to_standard_input("xy");
         std::thread([keyboard] {
           while (hands_over_lines(keyboard)) {
             std::this_thread::yield();

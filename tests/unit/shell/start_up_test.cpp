@@ -23,6 +23,12 @@ namespace fs = std::filesystem;
 
 using Arguments = std::vector<std::string>;
 
+TEST(Options, AreOffUnlessSomebodySetsThem) {
+  const kvr_InitParams params = make_init_params({});
+  EXPECT_EQ(params.debug_mode, 0);
+  EXPECT_EQ(params.quiet_mode, 0);
+}
+
 TEST(ParseOptions, OfNoArguments) {
   const Options options = parse_options({});
   EXPECT_FALSE(options.debug);
