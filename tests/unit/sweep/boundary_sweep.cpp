@@ -11,12 +11,6 @@
 
 namespace fs = std::filesystem;
 
-// Each registration of a stop handler would start a thread that waits for signals to the end of the
-// process. The linker puts this in its place.
-extern "C" bool __wrap__ZN8platform23install_console_handlerEPFimE(platform::ConsoleHandler) {
-  return true;
-}
-
 namespace {
 
 /// Makes the home folder the one that the program looks in. Gives the results folder.
