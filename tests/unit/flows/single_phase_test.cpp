@@ -618,13 +618,15 @@ TEST_F(SinglePhase, TakesAnIdThatFillsItsFieldAtTheLastTest) {
   EXPECT_TRUE(fs::exists(results.path() / (std::string(30, 'T') + ".csv")));
 }
 
-TEST_F(SinglePhase, UnlocksWhenTheResultCannotBeRendered) {
+TEST_F(SinglePhase, UnlocksAndShowsWhatItSaidWhenTheResultCannotBeRendered) {
   api.answer(ApiCall::Test_Ratio_1ph,
              {.record = gives("record_id = T1\ntest_type = 1\nsetup.connection_type = 9\n")});
   const Console console("1\n8\n\nT1\n");
   EXPECT_THROW(Single_Phase(), kvr_exception);
   EXPECT_EQ(api.count(ApiCall::LockAPI), 1U);
   EXPECT_EQ(api.count(ApiCall::UnlockAPI), 1U);
+  EXPECT_THAT(console.output(), HasSubstr("Testing"));
+  EXPECT_EQ(console.visible_output(), console.output());
 }
 
 // RAW data.
