@@ -147,12 +147,16 @@ void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler) {
 // and is taken up again afterwards.
 
 std::optional<pthread_t> main_thread;
-int resting_place{};  // of a pipe: the main thread rests until its writing end is closed
+// The reading end of a pipe: the main thread rests until the writing end is closed. Taken by the
+// one rest it is for, so that a signal from elsewhere finds no descriptor that may be another
+// file's by now.
+constexpr int kNoPlace = -1;
+std::atomic<int> resting_place = kNoPlace;
 sem_t at_rest;
 
 void rest(int /*signal*/) {
   const int saved_errno = errno;
-  const int place = resting_place;
+  const int place = resting_place.exchange(kNoPlace);
   sem_post(&at_rest);
   for (char byte{}; read(place, &byte, sizeof byte) < 0 && errno == EINTR;) {
   }
@@ -218,7 +222,7 @@ class UnbufferedTerminal {
  public:
   explicit UnbufferedTerminal(int descriptor) {
     if (terminal_is_changed || tcgetattr(descriptor, &settings_before) != 0) {
-      return;  // to what it would be, or it is none
+      return;  // is changed already, or no terminal
     }
     [[maybe_unused]] static const int kRegistered = std::atexit(put_terminal_back);
     termios unbuffered = settings_before;

@@ -103,8 +103,8 @@ def kill_at_every_point(folder):
         while process.stdout.readline() != f"done {number - 1}\n":
             pass
         process.kill()
-        # It may have gone on a little, and readline has more than its line. A copy of the store says
-        # how far: looking at a store moves its log.
+        # It may have gone on a little; what readline took beyond its line communicate() does not give.
+        # A copy of the store says how far: looking at a store moves its log.
         reached = steps_done(process.stdout.read(), number)
         process.communicate()
         probe = folder / f"probe-{number}.db"

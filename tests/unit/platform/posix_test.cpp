@@ -394,11 +394,15 @@ bool hands_over_lines(int keyboard) {
   return (settings.c_lflag & ICANON) != 0 && (settings.c_lflag & ECHO) != 0;
 }
 
-/// Types a key once the terminal hands over each key at once.
-void type_unbuffered(int keyboard, const char* key) {
+void wait_until_unbuffered(int keyboard) {
   while (hands_over_lines(keyboard)) {
     std::this_thread::yield();
   }
+}
+
+/// Types a key once the terminal hands over each key at once.
+void type_unbuffered(int keyboard, const char* key) {
+  wait_until_unbuffered(keyboard);
   static_cast<void>(write(keyboard, key, 1));
 }
 
@@ -442,9 +446,7 @@ TEST_F(WaitForKey, WaitsWhateverTheTerminalWasSetTo) {
         for (int i = 0; i < 2; ++i) {  // and a second time
           std::atomic<bool> is_typed = false;
           std::thread typist([keyboard, &is_typed] {
-            while (hands_over_lines(keyboard)) {
-              std::this_thread::yield();
-            }
+            wait_until_unbuffered(keyboard);
             wait_a_moment();
             is_typed = true;
             static_cast<void>(write(keyboard, "k", 1));
@@ -474,19 +476,11 @@ TEST_F(WaitForKey, TakesAKeyOfTheTerminalWhenStandardInputIsClosed) {
       testing::ExitedWithCode(0), Eq("restored"));
 }
 
-/// Makes a pipe that holds `text` the standard input.
-void pipe_to_standard_input(const std::string& text) {
-  int ends[2];
-  static_cast<void>(pipe(ends));
-  static_cast<void>(write(ends[1], text.data(), text.size()));
-  dup2(ends[0], STDIN_FILENO);
-}
-
 TEST_F(WaitForKey, TakesAKeyOfTheTerminalAndLeavesStandardInputAlone) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
-        pipe_to_standard_input("xy");
+        use_as_standard_input("xy");  // who leads a session keeps its terminal
         std::thread typist(type_unbuffered, keyboard, "k");
         platform::wait_for_key();
         typist.join();
@@ -503,11 +497,9 @@ TEST_F(WaitForKey, TakesAByteOfStandardInputWhenTheTerminalHangsUp) {
       {
         std::signal(SIGHUP, SIG_IGN);
         const int keyboard = take_pseudo_terminal();
-        pipe_to_standard_input("xy");
+        use_as_standard_input("xy");  // who leads a session keeps its terminal
         std::thread([keyboard] {
-          while (hands_over_lines(keyboard)) {
-            std::this_thread::yield();
-          }
+          wait_until_unbuffered(keyboard);
           wait_a_moment();
           close(keyboard);
         }).detach();
@@ -519,6 +511,40 @@ TEST_F(WaitForKey, TakesAByteOfStandardInputWhenTheTerminalHangsUp) {
       },
       testing::ExitedWithCode(0), Eq("went on before y"));
 }
+
+TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
+  EXPECT_EXIT(
+      {
+        const int keyboard = take_pseudo_terminal();
+        std::thread other(platform::wait_for_key);
+        wait_until_unbuffered(keyboard);
+        std::atomic<bool> taken = false;
+        std::thread typist([keyboard, &taken] {
+          while (!taken) {  // what has not been read is lost when the settings are put back
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            static_cast<void>(write(keyboard, "k\n", 2));
+          }
+        });
+        platform::wait_for_key();
+        other.join();
+        taken = true;
+        typist.join();
+        std::cerr << (hands_over_lines(keyboard) ? "restored" : "changed");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), Eq("restored"));
+}
+
+// On another thread, for which the main thread rests in a signal handler.
+
+class WaitForKeyElsewhere : public WaitForKey {
+ protected:
+  void SetUp() override {
+    if (kUnderThreadSanitizer) {
+      GTEST_SKIP() << "the thread sanitizer holds signals back while a thread waits";
+    }
+  }
+};
 
 /// How many files of the process show this, and how many of them a child process would get.
 std::string open_files(const std::string& what) {
@@ -536,10 +562,7 @@ std::string open_files(const std::string& what) {
   return std::to_string(files) + " of " + what + ", " + std::to_string(inherited) + " inherited";
 }
 
-TEST_F(WaitForKey, LeavesNoFileOpen) {
-  if (kUnderThreadSanitizer) {
-    GTEST_SKIP() << "the thread sanitizer keeps signals from a thread that reads in the C library";
-  }
+TEST_F(WaitForKeyElsewhere, LeavesNoFileOpen) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
@@ -548,9 +571,7 @@ TEST_F(WaitForKey, LeavesNoFileOpen) {
         std::atomic<bool> is_over = false;
         std::thread([keyboard, &is_over] {
           std::thread typist([keyboard] {
-            while (hands_over_lines(keyboard)) {
-              std::this_thread::yield();
-            }
+            wait_until_unbuffered(keyboard);
             std::cerr << open_files("/dev/tty") << ", then ";
             static_cast<void>(write(keyboard, "k", 1));
           });
@@ -569,35 +590,35 @@ TEST_F(WaitForKey, LeavesNoFileOpen) {
       Eq("1 of /dev/tty, 0 inherited, then 0 of /dev/tty, 0 inherited"));
 }
 
-TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
+TEST_F(WaitForKeyElsewhere, LeavesOtherFilesAloneWhenItsSignalComesAgain) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
-        std::thread other(platform::wait_for_key);
-        while (hands_over_lines(keyboard)) {
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        std::atomic<bool> is_over = false;
+        std::thread([keyboard, &is_over] {
+          std::thread typist(type_unbuffered, keyboard, "k");
+          platform::wait_for_key();
+          typist.join();
+          is_over = true;
+        }).detach();
+        while (!is_over) {
           std::this_thread::yield();
         }
-        std::atomic<bool> taken = false;
-        std::thread typist([keyboard, &taken] {
-          while (!taken) {  // what has not been read is lost when the settings are put back
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            static_cast<void>(write(keyboard, "k\n", 2));
-          }
-        });
-        platform::wait_for_key();
-        other.join();
-        taken = true;
-        typist.join();
-        std::cerr << (hands_over_lines(keyboard) ? "restored" : "changed");
+        wait_a_moment();
+        int ends[2];
+        static_cast<void>(pipe(ends));  // with the numbers that the wait had
+        raise(SIGUSR1);
+        static_cast<void>(write(ends[1], "x", 1));
+        char byte = '-';
+        static_cast<void>(read(ends[0], &byte, 1));
+        std::cerr << "read " << byte << (fcntl(STDOUT_FILENO, F_GETFD) < 0 ? ", output lost" : "");
         std::_Exit(0);
       },
-      testing::ExitedWithCode(0), Eq("restored"));
+      testing::ExitedWithCode(0), Eq("read x"));
 }
 
-TEST_F(WaitForKey, KeepsAPromptOfTheMainThreadFromTakingTheKey) {
-  if (kUnderThreadSanitizer) {
-    GTEST_SKIP() << "the thread sanitizer keeps signals from a thread that reads in the C library";
-  }
+TEST_F(WaitForKeyElsewhere, KeepsAPromptOfTheMainThreadFromTakingTheKey) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
@@ -616,7 +637,7 @@ TEST_F(WaitForKey, KeepsAPromptOfTheMainThreadFromTakingTheKey) {
       testing::ExitedWithCode(0), Eq("prompt read line"));
 }
 
-TEST_F(WaitForKey, KeepsTheMainThreadAtRestThroughSignals) {
+TEST_F(WaitForKeyElsewhere, KeepsTheMainThreadAtRestThroughSignals) {
   EXPECT_EXIT(
       {
         let_a_signal_interrupt();
@@ -626,9 +647,7 @@ TEST_F(WaitForKey, KeepsTheMainThreadAtRestThroughSignals) {
         std::atomic<bool> is_over = false;
         std::thread([&, keyboard] {
           std::thread typist([&, keyboard] {
-            while (hands_over_lines(keyboard)) {
-              std::this_thread::yield();
-            }
+            wait_until_unbuffered(keyboard);
             const int seen = passes;
             interrupt(main_thread);
             wait_a_moment();
@@ -649,7 +668,8 @@ TEST_F(WaitForKey, KeepsTheMainThreadAtRestThroughSignals) {
       testing::ExitedWithCode(0), Eq("at rest, error number kept"));
 }
 
-/// Tells whether a key is waited for although the main thread takes no signals yet, or never does.
+/// Waits for a key while the main thread takes no signals, for a while or for good. Tells whether
+/// the wait is for the main thread first, and that it comes to its end.
 [[noreturn]] void wait_for_a_busy_main_thread(bool is_ever_free) {
   let_a_signal_interrupt();
   const int keyboard = take_pseudo_terminal();
@@ -679,7 +699,7 @@ TEST_F(WaitForKey, KeepsTheMainThreadAtRestThroughSignals) {
   std::_Exit(0);
 }
 
-TEST_F(WaitForKey, WaitsUntilTheMainThreadRestsButNotForEver) {
+TEST_F(WaitForKeyElsewhere, WaitsUntilTheMainThreadRestsButNotForEver) {
   EXPECT_EXIT(wait_for_a_busy_main_thread(true), testing::ExitedWithCode(0), Eq("waits, goes on"));
   EXPECT_EXIT(wait_for_a_busy_main_thread(false), testing::ExitedWithCode(0), Eq("waits, goes on"));
 }
