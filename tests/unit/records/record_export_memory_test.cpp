@@ -121,8 +121,8 @@ class RecordExportMemory : public FlowTest {
     OwnBytes own;
     api.on_call = [&](const SeenCall& seen) {
       if (seen.call == ApiCall::ReadRecord) {
-        const std::size_t bytes =
-            counted_new::live_bytes() - before - store.list_bytes() - kept * bytes_of_a_record;
+        const std::size_t bytes = counted_new::live_bytes() - before - store.list_bytes() -
+                                  kept * bytes_of_a_record - seen.line.size();
         own = {std::min(own.lowest, bytes), std::max(own.highest, bytes)};
       }
     };

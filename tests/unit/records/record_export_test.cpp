@@ -451,7 +451,7 @@ TEST_F(RecordExport, OfRecordsOfAllKinds) {
             "kvr_ReadRecord \"T1\" setting=1 record=null\n"
             "kvr_FreeTestRecord record=1 \"T1\"\n"
             "kvr_ReadRecord \"T3\" setting=1 record=null\n"
-            "kvr_ReadRecord \"R1\" setting=1 record=null\n"
+            "kvr_ReadRecord \"R1\" setting=1 record=set\n"  // of T3, which is not cleared
             "kvr_FreeTestRecord record=3 \"R1\"\n");
   EXPECT_THAT(api.complaints(), ElementsAre("record 2 was not given back"));
 }
@@ -514,6 +514,31 @@ TEST_F(RecordExport, PassesOverAReadWithoutARecord) {
   read_gives(single_phase_record());
   EXPECT_EQ(run(), "Serialize[2/2] T1\n");
   EXPECT_EQ(single_phase_file(), kSinglePhaseHeader + "\n" + kSinglePhaseRow);
+}
+
+TEST_F(RecordExport, WritesTheRecordBeforeAgainForAReadWithoutARecord) {
+  store_holds({"T3", "lost", "refused", "lost"});
+  read_gives(three_phase_record());
+  api.answer(ApiCall::ReadRecord, {.null = true});
+  api.answer(ApiCall::ReadRecord, {.result = KVR_RES_DATA_INVALID});
+  api.answer(ApiCall::ReadRecord, {.null = true});
+  EXPECT_EQ(run(),
+            "Serialize[1/4] T3\n"
+            "Serialize[2/4] T3\n"
+            "\nERROR: wording of code 14\n"
+            "Serialize[4/4] T3\n");
+  EXPECT_EQ(three_phase_file(),
+            kThreePhaseHeader + "\n" + kThreePhaseRow + kThreePhaseRow + kThreePhaseRow);
+  EXPECT_EQ(api.count(ApiCall::FreeTestRecord), 0U);
+}
+
+TEST_F(RecordExport, WritesNoRecordAgainThatWasGivenBack) {
+  store_holds({"T1", "lost"});
+  read_gives(single_phase_record());
+  api.answer(ApiCall::ReadRecord, {.null = true});
+  EXPECT_EQ(run(), "Serialize[1/2] T1\n");
+  EXPECT_EQ(single_phase_file(), kSinglePhaseHeader + "\n" + kSinglePhaseRow);
+  EXPECT_EQ(api.count(ApiCall::FreeTestRecord), 1U);
 }
 
 TEST_F(RecordExport, OfARefusedListLeavesEmptyFiles) {

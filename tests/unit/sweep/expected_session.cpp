@@ -839,8 +839,10 @@ class Session {
     ask(ApiCall::FreeTestLabelsList, reply.answer.labels ? "set" : "null");
   }
 
-  Reply read_stored(const string& id) {
-    return ask(ApiCall::ReadRecord, "\"" + id + "\" setting=1", {}, stored_record(id));
+  /// `last` is what the record pointer holds before the call.
+  Reply read_stored(const string& id, const Record& last = nullptr) {
+    const string pointer = last == nullptr ? "" : " record=set";
+    return ask(ApiCall::ReadRecord, "\"" + id + "\" setting=1" + pointer, {}, stored_record(id));
   }
 
   void read() {
@@ -875,21 +877,26 @@ class Session {
         "RATIO,PHASE HIGH,PHASE LOW,PHASE SHIFT ABSOLUTE,PHASE DEV FROM USER PHASING,"
         "VR RATIO ERROR %,CURRENT RMS,VOLTAGE RMS,CURRENT F,INDUCED VOLTAGE,\n";
     const auto labels = reply.answer.labels.value_or(std::vector<kvr_TestLabel>{});
+    Record last;  // what the library left in the pointer, until it is given back
     for (std::size_t i = 0; i < labels.size(); ++i) {
-      const Reply read = read_stored(text(labels[i].record_id));
+      const Reply read = read_stored(text(labels[i].record_id), last);
+      if (read.record != nullptr) {
+        last = read.record;
+      }
       if (!is_taken(read.code)) {
         told_.kept_records += read.record == nullptr ? 0U : 1U;
         continue;
       }
-      if (read.record == nullptr) {
+      if (last == nullptr) {
         continue;
       }
-      const kvr_TestRecord& record = *read.record;
+      const kvr_TestRecord& record = *last;
       say("Serialize[" + std::to_string(i + 1) + "/" + std::to_string(labels.size()) + "] " +
           text(record.record_id) + "\n");
       if (record.data_ratio_3ph != nullptr) {
         three_phase += export_row(record, **record.data_ratio_3ph);
-        ++told_.kept_records;  // an export does not give these back
+        // An export does not give these back.
+        told_.kept_records += read.record == nullptr ? 0U : 1U;
         continue;
       }
       if (record.data_ratio_1ph != nullptr) {
@@ -898,6 +905,7 @@ class Session {
         say("Record is empty\n");
       }
       ask(ApiCall::FreeTestRecord, "\"" + text(record.record_id) + "\"");
+      last = nullptr;
     }
     told_.open_files.clear();
   }
