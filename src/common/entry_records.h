@@ -15,6 +15,10 @@ struct kvr_NamedEntry {
   std::uint32_t value_c;
 };
 
+static_assert(offsetof(kvr_NamedEntry, name) == 4);
+static_assert(offsetof(kvr_NamedEntry, value_a) == 36);
+static_assert(offsetof(kvr_NamedEntry, value_b) == 40);
+static_assert(offsetof(kvr_NamedEntry, value_c) == 44);
 static_assert(sizeof(kvr_NamedEntry) == 48);
 
 struct kvr_NamedEntryList {
@@ -22,6 +26,7 @@ struct kvr_NamedEntryList {
   std::int32_t count;
 };
 
+static_assert(offsetof(kvr_NamedEntryList, count) == 8);
 static_assert(sizeof(kvr_NamedEntryList) == 16);
 
 /// Eight owned texts, three owned lists and plain values. The texts and the lists' arrays come from
@@ -53,12 +58,22 @@ struct kvr_EntryRecord {
   std::int32_t value_204 = 2;
 };
 
+static_assert(offsetof(kvr_EntryRecord, text_8) == 8);
+static_assert(offsetof(kvr_EntryRecord, text_24) == 24);
+static_assert(offsetof(kvr_EntryRecord, text_32) == 32);
 static_assert(offsetof(kvr_EntryRecord, text_72) == 72);
+static_assert(offsetof(kvr_EntryRecord, text_80) == 80);
 static_assert(offsetof(kvr_EntryRecord, value_100) == 100);
 static_assert(offsetof(kvr_EntryRecord, value_108) == 108);
 static_assert(offsetof(kvr_EntryRecord, text_120) == 120);
+static_assert(offsetof(kvr_EntryRecord, text_128) == 128);
 static_assert(offsetof(kvr_EntryRecord, list_136) == 136);
+static_assert(offsetof(kvr_EntryRecord, list_152) == 152);
+static_assert(offsetof(kvr_EntryRecord, list_168) == 168);
 static_assert(offsetof(kvr_EntryRecord, value_184) == 184);
+static_assert(offsetof(kvr_EntryRecord, value_188) == 188);
+static_assert(offsetof(kvr_EntryRecord, value_196) == 196);
+static_assert(offsetof(kvr_EntryRecord, value_200) == 200);
 static_assert(offsetof(kvr_EntryRecord, value_204) == 204);
 static_assert(sizeof(kvr_EntryRecord) == 208);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -15,6 +16,8 @@ struct ModelInfo {
   std::int32_t instrument_type;  ///< as in kvr_DeviceInfo
   std::int32_t tier;             ///< 10 BSC, 20 ADV, 30 PRO, 40 EXP, 50 TEST
 };
+
+static_assert(offsetof(ModelInfo, tier) == 4);
 
 /// The instrument that exactly `name` stands for.
 ModelInfo ModelFromName(std::string_view name);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -15,6 +16,8 @@ struct ConnectionRequest {
   std::int32_t measure;  ///< a Measure
 };
 
+static_assert(offsetof(ConnectionRequest, measure) == 4);
+
 struct ConnectionLabel {
   std::int32_t status;   ///< always 0
   std::int32_t side;     ///< as requested
@@ -22,6 +25,12 @@ struct ConnectionLabel {
   std::int32_t winding;  ///< 1 H, 2 X, 3 Y; 0 when the pair is bad
   char label[kNameSize];
 };
+
+static_assert(offsetof(ConnectionLabel, side) == 4);
+static_assert(offsetof(ConnectionLabel, measure) == 8);
+static_assert(offsetof(ConnectionLabel, winding) == 12);
+static_assert(offsetof(ConnectionLabel, label) == 16);
+static_assert(sizeof(ConnectionLabel) == 36);
 
 /// Static helpers for files, windings, test setups and copies of records. Each either returns a
 /// result, throws kvr_exception, or stays silent; its comment says which.
@@ -42,8 +51,8 @@ class Utils {
   static bool WriteToDevice(const std::string& path, const std::string& text);
   /// The whole file without white space at its ends; empty when it can't be read.
   static std::string ReadTextFile(const std::string& path);
-  /// Size in bytes, 0 for a folder. Throws KVR_RES_FILE_NOT_FOUND. Wrong from 2 GiB on: the size is
-  /// taken as 32 bits wide, as on the system this program comes from.
+  /// Size in bytes, as the system tells it. Throws KVR_RES_FILE_NOT_FOUND. Wrong from 2 GiB on: the
+  /// size is taken as 32 bits wide, as on the system this program comes from.
   static std::int64_t GetFileSize(const std::string& path);
   /// Runs a command. True when it ends with 0; otherwise false, or KVR_RES_INTERNAL_ERROR is thrown
   /// unless `noThrow`.
@@ -157,8 +166,7 @@ class Utils {
 bool FileExists(const std::string& path);
 /// Whether the text of a file begins with "1", white space aside.
 bool ReadFlagFile(const std::string& path);
-/// Removes a path and all below it. True if anything was removed; false, too, if something of it
-/// could not be.
+/// Removes a path and all below it, or as much of it as can be. True if anything was removed.
 bool RemoveAll(const std::string& path);
 /// Removes all that a folder holds, if it exists; silent about what it can't remove.
 void ClearDirectory(const std::string& path);

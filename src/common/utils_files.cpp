@@ -1,4 +1,5 @@
 #include <plog/Log.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,7 +15,31 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr std::size_t kAppDataBufferSize = 260;
+
+/// What a folder holds; nothing if it can't be read or is none.
+std::vector<fs::path> entries_of(const fs::path& folder) {
+  std::error_code error;
+  std::vector<fs::path> entries;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    entries.push_back(entry.path());
+  }
+  return entries;
+}
+
+/// Entry by entry, since the library's own tells nothing of what it removed before an error.
+bool remove_tree(const fs::path& path) {
+  std::error_code error;
+  bool removed = false;
+  if (!fs::is_symlink(path, error)) {
+    for (const fs::path& entry : entries_of(path)) {
+      removed |= remove_tree(entry);
+    }
+  }
+  return fs::remove(path, error) || removed;
+}
 
 }  // namespace
 
@@ -71,18 +96,13 @@ std::string Utils::ReadTextFile(const std::string& path) {
 }
 
 std::int64_t Utils::GetFileSize(const std::string& path) {
-  std::error_code error;
-  const auto status = std::filesystem::status(path, error);
-  if (!std::filesystem::exists(status)) {
+  struct stat entry {};
+  if (stat(path.c_str(), &entry) != 0) {
     throw kvr_exception(KVR_RES_FILE_NOT_FOUND, "GetFileSize - cannot stat file " + path, kLogged,
                         "GetFileSize");
   }
-  if (!std::filesystem::is_regular_file(status)) {
-    return 0;
-  }
   // From 2 GiB on this is wrong: the callers' size is 32 bits wide, with a sign.
-  const auto size = std::filesystem::file_size(path, error);
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(size));
+  return static_cast<std::int32_t>(entry.st_size);
 }
 
 bool Utils::ExecSystem(const std::string& command, bool noThrow) {
@@ -127,26 +147,17 @@ bool ReadFlagFile(const std::string& path) {
   return !text.empty() && text.front() == '1';
 }
 
-bool RemoveAll(const std::string& path) {
-  std::error_code error;
-  const auto removed = std::filesystem::remove_all(path, error);
-  return !error && removed > 0;
-}
+bool RemoveAll(const std::string& path) { return remove_tree(path); }
 
 void ClearDirectory(const std::string& path) {
-  std::error_code error;
-  std::vector<std::filesystem::path> entries;
-  for (const auto& entry : std::filesystem::directory_iterator(path, error)) {
-    entries.push_back(entry.path());
-  }
-  for (const auto& entry : entries) {
-    std::filesystem::remove_all(entry, error);
+  for (const fs::path& entry : entries_of(path)) {
+    remove_tree(entry);
   }
 }
 
 std::string TempDirectoryText() {
   std::error_code error;
-  const std::u8string text = std::filesystem::temp_directory_path(error).u8string();
+  const std::u8string text = fs::temp_directory_path(error).u8string();
   return {text.begin(), text.end()};
 }
 

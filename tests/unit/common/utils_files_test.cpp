@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -397,8 +398,11 @@ TEST_F(FileHelpers, GetFileSizeThrowsForAMissingFile) {
   }
 }
 
-TEST_F(FileHelpers, GetFileSizeOfAFolderIsZero) {
-  EXPECT_EQ(Utils::GetFileSize(make_folder("inner")), 0);
+TEST_F(FileHelpers, GetFileSizeOfAFolderIsWhatTheSystemSays) {
+  const std::string inner = make_folder("inner");
+  struct stat entry {};
+  ASSERT_EQ(stat(inner.c_str(), &entry), 0);
+  EXPECT_EQ(Utils::GetFileSize(inner), entry.st_size);
 }
 
 TEST_F(FileHelpers, GetFileSizeIsThatOfThirtyTwoBits) {
