@@ -11,9 +11,10 @@
 // of one value, then A, B, C of the next.
 
 /// Gives each of three phases the same treatment: `line(phase)` for a good one, silence for one
-/// that was not tested, and the name of its code for any other.
-template <typename Phase, typename Line>
-void ForEachPhase(TextWriter& out, const Phase (&phases)[3], const Line& line) {
+/// that was not tested, and the name of its code for any other. `out` is the stream or the writer
+/// that `line` writes to.
+template <typename Out, typename Phase, typename Line>
+void ForEachPhase(Out& out, const Phase (&phases)[3], const Line& line) {
   for (const Phase& phase : phases) {
     if (phase.status == KVR_RES_OK) {
       line(phase);

@@ -60,23 +60,23 @@ class KVR_Text_Output {
 
   static void DrmSummaryToText(const kvr_TestData_Drm* record, std::ostringstream& out);
 
-  // The words of the enumerations (enumeration_text.cpp). Any value may be asked for. The views
-  // live as long as the process.
+  // The words of the enumerations (enumeration_text.cpp), by the 32-bit value, since a record may
+  // hold any. The views live as long as the process; none takes memory.
 
-  static std::string_view TestTypeText(kvr_TestType value);
-  static std::string_view WindingTextUpper(kvr_WindingType value);
-  static std::string_view WindingTextLower(kvr_WindingType value);
-  static std::string_view TestingModeText(kvr_TestingMode value);
-  static std::string_view HealthStateText(kvr_HealthState value);
-  static std::string_view PointStateText(kvr_PointState value);
-  static std::string_view TapChangerText(kvr_TapChangerType value);
-  static std::string_view NumberingSchemeText(kvr_NumberingScheme value);
-  static std::string_view LetterLabelText(kvr_LetterLabel value);
-  static std::string_view MaterialText(kvr_ConductorMaterial value);
-  static std::string_view RecordOriginText(kvr_RecordOrigin value);
-  static std::string_view TerminalText(kvr_Terminal value);
+  static std::string_view TestTypeText(std::uint32_t test_type);
+  static std::string_view WindingTextUpper(std::uint32_t winding_type);
+  static std::string_view WindingTextLower(std::uint32_t winding_type);
+  static std::string_view TestingModeText(std::uint32_t testing_mode);
+  static std::string_view HealthStateText(std::uint32_t health_state);
+  static std::string_view PointStateText(std::uint32_t point_state);
+  static std::string_view TapChangerText(std::uint32_t tap_changer_type);
+  static std::string_view NumberingSchemeText(std::uint32_t numbering_scheme);
+  static std::string_view LetterLabelText(std::uint32_t letter_label);
+  static std::string_view MaterialText(std::uint32_t conductor_material);
+  static std::string_view RecordOriginText(std::uint32_t record_origin);
+  static std::string_view TerminalText(std::uint32_t terminal);
   /// With the terminals of a tertiary winding.
-  static std::string_view TerminalTextY(kvr_Terminal value);
+  static std::string_view TerminalTextY(std::uint32_t terminal);
   /// REQUIRES: `index` is 0 to 6.
   static std::string_view TerminalPairText(std::uint32_t index, bool high_side);
   /// The second terminal, with the first in parentheses behind it.

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "support/counted_new.h"
 #include "text/text_output.h"
 
 namespace {
@@ -13,15 +15,14 @@ using Text = KVR_Text_Output;
 using Words = std::vector<std::string_view>;
 
 /// Expects `words` for 0 and what follows it, and `other` for all beyond, as far as 32 bits go.
-template <typename Enumeration>
-void expect_words(std::string_view (*word)(Enumeration), const Words& words,
+void expect_words(std::string_view (*word)(std::uint32_t), const Words& words,
                   std::string_view other) {
   for (std::uint32_t value = 0; value < words.size(); ++value) {
-    EXPECT_EQ(word(static_cast<Enumeration>(value)), words[value]) << value;
+    EXPECT_EQ(word(value), words[value]) << value;
   }
   for (const std::uint32_t value :
        {static_cast<std::uint32_t>(words.size()), 100U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
-    EXPECT_EQ(word(static_cast<Enumeration>(value)), other) << value;
+    EXPECT_EQ(word(value), other) << value;
   }
 }
 
@@ -100,6 +101,21 @@ TEST(EnumerationText, Terminals) {
   EXPECT_EQ(Text::TerminalsText({terminal(2), terminal(6)}), "X1(H1)");
   EXPECT_EQ(Text::TerminalsText({terminal(9), terminal(9)}), "Y0(unknown)");
   EXPECT_EQ(Text::TerminalsText({terminal(0), terminal(13)}), "unknown(undefined)");
+}
+
+TEST(EnumerationText, TakesNoMemory) {
+  const std::size_t before = counted_new::allocations();
+  for (std::uint32_t value = 0; value < 20; ++value) {
+    for (const auto word :
+         {Text::TestTypeText, Text::WindingTextUpper, Text::WindingTextLower, Text::TestingModeText,
+          Text::HealthStateText, Text::PointStateText, Text::TapChangerText,
+          Text::NumberingSchemeText, Text::LetterLabelText, Text::MaterialText,
+          Text::RecordOriginText, Text::TerminalText, Text::TerminalTextY}) {
+      word(value);
+    }
+    Text::TerminalPairText(value % 7, value % 2 == 0);
+  }
+  EXPECT_EQ(counted_new::allocations(), before);
 }
 
 }  // namespace

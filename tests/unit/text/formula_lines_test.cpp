@@ -57,6 +57,13 @@ TYPED_TEST(ForEachPhaseOf, NamesAnyOtherFailure) {
   EXPECT_EQ(this->walk(), "A;ERROR KVR_RES_CHECK_ERROR_STATUS\nERROR Unknown error code -7\n");
 }
 
+TYPED_TEST(ForEachPhaseOf, KeepsTheOrderOnAStreamToo) {
+  this->phases[0].status = KVR_RES_OPEN_LEAD;
+  std::ostringstream out;
+  ForEachPhase(out, this->phases, [&](const TypeParam& phase) { out << phase.phase_name << ';'; });
+  EXPECT_EQ(out.str(), "ERROR KVR_RES_OPEN_LEAD\nB;C;");
+}
+
 TEST(FormulaLines, HaveNameBothSidesAndValue) {
   Phases<kvr_TestData_Ratio_Phase> three;
   three.phases[0].tnr = 2;

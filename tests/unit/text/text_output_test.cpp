@@ -188,6 +188,8 @@ TEST(ResultsText, BadPairInTheHeadLeavesNoText) {
                        "Utils::winding_h - incorrect connection_type",
                        [&] { Text::ResultsToText(owned.get(), out); });
   EXPECT_EQ(out.str(), "");
+  out << 0.5;  // the number format has been set first of all
+  EXPECT_EQ(out.str(), "0.50000000");
 }
 
 TEST(ResultsText, BadPairInALaterTestLeavesTheTextBefore) {
