@@ -205,6 +205,14 @@ class Interruption:
         expect(status == 0 or CANCELLING in self.run.text(), "a stop signal without a word")
         check_to_the_end(self.run, status, self.sound)
 
+    def check_cut_off(self):
+        """The process has ended at once: if that was in the series, there are no RAW data."""
+        files = self.run.files()
+        check_beginnings(files, self.sound)
+        text = self.run.text()
+        expect(SERIES_FILE + RAW not in files or "Tests left: 0\n" in text or
+               "ERROR in last test" in text, "RAW data of a series that was cut off")
+
     def two_stop_signals(self):
         first, second = (self.chance.choice(list(STOPS)) for _ in range(2))
         self.run.start(ANSWERS)
@@ -219,7 +227,7 @@ class Interruption:
         # Two of one kind may be taken in the other order.
         expect(status in (STOPS[first], STOPS[second]), f"exit status {status}")
         expect(CANCELLING in self.run.text(), "no first signal")
-        check_beginnings(self.run.files(), self.sound)
+        self.check_cut_off()
 
     def kill(self):
         self.run.start(ANSWERS)
@@ -244,6 +252,7 @@ class Interruption:
             expect(status == 1, f"exit status {status}")
             for words in ("Exiting console tester...\n", "API has been shutdown\n"):
                 expect(words in text, "no word of it")  # the main thread's may come in between
+            self.check_cut_off()
         check_beginnings(self.run.files(), self.sound)
 
     def fill_disk(self):

@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <iostream>
+#include <utility>
 
 #include "shell/session.h"
 #include "shell/stop_handling.h"
@@ -88,6 +89,29 @@ std::string Console::unread() const {
   const std::streamsize unread = input_.in_avail();
   return unread <= 0 ? "" : input_.str().substr(input_.str().size() - std::size_t(unread));
 }
+
+OutputWatcher::OutputWatcher(std::string_view beginning, std::function<void()> action)
+    : beginning_(beginning), action_(std::move(action)), target_(std::cout.rdbuf(this)) {}
+
+OutputWatcher::~OutputWatcher() {
+  if (action_) {
+    std::cout.rdbuf(target_);
+  }
+}
+
+OutputWatcher::int_type OutputWatcher::overflow(int_type character) {
+  return target_->sputc(traits_type::to_char_type(character));
+}
+
+std::streamsize OutputWatcher::xsputn(const char* characters, std::streamsize count) {
+  if (std::string_view(characters, static_cast<std::size_t>(count)).starts_with(beginning_)) {
+    std::cout.rdbuf(target_);  // so that threads started from here on never know of this
+    std::exchange(action_, nullptr)();
+  }
+  return target_->sputn(characters, count);
+}
+
+int OutputWatcher::sync() { return target_->pubsync(); }
 
 void reset_session() {
   client_name = "ConsoleTester_x86";

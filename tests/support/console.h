@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <ios>
 #include <mutex>
 #include <sstream>
@@ -63,6 +64,25 @@ class Console {
   std::ios saved_cout_{nullptr};
   std::streambuf* saved_input_;
   std::streambuf* saved_output_;
+};
+
+/// Does something when the program is about to write a text that begins so, the first time.
+class OutputWatcher : public std::streambuf {
+ public:
+  OutputWatcher(std::string_view beginning, std::function<void()> action);
+  ~OutputWatcher() override;
+  OutputWatcher(const OutputWatcher&) = delete;
+  OutputWatcher& operator=(const OutputWatcher&) = delete;
+
+ protected:
+  int_type overflow(int_type character) override;
+  std::streamsize xsputn(const char* characters, std::streamsize count) override;
+  int sync() override;
+
+ private:
+  std::string_view beginning_;
+  std::function<void()> action_;
+  std::streambuf* target_;
 };
 
 /// Puts the process-wide session state and the stop handling back to what a fresh program has.

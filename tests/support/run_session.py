@@ -12,6 +12,7 @@ What goes in:
   ---- bench [NAME]         or it is the virtual instrument with this bench, the built-in one if
                             empty; behind the named one of virtual_instrument/bench/, if any
   ---- program NAME         another program than console-tester
+  ---- called NAME          what its command line calls it; not on windows
   ---- not on windows       the file is skipped there, for the reason given
   ---- given file PATH      a file that is there before
   ---- given folder PATH    a folder that is there before
@@ -54,8 +55,8 @@ SECONDS_TO_END = 10.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
 PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
 RESULTS_FOLDER = "home/Documents/KVRU3"
-INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "not on", "given file",
-                  "given folder", "answers")
+INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "called", "not on",
+                  "given file", "given folder", "answers")
 EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file", "no files",
                      "calls", "complaints")
 
@@ -363,6 +364,7 @@ def run(session, arguments):
     if name not in arguments.programs:
         raise BadSession(f"no program '{name}'")
     program = arguments.programs[name]
+    called = (session.all("called") or [(program, [])])[0][0]
     system = Wine if program.endswith(".exe") else Posix
     for unfit, reason in session.all("not on"):
         if unfit == system.name:
@@ -379,9 +381,10 @@ def run(session, arguments):
         output, errors = folder / "output", folder / "errors"
         with open(answers, "rb") as stdin, open(output, "wb") as stdout, \
                 open(errors, "wb") as stderr:
-            process = subprocess.Popen(arguments.launcher + [program] + options, stdin=stdin,
-                                       stdout=stdout, stderr=stderr, cwd=folder / "work",
-                                       env=environment, start_new_session=True)
+            process = subprocess.Popen(arguments.launcher + [called] + options,
+                                       executable=None if arguments.launcher else program,
+                                       stdin=stdin, stdout=stdout, stderr=stderr,
+                                       cwd=folder / "work", env=environment, start_new_session=True)
             try:
                 ended = (wait_until_silent(process, output, arguments.seconds)
                          if expects_wait else wait_for_end(process, arguments.seconds))

@@ -373,6 +373,24 @@ TEST_F(SinglePhase, ShowsWhatItSaidBeforeItPauses) {
   EXPECT_EQ(clock.sleeps.size(), 3U);
 }
 
+// What ends a series early is the test that the signal cancels, and here it cancels none.
+TEST_F(SinglePhase, PausesToTheEndThroughAStopSignal) {
+  clock.on_sleep = [&](const timespec*, timespec* remainder) {
+    if (clock.sleeps.size() != 2) {
+      return 0;
+    }
+    CtrlHandler(0);
+    *remainder = {0, 600'000'000};
+    errno = EINTR;
+    return -1;
+  };
+  stop_handler = [](int) { stop_signal_seen = true; };
+  run("1\n10x3\n\nT1\n");
+  EXPECT_TRUE(stop_signal_seen);
+  EXPECT_THAT(clock.sleeps_ms(), ElementsAre(1000, 1000, 600, 1000));
+  EXPECT_EQ(api.count(ApiCall::Test_Ratio_1ph), 3U);
+}
+
 TEST_F(SinglePhase, OfASeriesWithoutATestId) {
   run("1\n8x2\n\n\n");
   const std::string name = "1.2-range-test-15-03-2021 12-00-00.csv";

@@ -226,6 +226,16 @@ TEST_F(RunSession, HandsConsoleEventsToTheStopFunction) {
   EXPECT_TRUE(stop_signal_seen);
 }
 
+TEST_F(RunSession, RegistersBeforeItSaysAnything) {
+  stop_handler = nullptr;
+  bool is_registered = false;
+  const Console console("0\n");
+  const OutputWatcher watcher("Console Tester",
+                              [&] { is_registered = static_cast<bool>(stop_handler); });
+  run_session({}, count_menu);
+  EXPECT_TRUE(is_registered);
+}
+
 TEST_F(RunSession, CancelledAtTheConnection) {
   EXPECT_EQ(run("0\n"), kConnectionMenu + kEnd);
   EXPECT_EQ(menus_shown, 0);

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <system_error>
 
+#include "shell/start_up.h"
 #include "shell/stop_handling.h"
 #include "support/log_capture.h"
 #include "support/refused_threads_posix.h"
@@ -36,6 +37,22 @@ TEST_F(RefusedThread, FailsTheRegistrationAndKeepsTheHandler) {
         std::_Exit(0);
       },
       ExitedWithCode(0), Eq("refused\nERROR ERROR: could not set control handler.\nevent 1"));
+}
+
+TEST_F(RefusedThread, LetsASessionRunWithoutStopHandling) {
+  EXPECT_EXIT(
+      {
+        refuse_new_threads();
+        int status = -1;
+        {
+          const Console console("0\n");
+          status = run_session({}, [] {});
+          std::cerr << console.output().substr(console.output().find("\nExiting"));
+        }
+        std::cerr << status;
+        std::_Exit(0);
+      },
+      ExitedWithCode(0), Eq("\nExiting...\nEND\n0"));
 }
 
 TEST_F(RefusedThread, CountsNoSignal) {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <latch>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -214,30 +215,22 @@ TEST_F(StopOrTerminate, CountsAgainOnceTheSignalIsForgotten) {
   EXPECT_EQ(api.count(ApiCall::CancelOperation), 2U);
 }
 
-// A signal that comes in while the first one is dealt with finds the flag still clear.
-TEST_F(StopOrTerminate, SetsItsFlagLast) {
-  bool seen_before_the_message_was_out = true;
+// The flag is set last: a signal that comes in while the first one is dealt with finds it clear.
+TEST_F(StopOrTerminate, CountsASignalDuringTheFirstOneAsAFirstOneToo) {
+  std::latch both_called(2);
+  api.answer_always(ApiCall::CancelOperation,
+                    {.meanwhile = [&] { both_called.arrive_and_wait(); }});
   const Console console;
-  struct Watcher : std::streambuf {
-    explicit Watcher(bool& flag) : seen(flag), target(std::cout.rdbuf()) {}
-    std::streamsize xsputn(const char* text, std::streamsize count) override {
-      if (std::string_view(text, static_cast<std::size_t>(count)).starts_with("Cancelling")) {
-        seen = stop_signal_seen;
-      }
-      return target->sputn(text, count);
-    }
-    int overflow(int character) override { return target->sputc(static_cast<char>(character)); }
-    int sync() override { return target->pubsync(); }
-    bool& seen;
-    std::streambuf* target;
-  } watcher(seen_before_the_message_was_out);
-  std::streambuf* const captured = std::cout.rdbuf(&watcher);
+  bool seen = true;
+  const OutputWatcher watcher("Cancelling", [&] {
+    seen = stop_signal_seen;
+    stop_or_terminate(1);
+  });
   stop_or_terminate(0);
-  const bool finished = console.wait_for_output("AFTER kvr_CancelOperation\n");
-  std::cout.rdbuf(captured);
-  ASSERT_TRUE(finished);
-  EXPECT_FALSE(seen_before_the_message_was_out);
+  EXPECT_FALSE(seen);
   EXPECT_TRUE(stop_signal_seen);
+  ASSERT_TRUE(console.wait_for_output("AFTER kvr_CancelOperation\nAFTER kvr_CancelOperation\n"));
+  EXPECT_EQ(call_lines(), "kvr_CancelOperation\nkvr_CancelOperation\n");
 }
 
 /// In a process of its own: a second signal, with all output and calls on standard error.
