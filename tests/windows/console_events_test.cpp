@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "support/temporary_folder.h"
 #include "windows_program.h"
@@ -27,6 +28,14 @@ std::string full_path(const char* path) {
 
 bool shows_cancel(WindowsProgram& program) {
   return program.shows(kCancelling) && program.shows(kCancelled);
+}
+
+/// The cancel thread's last line may come in between any others.
+std::string without_cancelled(std::string output) {
+  if (const auto at = output.find(kCancelled); at != std::string::npos) {
+    output.erase(at, std::string_view(kCancelled).size());
+  }
+  return output;
 }
 
 /// A program on the scripted client library, at its main menu.
@@ -78,8 +87,10 @@ TEST_P(StopEvent, CancelsATestAndTheNextOneWorks) {
   program.type(kSingleTest);
   ASSERT_TRUE(program.shows("progress: 1/2\n")) << program.output();
   program.send_event(GetParam());
-  EXPECT_TRUE(program.shows("\nERROR: wording of code 7\nERROR in last test")) << program.output();
+  EXPECT_TRUE(program.shows("ERROR in last test")) << program.output();
   EXPECT_THAT(program.output(), HasSubstr(kCancelling));
+  EXPECT_THAT(without_cancelled(program.output()),
+              HasSubstr("\nERROR: wording of code 7\nERROR in last test"));
   program.type(std::string(kSingleTest) + "0\n");
   EXPECT_TRUE(program.shows("record_id: AUTO-2")) << program.output();
   EXPECT_EQ(program.exit_status(), 0U);

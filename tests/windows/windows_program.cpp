@@ -78,7 +78,25 @@ void WindowsProgram::send_event(DWORD event) {
   CloseHandle(thread);
 }
 
+bool WindowsProgram::has_output_in_time() const {
+  const ULONGLONG deadline = GetTickCount64() + kMillisecondsToEnd;
+  DWORD waiting = 0;
+  while (PeekNamedPipe(screen_, nullptr, 0, nullptr, &waiting, nullptr) != 0) {
+    if (waiting > 0) {
+      return true;
+    }
+    if (GetTickCount64() > deadline) {
+      return false;
+    }
+    Sleep(1);
+  }
+  return false;  // it has ended, and all it said has been read
+}
+
 bool WindowsProgram::read() {
+  if (!has_output_in_time()) {
+    return false;
+  }
   char bytes[4096];
   DWORD count = 0;
   if (ReadFile(screen_, bytes, sizeof(bytes), &count, nullptr) == 0 || count == 0) {

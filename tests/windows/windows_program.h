@@ -27,7 +27,7 @@ class WindowsProgram {
   void send_event(DWORD event);
 
   /// Reads until `text` has come behind the last one that was waited for. False when the program
-  /// ends without it.
+  /// ends without it, or says nothing for a while.
   bool shows(std::string_view text);
 
   /// Reads on until the program ends; gives its exit status. Fails the test after a while.
@@ -37,6 +37,7 @@ class WindowsProgram {
   const std::string& output() const { return output_; }
 
  private:
+  bool has_output_in_time() const;
   bool read();
 
   TemporaryFolder documents_;
