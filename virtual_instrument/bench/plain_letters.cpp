@@ -7,6 +7,7 @@
 namespace virtual_instrument {
 namespace {
 
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 /// Walks through a text, past its comments and quoted parts.
@@ -17,7 +18,7 @@ class Walk {
   std::optional<unsigned> line_beyond_ascii() {
     skip(text_.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
     while (at_ < text_.size()) {
-      if (static_cast<unsigned char>(text_[at_]) >= 0x80) {
+      if (is_beyond_ascii(text_[at_])) {
         return line_;
       }
       step();
@@ -31,7 +32,9 @@ class Walk {
     if (character == '#') {
       skip(text_.find('\n', at_) - at_);
     } else if (character == '"' || character == '\'') {
-      skip_quoted(character);
+      if (!skip_to_letter_behind_quotes_in_word()) {
+        skip_quoted(character);
+      }
     } else {
       skip(1);
     }
@@ -48,9 +51,40 @@ class Walk {
       if (!is_long && text_[at_] == '\n') {
         return;
       }
+      if (is_long && quote == '"' && is_asked_about_behind_backslash()) {
+        skip(text_.find_first_not_of(kBlanks, at_ + 1) - at_);
+        return;
+      }
       skip(quote == '"' && text_[at_] == '\\' ? 2 : 1);
     }
     skip(end.size());
+  }
+
+  /// In a long part a backslash may have blanks and ends of lines left out, and toml++ asks what
+  /// follows whether it is one.
+  bool is_asked_about_behind_backslash() const {
+    const std::size_t next = text_.find_first_not_of(kBlanks, at_ + 1);
+    return text_[at_] == '\\' && next != text_.npos && is_beyond_ascii(text_[next]);
+  }
+
+  /// Quotes within a bare word begin nothing: toml++ goes on to the word's end, at most to that of
+  /// the line. Quoted parts of a dotted key look the same, and are as good as unquoted here.
+  bool skip_to_letter_behind_quotes_in_word() {
+    constexpr std::string_view kBeforeQuotes = " \t\r\n=[{,";
+    if (at_ == 0 || kBeforeQuotes.find(text_[at_ - 1]) != kBeforeQuotes.npos) {
+      return false;
+    }
+    const std::string_view line = text_.substr(at_, text_.find('\n', at_) - at_);
+    const auto letter = std::find_if(line.begin(), line.end(), is_beyond_ascii);
+    if (letter == line.end()) {
+      return false;
+    }
+    skip(static_cast<std::size_t>(letter - line.begin()));
+    return true;
+  }
+
+  static bool is_beyond_ascii(char character) {
+    return static_cast<unsigned char>(character) >= 0x80;
   }
 
   void skip(std::size_t count) {

@@ -16,13 +16,22 @@ TEST(LineBeyondAscii, IsThatOfTheFirstCharacterOutsideQuotesAndComments) {
   EXPECT_EQ(line_beyond_ascii("a = 1 # \xc3\xa4\n\nb = 2 \xc3\xa4"), 3U);
 }
 
+TEST(LineBeyondAscii, IsThatOfALetterThatQuotesDoNotShield) {
+  EXPECT_EQ(line_beyond_ascii("\"\"\"\\\xc9\xb8"), 1U);
+  EXPECT_EQ(line_beyond_ascii("a = \"\"\"x\\ \n \xc3\xa4\"\"\""), 2U);
+  EXPECT_EQ(line_beyond_ascii("\nk=2'\xcf\xbf"), 2U);
+  EXPECT_EQ(line_beyond_ascii("k=1.'#\xc3\xa4'"), 1U);
+}
+
 TEST(LineBeyondAscii, IsNoneWithinQuotesAndComments) {
-  for (const char* const text : {"", "a = 1", "[\"\xc3\xa4\"]", "# \xc3\xa4",
-                                 "a = 1 # \xc3\xa4\nb = 2", "a = \"\xc3\xa4 # \\\" \xc3\xa4\"",
-                                 "a = '\xc3\xa4'", "a = \"\"\"\n\xc3\xa4 \" \"\" \xc3\xa4\"\"\"",
-                                 "a = '''\n\xc3\xa4 ' '' \xc3\xa4'''", "a = \"\\",
-                                 "\xef\xbb\xbf"
-                                 "a = 1"}) {
+  for (const char* const text :
+       {"", "a = 1", "[\"\xc3\xa4\"]", "# \xc3\xa4", "a = 1 # \xc3\xa4\nb = 2",
+        "a = \"\xc3\xa4 # \\\" \xc3\xa4\"", "a = '\xc3\xa4'",
+        "a = \"\"\"\n\xc3\xa4 \" \"\" \xc3\xa4\"\"\"", "a = '''\n\xc3\xa4 ' '' \xc3\xa4'''",
+        "a = \"\\", "a = \"\"\"\\n\xc3\xa4\"\"\"", "a.'b' = 1 \nb = '\xc3\xa4'",
+        "a = \"\\\xc3\xa4\"",
+        "\xef\xbb\xbf"
+        "a = 1"}) {
     EXPECT_EQ(line_beyond_ascii(text), std::nullopt) << text;
   }
 }
