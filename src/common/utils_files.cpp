@@ -1,5 +1,4 @@
 #include <plog/Log.h>
-#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,12 +18,12 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kAppDataBufferSize = 260;
 
-/// What a folder holds; nothing if it can't be read or is none.
+/// What a folder holds, as far as it can be read; nothing if it is none.
 std::vector<fs::path> entries_of(const fs::path& folder) {
   std::error_code error;
   std::vector<fs::path> entries;
-  for (const auto& entry : fs::directory_iterator(folder, error)) {
-    entries.push_back(entry.path());
+  for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
+    entries.push_back(at->path());
   }
   return entries;
 }
@@ -96,13 +95,13 @@ std::string Utils::ReadTextFile(const std::string& path) {
 }
 
 std::int64_t Utils::GetFileSize(const std::string& path) {
-  struct stat entry {};
-  if (stat(path.c_str(), &entry) != 0) {
+  const auto size = platform::file_size(path);
+  if (!size) {
     throw kvr_exception(KVR_RES_FILE_NOT_FOUND, "GetFileSize - cannot stat file " + path, kLogged,
                         "GetFileSize");
   }
   // From 2 GiB on this is wrong: the callers' size is 32 bits wide, with a sign.
-  return static_cast<std::int32_t>(entry.st_size);
+  return static_cast<std::int32_t>(*size);
 }
 
 bool Utils::ExecSystem(const std::string& command, bool noThrow) {

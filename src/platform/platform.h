@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,10 @@ std::optional<std::string> documents_folder();
 
 /// Makes one folder. False when it can't, also because it exists.
 bool create_directory(const std::string& path);
+
+/// What stat says of a path: the size of a file, and of a folder whatever the system calls so.
+/// Nothing when it fails.
+std::optional<std::int64_t> file_size(const std::string& path);
 
 /// A variable of the environment; empty when it is unset, or does not fit into `buffer_size` bytes
 /// with its terminator.

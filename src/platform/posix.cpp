@@ -96,6 +96,12 @@ std::optional<std::string> documents_folder() {
 
 bool create_directory(const std::string& path) { return mkdir(path.c_str(), 0777) == 0; }
 
+std::optional<std::int64_t> file_size(const std::string& path) {
+  struct stat entry {};
+  return stat(path.c_str(), &entry) == 0 ? std::optional<std::int64_t>(entry.st_size)
+                                         : std::nullopt;
+}
+
 std::string environment_text(const char* name, std::size_t buffer_size) {
   const std::string value = environment_text(name);
   return value.size() < buffer_size ? value : std::string();

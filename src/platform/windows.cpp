@@ -2,6 +2,7 @@
 #include <conio.h>
 #include <process.h>
 #include <shlobj.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 #include <cerrno>
@@ -40,6 +41,12 @@ std::optional<std::string> documents_folder() {
 
 bool create_directory(const std::string& path) {
   return CreateDirectoryA(path.c_str(), nullptr) != 0;
+}
+
+std::optional<std::int64_t> file_size(const std::string& path) {
+  struct _stat64 entry {};
+  return _stat64(path.c_str(), &entry) == 0 ? std::optional<std::int64_t>(entry.st_size)
+                                            : std::nullopt;
 }
 
 std::string environment_text(const char* name, std::size_t buffer_size) {

@@ -131,6 +131,12 @@ class RunSession(unittest.TestCase):
     def test_program_that_ends_although_it_should_wait(self):
         self.assert_refused(self.rebuilt().replace("status 0", "waiting"), "+status 0")
 
+    def test_program_that_is_called_otherwise(self):
+        text = ("A shell that says its name.\n\n---- program sh\n\n---- called --debug\n\n"
+                "---- options\n-c\necho $0\n\n---- script\n\n---- answers\n\n"
+                "---- output\n--debug\n\n---- ends with\nstatus 0\n\n---- no files\n")
+        self.assertEqual(self.run_session(text, "--program", "sh=/bin/sh"), (0, ""))
+
     def test_bad_script(self):
         text = self.rebuilt().replace("--quiet", "--debug").replace("raw=", "row=")
         self.assert_refused(text, "+status 99")

@@ -537,7 +537,7 @@ class Reader {
 
   BenchReading read(std::string_view document) {
     if (const auto line = line_beyond_ascii(document)) {
-      problem(*line, "", "expected plain letters outside quotes");
+      problem(*line, "", "expected plain letters outside quotes and behind a backslash");
     } else {
       parse(document);
     }

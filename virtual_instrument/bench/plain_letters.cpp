@@ -7,7 +7,6 @@
 namespace virtual_instrument {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 /// Walks through a text, past its comments and quoted parts.
@@ -51,8 +50,7 @@ class Walk {
       if (!is_long && text_[at_] == '\n') {
         return;
       }
-      if (is_long && quote == '"' && is_asked_about_behind_backslash()) {
-        skip(text_.find_first_not_of(kBlanks, at_ + 1) - at_);
+      if (is_long && quote == '"' && skip_to_letter_behind_backslash()) {
         return;
       }
       skip(quote == '"' && text_[at_] == '\\' ? 2 : 1);
@@ -61,16 +59,24 @@ class Walk {
   }
 
   /// In a long part a backslash may have blanks and ends of lines left out, and toml++ asks what
-  /// follows whether it is one.
-  bool is_asked_about_behind_backslash() const {
-    const std::size_t next = text_.find_first_not_of(kBlanks, at_ + 1);
-    return text_[at_] == '\\' && next != text_.npos && is_beyond_ascii(text_[next]);
+  /// follows whether it is one. True at a letter beyond ASCII.
+  bool skip_to_letter_behind_backslash() {
+    if (text_[at_] != '\\') {
+      return false;
+    }
+    const std::size_t next = text_.find_first_not_of(" \t\r\n\v\f", at_ + 1);
+    if (next == text_.npos || !is_beyond_ascii(text_[next])) {
+      return false;
+    }
+    skip(next - at_);
+    return true;
   }
 
   /// Quotes within a bare word begin nothing: toml++ goes on to the word's end, at most to that of
-  /// the line. Quoted parts of a dotted key look the same, and are as good as unquoted here.
+  /// the line. Quotes in a dotted key look the same, and so shield no letters either. True at a
+  /// letter beyond ASCII.
   bool skip_to_letter_behind_quotes_in_word() {
-    constexpr std::string_view kBeforeQuotes = " \t\r\n=[{,";
+    constexpr std::string_view kBeforeQuotes = " \t\r\n=[{,\xbf";  // the last ends the mark
     if (at_ == 0 || kBeforeQuotes.find(text_[at_ - 1]) != kBeforeQuotes.npos) {
       return false;
     }

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <semaphore>
 #include <thread>
 
@@ -36,6 +37,20 @@ TEST(CreateDirectory, FailsForWhatIsThereOrHasNoName) {
   EXPECT_FALSE(platform::create_directory(folder.path().string()));
   EXPECT_FALSE(platform::create_directory(folder.prefix() + "file"));
   EXPECT_FALSE(platform::create_directory(""));
+}
+
+TEST(FileSize, IsNotCutShort) {
+  const TemporaryFolder folder;
+  folder.write("file", "abcd");
+  EXPECT_EQ(platform::file_size(folder.prefix() + "file"), 4);
+  fs::resize_file(folder.path() / "file", 0x100000007U);  // takes no room: it has no content
+  EXPECT_EQ(platform::file_size(folder.prefix() + "file"), 0x100000007);
+}
+
+TEST(FileSize, IsNoneOfWhatIsNotThere) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(platform::file_size(folder.prefix() + "missing"), std::nullopt);
+  EXPECT_EQ(platform::file_size(""), std::nullopt);
 }
 
 TEST(EnvironmentText, IsTheVariableIfItFits) {

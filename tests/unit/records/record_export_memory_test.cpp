@@ -121,6 +121,7 @@ class RecordExportMemory : public FlowTest {
     OwnBytes own;
     api.on_call = [&](const SeenCall& seen) {
       if (seen.call == ApiCall::ReadRecord) {
+        // The library's own line about the call says whether the record pointer is null.
         const std::size_t bytes = counted_new::live_bytes() - before - store.list_bytes() -
                                   kept * bytes_of_a_record - seen.line.size();
         own = {std::min(own.lowest, bytes), std::max(own.highest, bytes)};

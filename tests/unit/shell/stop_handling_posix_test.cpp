@@ -7,8 +7,10 @@
 #include "shell/start_up.h"
 #include "shell/stop_handling.h"
 #include "support/log_capture.h"
+#include "support/process.h"
 #include "support/refused_threads_posix.h"
 #include "support/session_test.h"
+#include "support/temporary_folder.h"
 
 // What happens where the system refuses a thread. Each in a process of its own.
 
@@ -45,6 +47,8 @@ TEST_F(RefusedThread, LetsASessionRunWithoutStopHandling) {
         refuse_new_threads();
         int status = -1;
         {
+          const TemporaryFolder home;
+          use_home_folder(home.path().string());
           const Console console("0\n");
           status = run_session({}, [] {});
           std::cerr << console.output().substr(console.output().find("\nExiting"));

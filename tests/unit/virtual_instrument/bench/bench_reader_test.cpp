@@ -383,8 +383,9 @@ TEST(BenchReader, TellsWhatTheParserCannotDealWith) {
   EXPECT_THAT(problems("\n[store]\n[=]\n[a]\n"),
               ElementsAre("b.toml:3: expected a table, or a key and its value"));
   EXPECT_THAT(problems("[[\n"), ElementsAre("b.toml:1: expected a table, or a key and its value"));
-  EXPECT_THAT(problems("[store]\na = \xc3\xa4\n"),
-              ElementsAre("b.toml:2: expected plain letters outside quotes"));
+  EXPECT_THAT(
+      problems("[store]\na = \xc3\xa4\n"),
+      ElementsAre("b.toml:2: expected plain letters outside quotes and behind a backslash"));
 }
 
 TEST(BenchReader, TellsWhereTheTextIsNotTomlAtAll) {

@@ -29,7 +29,9 @@ TEST(LineBeyondAscii, IsNoneWithinQuotesAndComments) {
         "a = \"\xc3\xa4 # \\\" \xc3\xa4\"", "a = '\xc3\xa4'",
         "a = \"\"\"\n\xc3\xa4 \" \"\" \xc3\xa4\"\"\"", "a = '''\n\xc3\xa4 ' '' \xc3\xa4'''",
         "a = \"\\", "a = \"\"\"\\n\xc3\xa4\"\"\"", "a.'b' = 1 \nb = '\xc3\xa4'",
-        "a = \"\\\xc3\xa4\"",
+        "a = \"\\\xc3\xa4\"", "a = \"\"\"\\\\\xc3\xa4\"\"\"",
+        "\xef\xbb\xbf"
+        "'\xc3\xa4' = 1",
         "\xef\xbb\xbf"
         "a = 1"}) {
     EXPECT_EQ(line_beyond_ascii(text), std::nullopt) << text;
