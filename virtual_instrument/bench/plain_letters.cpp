@@ -9,13 +9,19 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
+bool is_beyond_ascii(char character) { return static_cast<unsigned char>(character) >= 0x80; }
+
+std::size_t size_of_mark(std::string_view text) {
+  return text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+}
+
 /// Walks through a text, past its comments and quoted parts.
 class Walk {
  public:
   explicit Walk(std::string_view text) : text_(text) {}
 
   std::optional<unsigned> line_beyond_ascii() {
-    skip(text_.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
+    skip(size_of_mark(text_));
     while (at_ < text_.size()) {
       if (is_beyond_ascii(text_[at_])) {
         return line_;
@@ -31,9 +37,7 @@ class Walk {
     if (character == '#') {
       skip(text_.find('\n', at_) - at_);
     } else if (character == '"' || character == '\'') {
-      if (!skip_to_letter_behind_quotes_in_word()) {
-        skip_quoted(character);
-      }
+      skip_quoted(character);
     } else {
       skip(1);
     }
@@ -56,6 +60,9 @@ class Walk {
       skip(quote == '"' && text_[at_] == '\\' ? 2 : 1);
     }
     skip(end.size());
+    for (int i = 0; i < 2 && is_long && text_.substr(at_).starts_with(quote); ++i) {
+      skip(1);  // the end is the last three of up to five
+    }
   }
 
   /// In a long part a backslash may have blanks and ends of lines left out, and toml++ asks what
@@ -70,27 +77,6 @@ class Walk {
     }
     skip(next - at_);
     return true;
-  }
-
-  /// Quotes within a bare word begin nothing: toml++ goes on to the word's end, at most to that of
-  /// the line. Quotes in a dotted key look the same, and so shield no letters either. True at a
-  /// letter beyond ASCII.
-  bool skip_to_letter_behind_quotes_in_word() {
-    constexpr std::string_view kBeforeQuotes = " \t\r\n=[{,\xbf";  // the last ends the mark
-    if (at_ == 0 || kBeforeQuotes.find(text_[at_ - 1]) != kBeforeQuotes.npos) {
-      return false;
-    }
-    const std::string_view line = text_.substr(at_, text_.find('\n', at_) - at_);
-    const auto letter = std::find_if(line.begin(), line.end(), is_beyond_ascii);
-    if (letter == line.end()) {
-      return false;
-    }
-    skip(static_cast<std::size_t>(letter - line.begin()));
-    return true;
-  }
-
-  static bool is_beyond_ascii(char character) {
-    return static_cast<unsigned char>(character) >= 0x80;
   }
 
   void skip(std::size_t count) {
@@ -109,6 +95,13 @@ class Walk {
 
 std::optional<unsigned> line_beyond_ascii(std::string_view text) {
   return Walk(text).line_beyond_ascii();
+}
+
+std::string with_plain_letters(std::string_view text) {
+  std::string plain(text);
+  std::replace_if(plain.begin() + std::ptrdiff_t(size_of_mark(text)), plain.end(), is_beyond_ascii,
+                  '~');
+  return plain;
 }
 
 }  // namespace virtual_instrument

@@ -388,6 +388,22 @@ TEST(BenchReader, TellsWhatTheParserCannotDealWith) {
       ElementsAre("b.toml:2: expected plain letters outside quotes and behind a backslash"));
 }
 
+TEST(BenchReader, TellsWhereQuotesBeginNothing) {
+  for (const char* const value : {"2'\xcf\xbf", "1.'#\xc3\xa4'", "2022-03-05TBB(\"\xef\xbb\xbb\"",
+                                  "00=\"\xef\xb3\xbf", "0.o0=\"\xef\xb8\xbfm\"#"}) {
+    const BenchReading reading = read(std::string("[store]\nfile = ") + value + "\n");
+    ASSERT_EQ(reading.problems.size(), 1U) << value;
+    EXPECT_THAT(reading.problems[0], testing::StartsWith("b.toml:2: ")) << value;
+  }
+}
+
+TEST(BenchReader, TakesLettersBeyondAsciiInQuotes) {
+  const BenchReading reading =
+      read("\xef\xbb\xbf# \xc3\xa4\n[store]\nfile = \"Pr\xc3\xbc\xef\xbc\xa1.db\"\n");
+  EXPECT_THAT(reading.problems, testing::IsEmpty());
+  EXPECT_EQ(reading.bench.store.file, "Pr\xc3\xbc\xef\xbc\xa1.db");
+}
+
 TEST(BenchReader, TellsWhereTheTextIsNotTomlAtAll) {
   const BenchReading reading = read("[store]\nempty_id_format =\n");
   ASSERT_EQ(reading.problems.size(), 1U);

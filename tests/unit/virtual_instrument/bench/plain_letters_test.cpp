@@ -16,11 +16,9 @@ TEST(LineBeyondAscii, IsThatOfTheFirstCharacterOutsideQuotesAndComments) {
   EXPECT_EQ(line_beyond_ascii("a = 1 # \xc3\xa4\n\nb = 2 \xc3\xa4"), 3U);
 }
 
-TEST(LineBeyondAscii, IsThatOfALetterThatQuotesDoNotShield) {
+TEST(LineBeyondAscii, IsThatOfALetterBehindABackslashInALongText) {
   EXPECT_EQ(line_beyond_ascii("\"\"\"\\\xc9\xb8"), 1U);
   EXPECT_EQ(line_beyond_ascii("a = \"\"\"x\\ \n \xc3\xa4\"\"\""), 2U);
-  EXPECT_EQ(line_beyond_ascii("\nk=2'\xcf\xbf"), 2U);
-  EXPECT_EQ(line_beyond_ascii("k=1.'#\xc3\xa4'"), 1U);
 }
 
 TEST(LineBeyondAscii, IsNoneWithinQuotesAndComments) {
@@ -30,12 +28,19 @@ TEST(LineBeyondAscii, IsNoneWithinQuotesAndComments) {
         "a = \"\"\"\n\xc3\xa4 \" \"\" \xc3\xa4\"\"\"", "a = '''\n\xc3\xa4 ' '' \xc3\xa4'''",
         "a = \"\\", "a = \"\"\"\\n\xc3\xa4\"\"\"", "a.'b' = 1 \nb = '\xc3\xa4'",
         "a = \"\\\xc3\xa4\"", "a = \"\"\"\\\\\xc3\xa4\"\"\"",
+        "a = [\"\"\"x\"\"\"\", '\xc3\xa4', '''y''''', '\xc3\xa4']",
         "\xef\xbb\xbf"
         "'\xc3\xa4' = 1",
         "\xef\xbb\xbf"
         "a = 1"}) {
     EXPECT_EQ(line_beyond_ascii(text), std::nullopt) << text;
   }
+}
+
+TEST(WithPlainLetters, HasACharacterForEachByteBeyondAscii) {
+  EXPECT_EQ(with_plain_letters("a = '\xc3\xa4'\n# \xff\x7f\x80"), "a = '~~'\n# ~\x7f~");
+  EXPECT_EQ(with_plain_letters("\xef\xbb\xbf'\xef\xbb\xbf' = 1"), "\xef\xbb\xbf'~~~' = 1");
+  EXPECT_EQ(with_plain_letters(""), "");
 }
 
 }  // namespace
