@@ -98,9 +98,14 @@ std::optional<unsigned> line_beyond_ascii(std::string_view text) {
 }
 
 std::string with_plain_letters(std::string_view text) {
-  std::string plain(text);
-  std::replace_if(plain.begin() + std::ptrdiff_t(size_of_mark(text)), plain.end(), is_beyond_ascii,
-                  '~');
+  std::string plain(text.substr(0, size_of_mark(text)));
+  for (const char character : text.substr(plain.size())) {
+    if (is_beyond_ascii(character)) {
+      plain += '~' + std::to_string(static_cast<unsigned char>(character));
+    } else {
+      plain += character;
+    }
+  }
   return plain;
 }
 

@@ -15,8 +15,8 @@ namespace virtual_instrument {
 /// backslash in a long text. Of a text without mistakes it is the right one.
 std::optional<unsigned> line_beyond_ascii(std::string_view text);
 
-/// With a character that may stand in quotes and comments alone for each byte beyond ASCII, but for
-/// a byte order mark.
+/// With "~" and its number for each byte beyond ASCII, but for a byte order mark. The "~" may stand
+/// in quotes and comments alone; the number keeps different keys different.
 std::string with_plain_letters(std::string_view text);
 
 }  // namespace virtual_instrument

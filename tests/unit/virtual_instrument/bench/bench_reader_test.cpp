@@ -404,6 +404,14 @@ TEST(BenchReader, TakesLettersBeyondAsciiInQuotes) {
   EXPECT_EQ(reading.bench.store.file, "Pr\xc3\xbc\xef\xbc\xa1.db");
 }
 
+TEST(BenchReader, TellsUnknownKeysBeyondAsciiApart) {
+  const std::string no_such_key =
+      ": no such key; expected one of file, demonstration, empty_id_format";
+  EXPECT_THAT(read("[store]\n'\xc3\xa4' = 1\n'\xc3\xb6' = 2\n").problems,
+              ElementsAre("b.toml:2: store.\xc3\xa4" + no_such_key,
+                          "b.toml:3: store.\xc3\xb6" + no_such_key));
+}
+
 TEST(BenchReader, TellsWhereTheTextIsNotTomlAtAll) {
   const BenchReading reading = read("[store]\nempty_id_format =\n");
   ASSERT_EQ(reading.problems.size(), 1U);

@@ -37,9 +37,9 @@ TEST(LineBeyondAscii, IsNoneWithinQuotesAndComments) {
   }
 }
 
-TEST(WithPlainLetters, HasACharacterForEachByteBeyondAscii) {
-  EXPECT_EQ(with_plain_letters("a = '\xc3\xa4'\n# \xff\x7f\x80"), "a = '~~'\n# ~\x7f~");
-  EXPECT_EQ(with_plain_letters("\xef\xbb\xbf'\xef\xbb\xbf' = 1"), "\xef\xbb\xbf'~~~' = 1");
+TEST(WithPlainLetters, HasANumberForEachByteBeyondAscii) {
+  EXPECT_EQ(with_plain_letters("a = '\xc3\xa4'\n# \xff\x7f\x80"), "a = '~195~164'\n# ~255\x7f~128");
+  EXPECT_EQ(with_plain_letters("\xef\xbb\xbf'\xef\xbb\xbf' = 1"), "\xef\xbb\xbf'~239~187~191' = 1");
   EXPECT_EQ(with_plain_letters(""), "");
 }
 
