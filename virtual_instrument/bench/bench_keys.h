@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "virtual_instrument/bench/bench.h"
+#include "virtual_instrument/bench/toml_keys.h"
+
+// The keys of a bench file and what each of them takes.
+
+namespace virtual_instrument {
+
+/// Every key but those of lists of tables, table by table. They refer to `bench`.
+std::vector<Key> keys_of(Bench& bench);
+
+/// The keys of a table of the list "faults" or "shorted_turns". They refer to the argument.
+std::vector<Key> keys_of(Fault& fault);
+std::vector<Key> keys_of(ShortedTurns& turns);
+
+}  // namespace virtual_instrument
