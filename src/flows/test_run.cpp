@@ -37,6 +37,9 @@ class TestRun {
 
   void run_tests() {
     for (const VoltagePlanEntry& entry : plan_) {
+      if (is_ending()) {
+        return;  // nobody is there any more to watch a test
+      }
       announce(entry.voltage);
       kvr_TestRecord* const record = run_one(entry.voltage);
       if (record == nullptr) {

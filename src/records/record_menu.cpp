@@ -96,7 +96,7 @@ void delete_record() {
 void clear_database() {
   std::cout << "Do you want to clear tests database? (Y/N): ";
   std::string answer;
-  std::cin >> answer;
+  read_word(answer);
   if (answer != "Y" && answer != "y") {
     return;
   }

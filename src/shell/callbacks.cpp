@@ -1,6 +1,5 @@
 #include "shell/callbacks.h"
 
-#include <cstdlib>
 #include <iostream>
 
 #include "api/client_api.h"
@@ -16,7 +15,7 @@ namespace {
   kvr_Lib_Shutdown();
   std::cout << "API has been shutdown\n" << std::flush;
   platform::wait_for_key();
-  std::exit(1);
+  platform::end_process(1);
 }
 
 }  // namespace

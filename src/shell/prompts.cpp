@@ -5,6 +5,7 @@
 
 #include "api/client_api.h"
 #include "common/clock.h"
+#include "platform/platform.h"
 #include "shell/session.h"
 #include "shell/stop_handling.h"
 
@@ -12,6 +13,13 @@ namespace {
 
 constexpr std::int32_t kEndOfInputPauseMs = 100;
 constexpr std::size_t kLongestTestId = 16;  // bytes
+
+/// An empty line starts tests: a terminal that closes must not look like one.
+void stay_at_closed_terminal() {
+  while (!std::cin && platform::input_terminal_is_closed()) {
+    sleep_ms(kEndOfInputPauseMs);
+  }
+}
 
 void discard_line() {
   while (std::cin.get() != '\n') {
@@ -23,11 +31,13 @@ void discard_line() {
 
 void pause_at_end_of_input() {
   if (!std::cin) {
+    const AwaitingAnswer awaiting;
     sleep_ms(kEndOfInputPauseMs);
   }
 }
 
 std::int32_t read_int() {
+  const AwaitingAnswer awaiting;
   std::int32_t value = 0;
   std::cin >> value;
   while (std::cin.fail()) {
@@ -40,7 +50,17 @@ std::int32_t read_int() {
   return value;
 }
 
-void read_line(std::string& line) { std::getline(std::cin, line); }
+void read_line(std::string& line) {
+  const AwaitingAnswer awaiting;
+  std::getline(std::cin, line);
+  stay_at_closed_terminal();
+}
+
+void read_word(std::string& word) {
+  const AwaitingAnswer awaiting;
+  std::cin >> word;
+  stay_at_closed_terminal();
+}
 
 std::string prompt_test_id() {
   static std::string line;

@@ -14,6 +14,9 @@ std::int32_t read_int();
 /// Reads a line into `line`; leaves it alone when the input is no longer good.
 void read_line(std::string& line);
 
+/// Reads what stands up to the next white space into `word`.
+void read_word(std::string& word);
+
 /// Called where a prompt asks again: lets a moment pass if the input has ended, since the prompt
 /// would otherwise repeat as fast as it can for ever.
 void pause_at_end_of_input();

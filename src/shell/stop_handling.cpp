@@ -2,8 +2,9 @@
 
 #include <plog/Log.h>
 
+#include <atomic>
 #include <cerrno>
-#include <cstdlib>
+#include <chrono>
 #include <iostream>
 
 #include "api/client_api.h"
@@ -13,9 +14,20 @@
 std::function<void(int)> stop_handler;
 bool stop_signal_seen = false;
 
+namespace {
+
+constexpr std::chrono::seconds kLongestOrderlyEnd{5};
+constexpr std::int32_t kLookAgainMs = 20;
+
+std::atomic<bool> ending = false;
+std::atomic<int> awaited_answers = 0;
+std::atomic<int> cancels_under_way = 0;
+
+}  // namespace
+
 bool SignalHandler::RegisterStopHandler(const std::function<void(int)>& handler) {
   std::function<void(int)>(handler).swap(stop_handler);
-  if (platform::install_console_handler(CtrlHandler)) {
+  if (platform::install_console_handler(CtrlHandler, end_after_event)) {
     return true;
   }
   PLOGE << "ERROR: could not set control handler.";
@@ -50,19 +62,53 @@ int CtrlHandler(unsigned long event) {
   return 0;
 }
 
+namespace {
+
+[[noreturn]] void terminate_immediately(int event) {
+  std::cout << " second signal - terminate immediately\n" << std::flush;
+  platform::end_process(event);
+}
+
+void cancel_operation() {
+  std::cout << "BEFORE kvr_CancelOperation\n" << std::flush;
+  kvr_code code = kvr_CancelOperation();
+  std::cout << "AFTER kvr_CancelOperation\n" << std::flush;
+  // When the program ends, a test that was just about to begin must not go on.
+  while (ending && code != KVR_RES_OK && awaited_answers == 0) {
+    sleep_ms(kLookAgainMs);
+    code = kvr_CancelOperation();
+  }
+  --cancels_under_way;
+}
+
+}  // namespace
+
 void stop_or_terminate(int event) {
   if (stop_signal_seen) {
-    std::cout << " second signal - terminate immediately\n" << std::flush;
-    std::exit(event);
+    terminate_immediately(event);
   }
   std::cout << "Cancelling current operation...\n" << std::flush;
-  platform::run_detached([] {
-    std::cout << "BEFORE kvr_CancelOperation\n" << std::flush;
-    kvr_CancelOperation();
-    std::cout << "AFTER kvr_CancelOperation\n" << std::flush;
-  });
+  ++cancels_under_way;
+  platform::run_detached(cancel_operation);
   stop_signal_seen = true;  // last: an event that comes in before still counts as a first one
 }
+
+void end_after_event(unsigned long event) {
+  const auto latest = std::chrono::steady_clock::now() + kLongestOrderlyEnd;
+  ending = true;
+  CtrlHandler(event);
+  while ((awaited_answers == 0 || cancels_under_way > 0) &&
+         std::chrono::steady_clock::now() < latest) {
+    sleep_ms(kLookAgainMs);
+  }
+  terminate_immediately(static_cast<int>(event));
+}
+
+bool is_ending() { return ending; }
+
+AwaitingAnswer::AwaitingAnswer() { ++awaited_answers; }
+
+AwaitingAnswer::~AwaitingAnswer() { --awaited_answers; }
 
 void sleep_ms(std::int32_t milliseconds) {
   if (milliseconds <= 0) {

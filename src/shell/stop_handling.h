@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
@@ -25,6 +26,23 @@ int CtrlHandler(unsigned long event);
 /// running operation, on a thread of its own because that call can block; the next one ends the
 /// process with the event's number as its exit status.
 void stop_or_terminate(int event);
+
+/// Ends the program for an event after which Windows would end it: a closed terminal or a request
+/// to terminate. Delivers the event as any other, lets a cancelled test come to its end, and then
+/// takes the way of a second event: once the program waits for an answer, or after five seconds.
+[[noreturn]] void end_after_event(unsigned long event);
+
+/// Whether the program is ending after such an event, so that no further test may begin.
+bool is_ending();
+
+/// The main thread waits for an answer of the operator while one of these lives.
+class AwaitingAnswer {
+ public:
+  AwaitingAnswer();
+  ~AwaitingAnswer();
+  AwaitingAnswer(const AwaitingAnswer&) = delete;
+  AwaitingAnswer& operator=(const AwaitingAnswer&) = delete;
+};
 
 /// Sleeps, whatever signals come in between; returns at once for 0 and less.
 void sleep_ms(std::int32_t milliseconds);
