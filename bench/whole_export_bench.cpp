@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "benches.h"
+#include "console/session.h"
 #include "records/record_export.h"
-#include "shell/session.h"
 #include "support/scripted_client_api.h"
 
 namespace {

@@ -12,7 +12,7 @@
 
 // The n-th allocation fails, for every n, once and for ever. An exception may leave, or a stream
 // may fail; what has been written until then stays, and nothing else is written in its place.
-// Record copies have the same test in unit/common/utils_record_copies_test.cpp.
+// Record copies have the same test in unit/utils/record_copies_test.cpp.
 
 namespace {
 

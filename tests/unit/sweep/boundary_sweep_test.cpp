@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "shell/stop_handling.h"
+#include "console/stop_handling.h"
 
 namespace {
 

@@ -1,0 +1,76 @@
+#include "console/stop_handling.h"
+
+#include <plog/Log.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <iostream>
+
+#include "api/client_api.h"
+#include "common/clock.h"
+#include "platform/platform.h"
+
+std::function<void(int)> stop_handler;
+bool stop_signal_seen = false;
+
+bool SignalHandler::RegisterStopHandler(const std::function<void(int)>& handler) {
+  std::function<void(int)>(handler).swap(stop_handler);
+  if (platform::install_console_handler(CtrlHandler)) {
+    return true;
+  }
+  PLOGE << "ERROR: could not set control handler.";
+  return false;
+}
+
+namespace {
+
+struct StopEvent {
+  unsigned long event;
+  const char* log_text;
+};
+
+// 16 is the number of the WM_CLOSE window message. No console event has it; it is handled like one.
+constexpr StopEvent kStopEvents[] = {{0, "CTRL-C event"},        {1, "CTRL-BREAK event"},
+                                     {2, "CTRL-CLOSE event"},    {5, "CTRL-LOGOFF event"},
+                                     {6, "CTRL-SHUTDOWN event"}, {16, "WM_CLOSE event"}};
+
+}  // namespace
+
+int CtrlHandler(unsigned long event) {
+  for (const StopEvent& stop_event : kStopEvents) {
+    if (stop_event.event != event) {
+      continue;
+    }
+    PLOGI << stop_event.log_text;
+    if (stop_handler) {
+      stop_handler(static_cast<int>(event));
+    }
+    return 1;
+  }
+  return 0;
+}
+
+void stop_or_terminate(int event) {
+  if (stop_signal_seen) {
+    std::cout << " second signal - terminate immediately\n" << std::flush;
+    std::exit(event);
+  }
+  std::cout << "Cancelling current operation...\n" << std::flush;
+  platform::run_detached([] {
+    std::cout << "BEFORE kvr_CancelOperation\n" << std::flush;
+    kvr_CancelOperation();
+    std::cout << "AFTER kvr_CancelOperation\n" << std::flush;
+  });
+  stop_signal_seen = true;  // last: an event that comes in before still counts as a first one
+}
+
+void sleep_ms(std::int32_t milliseconds) {
+  if (milliseconds <= 0) {
+    return;
+  }
+  timespec left{};
+  left.tv_sec = milliseconds / 1000;
+  left.tv_nsec = milliseconds % 1000 * 1'000'000L;
+  while (program_clock.nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
