@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "api/client_api.h"
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/model/units.h"
 #include "unit/virtual_instrument/requests.h"
-#include "unit/virtual_instrument/store/sample_records.h"
 #include "unit/virtual_instrument/store/store_files.h"
-#include "virtual_instrument/measurement/test_families.h"
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/store/sqlite_connection.h"
 #include "virtual_instrument/store/sqlite_store.h"
 

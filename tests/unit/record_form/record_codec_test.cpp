@@ -1,4 +1,4 @@
-#include "virtual_instrument/store/record_codec.h"
+#include "record_form/record_codec.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,8 @@
 #include <vector>
 
 #include "support/record_text.h"
-#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/record_form/sample_records.h"
 
-namespace virtual_instrument {
 namespace {
 
 using Form = std::vector<std::byte>;
@@ -413,4 +412,3 @@ TEST(RecordCodec, DecodesDamagedBytesToNothingOrToWhatTheySay) {
 }
 
 }  // namespace
-}  // namespace virtual_instrument

@@ -1,4 +1,4 @@
-#include "virtual_instrument/store/record_nest.h"
+#include "record_form/record_nest.h"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +8,8 @@
 #include <vector>
 
 #include "support/record_text.h"
-#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/record_form/sample_records.h"
 
-namespace virtual_instrument {
 namespace {
 
 RecordNest nest_of(std::string_view text) {
@@ -106,4 +105,3 @@ TEST(RecordNest, ASinglePartIsTheWholeRecord) {
 }
 
 }  // namespace
-}  // namespace virtual_instrument

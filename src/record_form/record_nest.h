@@ -9,8 +9,6 @@
 // A test record with everything that hangs from it, as one thing to own. Every record, and every
 // array, of a nest comes from its own new or new[]; texts come from new char[].
 
-namespace virtual_instrument {
-
 /// Frees a record with all that hangs from it; null is allowed.
 void free_record(kvr_TestRecord* record);
 
@@ -33,5 +31,3 @@ std::string_view family_of(const kvr_TestRecord& record);
 /// One record with the tests of all `parts`, in order, under the head of the first; raw data texts
 /// are joined. `parts` must not be empty.
 RecordNest join_records(std::vector<RecordNest> parts);
-
-}  // namespace virtual_instrument

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "virtual_instrument/measurement/test_families.h"
+#include "virtual_instrument/measurement/measurements.h"
 
 // Results with nests of pointers, as they cross the boundary. Each struct is a `new` of its own and
 // each array of pointers a `new[]`, as is the array of an impedance list's tests and that of a

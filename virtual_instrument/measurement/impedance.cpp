@@ -3,8 +3,8 @@
 #include <numbers>
 #include <string>
 
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/phase_result.h"
-#include "virtual_instrument/measurement/test_families.h"
 #include "virtual_instrument/measurement/winding_losses.h"
 
 namespace virtual_instrument {

@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "support/record_text.h"
-#include "virtual_instrument/store/record_codec.h"
 
-// Records for tests of the record store.
+// Records for tests of the stored form and of the record store.
 
 /// A single-phase ratio record of one test: type `ratio_down`, its turns ratio `ratio`.
 inline OwnedRecord ratio_record(std::string_view record_id, double ratio = 10.0,
@@ -31,5 +31,5 @@ inline OwnedRecord resistance_record(std::string_view record_id) {
 }
 
 inline std::vector<std::byte> form_of(const kvr_TestRecord& record) {
-  return virtual_instrument::encode_record(record).value();
+  return encode_record(record).value();
 }

@@ -1,4 +1,4 @@
-#include "virtual_instrument/measurement/nested_records.h"
+#include "virtual_instrument/recording/nested_records.h"
 
 #include <algorithm>
 #include <cstddef>

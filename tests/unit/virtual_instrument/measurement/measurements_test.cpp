@@ -1,4 +1,4 @@
-#include "virtual_instrument/measurement/test_families.h"
+#include "virtual_instrument/measurement/measurements.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "unit/virtual_instrument/model/units.h"
-#include "virtual_instrument/measurement/nested_records.h"
+#include "virtual_instrument/recording/nested_records.h"
 
 namespace virtual_instrument {
 namespace {

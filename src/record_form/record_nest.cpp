@@ -1,13 +1,12 @@
-#include "virtual_instrument/store/record_nest.h"
+#include "record_form/record_nest.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
 
-#include "virtual_instrument/store/record_shape.h"
+#include "record_form/record_shape.h"
 
-namespace virtual_instrument {
 namespace {
 
 /// Innermost first: what hangs from a record goes before the record.
@@ -117,5 +116,3 @@ RecordNest join_records(std::vector<RecordNest> parts) {
   joined->raw_data = joined_raw_data(parts);
   return joined;
 }
-
-}  // namespace virtual_instrument

@@ -6,8 +6,8 @@
 
 #include "api/request_records.h"
 #include "api/result_records.h"
+#include "record_form/record_nest.h"
 #include "virtual_instrument/measurement/three_phase_ratio.h"
-#include "virtual_instrument/store/record_nest.h"
 
 // A finished test becomes a record here.
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <numbers>
 
-#include "virtual_instrument/measurement/test_families.h"
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/winding_losses.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
 

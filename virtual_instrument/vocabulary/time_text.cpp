@@ -1,4 +1,4 @@
-#include "virtual_instrument/records/time_text.h"
+#include "virtual_instrument/vocabulary/time_text.h"
 
 #include <array>
 

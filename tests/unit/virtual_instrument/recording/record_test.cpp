@@ -1,4 +1,4 @@
-#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/recording/record.h"
 
 #include <gtest/gtest.h>
 

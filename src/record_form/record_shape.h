@@ -18,8 +18,6 @@
 //   visitor.each(pointer, count)   an array of `count` pointers to a record each, any of them null
 //   visitor.text(pointer)          a text of any length, or null
 
-namespace virtual_instrument {
-
 template <class Visitor>
 void describe(kvr_TestData_Ratio_Phase& phase, Visitor& visitor) {
   visitor.name(phase.phase_name);
@@ -184,5 +182,3 @@ void clear_links(Record& record) {
   ClearLinks visitor;
   describe(record, visitor);
 }
-
-}  // namespace virtual_instrument

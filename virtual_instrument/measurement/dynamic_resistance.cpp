@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "virtual_instrument/measurement/test_families.h"
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
 
 namespace virtual_instrument {

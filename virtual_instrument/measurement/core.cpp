@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <numbers>
 
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/phase_result.h"
 #include "virtual_instrument/measurement/ratio_setup.h"
-#include "virtual_instrument/measurement/test_families.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {

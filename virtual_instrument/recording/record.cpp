@@ -1,8 +1,8 @@
-#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/recording/record.h"
 
-#include "virtual_instrument/measurement/nested_records.h"
-#include "virtual_instrument/records/text_field.h"
-#include "virtual_instrument/records/time_text.h"
+#include "virtual_instrument/recording/nested_records.h"
+#include "virtual_instrument/vocabulary/text_field.h"
+#include "virtual_instrument/vocabulary/time_text.h"
 
 namespace virtual_instrument {
 namespace {

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "virtual_instrument/store/record_nest.h"
+#include "record_form/record_nest.h"
 
 // The stored form of a test record: one string of bytes that holds the record with everything that
 // hangs from it.
@@ -20,8 +20,6 @@
 // All numbers are little-endian. There is exactly one form of a record, so what can be decoded
 // encodes to the same bytes again.
 
-namespace virtual_instrument {
-
 /// Nothing for a record that has no stored form: a text that does not end within its field, or a
 /// ratio result with steps nested more than 30 deep.
 std::optional<std::vector<std::byte>> encode_record(const kvr_TestRecord& record);
@@ -29,5 +27,3 @@ std::optional<std::vector<std::byte>> encode_record(const kvr_TestRecord& record
 /// Null for bytes that are not the form of a record. Any bytes are safe to decode, and what they
 /// make it allocate stays within ten times their own length.
 RecordNest decode_record(std::span<const std::byte> bytes);
-
-}  // namespace virtual_instrument

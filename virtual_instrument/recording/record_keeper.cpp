@@ -1,12 +1,12 @@
-#include "virtual_instrument/session/record_keeper.h"
+#include "virtual_instrument/recording/record_keeper.h"
 
 #include <cstring>
 #include <optional>
 #include <string>
 #include <utility>
 
-#include "virtual_instrument/records/text_field.h"
-#include "virtual_instrument/records/time_text.h"
+#include "virtual_instrument/vocabulary/text_field.h"
+#include "virtual_instrument/vocabulary/time_text.h"
 
 namespace virtual_instrument {
 namespace {

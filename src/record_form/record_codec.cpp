@@ -1,4 +1,4 @@
-#include "virtual_instrument/store/record_codec.h"
+#include "record_form/record_codec.h"
 
 #include <algorithm>
 #include <array>
@@ -6,9 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "virtual_instrument/store/record_shape.h"
+#include "record_form/record_shape.h"
 
-namespace virtual_instrument {
 namespace {
 
 // The layouts are the stored form, so they are pinned here where the boundary leaves them open.
@@ -252,5 +251,3 @@ RecordNest decode_record(std::span<const std::byte> bytes) {
     return nullptr;
   }
 }
-
-}  // namespace virtual_instrument

@@ -4,7 +4,7 @@
 
 #include "api/request_records.h"
 #include "virtual_instrument/bench/bench.h"
-#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 // What becomes of a finished test: whose record it goes into, and under which name. Mode 1 stores a
