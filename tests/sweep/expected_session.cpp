@@ -1,4 +1,4 @@
-#include "unit/sweep/expected_session.h"
+#include "sweep/expected_session.h"
 
 #include <algorithm>
 #include <cstdio>

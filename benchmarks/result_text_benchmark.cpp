@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "benches.h"
+#include "benchmarks.h"
 #include "peers.h"
 #include "sample_records.h"
 #include "text/text_output.h"

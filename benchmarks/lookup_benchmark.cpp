@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "api/codes.h"
-#include "benches.h"
+#include "benchmarks.h"
 #include "child_process.h"
 #include "standards/standards.h"
 

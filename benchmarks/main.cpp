@@ -1,6 +1,6 @@
 #include <benchmark/benchmark.h>
 
-#include "benches.h"
+#include "benchmarks.h"
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);

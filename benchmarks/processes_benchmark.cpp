@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "benches.h"
+#include "benchmarks.h"
 #include "child_process.h"
 
 namespace {

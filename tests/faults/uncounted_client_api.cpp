@@ -1,4 +1,4 @@
-#include "unit/faults/uncounted_client_api.h"
+#include "faults/uncounted_client_api.h"
 
 #include "support/counted_new.h"
 

@@ -6,7 +6,7 @@
 #include "support/process.h"
 #include "support/session_test.h"
 #include "support/temporary_folder.h"
-#include "unit/sweep/expected_session.h"
+#include "sweep/expected_session.h"
 
 /// Runs sessions of the whole program against what they have to look like. All runs of a test share
 /// a home and a working folder, emptied between runs.

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "unit/sweep/boundary_sweep.h"
+#include "sweep/boundary_sweep.h"
 
 // A lost connection ends the process, so that each run has one of its own, a fork of this one. On
 // Windows, where there is no fork, the tests of the callbacks end a few processes in the same way.

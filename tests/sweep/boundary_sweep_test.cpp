@@ -1,4 +1,4 @@
-#include "unit/sweep/boundary_sweep.h"
+#include "sweep/boundary_sweep.h"
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 #include <csignal>
 #include <filesystem>
 
-#include "unit/faults/failing_files_posix.h"
-#include "unit/faults/faults_test.h"
+#include "faults/failing_files_posix.h"
+#include "faults/faults_test.h"
 
 // The n-th open, write and close fails, for every n, once and for ever; the disk is full from any
 // byte on; the folder can't be written. It costs what has not been written until then, and no more:

@@ -1,4 +1,4 @@
-#include "unit/faults/failing_files_posix.h"
+#include "faults/failing_files_posix.h"
 
 #include <dlfcn.h>
 #include <sys/uio.h>

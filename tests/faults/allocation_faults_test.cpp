@@ -5,10 +5,10 @@
 #include <optional>
 #include <sstream>
 
+#include "faults/faults_test.h"
+#include "faults/uncounted_client_api.h"
 #include "flows/run_files.h"
 #include "support/counted_new.h"
-#include "unit/faults/faults_test.h"
-#include "unit/faults/uncounted_client_api.h"
 
 // The n-th allocation fails, for every n, once and for ever. An exception may leave, or a stream
 // may fail; what has been written until then stays, and nothing else is written in its place.

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "benches.h"
+#include "benchmarks.h"
 #include "child_process.h"
 #include "flows/run_files.h"
 #include "peers.h"

@@ -9,7 +9,7 @@
 #include <iostream>
 #include <vector>
 
-#include "benches.h"
+#include "benchmarks.h"
 #include "console/session.h"
 #include "records/record_export.h"
 #include "support/scripted_client_api.h"
