@@ -1,6 +1,5 @@
 #include "console/prompts.h"
 
-#include <exception>
 #include <iostream>
 
 #include "api/client_api.h"
@@ -50,6 +49,8 @@ std::int32_t read_int() {
   return value;
 }
 
+std::string& make_kept_line() { return *new std::string; }
+
 void read_line(std::string& line) {
   const AwaitingAnswer awaiting;
   std::getline(std::cin, line);
@@ -63,7 +64,7 @@ void read_word(std::string& word) {
 }
 
 std::string prompt_test_id() {
-  static std::string line;
+  static std::string& line = make_kept_line();
   bool exists = false;  // not cleared between answers: a library that fails leaves it as it was
   while (true) {
     std::cout << "Test ID (leave empty for date/time): ";
@@ -87,14 +88,14 @@ std::string prompt_test_id() {
 }
 
 const char* prompt_record_id() {
-  static std::string line;
+  static std::string& line = make_kept_line();
   std::cout << "Test ID: ";
   read_line(line);
   return line.c_str();
 }
 
 const char* prompt_csv_name() {
-  static std::string line;
+  static std::string& line = make_kept_line();
   std::cout << "CSV filename (leave empty for none): ";
   read_line(line);
   line += ".csv";
@@ -160,19 +161,10 @@ std::int32_t choose_winding_connection() {
 }
 
 double prompt_nameplate_ratio() {
-  static std::string line;
-  while (true) {
-    std::cout << "Nameplate ratio N:1 (leave empty for none): ";
-    read_line(line);
-    if (line.empty()) {
-      return 0.0;
-    }
-    try {
-      return std::stod(line);
-    } catch (const std::exception&) {
-      pause_at_end_of_input();  // not a number: ask again
-    }
-  }
+  static std::string& line = make_kept_line();
+  return ask_until_it_converts(
+      [] { std::cout << "Nameplate ratio N:1 (leave empty for none): "; }, line,
+      [](const std::string& answer) { return answer.empty() ? 0.0 : std::stod(answer); });
 }
 
 std::string date_time_text() { return local_time_text(program_clock.now(), "%Y%m%d_%H_%M_%S"); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <string>
 
 // The reading routines of the dialogue, on standard input and output. They block the main thread
@@ -11,6 +12,10 @@
 /// the input, except for one character. At the end of input it never returns.
 std::int32_t read_int();
 
+/// A text for a prompt to keep its line in. It is never destroyed: the process can end on another
+/// thread while the prompt reads.
+std::string& make_kept_line();
+
 /// Reads a line into `line`; leaves it alone when the input is no longer good.
 void read_line(std::string& line);
 
@@ -20,6 +25,21 @@ void read_word(std::string& word);
 /// Called where a prompt asks again: lets a moment pass if the input has ended, since the prompt
 /// would otherwise repeat as fast as it can for ever.
 void pause_at_end_of_input();
+
+/// Calls `ask` and reads a line, again and again until `convert` takes the line. It refuses one by
+/// throwing a std::exception. Returns what it returned.
+template <typename Ask, typename Convert>
+auto ask_until_it_converts(Ask ask, std::string& line, Convert convert) {
+  while (true) {
+    ask();
+    read_line(line);
+    try {
+      return convert(line);
+    } catch (const std::exception&) {
+      pause_at_end_of_input();
+    }
+  }
+}
 
 /// A test ID that no stored record has, of at most 16 bytes; empty to leave the name to the
 /// library.

@@ -116,7 +116,7 @@ bool connect(const ConnectionMethod& method, FirmwareText& firmware_version) {
 
 /// The address goes nowhere: a Service connection differs from the other by type and name only.
 void ask_service_address() {
-  static std::string service_ip;
+  static std::string& service_ip = make_kept_line();
   std::cout << "Please enter IP address: ";
   read_line(service_ip);
 }

@@ -58,6 +58,7 @@ class Console:
         program = os.path.abspath(os.environ[self.program])
         master, self.slave = pty.openpty()  # kept open, so that settings can be read at the end
         self.settings_before = self.settings()
+        started, starting = os.pipe()  # the writing end closes when the program has been started
         self.process = os.fork()
         if self.process == 0:
             os.close(master)
@@ -66,6 +67,9 @@ class Console:
                 signal.signal(number, signal.SIG_IGN)
             os.chdir(folder)
             os.execve(program, [program], environment)
+        os.close(starting)
+        os.read(started, 1)
+        os.close(started)
         self.master = master
         return self
 

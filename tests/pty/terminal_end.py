@@ -4,6 +4,7 @@ Whatever the program is at, it ends by itself, with the number of the event as i
 whole files and an unlocked instrument.
 """
 
+import contextlib
 import signal
 import time
 import unittest
@@ -45,6 +46,13 @@ def in_the_pause_of_a_series(console):
     console.send(SERIES)
     console.expect("Tests left: 4\n")
     console.expect("\n\n")  # after the row of the first test
+
+
+def at_a_stopped_terminal(console):
+    """Nothing can be written there, not even that the program ends."""
+    at_the_main_menu(console)
+    console.send(b"\x13")  # Ctrl-S
+    time.sleep(0.2)
 
 
 def close(console):
@@ -133,20 +141,25 @@ class TerminalEnd(unittest.TestCase):
             self.assertTrue(words.endswith(" second signal - terminate immediately\n"), words)
             self.assertIn(MAIN_MENU, words)
 
-    def test_a_test_that_does_not_listen(self):
-        """It is waited for five seconds."""
-        for event in (close, terminate):
-            with self.subTest(event=event.__name__), Console(DEAF_TEST) as console:
-                in_a_test(console)
-                begun = time.monotonic()
-                calls = self.end(console, event)
-                self.assertGreater(time.monotonic() - begun, 4.9)
-                self.assertEqual(calls, ["kvr_CancelOperation"])
-
-    def test_a_cancel_call_that_blocks(self):
-        with Console("kvr_CancelOperation: 0 delay=60000ms\n") as console:
-            at_the_main_menu(console)
-            self.end(console, terminate)
+    def test_what_does_not_listen_is_waited_for_five_seconds(self):
+        """All of these wait at the same time, which is why they stand together."""
+        blocked_cancel = "kvr_CancelOperation: 0 delay=60000ms\n"
+        cases = [("a deaf test, closed", DEAF_TEST, in_a_test, close),
+                 ("a deaf test, terminated", DEAF_TEST, in_a_test, terminate),
+                 ("a cancel call that blocks", blocked_cancel, at_the_main_menu, terminate),
+                 ("output to a stopped terminal", "", at_a_stopped_terminal, terminate)]
+        with contextlib.ExitStack() as stack:
+            ended = []
+            for name, script, place, event in cases:
+                console = stack.enter_context(Console(script))
+                place(console)
+                ended.append((name, console, time.monotonic(), event(console)))
+            for name, console, begun, status in ended:
+                with self.subTest(case=name):
+                    self.assertEqual(console.wait(), status)
+                    self.assertGreater(time.monotonic() - begun, 4.9)
+                    self.assertLess(time.monotonic() - begun, SECONDS + 1)  # one has its turn late
+                    self.assertNotIn("kvr_UnlockAPI", console.calls())
 
     def test_a_cancel_that_comes_before_the_test_is_repeated(self):
         """The library knows of no test yet when the first one comes."""
@@ -156,14 +169,6 @@ class TerminalEnd(unittest.TestCase):
             calls = self.end(console, terminate)
             self.assertEqual(calls[:2], ["kvr_CancelOperation", "kvr_CancelOperation"])
             self.assertEqual(calls.count("kvr_CancelOperation"), 2)
-
-    def test_output_to_a_stopped_terminal(self):
-        """Nothing can be written, not even that the program ends."""
-        with Console() as console:
-            at_the_main_menu(console)
-            console.send(b"\x13")  # Ctrl-S
-            time.sleep(0.2)
-            self.end(console, terminate)
 
     def test_at_the_end_of_input(self):
         """Ctrl-D instead of an answer: the program waits for ever, as at any end of input."""

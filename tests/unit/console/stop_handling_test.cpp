@@ -275,6 +275,59 @@ TEST_F(StopOrTerminate, GivesTheSecondEventAsStatusAndWaitsForNoCall) {
                  " second signal - terminate immediately\n"));
 }
 
+class EndAfterEvent : public StopOrTerminate {
+ protected:
+  EndAfterEvent() { clock.on_sleep = nanosleep; }  // other threads go on meanwhile
+};
+
+const std::string kEnd = std::string(kFirstSignal) + " second signal - terminate immediately\n";
+
+/// In a process of its own, with all output and calls on standard error.
+void begin_to_watch(ScriptedClientApi& api) {
+  std::cout.rdbuf(std::cerr.rdbuf());
+  stop_handler = stop_or_terminate;
+  api.reset();
+}
+
+TEST_F(EndAfterEvent, CancelsAndThenEndsWithTheEventAsItsStatus) {
+  const auto end_at_a_prompt = [](unsigned long event) {
+    begin_to_watch(scripted_api());
+    const AwaitingAnswer awaiting;
+    end_after_event(event);
+  };
+  EXPECT_EXIT(end_at_a_prompt(2), ExitedWithCode(2), Eq(kEnd));
+  EXPECT_EXIT(end_at_a_prompt(6), ExitedWithCode(6), Eq(kEnd));
+}
+
+TEST_F(EndAfterEvent, WaitsUntilTheProgramWaitsForAnAnswer) {
+  EXPECT_EXIT(
+      {
+        begin_to_watch(scripted_api());
+        std::thread([] { end_after_event(6); }).detach();
+        while (!is_ending()) {
+          std::this_thread::yield();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        std::cerr << "at a prompt\n";
+        const AwaitingAnswer awaiting;
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        std::_Exit(1);
+      },
+      ExitedWithCode(6),
+      Eq(std::string(kFirstSignal) + "at a prompt\n second signal - terminate immediately\n"));
+}
+
+TEST_F(EndAfterEvent, CountsAsAPromptOnlyOnceAllAnswersAreGiven) {
+  EXPECT_EXIT(
+      {
+        begin_to_watch(scripted_api());
+        const AwaitingAnswer outer;
+        { const AwaitingAnswer inner; }
+        end_after_event(6);
+      },
+      ExitedWithCode(6), Eq(kEnd));
+}
+
 class SleepMs : public SessionTest {};
 
 TEST_F(SleepMs, ReturnsAtOnceForZeroAndLess) {
