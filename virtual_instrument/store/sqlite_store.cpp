@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "virtual_instrument/store/checksum.h"
-#include "virtual_instrument/store/record_codec.h"
 
 namespace virtual_instrument {
 namespace {
