@@ -51,7 +51,8 @@ here\
 """
 
 
-class RunSession(unittest.TestCase):
+class RunnerTest(unittest.TestCase):
+    """A session file of its own for each test."""
 
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory(prefix="run-session-test-")
@@ -65,16 +66,23 @@ class RunSession(unittest.TestCase):
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
         return done.returncode, done.stdout.decode("latin-1")
 
-    def rebuilt(self, text=INPUT + "---- calls kvr_LockAPI pause\n"):
+    def rebuilt(self, text):
         status, output = self.run_session(text, "--rebuild")
         self.assertEqual((status, output), (0, ""))
         return self.path.read_text(encoding="latin-1")
 
-    def assert_refused(self, text, reason):
+    def assert_refused(self, text, *reasons):
         status, output = self.run_session(text)
         self.assertEqual(status, 1, output)
-        self.assertIn(reason, output)
+        for reason in reasons:
+            self.assertIn(reason, output)
         self.assertNotIn("Traceback", output)
+
+
+class RunSession(RunnerTest):
+
+    def rebuilt(self, text=INPUT + "---- calls kvr_LockAPI pause\n"):
+        return super().rebuilt(text)
 
     def test_rebuilt_session_passes(self):
         text = self.rebuilt()
@@ -172,6 +180,149 @@ class RunSession(unittest.TestCase):
                              (INPUT + "---- program other\n", "no program 'other'"),
                              (INPUT + "---- output\n\\q\n", "unknown escape \\q")):
             self.assert_refused(text, reason)
+
+
+GOES_TO_MAIN_MENU = """A session that goes to the main menu and leaves it.
+
+---- script
+
+---- answers
+1
+0
+"""
+
+BEGINS_THERE = """A session that begins at the main menu.
+
+---- begins at main menu
+
+---- script
+
+---- answers
+0
+"""
+
+
+class BeginsAtMainMenu(RunnerTest):
+    """Sessions whose start-up another session shows."""
+
+    def setUp(self):
+        super().setUp()
+        self.start_ups = pathlib.Path(self.folder.name) / "start_ups"
+        self.start_ups.mkdir()
+        self.start_up = self.start_ups / "scripted.session"
+        self.whole = self.rebuilt(GOES_TO_MAIN_MENU)
+        self.write_start_up(self.whole)
+
+    def run_session(self, text, *arguments):
+        return super().run_session(text, "--start-ups", self.start_ups, *arguments)
+
+    def write_start_up(self, text):
+        self.start_up.write_text(text, encoding="latin-1")
+
+    def assert_start_up_refused(self, text, *reasons):
+        self.assert_refused(text, f"the start-up is not that of {self.start_up}:\n", *reasons)
+
+    def test_holds_what_comes_after_the_start_up(self):
+        text = self.rebuilt(BEGINS_THERE)
+        self.assertEqual(self.run_session(text), (0, ""))
+        self.assertTrue(text.startswith(BEGINS_THERE))
+        before, menu, after = self.whole.partition("!!! === KVRU3 main menu === !!!\n")
+        self.assertEqual(text, BEGINS_THERE + "\n---- output\n" + menu + after)
+        self.assertTrue(before.endswith("calibrated at Wed, 25.11.2020 12:00:00\n\n"))
+
+    def test_each_byte_of_the_start_up_counts(self):
+        text = self.rebuilt(BEGINS_THERE)
+        for line, other in (("Console Tester 1.1.0.7", "Console Tester 1.1.0.8"),
+                            ("Serial #: SN-0042", "Serial #: SN-0043"),
+                            ("Debug mode is OFF", "Debug mode is OFF\\s")):
+            self.assertIn(line, self.whole)
+            self.write_start_up(self.whole.replace(line, other, 1))
+            self.assert_start_up_refused(text, "-" + other, "+" + line)
+        self.write_start_up(self.whole.replace("\n\n!!! ===", "\n!!! ===", 1))
+        self.assert_start_up_refused(text, "\n+\n")
+        self.write_start_up(self.whole.replace("\n\n!!! ===", "\n\n\n!!! ===", 1))
+        self.assert_start_up_refused(text, "\n-\n")
+
+    def test_program_that_does_not_reach_the_main_menu(self):
+        text = self.rebuilt(BEGINS_THERE)
+        self.assert_start_up_refused(
+            text.replace("---- script", "---- script\nkvr_ConnectAPI: 5"),
+            "+ERROR: wording of code 5", "+Cannot connect to the device over USB!")
+        self.assert_start_up_refused(text.replace("---- script", "---- script\nkvr_: 5"),
+                                     "+status 99", "/script:1: ")
+
+    def test_what_comes_after_counts(self):
+        text = self.rebuilt(BEGINS_THERE)
+        self.assert_refused(text.replace("Exiting", "Leaving"), f"{self.path} came out otherwise:",
+                            "-Leaving...", "+Exiting...")
+        self.assert_refused(text.replace("---- output", "---- calls none"), "+---- output")
+
+    def test_answers_of_the_start_up_are_typed(self):
+        text = self.rebuilt(BEGINS_THERE)
+        self.assert_refused(text.replace("answers\n0\n", "answers\n1\n0\n"),
+                            f"{self.path} came out otherwise:")
+        self.write_start_up(self.whole.replace("answers\n1\n", "answers\n3\n1\n"))
+        self.assert_start_up_refused(text, "+== Select connection method ==")
+
+    def test_start_up_by_name(self):
+        other = self.start_ups / "folder_is_there.session"
+        given = "---- given folder results\n\n---- answers"
+        other.write_text(self.rebuilt(GOES_TO_MAIN_MENU.replace("---- answers", given)),
+                         encoding="latin-1")
+        text = BEGINS_THERE.replace("---- answers", given)
+        self.assertEqual(self.run_session(text, "--rebuild")[0], 1)
+        named = self.rebuilt(text.replace("main menu\n\n", "main menu after folder_is_there\n\n"))
+        self.assertEqual(self.run_session(named), (0, ""))
+        self.assertNotIn("Can not create folder", named)
+        self.assert_start_up_refused(named.replace(" after folder_is_there", ""),
+                                     "-Folder with results: {results}",
+                                     "+Can not create folder for results.")
+
+    def test_start_up_of_a_bench(self):
+        instrument = self.start_ups / "instrument.session"
+        self.assert_refused(BEGINS_THERE.replace("script", "bench"), str(instrument))
+        instrument.write_text(self.rebuilt(GOES_TO_MAIN_MENU.replace("script", "bench default")),
+                              encoding="latin-1")
+        self.assertNotIn("Serial #",
+                         self.rebuilt(BEGINS_THERE.replace("script", "bench default")))
+
+    def test_rebuild_changes_no_start_up(self):
+        text = self.rebuilt(BEGINS_THERE)
+        other = self.whole.replace("SN-0042", "SN-0043")
+        self.write_start_up(other)
+        status, output = self.run_session(text.replace("Exiting", "Leaving"), "--rebuild")
+        self.assertEqual(status, 1)
+        self.assertIn(f"the start-up is not that of {self.start_up}:\n", output)
+        self.assertEqual(self.path.read_text(encoding="latin-1"),
+                         text.replace("Exiting", "Leaving"))
+        self.assertEqual(self.start_up.read_text(encoding="latin-1"), other)
+
+    def test_start_up_is_rebuilt_before_what_begins_after_it(self):
+        text = self.rebuilt(BEGINS_THERE)
+        self.write_start_up(self.whole.replace("SN-0042", "SN-0043"))
+        self.assertEqual(self.run_session(text.replace("Exiting", "Leaving"), "--rebuild",
+                                          self.path, self.start_up), (0, ""))
+        self.assertEqual(self.path.read_text(encoding="latin-1"), text)
+        self.assertEqual(self.start_up.read_text(encoding="latin-1"), self.whole)
+
+    def test_headings_that_are_none(self):
+        for heading, reason in (("later", "'later' after 'begins at main menu' is not 'after NAME'"),
+                                ("after", "'after' after 'begins at main menu' is not 'after NAME'"),
+                                ("after ../x", "is not 'after NAME'"),
+                                ("after other", str(self.start_ups / "other.session")),
+                                ("\n1", "no lines can follow 'begins at main menu'"),
+                                ("\n\n---- begins at main menu", "more than one section")):
+            self.assert_refused(BEGINS_THERE.replace("main menu\n\n", f"main menu {heading}\n\n")
+                                .replace("menu \n", "menu\n"), reason)
+
+    def test_start_ups_that_are_none(self):
+        twice = self.whole.replace("\nExiting", "\n!!! === KVRU3 main menu === !!!\n\nExiting")
+        for start_up in (self.whole.replace("=== KVRU3 main menu ===", "=== main menu ==="),
+                         self.whole.replace("\n\n!!! ===", "!!! ==="),
+                         self.whole.replace("answers\n1\n0\n", "answers\n1\n2\n"),
+                         self.rebuilt(BEGINS_THERE), twice):
+            self.write_start_up(start_up)
+            self.assert_refused(BEGINS_THERE, f"{self.start_up} does not go to the main menu once")
 
 
 if __name__ == "__main__":

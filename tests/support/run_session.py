@@ -5,6 +5,10 @@ A session file opens with what it is about. Then come sections, each under a hea
 with four dashes. The empty line before a heading belongs to the heading.
 
 What goes in:
+  ---- begins at main menu [after NAME]
+                            the answers and the output below begin at the main menu; what comes before
+                            is that of the session NAME of tests/sessions/start_up, byte for byte.
+                            Without a name that is "scripted" with a script, "instrument" with a bench
   ---- options              one command line argument a line
   ---- environment          NAME=value, or -NAME to take a variable away
   ---- script               the client library is the scripted one and answers as this script says,
@@ -36,10 +40,12 @@ them as {results}, {home} and {work}. In texts \\ \t \xHH stand for a backslash,
 and benches are taken as they are.
 
 Every expected section but error output, calls and complaints has to be there. With --rebuild the
-expected sections are written as they came out, for review.
+expected sections are written as they came out, for review; a start-up only by its own session, which
+goes to the main menu once and leaves it.
 """
 
 import argparse
+import dataclasses
 import difflib
 import os
 import pathlib
@@ -51,12 +57,15 @@ import tempfile
 import time
 
 SHIPPED_BENCHES = pathlib.Path(__file__).resolve().parents[2] / "virtual_instrument" / "bench"
+START_UPS = pathlib.Path(__file__).resolve().parents[1] / "sessions" / "start_up"
+MAIN_MENU = b"!!! === KVRU3 main menu === !!!\n"
+LEAVE_MAIN_MENU = b"0\n"
 SECONDS_TO_END = 10.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
 PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
 RESULTS_FOLDER = "home/Documents/KVRU3"
-INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "called", "not on",
-                  "given file", "given folder", "answers")
+INPUT_SECTIONS = ("begins at main menu", "options", "environment", "script", "bench", "program",
+                  "called", "not on", "given file", "given folder", "answers")
 EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file", "no files",
                      "calls", "complaints")
 
@@ -143,6 +152,12 @@ class Session:
             raise BadSession(f"no section '{name}'")
         return found[0][1] if found else default
 
+    def with_sections(self, sections):
+        result = Session.__new__(Session)
+        result.description = self.description
+        result.sections = list(sections)
+        return result
+
     def has(self, name):
         return bool(self.all(name))
 
@@ -152,6 +167,44 @@ class Session:
             heading = f"---- {name} {argument}".rstrip()
             parts.append("\n".join([heading] + lines))
         return "\n\n".join(parts) + "\n"
+
+
+# Start-ups
+
+@dataclasses.dataclass
+class StartUp:
+    """What comes before the answers and the output of a session."""
+    answers: bytes = b""
+    output: bytes = b""
+    path: pathlib.Path | None = None
+
+    def comes_before(self, output):
+        """Whether a program's output begins so, and goes on with the main menu."""
+        return self.path is None or output.startswith(self.output + MAIN_MENU)
+
+
+def start_up_of(session, folder):
+    """That of the session of the folder that the heading names; nothing without the heading."""
+    if not session.has("begins at main menu"):
+        return StartUp()
+    if session.one("begins at main menu"):
+        raise BadSession("no lines can follow 'begins at main menu'")
+    after = session.all("begins at main menu")[0][0]
+    named = re.fullmatch(r"(?:after (\w+))?", after)
+    if not named:
+        raise BadSession(f"'{after}' after 'begins at main menu' is not 'after NAME'")
+    library = "scripted" if session.has("script") else "instrument"
+    return read_start_up(folder / f"{named[1] or library}.session")
+
+
+def read_start_up(path):
+    shown = Session(path.read_text(encoding="latin-1"))
+    answers = decode(shown.one("answers"))
+    before, menu, after = decode(shown.one("output")).partition(MAIN_MENU)
+    if (shown.has("begins at main menu") or not before.endswith(b"\n") or not menu
+            or MAIN_MENU in after or not answers.endswith(LEAVE_MAIN_MENU)):
+        raise BadSession(f"{path} does not go to the main menu once and leave it with 0")
+    return StartUp(answers.removesuffix(LEAVE_MAIN_MENU), before, path)
 
 
 # Systems
@@ -358,8 +411,8 @@ def wait_for_end(process, seconds):
         return f"not ended after {seconds} s"
 
 
-def run(session, arguments):
-    """Runs a session. Gives a copy of it with the expected sections as they came out."""
+def run(session, start_up, arguments):
+    """Runs a session. Gives what came out."""
     name = (session.all("program") or [("console-tester", [])])[0][0]
     if name not in arguments.programs:
         raise BadSession(f"no program '{name}'")
@@ -375,7 +428,7 @@ def run(session, arguments):
         given = prepare(session, folder, system)
         environment = environment_of(session, folder, arguments.libraries, system)
         answers = folder / "answers"
-        answers.write_bytes(decode(session.one("answers")))
+        answers.write_bytes(start_up.answers + decode(session.one("answers")))
         options = [filled_in(decode([line])[:-1].decode("latin-1"), folder, system)
                    .encode("latin-1") for line in session.one("options", [])]
         output, errors = folder / "output", folder / "errors"
@@ -395,13 +448,13 @@ def run(session, arguments):
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
         calls = folder / "calls"
-        return outcome(session, without_differences({
+        return without_differences({
             "output": output.read_bytes(),
             "error output": errors.read_bytes(),
             "ends with": ended,
             "files": files,
             "log": calls.read_bytes() if calls.exists() else b"",
-        }, folder, system))
+        }, folder, system)
 
 
 def blocks_of(log):
@@ -411,11 +464,8 @@ def blocks_of(log):
 
 def outcome(session, seen):
     """The session with what was seen in its expected sections."""
-    result = Session.__new__(Session)
-    result.description = session.description
-    result.sections = [section for section in session.sections
-                       if section[0] not in EXPECTED_SECTIONS]
-
+    result = session.with_sections(section for section in session.sections
+                                   if section[0] not in EXPECTED_SECTIONS)
     some_files = []
 
     def add(name, content, argument=""):
@@ -453,33 +503,49 @@ def in_order(session):
         if name not in EXPECTED_SECTIONS:
             return (0, "")
         return (EXPECTED_SECTIONS.index(name) + 1, argument if name.endswith("file") else "")
-    result = Session.__new__(Session)
-    result.description = session.description
-    result.sections = sorted(session.sections, key=rank)
-    return result
+    return session.with_sections(sorted(session.sections, key=rank))
+
+
+def with_start_up(session, start_up):
+    """The session with that in its expected output too."""
+    def output(lines):
+        return encode(start_up.output + decode(lines))
+    return session.with_sections((name, argument, output(lines) if name == "output" else lines)
+                                 for name, argument, lines in session.sections)
+
+
+def difference(expected, seen):
+    return list(difflib.unified_diff(expected.text().splitlines(), seen.text().splitlines(),
+                                     "expected", "seen", lineterm="", n=5))
 
 
 def check(path, arguments):
     """Runs one file. Gives the exit status for it."""
     try:
         session = Session(path.read_text(encoding="latin-1"))
-        seen = run(session, arguments)
+        start_up = start_up_of(session, arguments.start_ups)
+        seen = run(session, start_up, arguments)
     except Skipped as reason:
         print(f"{path} is skipped: {reason}")
         return SKIPPED
     except (BadSession, OSError) as error:
         print(f"{path}: {error}")
         return FAILED
+    if not start_up.comes_before(seen["output"]):
+        print(f"{path}: the start-up is not that of {start_up.path}:")
+        print("\n".join(difference(with_start_up(in_order(session), start_up),
+                                   outcome(session, seen))))
+        return FAILED
+    seen["output"] = seen["output"].removeprefix(start_up.output)
+    result = outcome(session, seen)
     if arguments.rebuild:
-        path.write_text(seen.text(), encoding="latin-1")
+        path.write_text(result.text(), encoding="latin-1")
         return PASSED
-    difference = list(difflib.unified_diff(in_order(session).text().splitlines(),
-                                           seen.text().splitlines(), "expected", "seen",
-                                           lineterm="", n=5))
-    if difference:
+    lines = difference(in_order(session), result)
+    if lines:
         print(f"{path} came out otherwise:")
-        print("\n".join(difference))
-    return FAILED if difference else PASSED
+        print("\n".join(lines))
+    return FAILED if lines else PASSED
 
 
 def main():
@@ -491,6 +557,8 @@ def main():
     parser.add_argument("--launcher", default="",
                         help="command that starts a program; one that ends in .exe is taken for a "
                         "Windows program under Wine")
+    parser.add_argument("--start-ups", default=START_UPS, type=pathlib.Path, metavar="FOLDER",
+                        help="sessions that show what comes before the main menu")
     parser.add_argument("--seconds", type=float, default=SECONDS_TO_END,
                         help="time that a program has to end")
     parser.add_argument("--rebuild", action="store_true",
@@ -502,7 +570,10 @@ def main():
     arguments.libraries = {"scripted": os.path.abspath(arguments.scripted),
                            "instrument": os.path.abspath(arguments.instrument)}
     arguments.launcher = arguments.launcher.split()
-    statuses = {check(path, arguments) for path in arguments.files}
+    # Start-ups first: when all files are rebuilt, the others are compared with the new ones.
+    files = sorted(arguments.files,
+                   key=lambda path: path.resolve().parent != arguments.start_ups.resolve())
+    statuses = {check(path, arguments) for path in files}
     return FAILED if FAILED in statuses else min(statuses)
 
 
