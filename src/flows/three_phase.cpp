@@ -1,14 +1,13 @@
 #include "flows/three_phase.h"
 
-#include <exception>
 #include <iostream>
 #include <numbers>
 
+#include "console/prompts.h"
+#include "console/session.h"
 #include "flows/requests.h"
 #include "flows/run_files.h"
-#include "flows/test_run.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
+#include "flows/voltage_run.h"
 
 namespace {
 
@@ -115,16 +114,11 @@ void set_phasing(kvr_TestSetup& setup, std::string& answer) {
 }  // namespace
 
 void prompt_phasing(kvr_Ratio3phRequest* request) {
-  static std::string line;
-  while (true) {
-    std::cout << "Enter phasing (0-11) or angle (15d for absolute shift, 15 deg), empty for "
-                 "unknown: \n";
-    read_line(line);
-    try {
-      set_phasing(request->setup, line);
-      return;
-    } catch (const std::exception&) {
-      pause_at_end_of_input();  // neither number nor angle: ask again
-    }
-  }
+  static std::string& line = make_kept_line();
+  ask_until_it_converts(
+      [] {
+        std::cout << "Enter phasing (0-11) or angle (15d for absolute shift, 15 deg), empty for "
+                     "unknown: \n";
+      },
+      line, [request](std::string& answer) { set_phasing(request->setup, answer); });
 }

@@ -1,11 +1,10 @@
 #include "flows/voltage_plan.h"
 
-#include <exception>
 #include <iostream>
 #include <new>
 #include <string>
 
-#include "shell/prompts.h"
+#include "console/prompts.h"
 
 namespace {
 
@@ -61,18 +60,14 @@ VoltagePlan parse_answer(const std::string& answer) {
 }  // namespace
 
 VoltagePlan prompt_voltage_plan() {
-  static std::string line;
-  while (true) {
-    std::cout.precision(2);  // stays: the run shows its voltages so
-    std::cout << "Enter Test Voltage \n"
-              << " empty for " << kDefaultVoltage << "V,\n"
-              << "'A' - ascending  test, Z - descending auto test\n"
-                 "10x5 - auto repeating (VxN - test N times at V voltage))\n";
-    read_line(line);
-    try {
-      return parse_answer(line);
-    } catch (const std::exception&) {
-      pause_at_end_of_input();  // no voltage: ask again
-    }
-  }
+  static std::string& line = make_kept_line();
+  return ask_until_it_converts(
+      [] {
+        std::cout.precision(2);  // stays: the run shows its voltages so
+        std::cout << "Enter Test Voltage \n"
+                  << " empty for " << kDefaultVoltage << "V,\n"
+                  << "'A' - ascending  test, Z - descending auto test\n"
+                     "10x5 - auto repeating (VxN - test N times at V voltage))\n";
+      },
+      line, parse_answer);
 }

@@ -7,13 +7,13 @@
 #include "api/client_api.h"
 #include "common/clock.h"
 #include "common/field_text.h"
-#include "common/utils.h"
+#include "console/callbacks.h"
+#include "console/prompts.h"
+#include "console/replies.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 #include "platform/platform.h"
-#include "shell/accepted.h"
-#include "shell/callbacks.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "utils/utils.h"
 
 Options parse_options(const std::vector<std::string>& arguments) {
   const auto find = [&](std::string_view option) {
@@ -116,7 +116,7 @@ bool connect(const ConnectionMethod& method, FirmwareText& firmware_version) {
 
 /// The address goes nowhere: a Service connection differs from the other by type and name only.
 void ask_service_address() {
-  static std::string service_ip;
+  static std::string& service_ip = make_kept_line();
   std::cout << "Please enter IP address: ";
   read_line(service_ip);
 }

@@ -6,7 +6,8 @@ virtual instrument, each run in a process of its own.
 
 A run is interrupted by a stop signal, by two of them, by a kill, by a lost connection, by a disk that
 is full from some byte on, or by a results folder that vanishes. Afterwards: what was written before
-is intact, the program has reacted as it has to, and the next run in the same folder is whole.
+is intact, the program has reacted as it has to, and the next run in the same folder is whole. A
+record store is one file if the process has ended by itself.
 
 KVR_SERIES_INTERRUPTIONS is the number of runs, 36 without it; KVR_SERIES_SEED their seed.
 """
@@ -18,10 +19,12 @@ import resource
 import select
 import shutil
 import signal
+import sqlite3
 import subprocess
 import sys
 import tempfile
 import time
+from contextlib import closing
 from pathlib import Path
 
 RUNS = int(os.environ.get("KVR_SERIES_INTERRUPTIONS", "36"))
@@ -30,7 +33,9 @@ SECONDS = 120  # until a run counts as hanging
 
 TESTS = 90  # of a series: enough for its file to reach the disk more than once
 BENCH = "[instrument]\nclock = 2024-03-05T12:00:00Z\n[measurement]\nduration = 0.002\nsteps = 2\nsamples_per_period = 16\nperiods = 2\n"
-LOST = BENCH + "[connection]\nlost = true\n"
+LOST = "[connection]\nlost = true\n"
+STORE = "records.db"
+BENCH_WITH_STORE = BENCH + f'[store]\nfile = "{STORE}"\n'
 SERIES = f"2\n1\n1\n1\n8x{TESTS}\n\nSERIES\n"
 NEXT = "2\n1\n1\n1\n8\n\nNEXT\n"
 ANSWERS = "1\n" + SERIES + NEXT + "0\n"
@@ -58,12 +63,12 @@ def expect(condition, text):
 class Run:
     """A run of the program in a home folder of its own."""
 
-    def __init__(self, options, home):
+    def __init__(self, options, home, bench=BENCH):
         self.options = options
         self.home = home
         self.results = home / "Documents" / "KVRU3"
         self.bench = home / "bench.toml"
-        self.bench.write_text(BENCH)
+        self.bench.write_text(bench)
         self.output = b""
         self.process = None
 
@@ -182,10 +187,10 @@ def check_next(run):
 
 
 class Interruption:
-    def __init__(self, chance, options, sound, folder):
+    def __init__(self, chance, options, sound, folder, bench):
         self.chance = chance
         self.sound = sound
-        self.run = Run(options, folder)
+        self.run = Run(options, folder, bench)
 
     def reach_a_moment(self):
         """Somewhere in the series."""
@@ -240,7 +245,7 @@ class Interruption:
         self.run.start(ANSWERS)
         self.reach_a_moment()
         new_bench = self.run.bench.with_suffix(".new")
-        new_bench.write_text(LOST)
+        new_bench.write_text(self.run.bench.read_text() + LOST)
         new_bench.rename(self.run.bench)
         status = self.run.finish()
         text = self.run.text()
@@ -291,6 +296,17 @@ class Interruption:
                    "WARNING: Could not open file for write: " in self.run.text() or
                    "record_id: NEXT" in self.run.text(), "no result of the next test")
 
+    def check_store(self):
+        """The process has ended by itself, on whatever thread: the store is one file, and holds each
+        test of the series file."""
+        stores = sorted(path.name for path in self.run.home.glob(STORE + "*"))
+        expect(stores == [STORE], f"the store is {stores}")
+        with closing(sqlite3.connect(self.run.home / STORE)) as store:
+            tests, = store.execute("SELECT count(*) FROM tests JOIN records ON record ="
+                                   " records.number WHERE record_id = 'SERIES'").fetchone()
+        rows = rows_in(self.run.files().get(SERIES_FILE, b""), self.sound)
+        expect(rows <= tests, f"{rows} rows and {tests} stored tests")
+
     def check_next_run(self, options):
         before = self.run.files()
         again = Run(options, self.run.home)
@@ -307,14 +323,18 @@ class Interruption:
 
 KINDS = (Interruption.stop_signal, Interruption.two_stop_signals, Interruption.kill,
          Interruption.lose_connection, Interruption.fill_disk, Interruption.lose_folder)
+WITH_STORE = (Interruption.two_stop_signals, Interruption.lose_connection)  # often ended by exit()
 
 
 def interrupt(number, options, sound):
     kind = KINDS[number % len(KINDS)]
     with tempfile.TemporaryDirectory(prefix="series-") as folder:
-        interruption = Interruption(random.Random(f"{SEED} {number}"), options, sound, Path(folder))
+        interruption = Interruption(random.Random(f"{SEED} {number}"), options, sound, Path(folder),
+                                    BENCH_WITH_STORE if kind in WITH_STORE else BENCH)
         try:
             kind(interruption)
+            if kind in WITH_STORE:
+                interruption.check_store()
             interruption.check_next_run(options)
         except (Failure, OSError, KeyError) as failure:
             raise Failure(f"run {number}, {kind.__name__}: {failure!r}\n"

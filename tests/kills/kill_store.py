@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Kills processes that save to a record store: at every operation on a file that a change makes, and
 at random moments, alone and beside another process on the same file. After each kill the store has
-to open, to pass its integrity check and to hold what it held before the change, or after it.
+to open, to pass its integrity check and to hold what it held before the change, or after it; once it
+is open, the file has to hold the same without the log beside it.
 
   kill_store.py COMMAND ...     which runs store-writer
 

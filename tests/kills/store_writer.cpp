@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
-#include "virtual_instrument/store/record_codec.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 // Changes a record store step by step, to be killed on the way, and says whether a store holds what
@@ -19,7 +19,8 @@
 //   store-writer stop FILE NAME N POINT     step N alone; at its POINT-th operation on a file says
 //                                           "at WHAT FILE" and waits to be killed
 //   store-writer check FILE NAME N          "N" or "N + 1", the number of steps whose outcome the
-//                                           store holds; fails when it holds anything else
+//                                           store holds; fails when it holds anything else, or the
+//                                           file alone does
 //
 // NAME begins the IDs of the records, so that two writers can share a file.
 
@@ -205,6 +206,17 @@ void check_taking(SqliteStore& store) {
   require_ok(store.remove(trial->record_id), "removing a trial");
 }
 
+/// The file of a store that is open: what a kill left in the log has been moved.
+void check_file_alone(const std::string& file, const std::string& name, const Contents& expected) {
+  const std::string copy = file + ".copy";
+  std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing);
+  SqliteStore store({.path = copy});
+  check_opened(store);
+  if (contents_of(store, name) != expected) {
+    fail("without the log beside it the file holds something else");
+  }
+}
+
 void check(const std::string& file, const std::string& name, int steps) {
   Contents contents;
   {
@@ -212,7 +224,11 @@ void check(const std::string& file, const std::string& name, int steps) {
     SqliteStore store({.path = file});
     check_opened(store);
     contents = contents_of(store, name);
+    check_file_alone(file, name, contents);
     check_taking(store);
+  }
+  if (std::filesystem::exists(file + "-wal")) {
+    fail("the log stays beside a store that is closed");
   }
   check_integrity(file);
   if (contents == contents_after(name, steps)) {

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-// The one thing the virtual instrument needs of the operating system beyond the standard library:
-// local time that is safe to ask for on any thread.
+// Local time that is safe to ask for on any thread, which the standard library does not have
+// everywhere.
 
 namespace virtual_instrument {
 

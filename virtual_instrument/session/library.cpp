@@ -6,9 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "virtual_instrument/measurement/noise.h"
-
 #include "virtual_instrument/demonstration/demonstration.h"
+#include "virtual_instrument/measurement/noise.h"
+#include "virtual_instrument/platform/process_end.h"
+#include "virtual_instrument/store/patient_lock.h"
 
 namespace virtual_instrument {
 namespace {
@@ -53,17 +54,35 @@ void Library::prepare_locked() {
   }
 }
 
-/// A store that can't be used is tried again: the card may be another one by now.
+/// A store that is still open is one in memory, or one in a file whose session is just ending.
 void Library::open_store_locked(const StoreSettings& settings) {
-  if (store_ && store_file_ == settings.file && store_->state() == KVR_RES_OK) {
-    return;
+  if (!store_ || store_file_ != settings.file || store_->state() != KVR_RES_OK) {
+    store_ = nullptr;
+    const std::u8string path(settings.file.begin(), settings.file.end());
+    store_ = std::make_shared<SqliteStore>(StoreOptions{.path = path});
+    store_file_ = settings.file;
   }
-  store_ = nullptr;
-  const std::u8string path(settings.file.begin(), settings.file.end());
-  store_ = std::make_shared<SqliteStore>(StoreOptions{.path = path});
-  store_file_ = settings.file;
   if (settings.demonstration) {
     fill_with_demonstration(*store_);
+  }
+}
+
+void Library::close_store_locked() {
+  if (store_ && !store_file_.empty()) {
+    store_->close();
+    store_ = nullptr;
+  }
+}
+
+void Library::close_store_at_process_end() noexcept {
+  constexpr std::chrono::seconds kPatience{2};
+  try {
+    const std::unique_lock lock = lock_within(mutex_, kPatience);
+    if (lock && store_) {
+      store_->close_within(kPatience);
+    }
+  } catch (...) {
+    // Out of memory, say: the log is left for the next start.
   }
 }
 
@@ -105,6 +124,10 @@ kvr_code Library::shut_down() {
     return KVR_RES_LIB_NOT_INITIALIZED;
   }
   ending->shut_down();
+  const std::lock_guard lock(mutex_);
+  if (!session_) {
+    close_store_locked();
+  }
   return KVR_RES_OK;
 }
 
@@ -174,5 +197,16 @@ Library& library() {
   static Library* const only = new Library(bench_file_of_environment);
   return *only;
 }
+
+namespace {
+
+/// Asked for when the library is loaded, so that static objects of the program can use the store up
+/// to their ends.
+[[maybe_unused]] const bool kClosesStore = [] {
+  call_at_process_end([] { library().close_store_at_process_end(); });
+  return true;
+}();
+
+}  // namespace
 
 }  // namespace virtual_instrument

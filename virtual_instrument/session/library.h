@@ -19,8 +19,8 @@
 
 namespace virtual_instrument {
 
-/// The library as a whole: at most one session at a time, the record store, which outlives
-/// sessions that name the same one, and the answers that the bench forces.
+/// The library as a whole: at most one session at a time, the record store, and the answers that
+/// the bench forces. A store in a file is closed with the session; one in memory outlives it.
 class Library {
  public:
   /// Gives the bench file of the next session; an empty path is the built-in bench.
@@ -35,6 +35,10 @@ class Library {
   /// Opens the bench of the next session, so that it can say what becomes of the call that begins
   /// one.
   void prepare();
+
+  /// Closes the store, for when the process ends without a shutdown. Any thread may still be in
+  /// here, or may have been stopped in here: what is busy for long is left, as a kill would.
+  void close_store_at_process_end() noexcept;
 
   /// Answers `call` as the bench forces it, and else by `action`, a function of the fault that
   /// strikes, or of nothing. An exception becomes a code: none must reach a client.
@@ -90,6 +94,7 @@ class Library {
   void prepare_locked();
   void release_held_locked();
   void open_store_locked(const StoreSettings& settings);
+  void close_store_locked();
 
   const BenchFile bench_file_;
   std::mutex mutex_;

@@ -194,6 +194,11 @@ void SqliteConnection::checkpoint_on_close(bool wanted) const {
   sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, wanted ? 0 : 1, nullptr);
 }
 
+void SqliteConnection::checkpoint() const {
+  sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr,
+                            nullptr);
+}
+
 SqliteTransaction::SqliteTransaction(const SqliteConnection& connection) : connection_(connection) {
   connection_.run("BEGIN IMMEDIATE");
 }

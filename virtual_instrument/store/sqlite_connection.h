@@ -81,6 +81,10 @@ class SqliteConnection {
   /// Whether closing moves what stands in the write-ahead log into the file, as it does at first.
   void checkpoint_on_close(bool wanted) const;
 
+  /// Moves the write-ahead log into the file, as far as other users of the file allow without a
+  /// wait. What can't be moved stays in the log and is not lost.
+  void checkpoint() const;
+
  private:
   struct Close {
     void operator()(sqlite3* connection) const;

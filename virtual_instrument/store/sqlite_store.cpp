@@ -14,8 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "virtual_instrument/store/checksum.h"
-#include "virtual_instrument/store/record_codec.h"
+#include "virtual_instrument/store/patient_lock.h"
 
 namespace virtual_instrument {
 namespace {
@@ -288,6 +289,33 @@ SqliteStore::SqliteStore(const StoreOptions& options) {
   }
 }
 
+SqliteStore::~SqliteStore() { close(); }
+
+void SqliteStore::close() {
+  const std::lock_guard lock(mutex_);
+  close_locked();
+}
+
+bool SqliteStore::close_within(std::chrono::milliseconds patience) {
+  const std::unique_lock lock = lock_within(mutex_, patience);
+  if (lock) {
+    close_locked();
+  }
+  return lock.owns_lock();
+}
+
+/// SQLite moves the log when the last connection closes. Two that close at once each take the other
+/// for one that stays, so the log is moved before.
+void SqliteStore::close_locked() {
+  if (state_ == KVR_RES_OK) {
+    state_ = KVR_RES_LIB_NOT_INITIALIZED;
+  }
+  if (database_ != nullptr && keeps_log_) {
+    database_->checkpoint();
+  }
+  database_.reset();
+}
+
 /// Turns what is thrown into codes.
 template <class Operation>
 kvr_code SqliteStore::guarded(Operation operation) {
@@ -337,6 +365,10 @@ void SqliteStore::open(const StoreOptions& options) {
     limit_size(*database_, options.capacity);
   }
   database_->checkpoint_on_close(true);
+  keeps_log_ = !in_memory;
+  if (keeps_log_) {
+    database_->checkpoint();  // what a process that was killed has left
+  }
 }
 
 kvr_code SqliteStore::exists(std::string_view record_id, bool& exists) {

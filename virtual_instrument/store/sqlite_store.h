@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -9,7 +10,7 @@
 
 #include "api/codes.h"
 #include "api/result_records.h"
-#include "virtual_instrument/store/record_nest.h"
+#include "record_form/record_nest.h"
 #include "virtual_instrument/store/record_order.h"
 #include "virtual_instrument/store/sqlite_connection.h"
 
@@ -42,6 +43,7 @@ struct StoreOptions {
 ///   KVR_RES_SECONDARY_SDCARD_READ_ONLY   a change of what can't be written
 ///   KVR_RES_DISK_FULL                    a change for which there is no room
 ///   KVR_RES_ANOTHER_INSTANCE_RUNNING     another process holds the file for too long
+///   KVR_RES_LIB_NOT_INITIALIZED          the store is closed
 ///
 /// Safe on any thread, and in several processes on one file.
 class SqliteStore {
@@ -49,9 +51,19 @@ class SqliteStore {
   /// Makes the file if it is missing or empty; its folder must be there. A file that can't be used
   /// is told by state().
   explicit SqliteStore(const StoreOptions& options);
+  ~SqliteStore();
+  SqliteStore(const SqliteStore&) = delete;
+  SqliteStore& operator=(const SqliteStore&) = delete;
 
   /// KVR_RES_OK when the store can be used, else the code that every other call gives as well.
   kvr_code state() const { return state_; }
+
+  /// Waits for the call that runs and closes the store: all records are then in the one file. The
+  /// log beside it is removed unless another process uses the file.
+  void close();
+
+  /// The same if no call still runs after `patience`. Whether the store is closed.
+  bool close_within(std::chrono::milliseconds patience);
 
   kvr_code exists(std::string_view record_id, bool& exists);
 
@@ -83,13 +95,15 @@ class SqliteStore {
 
  private:
   void open(const StoreOptions& options);
+  void close_locked();
 
   template <class Operation>
   kvr_code guarded(Operation operation);
 
   std::mutex mutex_;
   std::unique_ptr<SqliteConnection> database_;
-  kvr_code state_ = KVR_RES_OK;
+  bool keeps_log_ = false;  ///< whether there is a log that is this store's to move
+  std::atomic<kvr_code> state_ = KVR_RES_OK;
 };
 
 }  // namespace virtual_instrument

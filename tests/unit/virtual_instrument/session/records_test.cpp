@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "unit/virtual_instrument/session/client.h"
@@ -308,6 +309,38 @@ TEST_F(Records, AreKeptInTheFileThatTheBenchNames) {
   EXPECT_TRUE(in_store);
 }
 
+TEST_F(Records, AreInTheOneFileOnceTheSessionHasEnded) {
+  start(in_file(folder_.path() / "records.db"));
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "records.db-wal"));
+  std::filesystem::copy_file(folder_.path() / "records.db", folder_.path() / "copy.db");
+  start(in_file(folder_.path() / "copy.db"));
+  EXPECT_TRUE(exists("T1"));
+}
+
+// The first shutdown comes from within a test of the session that it ends.
+TEST_F(Records, OfANewSessionAreKeptWhileTheOldOneStillEnds) {
+  const std::string bench = in_file(folder_.path() / "records.db");
+  start(bench);
+  bool begun = false;
+  const auto begin_again = [&] {
+    if (!begun) {
+      begun = true;
+      EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+      start(bench);
+      EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+    }
+  };
+  std::function<void()> reaction = begin_again;
+  kvr_ProgressHandler handler{
+      [](void* context, const kvr_Progress*) { (*static_cast<std::function<void()>*>(context))(); },
+      &reaction};
+  EXPECT_EQ(test("T0", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_OPERATION_CANCELLED);
+  EXPECT_TRUE(exists("T1"));
+  EXPECT_FALSE(exists("T0"));
+}
+
 TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
   folder_.write("records.db", "no database, but a text of some length and of no use at all");
   start(in_file(folder_.path() / "records.db"));
@@ -320,6 +353,14 @@ TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
   std::filesystem::remove(folder_.path() / "records.db");
   start(in_file(folder_.path() / "records.db"));
   EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+}
+
+TEST_F(Records, ADemonstrationFillsAStoreInMemoryThatAnotherSessionHasOpened) {
+  start();
+  EXPECT_EQ(list(kSortByTestId, 1), "");
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  start("[store]\ndemonstration = true\n");
+  EXPECT_TRUE(exists("demo-ratio-auto"));
 }
 
 TEST_F(Records, ADemonstrationFillsAnEmptyStoreAlone) {
