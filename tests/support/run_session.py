@@ -6,9 +6,10 @@ with four dashes. The empty line before a heading belongs to the heading.
 
 What goes in:
   ---- begins at main menu [after NAME]
-                            the answers and the output below begin at the main menu; what comes before
-                            is that of the session NAME of tests/sessions/start_up, byte for byte.
-                            Without a name that is "scripted" with a script, "instrument" with a bench
+                            the answers and the output below begin at the main menu; what comes
+                            before is that of the session NAME of tests/sessions/start_up, byte
+                            for byte. NAME is "scripted" for a script and "instrument" for a bench
+                            unless it is given
   ---- options              one command line argument a line
   ---- environment          NAME=value, or -NAME to take a variable away
   ---- script               the client library is the scripted one and answers as this script says,
@@ -40,8 +41,8 @@ them as {results}, {home} and {work}. In texts \\ \t \xHH stand for a backslash,
 and benches are taken as they are.
 
 Every expected section but error output, calls and complaints has to be there. With --rebuild the
-expected sections are written as they came out, for review; a start-up only by its own session, which
-goes to the main menu once and leaves it.
+expected sections are written as they came out, for review. A start-up is written by its own session
+alone, which goes to the main menu once and leaves it.
 """
 
 import argparse
@@ -192,7 +193,7 @@ def start_up_of(session, folder):
     after = session.all("begins at main menu")[0][0]
     named = re.fullmatch(r"(?:after (\w+))?", after)
     if not named:
-        raise BadSession(f"'{after}' after 'begins at main menu' is not 'after NAME'")
+        raise BadSession(f"begins at main menu: '{after}' is not 'after NAME'")
     library = "scripted" if session.has("script") else "instrument"
     return read_start_up(folder / f"{named[1] or library}.session")
 
