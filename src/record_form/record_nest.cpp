@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Innermost first: what hangs from a record goes before the record.
+/// Innermost first: frees what hangs from a record before the record.
 struct Releaser {
   template <std::size_t size>
   void name(char (&)[size]) {}
@@ -41,7 +41,7 @@ struct Releaser {
   void text(const char*& text) { delete[] text; }
 };
 
-/// Takes the results of one family out of every part into one array; null when no part has any.
+/// Moves the results of one family from all parts into one array; null when no part has any.
 template <class Record>
 Record** joined_family(const std::vector<RecordNest>& parts, std::uint32_t count,
                        Record** kvr_TestRecord::*family) {

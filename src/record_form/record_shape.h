@@ -7,8 +7,9 @@
 
 #include "api/result_records.h"
 
-// What hangs from each record of a test result, said once. Freeing, encoding and decoding a nest
-// are visitors of these functions, so none of them can forget a pointer that another one knows.
+// What hangs from each record of a test result, described once. Freeing, encoding and decoding a
+// nest are visitors of these functions, so none of them can forget a pointer that another one
+// knows.
 //
 // describe(record, visitor) names the record's parts in a fixed order, which is the order of the
 // stored form as well:
@@ -122,7 +123,7 @@ void describe(kvr_TestData_MagneticBalance& test, Visitor& visitor) {
 template <class Visitor>
 void describe(kvr_TestData_Drm_Transition&, Visitor&) {}
 
-/// Whoever reads a result looks at the first transition without a look at their number.
+/// Readers use the first transition without checking the number of transitions.
 template <class Visitor>
 void describe(kvr_TestData_Drm& test, Visitor& visitor) {
   visitor.block(test.first_transition, std::max(test.transition_count, std::uint32_t{1}));
@@ -158,7 +159,7 @@ void describe(kvr_TestRecord& record, Visitor& visitor) {
   visitor.text(record.raw_data);
 }
 
-/// Visitor that makes a record let go of what hangs from it; counts stay as they are.
+/// Visitor that sets a record's pointers to null; counts stay as they are.
 struct ClearLinks {
   template <std::size_t size>
   void name(char (&)[size]) {}
