@@ -13,7 +13,10 @@
 #include "console/session.h"
 #include "console/stop_handling.h"
 #include "platform/platform.h"
+#include "utils/text_formatting.h"
 #include "utils/utils.h"
+
+const char* const kVersion = KVR_VERSION;
 
 Options parse_options(const std::vector<std::string>& arguments) {
   const auto find = [&](std::string_view option) {
@@ -39,21 +42,6 @@ kvr_InitParams make_init_params(const Options& options) {
   params.status_callback = on_status;
   params.status_context = nullptr;
   return params;
-}
-
-const char* model_tier_text(std::int32_t model_tier) {
-  struct ModelTier {
-    std::int32_t number;
-    const char* text;
-  };
-  constexpr ModelTier kModelTiers[] = {
-      {10, "BSC"}, {20, "ADV"}, {30, "PRO"}, {40, "EXP"}, {50, "TEST"}};
-  for (const ModelTier& tier : kModelTiers) {
-    if (tier.number == model_tier) {
-      return tier.text;
-    }
-  }
-  return "UNKNOWN";
 }
 
 namespace {
@@ -188,8 +176,7 @@ int shut_down() {
 
 int run_session(const std::vector<std::string>& arguments, void (*menu)()) {
   SignalHandler::RegisterStopHandler(stop_or_terminate);
-  std::cout << "Console Tester "
-            << "1.1.0.7" << '\n';
+  std::cout << "Console Tester " << kVersion << '\n';
   make_results_folder();
   if (!start_client_library(parse_options(arguments))) {
     return 1;

@@ -8,6 +8,9 @@
 // The way from the command line to a connected instrument, and back. What lies between is the menu
 // that a program hands in.
 
+/// Version of the programs, as CMakeLists.txt has it.
+extern const char* const kVersion;
+
 /// The three options of the command line. Anything else on it is ignored.
 struct Options {
   bool debug = false;
@@ -21,9 +24,6 @@ Options parse_options(const std::vector<std::string>& arguments);
 
 /// What the initialise call is given.
 kvr_InitParams make_init_params(const Options& options);
-
-/// The word for the model tier of an instrument.
-const char* model_tier_text(std::int32_t model_tier);
 
 /// A whole run of the program around `menu`: banner, results folder, client library, connection
 /// dialogue, device display, menu, shutdown. Returns the exit status. `menu` is passed over when

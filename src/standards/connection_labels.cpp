@@ -9,9 +9,6 @@
 
 namespace {
 
-/// One-based winding that each side of the pair falls on, by connection type.
-constexpr std::array<std::array<std::int32_t, 2>, 3> kWindingOfSide{{{1, 2}, {1, 3}, {2, 3}}};
-
 /// What labels the terminals of each winding.
 constexpr std::array kLabelOfWinding = {&Standards::labelPrimary, &Standards::labelSecondary,
                                         &Standards::labelTertiary};
@@ -40,10 +37,10 @@ ConnectionLabel Utils::connection_label(const ConnectionRequest& request, int co
   std::string label;
   if (connection_type >= 0 && connection_type <= 2) {
     const auto& windings = kWindingOfSide[static_cast<std::size_t>(connection_type)];
-    result.winding = request.side == kSideH ? windings[kSideH] : windings[kSideX];
+    const std::size_t winding = windings[request.side == kSideH ? kSideH : kSideX];
+    result.winding = static_cast<std::int32_t>(winding) + 1;
     if (request.side == kSideH || request.side == kSideX) {
-      const auto label_of = kLabelOfWinding[static_cast<std::size_t>(result.winding - 1)];
-      label = label_of(request.measure, standard);
+      label = kLabelOfWinding[winding](request.measure, standard);
     }
   }
   TextUtils::copy_safe("generic2", result.label, sizeof(result.label), label);

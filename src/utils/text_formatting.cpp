@@ -1,7 +1,9 @@
 #include "utils/text_formatting.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <unordered_map>
 
@@ -48,6 +50,13 @@ ModelInfo ModelFromName(std::string_view name) {
   static const ModelTable table = make_model_table();
   const auto row = table.find(std::string(name));
   return row == table.end() ? ModelInfo{} : row->second;
+}
+
+const char* model_tier_text(std::int32_t tier) {
+  const auto* const row =
+      std::find_if(std::begin(kModelTiers), std::end(kModelTiers),
+                   [tier](const NamedNumber& each) { return each.number == tier; });
+  return row == std::end(kModelTiers) ? "UNKNOWN" : row->name;
 }
 
 std::string_view PairTextH(Measure measure) { return pair_text(kPairTextsH, measure); }

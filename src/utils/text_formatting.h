@@ -14,13 +14,16 @@
 /// What a model name says about an instrument; all zero for an unknown name.
 struct ModelInfo {
   std::int32_t instrument_type;  ///< as in kvr_DeviceInfo
-  std::int32_t tier;             ///< 10 BSC, 20 ADV, 30 PRO, 40 EXP, 50 TEST
+  std::int32_t tier;             ///< as in kvr_DeviceInfo
 };
 
 static_assert(offsetof(ModelInfo, tier) == 4);
 
 /// The instrument that exactly `name` stands for.
 ModelInfo ModelFromName(std::string_view name);
+
+/// The word for a model tier, "UNKNOWN" for a number that is none.
+const char* model_tier_text(std::int32_t tier);
 
 /// The pair of high-side or low-side terminals of a code, such as "H1-H2"; "unknown" for any other
 /// value. The pair of MEASURE_CA is written 1-3 here, while the label tables have it as 3-1.

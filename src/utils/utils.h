@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -12,6 +13,9 @@
 
 /// A side of the pair of windings that a test joins.
 enum SideOfPair : std::int32_t { kSideH = 0, kSideX = 1 };
+
+/// Index of the winding on each side, by connection_type: H to X, H to Y, X to Y.
+constexpr std::array<std::array<std::size_t, 2>, 3> kWindingOfSide{{{0, 1}, {0, 2}, {1, 2}}};
 
 /// Which end of a manual measurement to label.
 struct ConnectionRequest {

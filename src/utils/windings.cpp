@@ -6,10 +6,6 @@
 
 namespace {
 
-// By connection_type: H to X, H to Y, X to Y.
-constexpr std::size_t kHighSide[] = {0, 0, 1};
-constexpr std::size_t kLowSide[] = {1, 2, 2};
-
 /// The connection_type of `setup`. `where` is the resolver that asks for it.
 std::size_t checked_connection_type(const kvr_TestSetup& setup, const char* where) {
   if (setup.connection_type > kConnectionXToY) {
@@ -20,18 +16,22 @@ std::size_t checked_connection_type(const kvr_TestSetup& setup, const char* wher
   return setup.connection_type;
 }
 
+std::size_t winding_index(const kvr_TestSetup& setup, SideOfPair side, const char* where) {
+  return kWindingOfSide[checked_connection_type(setup, where)][side];
+}
+
 }  // namespace
 
 const kvr_WindingSetup& Utils::winding_h(const kvr_TestSetup& setup) {
-  return setup.windings[kHighSide[checked_connection_type(setup, "winding_h")]];
+  return setup.windings[winding_index(setup, kSideH, "winding_h")];
 }
 
 const kvr_WindingSetup& Utils::winding_x(const kvr_TestSetup& setup) {
-  return setup.windings[kLowSide[checked_connection_type(setup, "winding_x")]];
+  return setup.windings[winding_index(setup, kSideX, "winding_x")];
 }
 
 kvr_WindingSetup& Utils::winding_x_mutable(kvr_TestSetup& setup) {
-  return setup.windings[kLowSide[checked_connection_type(setup, "winding_x_mutable")]];
+  return setup.windings[winding_index(setup, kSideX, "winding_x_mutable")];
 }
 
 const kvr_ConnectionSetup& Utils::connection(const kvr_TestSetup& setup) {

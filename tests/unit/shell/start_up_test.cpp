@@ -91,18 +91,6 @@ TEST(MakeInitParams, GivesConstantsFlagsAndTheCallback) {
   }
 }
 
-TEST(ModelTierText, HasAWordForEachTier) {
-  for (std::int32_t tier = -10; tier <= 70; ++tier) {
-    const std::string expected = tier == 10   ? "BSC"
-                                 : tier == 20 ? "ADV"
-                                 : tier == 30 ? "PRO"
-                                 : tier == 40 ? "EXP"
-                                 : tier == 50 ? "TEST"
-                                              : "UNKNOWN";
-    EXPECT_EQ(model_tier_text(tier), expected) << tier;
-  }
-}
-
 // Whole runs of start-up and connection, in a home folder of their own.
 
 int menus_shown = 0;

@@ -37,6 +37,18 @@ TEST(ModelFromName, GivesZerosForEveryOtherName) {
   }
 }
 
+TEST(ModelTierText, HasAWordForEachTier) {
+  for (std::int32_t tier = -10; tier <= 70; ++tier) {
+    const std::string expected = tier == 10   ? "BSC"
+                                 : tier == 20 ? "ADV"
+                                 : tier == 30 ? "PRO"
+                                 : tier == 40 ? "EXP"
+                                 : tier == 50 ? "TEST"
+                                              : "UNKNOWN";
+    EXPECT_EQ(model_tier_text(tier), expected) << tier;
+  }
+}
+
 TEST(PairText, NamesThePairsOfBothSides) {
   const std::pair<const char*, const char*> pairs[] = {{"H1-H2", "X1-X2"}, {"H2-H3", "X2-X3"},
                                                        {"H1-H3", "X1-X3"}, {"H0-H1", "X0-X1"},
