@@ -1,10 +1,10 @@
 #include <cstring>
 
 #include "api/client_api.h"
-#include "virtual_instrument/records/record.h"
-#include "virtual_instrument/records/text_field.h"
+#include "record_form/record_nest.h"
 #include "virtual_instrument/session/library.h"
 #include "virtual_instrument/vocabulary/code_sentences.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 using virtual_instrument::Fault;
 using virtual_instrument::library;
@@ -116,7 +116,7 @@ kvr_code kvr_Test_Ratio_3ph(kvr_TestRequestHeader* header, kvr_Ratio3phRequest* 
 
 kvr_code kvr_FreeTestRecord(kvr_TestRecord* record) {
   return library().answer("kvr_FreeTestRecord", [&] {
-    virtual_instrument::free_record(record);
+    free_record(record);
     return KVR_RES_OK;
   });
 }

@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <iterator>
 
+#include "console/prompts.h"
 #include "flows/requests.h"
 #include "flows/three_phase.h"
 #include "flows/voltage_plan.h"
 #include "fuzz/fuzz_target.h"
 #include "fuzz/typed_answers.h"
-#include "shell/prompts.h"
 
 // One prompt of the dialogue, chosen by the first byte, and anything typed at it.
 

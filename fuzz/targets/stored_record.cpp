@@ -4,8 +4,8 @@
 
 #include "fuzz/fuzz_target.h"
 #include "fuzz/random_input.h"
+#include "record_form/record_codec.h"
 #include "unit/text/random_records.h"
-#include "virtual_instrument/store/record_codec.h"
 
 // The stored form of a record: bytes that can be decoded are the one form of what they hold. The
 // bytes are the input itself, or with an odd first byte the form of a record drawn from four bytes

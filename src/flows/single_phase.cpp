@@ -3,12 +3,12 @@
 #include <iostream>
 
 #include "common/errors.h"
+#include "console/prompts.h"
+#include "console/session.h"
 #include "flows/requests.h"
 #include "flows/run_files.h"
-#include "flows/test_run.h"
 #include "flows/voltage_plan.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
+#include "flows/voltage_run.h"
 
 namespace {
 

@@ -4,11 +4,11 @@
 #include <iostream>
 #include <numbers>
 
+#include "console/prompts.h"
+#include "console/session.h"
 #include "flows/requests.h"
 #include "flows/run_files.h"
-#include "flows/test_run.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
+#include "flows/voltage_run.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <new>
 #include <string>
 
-#include "shell/prompts.h"
+#include "console/prompts.h"
 
 namespace {
 

@@ -8,14 +8,14 @@
 #include "api/client_api.h"
 #include "common/c_text.h"
 #include "common/field_text.h"
-#include "common/utils.h"
+#include "console/prompts.h"
+#include "console/replies.h"
+#include "console/session.h"
 #include "platform/platform.h"
-#include "shell/accepted.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
 #include "text/text_output.h"
 #include "text/text_writer.h"
 #include "text/vector_group_text.h"
+#include "utils/utils.h"
 
 const char* const kThreePhaseExportHeader =
     "TEST ID,TIMESTAMP,VECTOR,TESTING MODE,TEST TYPE,"

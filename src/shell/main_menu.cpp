@@ -4,9 +4,9 @@
 
 #include "api/client_api.h"
 #include "common/c_text.h"
-#include "shell/accepted.h"
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "console/replies.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 
 namespace {
 

@@ -7,13 +7,13 @@
 #include "api/client_api.h"
 #include "common/clock.h"
 #include "common/field_text.h"
-#include "common/utils.h"
+#include "console/callbacks.h"
+#include "console/prompts.h"
+#include "console/replies.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 #include "platform/platform.h"
-#include "shell/accepted.h"
-#include "shell/callbacks.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "utils/utils.h"
 
 Options parse_options(const std::vector<std::string>& arguments) {
   const auto find = [&](std::string_view option) {

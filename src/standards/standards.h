@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "api/standard_type.h"
 #include "standards/standard_tables.h"
-#include "standards/standard_type.h"
 #include "text/vector_group_text.h"
 
 /// Looks terminal labels up. All references are into a standard's table and stay good until the

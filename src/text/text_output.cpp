@@ -10,11 +10,11 @@
 
 #include "common/c_text.h"
 #include "common/clock.h"
-#include "common/utils.h"
 #include "text/degrees.h"
 #include "text/result_bodies.h"
 #include "text/text_writer.h"
 #include "text/vector_group_text.h"
+#include "utils/utils.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <limits>
 
-#include "common/utils.h"
 #include "text/degrees.h"
 #include "text/text_output.h"
+#include "utils/utils.h"
 
 namespace {
 

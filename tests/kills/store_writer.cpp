@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
-#include "virtual_instrument/store/record_codec.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 // Changes a record store step by step, to be killed on the way, and says whether a store holds what

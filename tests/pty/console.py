@@ -30,7 +30,8 @@ MAIN_MENU = "2. Single Phase Test\n0. Exit\n"
 class Console:
     """Use as a context. The program is killed at the end if it still runs."""
 
-    def __init__(self, script="", ignored_signals=(), bench=None, program="KVR_CONSOLE_TESTER"):
+    def __init__(self, script="", ignored_signals=(), bench=None, program="KVR_CONSOLE_TESTER",
+                 controlling=True):
         self.seen = ""       # output so far, with line feeds alone at line ends
         self.position = 0    # behind what has been expected
         self.status = None
@@ -38,6 +39,8 @@ class Console:
         self.bench = bench
         self.program = program
         self.ignored_signals = ignored_signals
+        self.controlling = controlling  # whether the terminal is the controlling one
+        self.closed = False
 
     def __enter__(self):
         # pylint: disable-next=consider-using-with
@@ -58,7 +61,7 @@ class Console:
         self.process = os.fork()
         if self.process == 0:
             os.close(master)
-            become_terminal(self.slave)
+            become_terminal(self.slave, self.controlling)
             for number in self.ignored_signals:
                 signal.signal(number, signal.SIG_IGN)
             os.chdir(folder)
@@ -70,7 +73,7 @@ class Console:
         if self.status is None:
             os.kill(self.process, signal.SIGKILL)
             os.waitpid(self.process, 0)
-        os.close(self.master)
+        self.close_terminal()
         os.close(self.slave)
         self.temporary.cleanup()
 
@@ -80,11 +83,20 @@ class Console:
     def send(self, keys):
         os.write(self.master, keys.encode() if isinstance(keys, str) else keys)
 
+    def close_terminal(self):
+        """As a closed window or a lost connection does. Nothing can be read afterwards."""
+        if not self.closed:
+            self.closed = True
+            os.close(self.master)
+
     def signal(self, number):
         os.kill(self.process, number)
 
     def read_for(self, seconds):
         """Takes what comes within some seconds, or less. False if nothing came."""
+        if self.closed:
+            time.sleep(seconds)
+            return False
         if not select.select([self.master], [], [], seconds)[0]:
             return False
         self.seen += os.read(self.master, 65536).decode("latin-1").replace("\r\n", "\n")
@@ -138,9 +150,10 @@ class Console:
                 if line.startswith("kvr_")]
 
 
-def become_terminal(slave):
-    """Makes the terminal the controlling one of this process, which has just been forked."""
+def become_terminal(slave, controlling):
+    """Makes the terminal the one of this process, which has just been forked."""
     os.setsid()
-    fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
+    if controlling:
+        fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
     for descriptor in (0, 1, 2):
         os.dup2(slave, descriptor)

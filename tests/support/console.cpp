@@ -4,8 +4,8 @@
 #include <iostream>
 #include <utility>
 
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 
 std::string CapturedOutput::text() const {
   const std::lock_guard lock(mutex_);

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "shell/session.h"
+#include "console/session.h"
 #include "support/record_text.h"
 #include "support/session_test.h"
 #include "support/temporary_folder.h"

@@ -15,9 +15,9 @@
 #include <utility>
 
 #include "virtual_instrument/bench/plain_letters.h"
-#include "virtual_instrument/records/time_text.h"
 #include "virtual_instrument/vocabulary/call_names.h"
 #include "virtual_instrument/vocabulary/code_names.h"
+#include "virtual_instrument/vocabulary/time_text.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "virtual_instrument/bench/bench_reader.h"
-#include "virtual_instrument/measurement/nested_records.h"
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/single_phase_ratio.h"
-#include "virtual_instrument/measurement/test_families.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
-#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/recording/nested_records.h"
+#include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 
 namespace virtual_instrument {

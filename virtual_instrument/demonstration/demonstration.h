@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "record_form/record_nest.h"
 #include "virtual_instrument/model/transformer_unit.h"
-#include "virtual_instrument/store/record_nest.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 // A day with one transformer: a record of each kind that the instrument can store, for who wants to

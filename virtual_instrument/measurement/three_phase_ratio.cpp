@@ -14,7 +14,7 @@
 #include "virtual_instrument/measurement/unit_waveforms.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
 #include "virtual_instrument/model/sequence.h"
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {

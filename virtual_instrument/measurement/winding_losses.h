@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
-#include "virtual_instrument/measurement/test_families.h"
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 // The series impedance of the windings, as a short-circuit test reads it, and its parts.
 

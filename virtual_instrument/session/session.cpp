@@ -10,10 +10,10 @@
 #include "virtual_instrument/bench/bench_unit.h"
 #include "virtual_instrument/measurement/single_phase_ratio.h"
 #include "virtual_instrument/measurement/three_phase_ratio.h"
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/recording/record_keeper.h"
 #include "virtual_instrument/session/failed_phases.h"
-#include "virtual_instrument/session/record_keeper.h"
 #include "virtual_instrument/vocabulary/code_names.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {

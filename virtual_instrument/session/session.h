@@ -15,7 +15,7 @@
 #include "api/client_api.h"
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/bench/bench_source.h"
-#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {

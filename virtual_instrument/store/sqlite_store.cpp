@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "virtual_instrument/store/checksum.h"
 #include "virtual_instrument/store/patient_lock.h"
-#include "virtual_instrument/store/record_codec.h"
 
 namespace virtual_instrument {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "api/codes.h"
 #include "api/result_records.h"
-#include "virtual_instrument/store/record_nest.h"
+#include "record_form/record_nest.h"
 #include "virtual_instrument/store/record_order.h"
 #include "virtual_instrument/store/sqlite_connection.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "common/errors.h"
-#include "shell/session.h"
+#include "console/session.h"
 #include "support/byte_rows.h"
 #include "support/session_test.h"
 

@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "common/errors.h"
+#include "console/callbacks.h"
+#include "console/stop_handling.h"
 #include "flows/run_files.h"
-#include "shell/callbacks.h"
-#include "shell/stop_handling.h"
 #include "support/flow_test.h"
 
 namespace {

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "common/errors.h"
+#include "console/callbacks.h"
 #include "flows/requests.h"
 #include "flows/run_files.h"
-#include "shell/callbacks.h"
 #include "support/flow_test.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 #include "support/session_test.h"
 
 namespace {

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "console/callbacks.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 #include "platform/platform.h"
-#include "shell/callbacks.h"
 #include "shell/console_tester.h"
-#include "shell/session.h"
-#include "shell/stop_handling.h"
 #include "shell/workbench.h"
 #include "support/log_capture.h"
 #include "support/process.h"

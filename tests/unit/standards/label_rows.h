@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "api/standard_type.h"
 #include "standards/standard_tables.h"
-#include "standards/standard_type.h"
 
 // What the label tables are expected to hold, from files that list every label of every row.
 

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "support/temporary_folder.h"
-#include "virtual_instrument/store/record_codec.h"
 
 namespace virtual_instrument {
 namespace {

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "unit/virtual_instrument/model/units.h"
-#include "virtual_instrument/measurement/nested_records.h"
 #include "virtual_instrument/model/phasor.h"
+#include "virtual_instrument/recording/nested_records.h"
 
 namespace virtual_instrument {
 namespace {

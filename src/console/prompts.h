@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// The reading routines of the dialogue, on standard input and output. They block the main thread
+// and write no line feed behind their question. Line prompts keep their text between calls: a read
+// from an input that is no longer good leaves it as it was.
+
+/// One integer, asked again with a message until one is given. What follows it on the line stays in
+/// the input, except for one character. At the end of input it never returns.
+std::int32_t read_int();
+
+/// Reads a line into `line`; leaves it alone when the input is no longer good.
+void read_line(std::string& line);
+
+/// Reads what stands up to the next white space into `word`.
+void read_word(std::string& word);
+
+/// Called where a prompt asks again: lets a moment pass if the input has ended, since the prompt
+/// would otherwise repeat as fast as it can for ever.
+void pause_at_end_of_input();
+
+/// A test ID that no stored record has, of at most 16 bytes; empty to leave the name to the
+/// library.
+std::string prompt_test_id();
+
+/// Any record ID, unchecked. Good until the next call.
+const char* prompt_record_id();
+
+/// A CSV file name. Good until the next call. An empty answer gives ".csv", not nothing.
+const char* prompt_csv_name();
+
+/// Lets the operator switch raw_data_enabled.
+void choose_raw_data();
+
+/// A terminal pair of the high or of the low side, 1 to 6; any other answer leaves 1. `extra`
+/// becomes 0.
+void choose_high_side_phase(std::int32_t& phase, std::int32_t& extra);
+void choose_low_side_phase(std::int32_t& phase, std::int32_t& extra);
+
+/// A winding connection as kvr_WindingType: D, Y, YN, Z, ZN; any other answer gives D.
+std::int32_t choose_winding_connection();
+
+/// A nameplate ratio; 0 when none is given. Asked again until it converts.
+double prompt_nameplate_ratio();
+
+/// The local time as it stands in the name of an export folder.
+std::string date_time_text();
