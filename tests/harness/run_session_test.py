@@ -145,6 +145,18 @@ class RunSession(RunnerTest):
                 "---- output\n--debug\n\n---- ends with\nstatus 0\n\n---- no files\n")
         self.assertEqual(self.run_session(text, "--program", "sh=/bin/sh"), (0, ""))
 
+    def test_program_that_never_stops_talking(self):
+        for end in ("status 0", "waiting"):
+            text = ("A shell that asks for ever.\n\n---- program sh\n\n"
+                    "---- options\n-c\nyes Next\n\n---- script\n\n---- answers\n\n"
+                    f"---- output\n\n---- ends with\n{end}\n\n---- no files\n")
+            status, output = self.run_session(text, "--program", "sh=/bin/sh", "--seconds", "60")
+            self.assertEqual(status, 1)
+            self.assertIn("+more than 16777216 bytes of output, and no end: does it ask without a "
+                          "pause?", output)
+            self.assertIn("+Next\n", output)
+            self.assertLess(len(output), 10000)
+
     def test_bad_script(self):
         text = self.rebuilt().replace("--quiet", "--debug").replace("raw=", "row=")
         self.assert_refused(text, "+status 99")

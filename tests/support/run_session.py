@@ -63,6 +63,8 @@ MAIN_MENU = b"!!! === KVRU3 main menu === !!!\n"
 LEAVE_MAIN_MENU = b"0\n"
 SECONDS_TO_END = 10.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
+MOST_OUTPUT = 16 << 20  # bytes; a program that says more asks again and again, without a pause
+SHOWN_OF_TOO_MUCH = 4000  # bytes
 PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
 RESULTS_FOLDER = "home/Documents/KVRU3"
 INPUT_SECTIONS = ("begins at main menu", "options", "environment", "script", "bench", "program",
@@ -385,6 +387,13 @@ def cpu_seconds(process):
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
+def says_too_much(output):
+    return output.stat().st_size > MOST_OUTPUT
+
+
+TOO_MUCH = f"more than {MOST_OUTPUT} bytes of output, and no end: does it ask without a pause?"
+
+
 def wait_until_silent(process, output, seconds):
     """Waits until a program has ended, or has said nothing for a while. Gives its exit status, or
     says how it stands."""
@@ -397,6 +406,8 @@ def wait_until_silent(process, output, seconds):
             process.wait(SECONDS_OF_SILENCE)
         except subprocess.TimeoutExpired:
             pass
+        if says_too_much(output):
+            return TOO_MUCH
         if time.monotonic() > deadline:
             return "never silent"
     if process.poll() is not None:
@@ -405,11 +416,16 @@ def wait_until_silent(process, output, seconds):
     return "waiting, with work" if busy else "waiting"
 
 
-def wait_for_end(process, seconds):
-    try:
-        return process.wait(seconds)
-    except subprocess.TimeoutExpired:
-        return f"not ended after {seconds} s"
+def wait_for_end(process, output, seconds):
+    """Gives a program's exit status, or says why it has none."""
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        try:
+            return process.wait(min(SECONDS_OF_SILENCE, seconds))
+        except subprocess.TimeoutExpired:
+            if says_too_much(output):
+                return TOO_MUCH
+    return f"not ended after {seconds} s"
 
 
 def run(session, start_up, arguments):
@@ -441,7 +457,7 @@ def run(session, start_up, arguments):
                                        cwd=folder / "work", env=environment, start_new_session=True)
             try:
                 ended = (wait_until_silent(process, output, arguments.seconds)
-                         if expects_wait else wait_for_end(process, arguments.seconds))
+                         if expects_wait else wait_for_end(process, output, arguments.seconds))
             finally:
                 process.kill()
                 process.wait()
@@ -449,8 +465,10 @@ def run(session, start_up, arguments):
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
         calls = folder / "calls"
+        with open(output, "rb") as said:
+            text = said.read(SHOWN_OF_TOO_MUCH if ended == TOO_MUCH else -1)
         return without_differences({
-            "output": output.read_bytes(),
+            "output": text,
             "error output": errors.read_bytes(),
             "ends with": ended,
             "files": files,
