@@ -4,9 +4,6 @@
 #include <iostream>
 #include <utility>
 
-#include "console/session.h"
-#include "console/stop_handling.h"
-
 std::string CapturedOutput::text() const {
   const std::lock_guard lock(mutex_);
   return text_;
@@ -112,19 +109,3 @@ std::streamsize OutputWatcher::xsputn(const char* characters, std::streamsize co
 }
 
 int OutputWatcher::sync() { return target_->pubsync(); }
-
-void reset_session() {
-  client_name = "ConsoleTester_x86";
-  results_folder.clear();
-  client_version.clear();
-  device_serial.clear();
-  device_software_version.clear();
-  client_api_info = {};
-  device_info = {};
-  device_status = {};
-  raw_data_enabled = true;
-  run_file_name = "kvr";
-  exit_requested = false;
-  stop_signal_seen = false;
-  stop_handler = nullptr;
-}
