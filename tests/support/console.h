@@ -106,6 +106,3 @@ class OutputWatcher : public std::streambuf {
   std::function<void()> action_;
   std::streambuf* target_;
 };
-
-/// Puts the process-wide session state and the stop handling back to what a fresh program has.
-void reset_session();
