@@ -22,7 +22,7 @@ import time
 from terminal import CTRL_C, Failure, Terminal
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-USER = "operator"
+USER = "tester"
 USER_ID = 1000
 HOME = f"/home/{USER}"
 CLONE = f"{HOME}/kvr-console-tester"
