@@ -11,8 +11,6 @@
 // bytes are the input itself, or with an odd first byte the form of a record drawn from four bytes
 // of it, in which the rest of the input changes bytes here and there.
 
-using namespace virtual_instrument;
-
 namespace {
 
 using Bytes = std::vector<std::byte>;

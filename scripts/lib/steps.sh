@@ -61,7 +61,7 @@ show_progress() {
   local line text part shown='' on_line=
   while IFS= read -r line; do
     case $line in
-      'ninja: no work to do.' | '-- '*) continue ;;
+      'ninja: no work to do.' | '-- '* | @*'Re-checking globbed directories...') continue ;;
     esac
     if [[ $line =~ ^@([A-Za-z ]+)\ ([0-9]+)/([0-9]+)(%?) ]]; then
       [ "${BASH_REMATCH[2]}" -gt 0 ] || continue # a step that has not been made

@@ -2,8 +2,8 @@
 
 #include "api/session_records.h"
 
-// What the client library calls, on threads of its own. Their lines can come in between those of
-// the dialogue.
+// The callbacks that the client library calls on its own threads. Their lines can come between
+// those of the dialogue.
 
 /// Shows a status event. When the connection is gone, ends the program with exit status 1 after a
 /// key press.

@@ -13,6 +13,6 @@ struct MenuItem {
 /// Writes a menu, with `leave` as the text of its item 0.
 void show_menu(std::span<const MenuItem> items, const char* leave);
 
-/// Reads a choice and does it; a choice that is no item does nothing, without a message. False when
-/// the operator leaves.
+/// Reads a choice and runs its action; a choice that is no item does nothing, without a message.
+/// False when the operator leaves.
 bool run_menu_choice(std::span<const MenuItem> items);

@@ -5,7 +5,7 @@
 #include <string>
 
 // The reading routines of the dialogue, on standard input and output. They block the main thread
-// and write no line feed behind their question. Line prompts keep their text between calls: a read
+// and write no line feed after their question. Line prompts keep their text between calls: a read
 // from an input that is no longer good leaves it as it was.
 
 /// Thrown by the routines here in place of an answer when the input has ended, in a program with
@@ -27,8 +27,8 @@ void read_line(std::string& line);
 /// Reads what stands up to the next white space into `word`.
 void read_word(std::string& word);
 
-/// Called where a prompt asks again: lets a moment pass if the input has ended, since the prompt
-/// would otherwise repeat as fast as it can for ever.
+/// Called before a prompt asks again: sleeps a moment if the input has ended, since the prompt
+/// would otherwise repeat for ever at full speed.
 void pause_at_end_of_input();
 
 /// Calls `ask` and reads a line, again and again until `convert` takes the line. It refuses one by

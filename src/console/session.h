@@ -7,16 +7,16 @@
 // The state of the running program. Plain storage without a lock: start-up fills it, and the main
 // thread is the only one that writes it later, except for exit_requested. The texts are never
 // destroyed: a stop signal or a lost connection can end the process from another thread while the
-// main thread is at work with them.
+// main thread uses them.
 
 extern std::string& client_name;              ///< name given to the client library
 extern std::string& results_folder;           ///< ends in a separator; empty when there is none
 extern std::string& client_version;           ///< version of the client library
-extern std::string& device_serial;            ///< empty until the instrument has told it
-extern std::string& device_software_version;  ///< empty until the instrument has told it
+extern std::string& device_serial;            ///< empty until read from the instrument
+extern std::string& device_software_version;  ///< empty until read from the instrument
 extern kvr_ClientAPIInfo client_api_info;
-extern kvr_DeviceInfo device_info;  ///< all zero when the instrument did not tell
-extern kvr_Status device_status;    ///< as of the last pass of the main menu
+extern kvr_DeviceInfo device_info;  ///< all zero if the instrument refused it
+extern kvr_Status device_status;    ///< as of when the main menu was last shown
 extern bool raw_data_enabled;       ///< tests ask for RAW data and leave a RAW file
 extern std::string& run_file_name;  ///< file of the run in progress
 

@@ -13,13 +13,13 @@ extern bool stop_signal_seen;
 
 class SignalHandler {
  public:
-  /// Makes `handler` the stop handler and has console events delivered to it. False, and an error
-  /// in the log, when the system refuses; the handler stays registered.
+  /// Makes `handler` the stop handler and delivers console events to it. When the system refuses:
+  /// false, and an error in the log; the handler stays registered.
   static bool RegisterStopHandler(const std::function<void(int)>& handler);
 };
 
-/// Takes a console event: hands those that mean stop to the stop handler and returns 1, leaves any
-/// other to the system and returns 0. The types are those of a Windows console control handler.
+/// Handles a console event: calls the stop handler for those that mean stop and returns 1; leaves
+/// any other to the system and returns 0. The types are those of a Windows console control handler.
 int CtrlHandler(unsigned long event);
 
 /// The program's answer to a stop event: the first since the main menu was shown cancels the
@@ -28,8 +28,8 @@ int CtrlHandler(unsigned long event);
 void stop_or_terminate(int event);
 
 /// Ends the program for an event after which Windows would end it: a closed terminal or a request
-/// to terminate. Delivers the event as any other, lets a cancelled test come to its end, and then
-/// takes the way of a second event: once the program waits for an answer, or after five seconds.
+/// to terminate. Delivers the event as any other, waits until the cancelled test has ended and
+/// the program waits for an answer, five seconds at most, and then does what a second event does.
 [[noreturn]] void end_after_event(unsigned long event);
 
 /// Whether the program is ending after such an event, so that no further test may begin.

@@ -28,7 +28,7 @@ bool choose_test_method(kvr_Ratio3phRequest& request) {
   } else if (choice == 4) {
     request.testing_mode = KVR_TESTING_MODE_3PH_3_3;
   }
-  return choice == 6;  // 5 simulates nothing: like any other answer it is a real AUTO test
+  return choice == 6;  // 5 does not simulate: like any other answer it runs a real AUTO test
 }
 
 kvr_WindingType ask_winding(const char* question) {
@@ -36,8 +36,8 @@ kvr_WindingType ask_winding(const char* question) {
   return static_cast<kvr_WindingType>(choose_winding_connection());
 }
 
-/// Each voltage of the plan by each method. The run does not look at the methods: it repeats the
-/// plan in the AUTO mode three times, and results in the field are told apart that way.
+/// Each voltage of the plan by each method. The run ignores the methods, so it repeats the plan in
+/// the AUTO mode three times: deliberate.
 VoltagePlan for_all_methods(const VoltagePlan& plan) {
   VoltagePlan all;
   for (const std::int32_t method : {2, 4, 3}) {
@@ -60,7 +60,7 @@ void three_phase_menu() {
                "0. Exit\n";
   const std::int32_t choice = read_int();
   if (choice < 1 || choice > 3) {
-    return;  // 13 too: it is listed and has nothing behind it
+    return;  // 13 too: the menu shows it, but it does nothing
   }
   kvr_Ratio3phRequest request = make_ratio_3ph_request();
   bool all_methods = false;

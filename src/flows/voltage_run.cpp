@@ -38,7 +38,7 @@ class TestRun {
   void run_tests() {
     for (const VoltagePlanEntry& entry : plan_) {
       if (is_ending()) {
-        return;  // nobody is there any more to watch a test
+        return;  // nobody watches the instrument any more
       }
       announce(entry.voltage);
       kvr_TestRecord* const record = run_one(entry.voltage);
@@ -79,8 +79,8 @@ class TestRun {
     std::cout << "Tests left: " << tests_left_ << '\n' << std::flush;
   }
 
-  /// The record of an accepted test; null when the test was refused or gave none. A record that a
-  /// refused call left behind is not given back.
+  /// The record of an accepted test; null when the test was refused or gave none. A record that
+  /// comes with a refusal is deliberately not freed.
   kvr_TestRecord* run_one(float voltage) {
     kvr_TestRequestHeader header = make_request_header(
         test_id_, test_.may_be_stored ? save_mode_for(first_, series_) : KVR_SAVE_NOTHING);

@@ -199,9 +199,8 @@ void start_watching_terminals() {
 // and is taken up again afterwards.
 
 std::optional<pthread_t> main_thread;
-// The reading end of a pipe: the main thread rests until the writing end is closed. Taken by the
-// one rest it is for, so that a signal from elsewhere finds no descriptor that may be another
-// file's by now.
+// The reading end of a pipe: the main thread rests until the writing end is closed. Each rest takes
+// the descriptor once; a stray signal finds none and cannot close a reused descriptor.
 constexpr int kNoPlace = -1;
 std::atomic<int> resting_place = kNoPlace;
 sem_t at_rest;
@@ -242,7 +241,8 @@ class MainThreadRest {
   MainThreadRest& operator=(const MainThreadRest&) = delete;
 
  private:
-  /// Not for ever: a main thread that can't take signals must not keep the program from ending.
+  /// With a time limit: a main thread that can't take signals must not keep the program from
+  /// ending.
   static void wait_until_at_rest() {
     timespec deadline{};
     clock_gettime(CLOCK_REALTIME, &deadline);
@@ -255,13 +255,13 @@ class MainThreadRest {
   bool has_pipe_ = false;
 };
 
-// The settings of a terminal that has been changed. They are put back at the end of the process
+// The settings of a terminal that has been changed. They are restored at the end of the process
 // too: a stop signal may end it while another thread waits for a key.
 std::atomic<bool> terminal_is_changed = false;
 int changed_terminal{};
 termios settings_before{};
 
-/// Keys behind the one that was waited for are thrown away, or a prompt would take them for
+/// Keys typed after the one that was waited for are discarded; a prompt would take them for
 /// answers.
 void put_terminal_back() {
   if (terminal_is_changed.exchange(false)) {
@@ -269,12 +269,12 @@ void put_terminal_back() {
   }
 }
 
-/// A terminal that hands over each key at once, without echo, until it is put back.
+/// A terminal that delivers each key at once, without echo, until it is restored.
 class UnbufferedTerminal {
  public:
   explicit UnbufferedTerminal(int descriptor) {
     if (terminal_is_changed || tcgetattr(descriptor, &settings_before) != 0) {
-      return;  // is changed already, or no terminal
+      return;  // changed already, or no terminal
     }
     [[maybe_unused]] static const int kRegistered = std::atexit(put_terminal_back);
     termios unbuffered = settings_before;

@@ -26,7 +26,7 @@ struct FormHeader {
   bool operator==(const FormHeader&) const = default;
 };
 
-/// How many bytes pad a record behind its last member. They are stored as zero, whatever they hold.
+/// Bytes of padding after a record's last member. They are stored as zero, whatever they hold.
 template <class Record>
 constexpr std::ptrdiff_t kPadding = 0;
 template <>
@@ -40,10 +40,10 @@ constexpr std::ptrdiff_t kPadding<kvr_TestData_Demag> = 4;
 template <>
 constexpr std::ptrdiff_t kPadding<kvr_TestData_Drm> = 4;
 
-/// Nests of steps are walked by recursion, so their depth has a limit.
+/// Steps within steps are walked by recursion, so their depth has a limit.
 constexpr int kDeepestNest = 32;
 
-/// Thrown to give up on a record or on bytes that are none.
+/// Thrown for a record that can't be encoded or bytes that can't be decoded.
 struct NoStoredForm {};
 
 void require(bool holds) {
@@ -129,8 +129,8 @@ class Encoder {
   int depth_ = 0;
 };
 
-/// Whatever it has allocated hangs from the record, with null where something is still to come, at
-/// every moment: giving up part way leaves a nest that can be freed.
+/// At every moment all that it has allocated hangs from the record, with null for what is still to
+/// come, so that a record can be freed when decoding stops part way.
 class Decoder {
  public:
   explicit Decoder(std::span<const std::byte> bytes) : rest_(bytes) {}
@@ -220,7 +220,7 @@ class Decoder {
   }
 
   std::span<const std::byte> rest_;
-  std::size_t owed_ = 0;  ///< bytes that the links of arrays begun so far will take at least
+  std::size_t owed_ = 0;  ///< least bytes that the rest of the arrays begun so far takes
   int depth_ = 0;
 };
 

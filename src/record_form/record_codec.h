@@ -24,6 +24,6 @@
 /// ratio result with steps nested more than 30 deep.
 std::optional<std::vector<std::byte>> encode_record(const kvr_TestRecord& record);
 
-/// Null for bytes that are not the form of a record. Any bytes are safe to decode, and what they
-/// make it allocate stays within ten times their own length.
+/// Null for bytes that are not the form of a record. Any bytes are safe to decode; what is
+/// allocated stays within ten times their length.
 RecordNest decode_record(std::span<const std::byte> bytes);

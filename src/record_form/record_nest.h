@@ -6,7 +6,7 @@
 
 #include "api/result_records.h"
 
-// A test record with everything that hangs from it, as one thing to own. Every record, and every
+// A test record with everything that hangs from it, owned as a whole. Every record, and every
 // array, of a nest comes from its own new or new[]; texts come from new char[].
 
 /// Frees a record with all that hangs from it; null is allowed.

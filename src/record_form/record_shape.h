@@ -7,8 +7,9 @@
 
 #include "api/result_records.h"
 
-// What hangs from each record of a test result, said once. Freeing, encoding and decoding a nest
-// are visitors of these functions, so none of them can forget a pointer that another one knows.
+// What hangs from each record of a test result, described once. Freeing, encoding and decoding a
+// nest are visitors of these functions, so none of them can forget a pointer that another one
+// knows.
 //
 // describe(record, visitor) names the record's parts in a fixed order, which is the order of the
 // stored form as well:
@@ -122,7 +123,7 @@ void describe(kvr_TestData_MagneticBalance& test, Visitor& visitor) {
 template <class Visitor>
 void describe(kvr_TestData_Drm_Transition&, Visitor&) {}
 
-/// Whoever reads a result looks at the first transition without a look at their number.
+/// Readers use the first transition without checking the number of transitions.
 template <class Visitor>
 void describe(kvr_TestData_Drm& test, Visitor& visitor) {
   visitor.block(test.first_transition, std::max(test.transition_count, std::uint32_t{1}));
@@ -158,7 +159,7 @@ void describe(kvr_TestRecord& record, Visitor& visitor) {
   visitor.text(record.raw_data);
 }
 
-/// Visitor that makes a record let go of what hangs from it; counts stay as they are.
+/// Visitor that sets a record's pointers to null; counts stay as they are.
 struct ClearLinks {
   template <std::size_t size>
   void name(char (&)[size]) {}
@@ -181,4 +182,38 @@ template <class Record>
 void clear_links(Record& record) {
   ClearLinks visitor;
   describe(record, visitor);
+}
+
+/// Visitor that frees what hangs from a record, the innermost first.
+struct FreeLinks {
+  template <std::size_t size>
+  void name(char (&)[size]) {}
+  template <class Record>
+  void one(Record*& record) {
+    if (record != nullptr) {
+      describe(*record, *this);
+      delete record;
+    }
+  }
+  template <class Record>
+  void block(Record*& records, std::uint32_t count) {
+    for (std::uint32_t i = 0; records != nullptr && i < count; ++i) {
+      describe(records[i], *this);
+    }
+    delete[] records;
+  }
+  template <class Record>
+  void each(Record**& records, std::uint32_t count) {
+    for (std::uint32_t i = 0; records != nullptr && i < count; ++i) {
+      one(records[i]);
+    }
+    delete[] records;
+  }
+  void text(const char*& text) { delete[] text; }
+};
+
+/// Frees a record of any kind with all that hangs from it; null is allowed.
+template <class Record>
+void free_nest(Record* record) {
+  FreeLinks().one(record);
 }

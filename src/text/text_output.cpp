@@ -73,7 +73,7 @@ void write_body(const kvr_TestRecord& record, std::uint32_t i, TextWriter& text)
   }
 }
 
-/// What stands above a result in a report file. Its date ends with a line end of its own.
+/// The head of a result in a report file. Its date brings its own line end.
 void write_report_head(std::ostream& file, bool is_new, const std::string& serial,
                        const std::string& sw_version) {
   const std::time_t now = program_clock.now();

@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Cut towards zero. What no 32-bit number can hold gives the lowest one, as the processors do that
-/// reports come from.
+/// Cut towards zero. A value out of range gives INT32_MIN, as the conversion of x86 processors
+/// does.
 std::int32_t whole_number(float value) {
   constexpr float kEnd = 2147483648.0F;
   return value < kEnd ? static_cast<std::int32_t>(value) : std::numeric_limits<std::int32_t>::min();

@@ -1,11 +1,24 @@
 #include "support/console.h"
 
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
 #include <iostream>
 #include <utility>
 
-#include "console/session.h"
-#include "console/stop_handling.h"
+namespace {
+
+/// Beginning of what is said about a program that no test can end any more.
+std::string program_of_this_test() {
+  const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
+  return test == nullptr
+             ? "The program"
+             : std::string("In ") + test->test_suite_name() + "." + test->name() + " the program";
+}
+
+}  // namespace
 
 std::string CapturedOutput::text() const {
   const std::lock_guard lock(mutex_);
@@ -36,6 +49,17 @@ CapturedOutput::int_type CapturedOutput::overflow(int_type character) {
 std::streamsize CapturedOutput::xsputn(const char* characters, std::streamsize count) {
   const std::lock_guard lock(mutex_);
   text_.append(characters, static_cast<std::size_t>(count));
+  if (text_.size() > kMostText) {
+    // No exception: the stream would swallow it, and the program go on. Nor std::cerr, which has
+    // std::cout flushed, and that is this.
+    const std::string message = program_of_this_test() + " goes on and on, after " +
+                                std::to_string(kMostText) +
+                                " bytes of output. Is there no pause_at_end_of_input() where it "
+                                "asks again? It ended with:\n" +
+                                text_.substr(text_.size() - 200) + "\n";
+    std::fputs(message.c_str(), stderr);
+    std::abort();
+  }
   return count;
 }
 
@@ -68,8 +92,21 @@ CapturedOutput& new_output() {
 
 }  // namespace
 
-Console::Console(const std::string& answers)
-    : input_(answers, std::ios::in), output_(new_output()) {
+TypedAnswers::TypedAnswers(const std::string& answers)
+    : std::stringbuf(answers, std::ios::in),
+      last_words_(program_of_this_test() +
+                  " goes round and round without a pause after the last answer. Is there no "
+                  "pause_at_end_of_input() where it asks again?\n") {}
+
+TypedAnswers::int_type TypedAnswers::underflow() {
+  const int_type next = std::stringbuf::underflow();
+  if (traits_type::eq_int_type(next, traits_type::eof()) && !limit_) {
+    limit_.emplace(kSecondsAfterTheEnd, last_words_);
+  }
+  return next;
+}
+
+Console::Console(const std::string& answers) : input_(answers), output_(new_output()) {
   saved_cin_.copyfmt(std::cin);
   saved_cout_.copyfmt(std::cout);
   std::cout.copyfmt(std::ios(nullptr));
@@ -112,20 +149,3 @@ std::streamsize OutputWatcher::xsputn(const char* characters, std::streamsize co
 }
 
 int OutputWatcher::sync() { return target_->pubsync(); }
-
-void reset_session() {
-  client_name = "ConsoleTester_x86";
-  results_folder.clear();
-  client_version.clear();
-  device_serial.clear();
-  device_software_version.clear();
-  client_api_info = {};
-  device_info = {};
-  device_status = {};
-  raw_data_enabled = true;
-  run_file_name = "kvr";
-  ends_with_its_input = false;
-  exit_requested = false;
-  stop_signal_seen = false;
-  stop_handler = nullptr;
-}

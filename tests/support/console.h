@@ -5,16 +5,22 @@
 #include <functional>
 #include <ios>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <streambuf>
 #include <string>
 #include <string_view>
 
+#include "support/processor_limit.h"
+
 // An operator for one test: types the answers that the test gives and reads what the program says.
 
-/// Keeps what is written to it. Several threads may write, as the program's threads do.
+/// Keeps what is written to it. Several threads may write, as the program's threads do. A program
+/// that writes more than any does in a test goes on for ever: it ends the process, which says so.
 class CapturedOutput : public std::streambuf {
  public:
+  static constexpr std::size_t kMostText = 16 << 20;  // bytes
+
   std::string text() const;
   /// What had been written when the stream was last flushed.
   std::string flushed_text() const;
@@ -38,6 +44,22 @@ class CapturedOutput : public std::streambuf {
   std::size_t flushed_ = 0;
 };
 
+/// The answers of an operator. A program that has met their end may wait for more, with pauses; one
+/// that asks again and again without any ends the process, which says so.
+class TypedAnswers : public std::stringbuf {
+ public:
+  explicit TypedAnswers(const std::string& answers);
+
+  static constexpr int kSecondsAfterTheEnd = 2;  // of processor time
+
+ protected:
+  int_type underflow() override;
+
+ private:
+  std::string last_words_;  // made early: tests that count allocations are no place for it
+  std::optional<ProcessorLimit> limit_;
+};
+
 /// Stands in for standard input and output while it lives. Both start as in a fresh program, and
 /// get back their buffers, states and formats at the end. When the answers are used up the input is
 /// at its end.
@@ -58,7 +80,7 @@ class Console {
   std::string unread() const;
 
  private:
-  mutable std::stringbuf input_;
+  mutable TypedAnswers input_;
   CapturedOutput& output_;
   std::ios saved_cin_{nullptr};
   std::ios saved_cout_{nullptr};
@@ -84,6 +106,3 @@ class OutputWatcher : public std::streambuf {
   std::function<void()> action_;
   std::streambuf* target_;
 };
-
-/// Puts the process-wide session state and the stop handling back to what a fresh program has.
-void reset_session();

@@ -6,9 +6,10 @@ with four dashes. The empty line before a heading belongs to the heading.
 
 What goes in:
   ---- begins at main menu [after NAME]
-                            the answers and the output below begin at the main menu; what comes before
-                            is that of the session NAME of tests/sessions/start_up, byte for byte.
-                            Without a name that is "scripted" with a script, "instrument" with a bench
+                            the answers and the output below begin at the main menu; what comes
+                            before is that of the session NAME of tests/sessions/start_up, byte
+                            for byte. NAME is "scripted" for a script and "instrument" for a bench
+                            unless it is given
   ---- options              one command line argument a line
   ---- environment          NAME=value, or -NAME to take a variable away
   ---- script               the client library is the scripted one and answers as this script says,
@@ -40,8 +41,8 @@ them as {results}, {home} and {work}. In texts \\ \t \xHH stand for a backslash,
 and benches are taken as they are.
 
 Every expected section but error output, calls and complaints has to be there. With --rebuild the
-expected sections are written as they came out, for review; a start-up only by its own session, which
-goes to the main menu once and leaves it.
+expected sections are written as they came out, for review. A start-up is written by its own session
+alone, which goes to the main menu once and leaves it.
 """
 
 import argparse
@@ -62,6 +63,8 @@ MAIN_MENU = b"!!! === KVRU3 main menu === !!!\n"
 LEAVE_MAIN_MENU = b"0\n"
 SECONDS_TO_END = 10.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
+MOST_OUTPUT = 16 << 20  # bytes; a program that says more asks again and again, without a pause
+SHOWN_OF_TOO_MUCH = 4000  # bytes
 PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
 RESULTS_FOLDER = "home/Documents/KVRU3"
 INPUT_SECTIONS = ("begins at main menu", "options", "environment", "script", "bench", "program",
@@ -192,7 +195,7 @@ def start_up_of(session, folder):
     after = session.all("begins at main menu")[0][0]
     named = re.fullmatch(r"(?:after (\w+))?", after)
     if not named:
-        raise BadSession(f"'{after}' after 'begins at main menu' is not 'after NAME'")
+        raise BadSession(f"begins at main menu: '{after}' is not 'after NAME'")
     library = "scripted" if session.has("script") else "instrument"
     return read_start_up(folder / f"{named[1] or library}.session")
 
@@ -384,6 +387,13 @@ def cpu_seconds(process):
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
+def says_too_much(output):
+    return output.stat().st_size > MOST_OUTPUT
+
+
+TOO_MUCH = f"more than {MOST_OUTPUT} bytes of output, and no end: does it ask without a pause?"
+
+
 def wait_until_silent(process, output, seconds):
     """Waits until a program has ended, or has said nothing for a while. Gives its exit status, or
     says how it stands."""
@@ -396,6 +406,8 @@ def wait_until_silent(process, output, seconds):
             process.wait(SECONDS_OF_SILENCE)
         except subprocess.TimeoutExpired:
             pass
+        if says_too_much(output):
+            return TOO_MUCH
         if time.monotonic() > deadline:
             return "never silent"
     if process.poll() is not None:
@@ -404,11 +416,16 @@ def wait_until_silent(process, output, seconds):
     return "waiting, with work" if busy else "waiting"
 
 
-def wait_for_end(process, seconds):
-    try:
-        return process.wait(seconds)
-    except subprocess.TimeoutExpired:
-        return f"not ended after {seconds} s"
+def wait_for_end(process, output, seconds):
+    """Gives a program's exit status, or says why it has none."""
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        try:
+            return process.wait(min(SECONDS_OF_SILENCE, seconds))
+        except subprocess.TimeoutExpired:
+            if says_too_much(output):
+                return TOO_MUCH
+    return f"not ended after {seconds} s"
 
 
 def run(session, start_up, arguments):
@@ -440,7 +457,7 @@ def run(session, start_up, arguments):
                                        cwd=folder / "work", env=environment, start_new_session=True)
             try:
                 ended = (wait_until_silent(process, output, arguments.seconds)
-                         if expects_wait else wait_for_end(process, arguments.seconds))
+                         if expects_wait else wait_for_end(process, output, arguments.seconds))
             finally:
                 process.kill()
                 process.wait()
@@ -448,8 +465,10 @@ def run(session, start_up, arguments):
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
         calls = folder / "calls"
+        with open(output, "rb") as said:
+            text = said.read(SHOWN_OF_TOO_MUCH if ended == TOO_MUCH else -1)
         return without_differences({
-            "output": output.read_bytes(),
+            "output": text,
             "error output": errors.read_bytes(),
             "ends with": ended,
             "files": files,

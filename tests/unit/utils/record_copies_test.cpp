@@ -452,16 +452,20 @@ TEST(FreeRecord, PassesOverNull) {
   EXPECT_EQ(counted_new::live_blocks(), before);
 }
 
+kvr_TestLabelsList* new_labels_list(std::uint32_t count) {
+  return new kvr_TestLabelsList{new kvr_TestLabel[count], count};
+}
+
 TEST(FreeRecord, TakesAListOfRecordsWithItsEntries) {
   const std::size_t before = counted_new::live_blocks();
-  auto* const list = new kvr_TestLabelsList{new kvr_TestLabel[3], 3};
+  kvr_TestLabelsList* const list = new_labels_list(3);
   const kvr_TestLabel* const entries = list->entries;
   counted_new::Recording recording;
   Utils::free_record(list);
   recording.stop();
   EXPECT_EQ(recording.freed_blocks(), (std::vector<const void*>{entries, list}));
   Utils::free_record(new kvr_TestLabelsList{nullptr, 3});
-  Utils::free_record(new kvr_TestLabelsList{new kvr_TestLabel[0], 0});
+  Utils::free_record(new_labels_list(0));
   EXPECT_EQ(counted_new::live_blocks(), before);
 }
 
@@ -578,7 +582,7 @@ TEST(FreeRecord, TakesAnArrayOfRecords) {
   const std::size_t before = counted_new::live_blocks();
   Utils::free_record(new_array<kvr_TestRecord>({new_full_record(), nullptr, new kvr_TestRecord{}}),
                      3);
-  Utils::free_record(new kvr_TestRecord*[0], 0);
+  Utils::free_record(new_array<kvr_TestRecord>({}), 0);
   EXPECT_EQ(counted_new::live_blocks(), before);
 }
 

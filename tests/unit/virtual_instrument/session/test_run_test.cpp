@@ -92,6 +92,41 @@ TEST_F(TestRun, EndsOnCancelFromAnotherThread) {
   EXPECT_FALSE(stored("T1"));
 }
 
+// One step only, an hour long: nothing but the stop itself can wake the test within it.
+TEST_F(TestRun, AStopWakesATestThatWaits) {
+  start("[measurement]\nduration = 3600\nsteps = 1\n");
+  std::future<kvr_code> test_code = std::async(std::launch::async, [this] { return run().code; });
+  while (kvr_UnlockAPI() != KVR_RES_TESTING_IN_PROGRESS) {
+    std::this_thread::yield();
+  }
+  // Whether it waits already can't be seen from here; it gets there in much less time than this.
+  EXPECT_EQ(test_code.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  EXPECT_EQ(kvr_CancelOperation(), KVR_RES_OK);
+  if (test_code.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
+    ADD_FAILURE() << "the stop did not wake the test: it waits for the end of its step";
+    kvr_Lib_Shutdown();  // wakes it in a way of its own
+  }
+  EXPECT_EQ(test_code.get(), KVR_RES_OPERATION_CANCELLED);
+}
+
+TEST_F(TestRun, TheFirstReasonToStopIsTheOneItEndsWith) {
+  const std::string stopped = "[status]\nemergency_button_pressed = true\n";
+  start(kLong);
+  progress_.reaction = [&](const kvr_Progress&) {
+    EXPECT_EQ(kvr_CancelOperation(), KVR_RES_OK);
+    set_bench(kLong + stopped);
+    EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);  // by now the button has been seen
+  };
+  EXPECT_EQ(run().code, KVR_RES_OPERATION_CANCELLED) << "the button came after the cancel";
+  set_bench(kLong);
+  progress_.reaction = [&](const kvr_Progress&) {
+    set_bench(kLong + stopped);
+    EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);
+    EXPECT_EQ(kvr_CancelOperation(), KVR_RES_OK);
+  };
+  EXPECT_EQ(run().code, KVR_RES_EMERGENCY_STOP_PRESSED) << "the cancel came after the button";
+}
+
 TEST_F(TestRun, EndsOnCancelFromWithinEachProgressCallback) {
   for (const int step : {1, 2, 3}) {
     progress_ = {};
@@ -160,6 +195,24 @@ TEST_F(TestRun, RefusalsEndATestBeforeItBegins) {
   EXPECT_EQ(run().code, KVR_RES_API_LOCKED);
   EXPECT_TRUE(progress_.steps.empty());
   EXPECT_FALSE(stored("T1"));
+}
+
+// Nobody waits for a test whose result has no place.
+TEST_F(TestRun, AnIdThatIsTakenOrOfAnotherKindEndsATestBeforeItBegins) {
+  start();
+  ASSERT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  kvr_ProgressHandler handler = progress_.handler();
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_TESTID_EXISTS);
+  EXPECT_TRUE(progress_.steps.empty()) << "the ID was found taken only after the test";
+  kvr_TestRequestHeader header = request_header("T1", KVR_SAVE_ADD_TO_RECORD);
+  kvr_Ratio1phRequest request = ratio_1ph_request(KVR_TEST_RATIO_UP, 8);
+  kvr_TestRecord* record = nullptr;
+  EXPECT_EQ(kvr_Test_Ratio_1ph(&header, &request, &handler, &record),
+            KVR_RES_TEST_CONFIG_INCOMPATIBLE);
+  EXPECT_TRUE(progress_.steps.empty()) << "the record was found unfit only after the test";
+  set_bench("[status]\nsecondary_sd_read_only = true\n");
+  EXPECT_EQ(test("T2", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+  EXPECT_TRUE(progress_.steps.empty()) << "the card was found unfit only after the test";
 }
 
 TEST_F(TestRun, LimitsOfTheInstrumentEndIt) {
@@ -261,6 +314,22 @@ TEST_F(TestRun, ShutdownFromAnotherThreadEndsItAndWaitsForIt) {
   EXPECT_EQ(run().code, KVR_RES_OPERATION_CANCELLED);
   ending.join();
   EXPECT_EQ(kvr_CheckConnection(), KVR_RES_LIB_NOT_INITIALIZED);
+}
+
+TEST_F(TestRun, ShutdownReturnsOnlyAfterTheCallbackThatRuns) {
+  start(kLong);
+  std::future<kvr_code> down;
+  progress_.reaction = [&](const kvr_Progress&) {
+    down = std::async(std::launch::async, kvr_Lib_Shutdown);
+    while (kvr_CheckConnection() != KVR_RES_LIB_NOT_INITIALIZED) {
+      std::this_thread::yield();
+    }
+    EXPECT_EQ(down.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout)
+        << "the shutdown did not wait for the test, whose callback still runs";
+  };
+  EXPECT_EQ(run().code, KVR_RES_OPERATION_CANCELLED);
+  EXPECT_EQ(progress_.steps.size(), 1U);
+  EXPECT_EQ(down.get(), KVR_RES_OK);
 }
 
 TEST_F(TestRun, ShutdownFromItsProgressCallbackEndsIt) {

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "support/temporary_folder.h"
-#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/store/store_files.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_connection.h"

@@ -262,6 +262,15 @@ TEST_F(StoreFilesTest, ADamagedRecordLeavesTheOthersReadableAndCanBeRemoved) {
   EXPECT_EQ(contents_of(store), "");
 }
 
+// A whole and readable result, but another one: its checksum alone tells.
+TEST_F(StoreFilesTest, AResultInThePlaceOfAnotherIsDamaged) {
+  make_store();
+  run_sql(file_,
+          "UPDATE tests SET data = (SELECT data FROM tests WHERE number = 2)"
+          " WHERE number = 1");
+  EXPECT_EQ(contents_of(file_), "T1#2:[14] T2#1:3 ") << "a test's checksum is not checked";
+}
+
 TEST_F(StoreFilesTest, ARecordThatLacksATestIsDamaged) {
   make_store();
   run_sql(file_, "DELETE FROM tests WHERE number = 2");
