@@ -14,6 +14,7 @@ void reset_session() {
   device_status = {};
   raw_data_enabled = true;
   run_file_name = "kvr";
+  ends_with_its_input = false;
   exit_requested = false;
   stop_signal_seen = false;
   stop_handler = nullptr;
