@@ -1,5 +1,5 @@
-# What is installed beside the programs and the client library, and the packages: a .deb on Linux,
-# a .zip for Windows.
+# Installs the files beside the programs and the client library, and makes the packages: a .deb on
+# Linux, a .zip for Windows.
 if(WIN32)
   set(bench_folder bench)
   set(docs_folder .)

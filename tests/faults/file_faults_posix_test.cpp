@@ -56,7 +56,7 @@ class FileFaults : public FaultsTest {
   }
 };
 
-TEST_F(FileFaults, CostWhatIsNotWrittenAndNothingElse) {
+TEST_F(FileFaults, LoseOnlyWhatIsNotYetWritten) {
   for (const Scene& scene : scenes()) {
     sound(scene);
     prepare(scene);
@@ -160,7 +160,7 @@ TEST_F(FileFaults, OfADeviceThatIsAlwaysFullAreSilent) {
 }
 
 /// /proc takes no new file, not even from root.
-TEST_F(FileFaults, OfAFolderThatCannotBeWrittenAreSilentButForTheReport) {
+TEST_F(FileFaults, OfAFolderThatCannotBeWrittenAreSilentExceptForTheReport) {
   for (const Scene& scene : scenes()) {
     SCOPED_TRACE(scene.name);
     const std::string folder = results_folder;

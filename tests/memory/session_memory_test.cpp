@@ -86,7 +86,7 @@ TEST_F(SessionMemory, IsFlatOverTests) {
   EXPECT_EQ(lowest_after(kWindow, KVR_SAVE_NOTHING), at_first);
 }
 
-TEST_F(SessionMemory, IsFlatOverStoredTestsButForTheCacheOfTheStore) {
+TEST_F(SessionMemory, IsFlatOverStoredTestsExceptForTheCacheOfTheStore) {
   const WatchedDisk disk;
   start("[store]\nfile = '" + (folder_.path() / "records.db").generic_string() + "'\n");
   lowest_after(kOfEachKind, KVR_SAVE_ADD_TO_RECORD);

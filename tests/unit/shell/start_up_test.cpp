@@ -144,7 +144,7 @@ class RunSession : public SessionTest {
     return "Console Tester 1.1.0.7\nFolder with results: " + results() +
            "\nConnecting to KVR device...\n";
   }
-  /// What a run writes behind its head.
+  /// The output of a run after its head.
   std::string run(const std::string& answers, int expected_status = 0) const {
     const Console console(answers);
     EXPECT_EQ(run_session({}, count_menu), expected_status);
@@ -152,7 +152,7 @@ class RunSession : public SessionTest {
     EXPECT_TRUE(output.starts_with(head())) << output;
     return output.substr(std::min(head().size(), output.size()));
   }
-  /// The device display for this answer, between the firmware version and the end.
+  /// The device display for this answer, from the firmware version to the end.
   std::string device_display(const kvr_DeviceInfo& info) {
     api.answer(ApiCall::ConnectAPI, {.text = ""});
     api.answer(ApiCall::GetDeviceInfo, {.device_info = info});
@@ -214,7 +214,7 @@ TEST_F(RunSession, HandsConsoleEventsToTheStopFunction) {
   EXPECT_TRUE(stop_signal_seen);
 }
 
-TEST_F(RunSession, RegistersBeforeItSaysAnything) {
+TEST_F(RunSession, RegistersBeforeAnyOutput) {
   stop_handler = nullptr;
   bool is_registered = false;
   const Console console("0\n");
@@ -337,7 +337,7 @@ TEST_F(RunSession, GoesOnToTheMenuWithoutDeviceInformation) {
 
 TEST_F(RunSession, ShowsAnUncalibratedDevice) {
   kvr_DeviceInfo info{};
-  info.calibration_old = 1;  // of no interest then
+  info.calibration_old = 1;  // not used then
   info.debug_mode = 2;
   EXPECT_EQ(device_display(info),
             "Model type: UNKNOWN\n"
@@ -383,7 +383,7 @@ TEST_F(RunSession, ShowsTextsThatFillTheirFields) {
                                       "Device is not calibrated\n");
 }
 
-// What has to be seen before a long wait.
+// The output must be visible before a long wait.
 TEST_F(RunSession, IsVisibleWhileItConnects) {
   const Console console("1\n");
   std::string seen;

@@ -10,9 +10,9 @@
 
 #include "standards/standard_tables.h"
 
-// Whether the terminals that the H standard names for a phase make physical sense. In a group with
-// the clock n, the low side lags the high side by n times 30 degrees; between the terminals that a
-// row names on both sides, a test of that phase wants voltages in phase or in opposition.
+// Checks that the terminals that the H standard names for a phase make physical sense. In a group
+// with the clock n, the low side lags the high side by n times 30 degrees; between the terminals
+// that a row names on both sides, the voltages must be in phase or in opposition.
 
 namespace {
 
@@ -64,7 +64,7 @@ std::string lags_of(const VectorLabels& row, int clock) {
 /// Rows by name whose lags are neither 0 nor 180 degrees in all phases alike.
 using Lags = std::map<std::string, std::string>;
 
-// Where the low side lags (30) or leads (330) by an hour between the terminals named, and the one
+// Rows where the low side lags (30) or leads (330) by an hour between the terminals, and the one
 // row whose last phase is reversed.
 const Lags kKnownOthers = {
     {"Dy1", "30 30 30"},     {"Dy3", "30 30 30"},     {"Dy5", "30 30 30"},

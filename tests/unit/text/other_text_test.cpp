@@ -10,7 +10,7 @@ namespace {
 
 using Text = KVR_Text_Output;
 
-/// The text behind the header line.
+/// The text after the header line.
 std::string tests_of(const std::string& record) {
   OwnedRecord owned = parse_record(record, "record");
   const std::string text = Text::ResultsToString(owned.get());

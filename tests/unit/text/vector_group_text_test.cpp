@@ -104,7 +104,7 @@ TEST(SetupVectorText, IsThatOfThePairThatTheSetupJoins) {
   }
 }
 
-TEST(SetupVectorText, RefusesAPairThatThereIsNotWithTheWordsOfTheHighSide) {
+TEST(SetupVectorText, RefusesAnUnknownPairWithTheWordsOfTheHighSide) {
   const kvr_TestSetup setup = three_windings(3);
   expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, "winding_h",
                        "Utils::winding_h - incorrect connection_type",

@@ -35,7 +35,7 @@ TEST(NearEqual, ComparesFloatsWithinAFixedBound) {
   EXPECT_TRUE(Utils::near_equal(1.0F, std::nextafter(1.0F, 0.0F)));
 }
 
-TEST(NearEqual, TakesNothingAsEqualToWhatIsNoNumber) {
+TEST(NearEqual, TreatsNothingAsEqualToNan) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   EXPECT_FALSE(Utils::near_equal(kNaN, kNaN));

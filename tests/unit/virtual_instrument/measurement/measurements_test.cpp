@@ -334,7 +334,7 @@ TEST(MagneticBalance, ShowsShortedTurns) {
   unit.faults.shorted_turns = {{kLowSide, 2, 0.02, 0}};
   const MagneticBalanceTest test = magnetic_balance_test(unit, family_settings(50));
   EXPECT_GT(test.data.max_imbalance, 10);
-  EXPECT_LT(test.data.rows[0].cell[2].value, 10);  // the faulty limb lets no flux through
+  EXPECT_LT(test.data.rows[0].cell[2].value, 10);  // no flux passes the faulty limb
 }
 
 TEST(MagneticBalance, IsMadeOnTheSideWhoseLimbsCanBeReached) {
@@ -399,7 +399,7 @@ TEST(DynamicResistance, FindsEachTransitionByItsDip) {
   for (std::size_t number = 0; number < 4; ++number) {
     const kvr_TestData_Drm_Transition& each = test.transitions[number];
     EXPECT_NEAR(each.start_time, 200.0 * static_cast<double>(number + 1), 5);
-    // The contacts move for 44 ms; then the current has to come back.
+    // The contacts move for 44 ms; then the current recovers.
     EXPECT_GE(each.end_time - each.start_time, 43U);
     EXPECT_LE(each.end_time - each.start_time, 120U);
   }

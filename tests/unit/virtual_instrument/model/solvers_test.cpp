@@ -11,7 +11,7 @@
 #include "virtual_instrument/measurement/samples.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
 
-// Two solvers, one marching through time and one balancing harmonics, have to find the same state.
+// Two solvers, one by integration in time and one by harmonic balance, must find the same state.
 
 namespace virtual_instrument {
 namespace {
@@ -19,7 +19,7 @@ namespace {
 TransformerUnit saturating_unit(double residual) {
   TransformerUnit unit = single_phase_unit();
   for (LimbWinding& winding : unit.windings) {
-    winding.stray_share = 0;  // the marching solver knows no eddies
+    winding.stray_share = 0;  // the marching solver has no eddy currents
   }
   MagnetizingBranch& limb = unit.core.limb;
   limb.knee_flux = 1.15 * rated_flux(unit);

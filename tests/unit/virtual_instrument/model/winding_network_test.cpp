@@ -18,7 +18,7 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kOmega = 2 * std::numbers::pi * 60;
 
-/// Rated 8000/240 V: 15 + j120 ohm, 0.02 + j0.15 ohm, a core of 200 kohm beside j30 kohm.
+/// Rated 8000/240 V: 15 + j120 ohm, 0.02 + j0.15 ohm, a core of 200 kohm parallel to j30 kohm.
 TransformerUnit t_circuit_unit() {
   TransformerUnit unit{};
   unit.group = {KVR_WINDING_1P, KVR_WINDING_1P, 0};
@@ -33,7 +33,7 @@ TransformerUnit t_circuit_unit() {
   return unit;
 }
 
-/// A unit of three limbs and one winding each side, all terminals within reach.
+/// A unit with three limbs and one winding on each side, whose terminals are all accessible.
 TransformerUnit three_limb_unit(double yoke_ratio) {
   TransformerUnit unit = t_circuit_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_YN, 0};
@@ -131,7 +131,7 @@ TransformerUnit saturating_unit() {
   return unit;
 }
 
-/// What the circuit's own equation leaves over, step by step, as a share of the largest current.
+/// The largest residual of the circuit's equation in a period, as a share of the largest current.
 double worst_imbalance(const TransformerUnit& unit, const PeriodicState& state) {
   const auto current = waveform(state.drive_current[0], 512);
   const auto flux = waveform(state.flux[0], 512);
@@ -154,7 +154,7 @@ double worst_imbalance(const TransformerUnit& unit, const PeriodicState& state) 
 TEST(WindingNetwork, CurrentFollowsTheCurveOfTheCoreInSaturation) {
   const TransformerUnit unit = saturating_unit();
   const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8800);
-  // The curve has harmonics beyond those that are solved for.
+  // The curve has harmonics above those that are solved for.
   EXPECT_LT(worst_imbalance(unit, state), 0.03);
   EXPECT_GT(magnitude(state.drive_current[0][3]), 0.2 * magnitude(state.drive_current[0][1]));
   EXPECT_EQ(state.drive_current[0][2], Complex{});

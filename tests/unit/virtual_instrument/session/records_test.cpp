@@ -130,7 +130,7 @@ TEST_F(Records, OtherModesAreIncorrect) {
   }
 }
 
-// A series without an ID: its first test is not stored, but gives its name to the others.
+// A series without an ID: its first test is not stored, but the others use its name.
 TEST_F(Records, ASeriesWithoutAnIdIsNamedFromDateAndTime) {
   start();
   const TestAnswer first = test("", KVR_SAVE_NOTHING);
@@ -285,11 +285,11 @@ TEST_F(Records, TheSameBenchAndRequestsGiveTheSameBytesTwice) {
     EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
   }
   EXPECT_EQ(runs[0], runs[1]);
-  // Two tests of one run are two measurements all the same.
+  // Two tests of one run still are two measurements.
   EXPECT_NE(runs[0].substr(0, runs[0].size() / 2), runs[0].substr(runs[0].size() / 2));
 }
 
-/// Of a bench whose records are in a file.
+/// Bench text that keeps the records in a file.
 std::string in_file(const std::filesystem::path& file) {
   return "[store]\nfile = '" + file.generic_string() + "'\n";
 }
@@ -319,7 +319,7 @@ TEST_F(Records, AreInTheOneFileOnceTheSessionHasEnded) {
   EXPECT_TRUE(exists("T1"));
 }
 
-// The first shutdown comes from within a test of the session that it ends.
+// The first shutdown is called within a test of the session that it ends.
 TEST_F(Records, OfANewSessionAreKeptWhileTheOldOneStillEnds) {
   const std::string bench = in_file(folder_.path() / "records.db");
   start(bench);
