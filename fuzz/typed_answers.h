@@ -8,6 +8,7 @@
 
 #include "support/console.h"
 #include "support/scripted_client_api.h"
+#include "support/session_state.h"
 #include "support/test_clock.h"
 
 /// A fresh session on the scripted library, an operator who types `answers`, and a clock that

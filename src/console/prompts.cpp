@@ -13,10 +13,14 @@ namespace {
 constexpr std::int32_t kEndOfInputPauseMs = 100;
 constexpr std::size_t kLongestTestId = 16;  // bytes
 
-/// An empty line starts tests: a terminal that closes must not look like one.
-void stay_at_closed_terminal() {
+/// Called after a read: an empty line starts tests, and neither a terminal that closes nor an input
+/// that ends must look like one.
+void leave_ended_input() {
   while (!std::cin && platform::input_terminal_is_closed()) {
-    sleep_ms(kEndOfInputPauseMs);
+    sleep_ms(kEndOfInputPauseMs);  // event 2 ends the process
+  }
+  if (ends_with_its_input && std::cin.eof() && std::cin.fail()) {
+    throw EndOfInput();
   }
 }
 
@@ -31,6 +35,7 @@ void discard_line() {
 void pause_at_end_of_input() {
   if (!std::cin) {
     const AwaitingAnswer awaiting;
+    leave_ended_input();
     sleep_ms(kEndOfInputPauseMs);
   }
 }
@@ -40,6 +45,7 @@ std::int32_t read_int() {
   std::int32_t value = 0;
   std::cin >> value;
   while (std::cin.fail()) {
+    leave_ended_input();
     std::cin.clear();
     discard_line();
     std::cout << "Wrong value, Please enter again: ";
@@ -54,13 +60,13 @@ std::string& make_kept_line() { return *new std::string; }
 void read_line(std::string& line) {
   const AwaitingAnswer awaiting;
   std::getline(std::cin, line);
-  stay_at_closed_terminal();
+  leave_ended_input();
 }
 
 void read_word(std::string& word) {
   const AwaitingAnswer awaiting;
   std::cin >> word;
-  stay_at_closed_terminal();
+  leave_ended_input();
 }
 
 std::string prompt_test_id() {

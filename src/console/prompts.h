@@ -8,6 +8,11 @@
 // and write no line feed after their question. Line prompts keep their text between calls: a read
 // from an input that is no longer good leaves it as it was.
 
+/// Thrown by the routines here in place of an answer when the input has ended, in a program with
+/// ends_with_its_input. An unterminated last line is an answer. Not a std::exception, since those
+/// mean that an answer does not convert.
+struct EndOfInput {};
+
 /// One integer, asked again with a message until one is given. What follows it on the line stays in
 /// the input, except for one character. At the end of input it never returns.
 std::int32_t read_int();

@@ -10,4 +10,5 @@ kvr_DeviceInfo device_info{};
 kvr_Status device_status{};
 bool raw_data_enabled = true;
 std::string& run_file_name = *new std::string("kvr");
+bool ends_with_its_input = false;
 bool exit_requested = false;

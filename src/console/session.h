@@ -20,6 +20,9 @@ extern kvr_Status device_status;    ///< as of when the main menu was last shown
 extern bool raw_data_enabled;       ///< tests ask for RAW data and leave a RAW file
 extern std::string& run_file_name;  ///< file of the run in progress
 
+/// The prompts throw EndOfInput at the end of input. A program sets it before it starts any thread.
+extern bool ends_with_its_input;
+
 /// Tells the main menu to stop. Set by on_status on the library's thread: a plain flag on purpose,
 /// since that thread ends the process a moment later.
 extern bool exit_requested;

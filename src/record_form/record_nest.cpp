@@ -9,38 +9,6 @@
 
 namespace {
 
-/// Innermost first: frees what hangs from a record before the record.
-struct Releaser {
-  template <std::size_t size>
-  void name(char (&)[size]) {}
-
-  template <class Record>
-  void one(Record*& record) {
-    if (record != nullptr) {
-      describe(*record, *this);
-      delete record;
-    }
-  }
-
-  template <class Record>
-  void block(Record*& records, std::uint32_t count) {
-    for (std::uint32_t i = 0; records != nullptr && i < count; ++i) {
-      describe(records[i], *this);
-    }
-    delete[] records;
-  }
-
-  template <class Record>
-  void each(Record**& records, std::uint32_t count) {
-    for (std::uint32_t i = 0; records != nullptr && i < count; ++i) {
-      one(records[i]);
-    }
-    delete[] records;
-  }
-
-  void text(const char*& text) { delete[] text; }
-};
-
 /// Moves the results of one family from all parts into one array; null when no part has any.
 template <class Record>
 Record** joined_family(const std::vector<RecordNest>& parts, std::uint32_t count,
@@ -73,7 +41,7 @@ const char* joined_raw_data(const std::vector<RecordNest>& parts) {
 
 }  // namespace
 
-void free_record(kvr_TestRecord* record) { Releaser().one(record); }
+void free_record(kvr_TestRecord* record) { free_nest(record); }
 
 const char* new_text(std::string_view text) {
   char* copy = new char[text.size() + 1];

@@ -183,3 +183,37 @@ void clear_links(Record& record) {
   ClearLinks visitor;
   describe(record, visitor);
 }
+
+/// Visitor that frees what hangs from a record, the innermost first.
+struct FreeLinks {
+  template <std::size_t size>
+  void name(char (&)[size]) {}
+  template <class Record>
+  void one(Record*& record) {
+    if (record != nullptr) {
+      describe(*record, *this);
+      delete record;
+    }
+  }
+  template <class Record>
+  void block(Record*& records, std::uint32_t count) {
+    for (std::uint32_t i = 0; records != nullptr && i < count; ++i) {
+      describe(records[i], *this);
+    }
+    delete[] records;
+  }
+  template <class Record>
+  void each(Record**& records, std::uint32_t count) {
+    for (std::uint32_t i = 0; records != nullptr && i < count; ++i) {
+      one(records[i]);
+    }
+    delete[] records;
+  }
+  void text(const char*& text) { delete[] text; }
+};
+
+/// Frees a record of any kind with all that hangs from it; null is allowed.
+template <class Record>
+void free_nest(Record* record) {
+  FreeLinks().one(record);
+}

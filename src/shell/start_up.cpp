@@ -172,6 +172,15 @@ int shut_down() {
   return 0;
 }
 
+void connect_and_run(void (*menu)()) {
+  std::cout << "Connecting to KVR device...\n";
+  FirmwareText firmware_version{};
+  if (connect_to_instrument(firmware_version)) {
+    show_device(firmware_version);
+    menu();
+  }
+}
+
 }  // namespace
 
 int run_session(const std::vector<std::string>& arguments, void (*menu)()) {
@@ -182,11 +191,9 @@ int run_session(const std::vector<std::string>& arguments, void (*menu)()) {
     return 1;
   }
   kvr_SetClientKey(KVR_CLIENT_KEY);
-  std::cout << "Connecting to KVR device...\n";
-  FirmwareText firmware_version{};
-  if (connect_to_instrument(firmware_version)) {
-    show_device(firmware_version);
-    menu();
+  try {
+    connect_and_run(menu);
+  } catch (const EndOfInput&) {  // ends as "0" does
   }
   return shut_down();
 }

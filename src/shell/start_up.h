@@ -26,6 +26,6 @@ Options parse_options(const std::vector<std::string>& arguments);
 kvr_InitParams make_init_params(const Options& options);
 
 /// A whole run of the program around `menu`: banner, results folder, client library, connection
-/// dialogue, device display, menu, shutdown. Returns the exit status. `menu` is passed over when
-/// the operator cancels the connection.
+/// dialogue, device display, menu, shutdown. Returns the exit status. The menu is left out when the
+/// operator cancels the connection; it and the connection dialogue may end by EndOfInput.
 int run_session(const std::vector<std::string>& arguments, void (*menu)());

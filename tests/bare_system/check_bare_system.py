@@ -3,9 +3,10 @@
 
   check_bare_system.py RELEASE MIRROR FOLDER CACHE [PACKAGE]
 
-RELEASE is a codename, MIRROR the address to take its packages from. The system comes into FOLDER,
-packages are kept in CACHE. A clone of the last commit is what a user has there, who is not root but may
-use sudo. Without PACKAGE, a .deb, one is built on that system.
+RELEASE is a codename, MIRROR the address to take its packages from. The system comes into FOLDER;
+CACHE keeps packages and what was compiled, so that the next run on this machine takes less time. A clone
+of the last commit is what a user has there, who is not root but may use sudo. Without PACKAGE, a .deb,
+one is built on that system.
 
 Wants root, and mount and process namespaces of its own, so that nothing stays mounted or running.
 """
@@ -21,10 +22,11 @@ import time
 from terminal import CTRL_C, Failure, Terminal
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-USER = "operator"
+USER = "tester"
 USER_ID = 1000
 HOME = f"/home/{USER}"
 CLONE = f"{HOME}/kvr-console-tester"
+COMPILED = "/var/cache/compiled"
 INSTALLATION = 900  # seconds it may take
 BUILD = 1800
 TESTS = 1800
@@ -82,17 +84,21 @@ class System:
         return self.folder / name.lstrip("/")
 
     def make(self, release, mirror):
-        self.cache.mkdir(parents=True, exist_ok=True)
+        for name in ("packages", "compiled"):
+            (self.cache / name).mkdir(parents=True, exist_ok=True)
         more = ",ca-certificates" if mirror.startswith("https") else ""
-        run("debootstrap", "--variant=minbase", f"--include=sudo{more}", f"--cache-dir={self.cache}",
-            release, str(self.folder), mirror)
+        run("debootstrap", "--variant=minbase", f"--include=sudo,ccache{more}",
+            f"--cache-dir={self.cache}/packages", release, str(self.folder), mirror)
 
     def mount(self):
         run("mount", "-t", "proc", "proc", self.path("/proc"))
         run("mount", "-t", "devpts", "-o", "newinstance,ptmxmode=0666,mode=0620,gid=5", "devpts",
             self.path("/dev/pts"))
         run("mount", "-t", "tmpfs", "tmpfs", self.path("/dev/shm"))
-        run("mount", "--bind", self.cache, self.path("/var/cache/apt/archives"))
+        run("mount", "--bind", self.cache / "packages", self.path("/var/cache/apt/archives"))
+        self.path(COMPILED).mkdir()
+        run("mount", "--bind", self.cache / "compiled", self.path(COMPILED))
+        os.chown(self.path(COMPILED), USER_ID, USER_ID)
 
     def settle(self):
         """The network as this system has it."""
@@ -125,7 +131,8 @@ class System:
         """Has the user start a command in a new terminal. A terminal that is shown is a plain one."""
         environment = {"HOME": HOME, "USER": USER, "LOGNAME": USER, "SHELL": "/bin/bash",
                        "PATH": "/usr/local/bin:/usr/bin:/bin", "TERM": "dumb" if shown else "xterm",
-                       **environment}
+                       "CMAKE_CXX_COMPILER_LAUNCHER": "ccache", "CCACHE_DIR": COMPILED,
+                       "CCACHE_SLOPPINESS": "pch_defines,time_macros", **environment}
         return Terminal(self.path("/dev"), self.enter, ["/usr/bin/env", *command], environment, shown)
 
     def run(self, *command, seconds, shown=False, **environment):

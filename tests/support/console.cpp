@@ -8,9 +8,6 @@
 #include <iostream>
 #include <utility>
 
-#include "console/session.h"
-#include "console/stop_handling.h"
-
 namespace {
 
 /// The first words of the message about a program that no test can end.
@@ -152,19 +149,3 @@ std::streamsize OutputWatcher::xsputn(const char* characters, std::streamsize co
 }
 
 int OutputWatcher::sync() { return target_->pubsync(); }
-
-void reset_session() {
-  client_name = "ConsoleTester_x86";
-  results_folder.clear();
-  client_version.clear();
-  device_serial.clear();
-  device_software_version.clear();
-  client_api_info = {};
-  device_info = {};
-  device_status = {};
-  raw_data_enabled = true;
-  run_file_name = "kvr";
-  exit_requested = false;
-  stop_signal_seen = false;
-  stop_handler = nullptr;
-}

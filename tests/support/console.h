@@ -106,6 +106,3 @@ class OutputWatcher : public std::streambuf {
   std::function<void()> action_;
   std::streambuf* target_;
 };
-
-/// Resets the process-wide session state and the stop handling to those of a fresh program.
-void reset_session();

@@ -7,13 +7,15 @@
 #include <string>
 
 #include "virtual_instrument/bench/bench.h"
+#include "virtual_instrument/platform/ordinary_file.h"
 
 namespace virtual_instrument {
 
 /// Gives the bench in force. With a file it looks at the file again each time it is asked, so that
-/// editing the file turns knobs while the program runs. A file that can't be read or holds a
-/// mistake is told about once, and the last good bench stays in force; at first that is the
-/// built-in one. An empty file is one that is being written, and changes nothing.
+/// editing the file turns knobs while the program runs. A file that can't be read, is no ordinary
+/// one, is larger than 1 MiB or holds a mistake is reported once, and the last good bench stays in
+/// force; at first that is the built-in one. An empty file is one that is being written, and
+/// changes nothing.
 ///
 /// Safe on any thread.
 class BenchSource {
@@ -44,7 +46,7 @@ class BenchSource {
   std::mutex mutex_;
   std::shared_ptr<const Bench> bench_;
   std::string text_;
-  bool unreadable_ = false;
+  FileState state_ = FileState::kRead;  ///< at the last look
 };
 
 }  // namespace virtual_instrument

@@ -1,14 +1,52 @@
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
+#include <array>
 #include <cstdlib>
 #include <ctime>
+#include <memory>
 
 #include "virtual_instrument/platform/calendar.h"
+#include "virtual_instrument/platform/ordinary_file.h"
 #include "virtual_instrument/platform/process_end.h"
 
 namespace virtual_instrument {
 namespace {
+
+FileState state_of(HANDLE file, std::size_t limit) {
+  if (GetFileType(file) != FILE_TYPE_DISK) {
+    return FileState::kNotOrdinary;
+  }
+  BY_HANDLE_FILE_INFORMATION status{};
+  if (!GetFileInformationByHandle(file, &status)) {
+    return FileState::kUnreadable;
+  }
+  if ((status.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    return FileState::kFolder;
+  }
+  const std::uint64_t size =
+      (static_cast<std::uint64_t>(status.nFileSizeHigh) << 32) + status.nFileSizeLow;
+  return size > limit ? FileState::kTooLarge : FileState::kRead;
+}
+
+/// The file may become longer meanwhile.
+FileReading read_open_file(HANDLE file, std::size_t limit) {
+  FileReading reading{FileState::kRead, {}};
+  std::array<char, 16384> part;
+  for (;;) {
+    DWORD count = 0;
+    if (!ReadFile(file, part.data(), static_cast<DWORD>(part.size()), &count, nullptr)) {
+      return {FileState::kUnreadable, {}};
+    }
+    if (count == 0) {
+      return reading;
+    }
+    reading.text.append(part.data(), count);
+    if (reading.text.size() > limit) {
+      return {FileState::kTooLarge, {}};
+    }
+  }
+}
 
 void (*at_process_end)() = nullptr;
 
@@ -29,6 +67,19 @@ CalendarTime local_calendar_time(std::int64_t time) {
   }
   return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
           parts.tm_hour,        parts.tm_min,     parts.tm_sec};
+}
+
+FileReading read_ordinary_file(const std::filesystem::path& path, std::size_t limit) {
+  // A folder can be opened with this flag alone.
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    return {FileState::kUnreadable, {}};
+  }
+  const std::unique_ptr<void, decltype(&CloseHandle)> closing(file, CloseHandle);
+  const FileState state = state_of(file, limit);
+  return state == FileState::kRead ? read_open_file(file, limit) : FileReading{state, {}};
 }
 
 // In a library std::atexit() waits until the system unloads it, when all other threads are gone.

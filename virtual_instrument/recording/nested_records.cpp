@@ -4,76 +4,51 @@
 #include <cstddef>
 #include <memory>
 
+#include "record_form/record_shape.h"
+
 namespace virtual_instrument {
 namespace {
 
-/// Frees a nest that is not finished: what is not there yet is null.
-struct DeleteData {
+/// Owns a nest while it is built, with null for what is still to come.
+struct FreeNest {
   template <typename Data>
   void operator()(Data* data) const {
-    delete_data(data);
+    free_nest(data);
   }
 };
 
 template <typename Data>
-using Nest = std::unique_ptr<Data, DeleteData>;
+using Nest = std::unique_ptr<Data, FreeNest>;
 
-/// Puts an array of null pointers in its place, then fills it entry by entry, so that whoever frees
-/// the nest finds all of it.
+/// Allocates an array of null pointers and then fills it entry by entry, so that the nest can be
+/// freed at any moment.
 template <typename Entry, typename Values, typename Make>
 void fill_array(Entry**& array, std::uint32_t& count, const Values& values, Make make) {
   array = new Entry* [values.size()] {};
   count = static_cast<std::uint32_t>(values.size());
-  for (std::size_t place = 0; place < values.size(); ++place) {
-    make(array[place], values[place]);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    make(array[i], values[i]);
   }
 }
 
-void make_point(kvr_TestData_Point*& place, const ResistancePoint& point) {
-  place = new kvr_TestData_Point(point.data);
-  place->transition = nullptr;
+void make_point(kvr_TestData_Point*& entry, const ResistancePoint& point) {
+  entry = new kvr_TestData_Point(point.data);
+  entry->transition = nullptr;
   if (point.transition) {
-    place->transition = new kvr_TestData_Transition(*point.transition);
+    entry->transition = new kvr_TestData_Transition(*point.transition);
   }
 }
 
-void make_tap(kvr_TestData_Tap*& place, const ResistanceTap& tap) {
-  place = new kvr_TestData_Tap{};
-  place->tap = tap.tap;
-  fill_array(place->points, place->point_count, tap.points, make_point);
+void make_tap(kvr_TestData_Tap*& entry, const ResistanceTap& tap) {
+  entry = new kvr_TestData_Tap{};
+  entry->tap = tap.tap;
+  fill_array(entry->points, entry->point_count, tap.points, make_point);
 }
 
-void make_taps(kvr_TestData_Taps*& place, const std::vector<ResistanceTap>& taps) {
+void make_taps(kvr_TestData_Taps*& entry, const std::vector<ResistanceTap>& taps) {
   if (!taps.empty()) {
-    place = new kvr_TestData_Taps{};
-    fill_array(place->taps, place->count, taps, make_tap);
-  }
-}
-
-template <typename Entry, typename Delete>
-void delete_array(Entry** array, std::uint32_t count, Delete delete_entry) {
-  for (std::uint32_t place = 0; array != nullptr && place < count; ++place) {
-    if (array[place] != nullptr) {
-      delete_entry(array[place]);
-    }
-  }
-  delete[] array;
-}
-
-void delete_point(kvr_TestData_Point* point) {
-  delete point->transition;
-  delete point;
-}
-
-void delete_tap(kvr_TestData_Tap* tap) {
-  delete_array(tap->points, tap->point_count, delete_point);
-  delete tap;
-}
-
-void delete_taps(kvr_TestData_Taps* taps) {
-  if (taps != nullptr) {
-    delete_array(taps->taps, taps->count, delete_tap);
-    delete taps;
+    entry = new kvr_TestData_Taps{};
+    fill_array(entry->taps, entry->count, taps, make_tap);
   }
 }
 
@@ -106,8 +81,8 @@ kvr_TestData_Demag* new_data(const DemagTest& test) {
   Nest<kvr_TestData_Demag> data(new kvr_TestData_Demag{});
   data->duration_ms = test.duration_ms;
   fill_array(data->phases, data->phase_count, test.phases,
-             [](kvr_TestData_Demag_Phase*& place, const kvr_TestData_Demag_Phase& phase) {
-               place = new kvr_TestData_Demag_Phase(phase);
+             [](kvr_TestData_Demag_Phase*& entry, const kvr_TestData_Demag_Phase& phase) {
+               entry = new kvr_TestData_Demag_Phase(phase);
              });
   return data.release();
 }
@@ -131,53 +106,6 @@ kvr_TestData_Drm* new_data(const DynamicResistanceTest& test) {
   }
   data->transition_count = static_cast<std::uint32_t>(test.transitions.size());
   return data.release();
-}
-
-void delete_data(kvr_TestData_Ratio_3ph* data) {
-  if (data != nullptr) {
-    delete_data(data->step_up);
-    delete_data(data->step_down);
-    delete data;
-  }
-}
-
-void delete_data(kvr_TestData_Resistance* data) {
-  if (data == nullptr) {
-    return;
-  }
-  if (data->sides != nullptr) {
-    delete_taps(data->sides->primary);
-    delete_taps(data->sides->secondary);
-    delete_taps(data->sides->tertiary);
-    delete data->sides;
-  }
-  delete data;
-}
-
-void delete_data(kvr_TestData_Demag* data) {
-  if (data != nullptr) {
-    delete_array(data->phases, data->phase_count,
-                 [](kvr_TestData_Demag_Phase* phase) { delete phase; });
-    delete data;
-  }
-}
-
-void delete_data(kvr_TestData_Impedance* data) {
-  if (data == nullptr) {
-    return;
-  }
-  if (data->tests != nullptr) {
-    delete[] data->tests->tests;
-    delete data->tests;
-  }
-  delete data;
-}
-
-void delete_data(kvr_TestData_Drm* data) {
-  if (data != nullptr) {
-    delete[] data->first_transition;
-    delete data;
-  }
 }
 
 }  // namespace virtual_instrument

@@ -177,6 +177,96 @@ TEST_F(PauseAtEndOfInput, PausesOnlyAtTheEndOfInput) {
   EXPECT_EQ(clock.sleeps_ms(), std::vector<std::int64_t>{100});
 }
 
+// Where the program ends with its input, in place of an answer and without a pause.
+
+class AtTheEndOfInput : public SessionTest {
+ protected:
+  AtTheEndOfInput() { ends_with_its_input = true; }
+  ~AtTheEndOfInput() override { EXPECT_THAT(clock.sleeps, IsEmpty()); }
+};
+
+TEST_F(AtTheEndOfInput, ANumberIsNoLongerWaitedFor) {
+  const Console console("");
+  EXPECT_THROW(read_int(), EndOfInput);
+  EXPECT_EQ(console.output(), "");
+}
+
+TEST_F(AtTheEndOfInput, ANumberWithoutALineFeedIsAnAnswer) {
+  const Console console("6");
+  EXPECT_EQ(read_int(), 6);
+  EXPECT_THROW(read_int(), EndOfInput);
+}
+
+TEST_F(AtTheEndOfInput, ANumberIsNotAskedForAgain) {
+  for (const char* const answers : {"letters", "-", "2147483648"}) {
+    const Console console(answers);
+    EXPECT_THROW(read_int(), EndOfInput) << answers;
+    EXPECT_EQ(console.output(), "") << answers;
+  }
+}
+
+TEST_F(AtTheEndOfInput, ANumberIsAskedForAgainOnceAfterALineOfLetters) {
+  const Console console("letters\n");
+  EXPECT_THROW(read_int(), EndOfInput);
+  EXPECT_EQ(console.output(), kWrongValue);
+}
+
+TEST_F(AtTheEndOfInput, ALineIsNoLongerWaitedFor) {
+  const Console console("\nlast");
+  std::string line;
+  read_line(line);
+  EXPECT_EQ(line, "");
+  read_line(line);
+  EXPECT_EQ(line, "last");
+  EXPECT_THROW(read_line(line), EndOfInput);
+}
+
+TEST_F(AtTheEndOfInput, AWordIsNoLongerWaitedFor) {
+  const Console console("\n\nY");
+  std::string word;
+  read_word(word);
+  EXPECT_EQ(word, "Y");
+  EXPECT_THROW(read_word(word), EndOfInput);
+}
+
+TEST_F(AtTheEndOfInput, APauseIsNotMade) {
+  const Console console("a");
+  pause_at_end_of_input();
+  next_line();
+  next_line();
+  EXPECT_THROW(pause_at_end_of_input(), EndOfInput);
+}
+
+TEST_F(AtTheEndOfInput, NoPromptHasAnAnswer) {
+  api.answer_always(ApiCall::CheckRecordExists, {.exists = true});
+  for (const char* const answers : {"", "x"}) {
+    const auto expect_end = [answers](auto prompt) {
+      const Console console(answers);
+      EXPECT_THROW(
+          {
+            prompt();  // some take the last line
+            prompt();
+          },
+          EndOfInput)
+          << answers;
+    };
+    expect_end(prompt_test_id);
+    expect_end(prompt_record_id);
+    expect_end(prompt_csv_name);
+    expect_end(choose_raw_data);
+    expect_end(choose_winding_connection);
+    expect_end(prompt_nameplate_ratio);
+  }
+}
+
+TEST_F(AtTheEndOfInput, AFailureThatIsNoEndIsNone) {
+  const Console console("5\n");
+  std::cin.setstate(std::ios::failbit);
+  std::string line = "before";
+  read_line(line);
+  EXPECT_EQ(line, "before");
+}
+
 class PromptTestId : public SessionTest {};
 
 const std::string kAskTestId = "Test ID (leave empty for date/time): ";

@@ -28,7 +28,8 @@ TEST(Session, StartsWithItsNamesAndNothingElse) {
                   << "\ndevice_software_version " << device_software_version << "\nclient_api_info "
                   << zero_or_not(client_api_info) << "\ndevice_info " << zero_or_not(device_info)
                   << "\ndevice_status " << zero_or_not(device_status) << "\nraw_data_enabled "
-                  << raw_data_enabled << "\nrun_file_name " << run_file_name << "\nexit_requested "
+                  << raw_data_enabled << "\nrun_file_name " << run_file_name
+                  << "\nends_with_its_input " << ends_with_its_input << "\nexit_requested "
                   << exit_requested << "\nstop_signal_seen " << stop_signal_seen
                   << "\nstop_handler " << (stop_handler ? "set" : "empty") << '\n';
         std::_Exit(0);
@@ -44,6 +45,7 @@ TEST(Session, StartsWithItsNamesAndNothingElse) {
                   "device_status zero\n"
                   "raw_data_enabled 1\n"
                   "run_file_name kvr\n"
+                  "ends_with_its_input 0\n"
                   "exit_requested 0\n"
                   "stop_signal_seen 0\n"
                   "stop_handler empty\n"));

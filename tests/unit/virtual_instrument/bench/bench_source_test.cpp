@@ -66,6 +66,41 @@ TEST_F(BenchSourceTest, AMissingFileIsReportedOnceAndReadWhenItComes) {
   EXPECT_EQ(serial(), "one");
 }
 
+TEST_F(BenchSourceTest, AFolderIsToldOnceAndTheFileTakenThatComesInItsPlace) {
+  write("[instrument]\nserial_number = \"one\"\n");
+  EXPECT_EQ(serial(), "one");
+  std::filesystem::remove(folder_.path() / "b.toml");
+  std::filesystem::create_directory(folder_.path() / "b.toml");
+  EXPECT_EQ(serial(), "one");
+  EXPECT_EQ(serial(), "one");
+  EXPECT_THAT(problems_, ElementsAre(name() + ": is a folder; expected a bench file"));
+  std::filesystem::remove(folder_.path() / "b.toml");
+  write("[instrument]\nserial_number = \"two\"\n");
+  EXPECT_EQ(serial(), "two");
+}
+
+TEST_F(BenchSourceTest, AFileBeyondOneMebibyteIsToldOnceAndTakenOnceItIsSmaller) {
+  const std::string two = "[instrument]\nserial_number = \"two\"\n#";
+  const std::string largest = two + std::string((1 << 20) - two.size(), 'x');
+  write(largest + "x");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_THAT(problems_, ElementsAre(name() + ": is larger than 1 MiB; expected a bench file"));
+  write(largest);
+  EXPECT_EQ(serial(), "two");
+}
+
+TEST_F(BenchSourceTest, EachTroubleWithTheFileIsToldWhenItComes) {
+  EXPECT_EQ(serial(), "VI-000001");
+  std::filesystem::create_directory(folder_.path() / "b.toml");
+  EXPECT_EQ(serial(), "VI-000001");
+  std::filesystem::remove(folder_.path() / "b.toml");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_THAT(problems_, ElementsAre(name() + ": can't be read; expected a bench file",
+                                     name() + ": is a folder; expected a bench file",
+                                     name() + ": can't be read; expected a bench file"));
+}
+
 TEST_F(BenchSourceTest, AnEmptyFileIsOneThatIsBeingWritten) {
   write("[instrument]\nserial_number = \"one\"\n");
   EXPECT_EQ(serial(), "one");

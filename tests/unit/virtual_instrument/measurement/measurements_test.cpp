@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "record_form/record_shape.h"
 #include "unit/virtual_instrument/model/units.h"
 #include "virtual_instrument/recording/nested_records.h"
 
@@ -416,7 +417,7 @@ TEST(DynamicResistance, NeedsATapChangerUnderLoad) {
 struct DeleteData {
   template <typename Data>
   void operator()(Data* data) const {
-    delete_data(data);
+    free_nest(data);
   }
 };
 
@@ -463,11 +464,11 @@ TEST(NestedRecords, OtherNestsHoldWhatTheirValuesHold) {
 }
 
 TEST(NestedRecords, NothingIsDeletedForNull) {
-  delete_data(static_cast<kvr_TestData_Ratio_3ph*>(nullptr));
-  delete_data(static_cast<kvr_TestData_Resistance*>(nullptr));
-  delete_data(static_cast<kvr_TestData_Demag*>(nullptr));
-  delete_data(static_cast<kvr_TestData_Impedance*>(nullptr));
-  delete_data(static_cast<kvr_TestData_Drm*>(nullptr));
+  free_nest(static_cast<kvr_TestData_Ratio_3ph*>(nullptr));
+  free_nest(static_cast<kvr_TestData_Resistance*>(nullptr));
+  free_nest(static_cast<kvr_TestData_Demag*>(nullptr));
+  free_nest(static_cast<kvr_TestData_Impedance*>(nullptr));
+  free_nest(static_cast<kvr_TestData_Drm*>(nullptr));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "record_form/record_shape.h"
 #include "unit/virtual_instrument/model/units.h"
 #include "virtual_instrument/model/phasor.h"
 #include "virtual_instrument/recording/nested_records.h"
@@ -549,7 +550,7 @@ TEST(ThreePhaseRatio, NestsAsTheBoundaryWantsThem) {
   EXPECT_EQ(data->step_up->test_type, KVR_TEST_RATIO_UP);
   EXPECT_EQ(data->step_up->step_up, nullptr);
   EXPECT_EQ(data->setup.windings[0].voltage, 11000);
-  delete_data(data);
+  free_nest(data);
 }
 
 }  // namespace
