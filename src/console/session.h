@@ -18,7 +18,9 @@ extern kvr_ClientAPIInfo client_api_info;
 extern kvr_DeviceInfo device_info;  ///< all zero when the instrument did not tell
 extern kvr_Status device_status;    ///< as of the last pass of the main menu
 extern bool raw_data_enabled;       ///< tests ask for RAW data and leave a RAW file
-extern std::string& run_file_name;  ///< file of the run in progress
+/// File of the run in progress, "kvr" between runs. Nothing in this program reads it: it is there
+/// for callers beyond it and for debuggers. Only flows/voltage_run.cpp sets it.
+extern std::string& run_file_name;
 
 /// Tells the main menu to stop. Set by on_status on the library's thread: a plain flag on purpose,
 /// since that thread ends the process a moment later.

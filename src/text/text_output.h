@@ -56,7 +56,7 @@ class KVR_Text_Output {
   /// What a running test has saved so far. Leaves `out` in fixed notation with precision 8.
   static void ProgressToText(const kvr_TestData_Progress* record, std::ostringstream& out);
 
-  // DRM results (other_text.cpp).
+  // DRM results (drm_text.cpp).
 
   static void DrmSummaryToText(const kvr_TestData_Drm* record, std::ostringstream& out);
 
