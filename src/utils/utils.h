@@ -111,7 +111,7 @@ class Utils {
   /// Without a last "_" and what follows it, if a digit follows it.
   static std::string strip_numeric_suffix(const std::string& text);
   /// CRC-16/ARC of a byte run; 0 for a null or empty one.
-  static std::uint16_t crc16(const kvr_ByteRun& bytes);
+  static std::uint16_t crc16(const ByteRun& bytes);
 
   // Deep copies of results and their disposal (record_copies.cpp). A clone owns all that it
   // reaches and nothing in it points into the source; a null source gives null. Counts in the
@@ -165,9 +165,9 @@ class Utils {
   static bool near_equal(double a, double b);
   static bool near_equal(float a, float b);
   static bool equal_name(const char (&a)[31], const char (&b)[31]);
-  static bool equal_block(const kvr_Block116& a, const kvr_Block116& b);
-  static bool equal_limits(const kvr_Limits& a, const kvr_Limits& b);
-  static bool equal_settings(const kvr_Settings& a, const kvr_Settings& b);
+  static bool equal_block(const ComparedBlock& a, const ComparedBlock& b);
+  static bool equal_limits(const ComparedLimits& a, const ComparedLimits& b);
+  static bool equal_settings(const ComparedSettings& a, const ComparedSettings& b);
 };
 
 /// Whether a file can be opened for reading. A folder counts as not existing.

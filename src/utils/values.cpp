@@ -82,7 +82,7 @@ std::string Utils::strip_numeric_suffix(const std::string& text) {
   return has_suffix ? text.substr(0, mark) : text;
 }
 
-std::uint16_t Utils::crc16(const kvr_ByteRun& bytes) {
+std::uint16_t Utils::crc16(const ByteRun& bytes) {
   if (bytes.data == nullptr) {
     return 0;
   }

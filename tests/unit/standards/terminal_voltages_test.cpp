@@ -18,13 +18,13 @@ namespace {
 
 using Phasor = std::complex<double>;
 
-Phasor unit_phasor(double degrees) { return std::polar(1.0, degrees * std::numbers::pi / 180); }
+Phasor phasor_at(double degrees) { return std::polar(1.0, degrees * std::numbers::pi / 180); }
 
 /// Voltage of a terminal mark such as "H1" or "X0" against the neutral, by its number and the lag
 /// of its side. The neutral of a side without one is the middle of its triangle.
 Phasor terminal_voltage(const std::string& mark, double lag) {
   const int number = mark.at(1) - '0';
-  return number == 0 ? Phasor() : unit_phasor(-120.0 * (number - 1) - lag);
+  return number == 0 ? Phasor() : phasor_at(-120.0 * (number - 1) - lag);
 }
 
 Phasor voltage(const std::string& label, double lag) {

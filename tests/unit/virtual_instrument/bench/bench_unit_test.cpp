@@ -66,8 +66,9 @@ struct Courses {
 };
 
 Courses courses(const PeriodicState& state) {
-  return {course(terminal_voltage(state, kHighSide, {1, 2})),
-          course(terminal_voltage(state, kLowSide, {1, 2})), course(state.drive_current[0])};
+  return {terminal_waveform(terminal_voltage(state, kHighSide, {1, 2})),
+          terminal_waveform(terminal_voltage(state, kLowSide, {1, 2})),
+          terminal_waveform(state.source_current[0])};
 }
 
 struct Reading {

@@ -45,8 +45,8 @@ TEST_F(DemonstrationStore, HasEveryFamilyUnderIdsThatCanBeTyped) {
   ASSERT_EQ(store_->list(SortKey::kDateTime, true, labels), KVR_RES_OK);
   std::set<std::string_view> families;
   std::set<kvr_TestType> types;
-  for (std::uint32_t place = 0; place < labels->count; ++place) {
-    const kvr_TestLabel& label = labels->entries[place];
+  for (std::uint32_t i = 0; i < labels->count; ++i) {
+    const kvr_TestLabel& label = labels->entries[i];
     EXPECT_LE(std::strlen(label.record_id), 16U) << label.record_id;
     EXPECT_EQ(label.test_count, 1U);
     EXPECT_STREQ(label.asset_id, "T-500-11");

@@ -77,16 +77,16 @@ TEST(Resistance, FallsFromTapToTapAsTurnsDo) {
   const TransformerUnit unit = with_tap_changer(three_phase_unit(), KVR_TAP_CHANGER_OLTC);
   const ResistanceTest test = resistance_test(unit, family_settings(50));
   ASSERT_EQ(test.sides[kHighSide].size(), 5U);
-  for (std::size_t place = 0; place < 5; ++place) {
-    const ResistanceTap& tap = test.sides[kHighSide][place];
-    EXPECT_EQ(tap.tap, static_cast<int>(place) + 1);
-    const double turns = 1 + (static_cast<double>(place) - 2) * -0.025;
+  for (std::size_t i = 0; i < 5; ++i) {
+    const ResistanceTap& tap = test.sides[kHighSide][i];
+    EXPECT_EQ(tap.tap, static_cast<int>(i) + 1);
+    const double turns = 1 + (static_cast<double>(i) - 2) * -0.025;
     EXPECT_NEAR(tap.points[0].data.rm, unit.windings[0].resistance * 2 / 3 * turns, 1e-3);
-    ASSERT_EQ(tap.points[0].transition.has_value(), place > 0);
-    if (place > 0) {
+    ASSERT_EQ(tap.points[0].transition.has_value(), i > 0);
+    if (i > 0) {
       EXPECT_EQ(tap.points[0].transition->status, KVR_RES_OK);
-      EXPECT_EQ(tap.points[0].transition->from, static_cast<int>(place));
-      EXPECT_EQ(tap.points[0].transition->to, static_cast<int>(place) + 1);
+      EXPECT_EQ(tap.points[0].transition->from, static_cast<int>(i));
+      EXPECT_EQ(tap.points[0].transition->to, static_cast<int>(i) + 1);
     }
     EXPECT_FALSE(tap.points[1].transition.has_value());
   }

@@ -352,7 +352,7 @@ TEST(SinglePhaseRatio, ALowSideTurnedRoundShowsAsHalfATurn) {
            kDegrees;
   };
   EXPECT_NEAR(shift(), 0, 0.01);
-  bench.defects.reversed_leg[kLowSide][0] = true;
+  bench.defects.reversed_winding[kLowSide][0] = true;
   EXPECT_NEAR(std::abs(shift()), 180, 0.01);
   bench.transformer.vector_group.clock = 6;
   EXPECT_NEAR(shift(), 0, 0.01);

@@ -415,7 +415,7 @@ TEST(ThreePhaseRatio, ATapOffTheMiddleShowsAsRatioError) {
 
 TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.reversed_leg[kLowSide][1] = true;
+  unit.faults.reversed_winding[kLowSide][1] = true;
   const ThreePhaseRatio result = measure(unit, step_down(unit));
   ASSERT_EQ(result.code, KVR_RES_OK);
   // With one of three legs reversed, a third of the positive sequence remains, and two thirds of
@@ -428,7 +428,7 @@ TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
 TEST(ThreePhaseRatio, AReversedDeltaLegIsAShortCircuit) {
   TransformerUnit unit = three_phase_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_D, 1};
-  unit.faults.reversed_leg[kLowSide][0] = true;
+  unit.faults.reversed_winding[kLowSide][0] = true;
   kvr_Ratio3phRequest request = step_down(unit);
   request.test_voltage = 250;
   EXPECT_EQ(measure(unit, request).code, KVR_RES_EXCITATION_CURRENT_TOO_HIGH);

@@ -39,9 +39,9 @@ struct State {
 };
 
 State balanced(const TransformerUnit& unit, double voltage) {
-  const std::vector<Drive> drives = pair_drives(kHighSide, {1, 2}, voltage);
-  const PeriodicState state = solve_network(unit_network(unit, 1e12), drives, unit.frequency);
-  return {rms(waveform(state.drive_current[0], 256)),
+  const std::vector<VoltageSource> sources = pair_sources(kHighSide, {1, 2}, voltage);
+  const PeriodicState state = solve_network(unit_network(unit, 1e12), sources, unit.frequency);
+  return {rms(waveform(state.source_current[0], 256)),
           quotient(terminal_voltage(state, kHighSide, {1, 2})[1],
                    terminal_voltage(state, kLowSide, {1, 2})[1])};
 }
