@@ -89,8 +89,8 @@ using failing_files::Call;
 
 extern "C" {
 
-// File streams open their files by one of these two calls: by the first with the C++ library of GCC 14,
-// by the second with that of GCC 12.
+// File streams open their files by one of these two calls: by the first with the C++ library of GCC
+// 14, by the second with that of GCC 12.
 std::FILE* fopen(const char* name, const char* mode) {
   static const auto real = failing_files::next<decltype(fopen)>("fopen");
   return failing_files::fails(Call::kOpen) ? nullptr : real(name, mode);
