@@ -17,7 +17,7 @@ std::size_t checked_connection_type(const kvr_TestSetup& setup, const char* wher
 }
 
 std::size_t winding_index(const kvr_TestSetup& setup, SideOfPair side, const char* where) {
-  return kWindingOfSide[checked_connection_type(setup, where)][side];
+  return kWindingOfSide[checked_connection_type(setup, where)][static_cast<std::size_t>(side)];
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ inline std::unique_lock<std::mutex> lock_within(std::mutex& mutex,
   std::unique_lock lock(mutex, std::try_to_lock);
   while (!lock && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    lock.try_lock();
+    static_cast<void>(lock.try_lock());  // the lock itself knows
   }
   return lock;
 }
