@@ -7,6 +7,7 @@
 #include "fuzz/fuzz_target.h"
 #include "fuzz/typed_answers.h"
 #include "records/record_menu.h"
+#include "shell/label_menu.h"
 #include "shell/main_menu.h"
 #include "shell/start_up.h"
 #include "support/process.h"
@@ -27,7 +28,8 @@ constexpr std::size_t kMostCalls = 100;
 void all_menus() {
   constexpr MenuItem kItems[] = {{1, "Three Phase Test", three_phase_menu},
                                  {2, "Single Phase Test", Single_Phase},
-                                 {3, "Records", record_menu}};
+                                 {3, "Records", record_menu},
+                                 {4, "Terminal labels", label_menu}};
   run_main_menu(kItems);
 }
 

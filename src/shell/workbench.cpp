@@ -6,6 +6,7 @@
 #include "console/session.h"
 #include "flows/three_phase.h"
 #include "records/record_menu.h"
+#include "shell/label_menu.h"
 #include "shell/main_menu.h"
 #include "shell/start_up.h"
 
@@ -16,9 +17,9 @@ constexpr int kRefused = 2;
 constexpr const char* kUsage =
     "Usage: tester-workbench [--debug] [--quiet] [--serialport PORT]\n"
     "\n"
-    "Tests three-phase windings with a connected instrument, and lists, shows, exports and "
-    "deletes\n"
-    "the test records that it has stored. Every answer is a number or a line, ended by Enter.\n"
+    "Tests three-phase windings with a connected instrument, shows, exports and deletes the\n"
+    "test records that it has stored, and looks terminal labels up. Every answer is a number\n"
+    "or a line, ended by Enter.\n"
     "\n"
     "  --debug            ask the client library for its debug mode\n"
     "  --quiet            ask the client library for its quiet mode\n"
@@ -72,7 +73,8 @@ int run_workbench(const std::vector<std::string>& arguments) {
   ends_with_its_input = true;
   return run_session(arguments, [] {
     constexpr MenuItem kItems[] = {{1, "Three Phase Test", three_phase_menu},
-                                   {2, "Records", record_menu}};
+                                   {2, "Records", record_menu},
+                                   {3, "Terminal labels", label_menu}};
     run_main_menu(kItems);
   });
 }

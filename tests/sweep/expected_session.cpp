@@ -500,7 +500,7 @@ class Session {
   }
 
   void workbench_menus() {
-    const string items = "1. Three Phase Test\n2. Records\n";
+    const string items = "1. Three Phase Test\n2. Records\n3. Terminal labels\n";
     main_menu(items);
     type("1");
     three_phase("1", "", "8x2", {8, 8}, "R1");

@@ -422,9 +422,10 @@ TEST_F(RunSession, OfTheConsoleTester) {
 }
 
 TEST_F(RunSession, OfTheWorkbench) {
-  const Console console("1\n1\n0\n2\n0\n0\n");
+  const Console console("1\n1\n0\n2\n0\n3\n0\n0\n");
   EXPECT_EQ(run_workbench({}), 0);
-  const std::string menu = kMainMenuHead + "1. Three Phase Test\n2. Records\n0. Exit\n";
+  const std::string menu =
+      kMainMenuHead + "1. Three Phase Test\n2. Records\n3. Terminal labels\n0. Exit\n";
   EXPECT_EQ(console.output(), head() + kConnectionMenu + kUsb + kDevice + menu +
                                   "\nChoose Measurement Type\n"
                                   "1. Auto Test 3 Ph\n"
@@ -440,6 +441,13 @@ TEST_F(RunSession, OfTheWorkbench) {
                                   "3. Export records to csv\n"
                                   "4. Delete record\n"
                                   "9. Clear database\n"
+                                  "0. Cancel\n" +
+                                  menu +
+                                  "\n== Choose menu item ==\n\n"
+                                  "1. H1 H2 H3, X1 X2 X3, Y1 Y2 Y3\n"
+                                  "2. 1U 1V 1W, 2U 2V 2W, 3U 3V 3W\n"
+                                  "3. A2 B2 C2, a2 b2 c2\n"
+                                  "4. A B C, a b c\n"
                                   "0. Cancel\n" +
                                   menu + kEnd);
 }

@@ -106,8 +106,9 @@ TEST_F(WorkbenchOptions, AreThoseOfTheConsoleTester) {
   EXPECT_EQ(start({}), "kvr_Lib_Initialize init_mode=2 debug_mode=0 quiet_mode=0" + rest);
   EXPECT_EQ(start({"--debug", "--quiet"}),
             "kvr_Lib_Initialize init_mode=2 debug_mode=1 quiet_mode=1" + rest);
-  EXPECT_EQ(start({"--serialport", "COM3", "--quiet"}),
-            "kvr_Lib_InitializeTestStation port=\"COM3\" init_mode=2 debug_mode=0 quiet_mode=1" + rest);
+  EXPECT_EQ(
+      start({"--serialport", "COM3", "--quiet"}),
+      "kvr_Lib_InitializeTestStation port=\"COM3\" init_mode=2 debug_mode=0 quiet_mode=1" + rest);
 }
 
 }  // namespace
