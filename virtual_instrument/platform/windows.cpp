@@ -82,9 +82,9 @@ FileReading read_ordinary_file(const std::filesystem::path& path, std::size_t li
   return state == FileState::kRead ? read_open_file(file, limit) : FileReading{state, {}};
 }
 
-// In a library, functions of std::atexit() are called only when the system unloads it, after all
-// other threads have ended. exit() calls those of _onexit(), as in a program those of
-// std::atexit().
+// In a library, functions of std::atexit() run only when the system unloads it, after all other
+// threads have ended. exit() calls those of _onexit(), as it does those of std::atexit() in a
+// program.
 void call_at_process_end(void (*action)()) noexcept {
   keep_this_library_loaded();
   at_process_end = action;
