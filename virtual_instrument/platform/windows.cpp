@@ -83,8 +83,7 @@ FileReading read_ordinary_file(const std::filesystem::path& path, std::size_t li
 }
 
 // In a library, functions of std::atexit() run only when the system unloads it, after all other
-// threads have ended. exit() calls those of _onexit(), as it does those of std::atexit() in a
-// program.
+// threads have ended. exit() calls those of _onexit(), in a program also those of std::atexit().
 void call_at_process_end(void (*action)()) noexcept {
   keep_this_library_loaded();
   at_process_end = action;
