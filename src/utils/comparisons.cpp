@@ -18,7 +18,7 @@ bool Utils::near_equal(double a, double b) { return differ_by_less_than_epsilon(
 
 bool Utils::near_equal(float a, float b) { return differ_by_less_than_epsilon(a, b); }
 
-// All bytes count, also those behind the terminator.
+// All bytes count, also those after the terminator.
 bool Utils::equal_name(const char (&a)[31], const char (&b)[31]) {
   return std::memcmp(a, b, sizeof(a)) == 0;
 }

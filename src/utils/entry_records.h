@@ -3,14 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 
-// Small records of the client library's side that no call of this program delivers. Their names are
-// ours; their layout is pinned.
+// Small records of the client library's side that no call of this program delivers. Their layout is
+// pinned.
 
 struct kvr_NamedEntry {
   std::int32_t code;
   char name[30];
   char reserved_34[2];
-  std::uint32_t value_a;  ///< copied, never interpreted, as the two below
+  std::uint32_t value_a;  ///< copied, never interpreted, like the two below
   std::uint32_t value_b;
   std::uint32_t value_c;
 };

@@ -37,7 +37,7 @@ void put_head(const kvr_TestLabel& head, kvr_TestRecord& record) {
 
 }  // namespace
 
-kvr_code check_store(const StatusSettings& status, bool for_writing) {
+kvr_code check_store(const StatusSettings& status, const SqliteStore& store, bool for_writing) {
   if (!status.secondary_sd_mounted) {
     return KVR_RES_SECONDARY_SDCARD_MISSING;
   }
@@ -47,7 +47,10 @@ kvr_code check_store(const StatusSettings& status, bool for_writing) {
   if (!status.database_loaded) {
     return KVR_RES_SQL_DATABASE_ERROR;
   }
-  if (for_writing && status.secondary_sd_read_only) {
+  if (const kvr_code state = store.state(); state != KVR_RES_OK) {
+    return state;
+  }
+  if (for_writing && (status.secondary_sd_read_only || store.is_read_only())) {
     return KVR_RES_SECONDARY_SDCARD_READ_ONLY;
   }
   return KVR_RES_OK;
@@ -65,7 +68,7 @@ kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, Sq
   if (header.save_mode == KVR_SAVE_NOTHING) {
     return KVR_RES_OK;
   }
-  if (const kvr_code code = check_store(bench.status, true); code != KVR_RES_OK) {
+  if (const kvr_code code = check_store(bench.status, store, true); code != KVR_RES_OK) {
     return code;
   }
   kvr_TestLabel stored;
@@ -92,7 +95,7 @@ kvr_code keep_test(const kvr_TestRequestHeader& header, kvr_TestType type,
   if (header.save_mode == KVR_SAVE_NOTHING) {
     return KVR_RES_OK;
   }
-  if (const kvr_code code = check_store(bench.status, true); code != KVR_RES_OK) {
+  if (const kvr_code code = check_store(bench.status, store, true); code != KVR_RES_OK) {
     return code;
   }
   if (header.save_mode == KVR_SAVE_ADD_TO_RECORD) {

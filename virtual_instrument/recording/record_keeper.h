@@ -14,8 +14,9 @@
 
 namespace virtual_instrument {
 
-/// KVR_RES_OK, or why the bench's store can't be used, for writing or for reading alone.
-kvr_code check_store(const StatusSettings& status, bool for_writing);
+/// KVR_RES_OK, or why records can't be stored, or can't even be read: the card, the database or the
+/// store itself.
+kvr_code check_store(const StatusSettings& status, const SqliteStore& store, bool for_writing);
 
 /// KVR_RES_OK, or why a test asked for with `header` could not be kept once it is done.
 kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, SqliteStore& store,

@@ -251,11 +251,13 @@ kvr_code Session::get_status(kvr_Status* status) {
   *status = {};
   status->device_status_code = settings.device_status_code;
   status->api_locked = flag(locked_ || settings.api_locked);
-  status->database_loaded = flag(settings.database_loaded && store_->state() == KVR_RES_OK);
+  // The database is on the card, so without the card there is none: clients see by this flag that
+  // no test can be stored.
+  status->database_loaded = flag(check_store(settings, *store_, false) == KVR_RES_OK);
   status->measurement_board_connected = flag(settings.measurement_board_connected);
   status->emergency_button_pressed = flag(settings.emergency_button_pressed);
   status->secondary_sd_mounted = flag(settings.secondary_sd_mounted);
-  status->secondary_sd_read_only = flag(settings.secondary_sd_read_only);
+  status->secondary_sd_read_only = flag(settings.secondary_sd_read_only || store_->is_read_only());
   status->primary_sd_error = flag(settings.primary_sd_error);
   status->secondary_sd_error = flag(settings.secondary_sd_error);
   return KVR_RES_OK;
@@ -504,7 +506,7 @@ kvr_code Session::store_fault(bool for_writing) {
   if (for_writing && testing_) {
     return KVR_RES_TESTING_IN_PROGRESS;
   }
-  return check_store(bench->status, for_writing);
+  return check_store(bench->status, *store_, for_writing);
 }
 
 kvr_code Session::check_record_exists(const char* record_id, bool* exists) {

@@ -353,7 +353,8 @@ void SqliteStore::open(const StoreOptions& options) {
   if (size_of(options.path) <= kCheckedWhole) {
     check_integrity(*database_);
   }
-  if (options.read_only || database_->is_read_only()) {
+  read_only_ = options.read_only || database_->is_read_only();
+  if (read_only_) {
     database_->run("PRAGMA query_only = ON");
     return;
   }

@@ -58,6 +58,9 @@ class SqliteStore {
   /// KVR_RES_OK when the store can be used, else the code that every other call gives as well.
   kvr_code state() const { return state_; }
 
+  /// Whether changes are refused, because of the options or of the disk.
+  bool is_read_only() const { return read_only_; }
+
   /// Waits for the call that runs and closes the store: all records are then in the one file. The
   /// log beside it is removed unless another process uses the file.
   void close();
@@ -102,6 +105,7 @@ class SqliteStore {
 
   std::mutex mutex_;
   std::unique_ptr<SqliteConnection> database_;
+  bool read_only_ = false;
   bool keeps_log_ = false;  ///< whether there is a log that is this store's to move
   std::atomic<kvr_code> state_ = KVR_RES_OK;
 };

@@ -5,7 +5,9 @@
 #include <functional>
 #include <string>
 
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/session/client.h"
+#include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {
@@ -259,6 +261,14 @@ TEST_P(CardFaults, KeepRecordsOutOfReachButNotTestsThatAreNotStored) {
   EXPECT_EQ(test("T2", KVR_SAVE_NOTHING).code, KVR_RES_OK);
 }
 
+TEST_P(CardFaults, ShowInTheStatus) {
+  start(std::string("[status]\n") + GetParam().status + "\n");
+  kvr_Status status{};
+  ASSERT_EQ(kvr_GetStatus(&status), KVR_RES_OK);
+  EXPECT_EQ(status.database_loaded, GetParam().for_writing_only ? 1 : 0);
+  EXPECT_EQ(status.secondary_sd_read_only, GetParam().for_writing_only ? 1 : 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Records, CardFaults,
     testing::Values(
@@ -353,6 +363,30 @@ TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
   std::filesystem::remove(folder_.path() / "records.db");
   start(in_file(folder_.path() / "records.db"));
   EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+}
+
+// Before a test begins, not at its end.
+TEST_F(Records, AStoreOnADiskThatCannotBeWrittenShowsInTheStatusAndRefusesTests) {
+  const std::filesystem::path file = folder_.path() / "records.db";
+  EXPECT_EQ(SqliteStore({.path = file}).save_new(*ratio_record("T1").get(), 0), KVR_RES_OK);
+  {
+    WatchedDisk disk;
+    disk.set_read_only();
+    start(in_file(file));
+    kvr_Status status{};
+    EXPECT_EQ(kvr_GetStatus(&status), KVR_RES_OK);
+    EXPECT_EQ(status.database_loaded, 1);
+    EXPECT_EQ(status.secondary_sd_read_only, 1);
+    EXPECT_TRUE(exists("T1"));
+    bool begun = false;
+    kvr_ProgressHandler handler{
+        [](void* context, const kvr_Progress*) { *static_cast<bool*>(context) = true; }, &begun};
+    EXPECT_EQ(test("T2", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+    EXPECT_FALSE(begun);
+    EXPECT_EQ(kvr_DeleteRecord("T1"), KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+    EXPECT_EQ(test("T2", KVR_SAVE_NOTHING).code, KVR_RES_OK);
+    EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  }
 }
 
 TEST_F(Records, ADemonstrationFillsAStoreInMemoryThatAnotherSessionHasOpened) {
