@@ -14,8 +14,7 @@ namespace virtual_instrument {
 /// Holds the bench in force. With a file, each query reads the file again, so that a person can
 /// change the bench while the program runs. A file that can't be read, is no ordinary one, is
 /// larger than 1 MiB or has a mistake is reported once, and the last good bench stays in force; at
-/// first that is the built-in one. An empty file counts as one that is being written: it changes
-/// nothing.
+/// first that is the built-in one. An empty file, as one that is being written, changes nothing.
 ///
 /// Safe on any thread.
 class BenchSource {

@@ -35,8 +35,7 @@ ResistanceParts part_losses(const TransformerUnit& unit, const FamilySettings& s
 /// The same at another temperature, in degrees C.
 ResistanceParts corrected(const ResistanceParts& parts, double from, double to);
 
-/// Number of the equivalent star's impedances between two lines: two, or one in a single-phase
-/// unit.
+/// Impedances of the equivalent star between two lines: 2, or 1 in a single-phase unit.
 double pairs_per_star(const TransformerUnit& unit);
 
 /// Impedance of the equivalent star that would draw rated power, in ohm.
