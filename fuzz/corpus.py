@@ -3,7 +3,7 @@
 
   corpus.py pack FILE FOLDER      makes the file from all files of the folder, with any names
   corpus.py unpack FILE FOLDER    makes the folder, and in it a file of each input, named by its
-                                  number as the replay tells it
+                                  number as the replay prints it
 """
 
 import os

@@ -91,7 +91,7 @@ kvr_code make_step(SqliteStore& store, const std::string& name, int number) {
   return store.clear();
 }
 
-// ---- What a store has to hold --------------------------------------------------------------
+// ---- Expected contents ---------------------------------------------------------------------
 
 /// The stored forms of records by their IDs.
 using Contents = std::map<std::string, std::vector<std::byte>>;

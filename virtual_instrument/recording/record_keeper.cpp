@@ -11,8 +11,8 @@
 namespace virtual_instrument {
 namespace {
 
-/// A name from date and time, with a number behind it if a stored record has that name. A test that
-/// is not stored needs a name, too, where the store can't be asked.
+/// A name from date and time, followed by a number if a stored record has that name. A test that is
+/// not stored needs a name too, also when the store can't be read.
 std::string name_for(std::int64_t now, SqliteStore& store, const StoreSettings& settings) {
   const std::string name = time_text(now, settings.empty_id_format);
   const auto is_taken = [&store](const std::string& candidate) {
@@ -27,8 +27,7 @@ std::string name_for(std::int64_t now, SqliteStore& store, const StoreSettings& 
   return numbered;
 }
 
-/// Puts what lists tell of a stored record in front of a test of it, which was saved in a way of
-/// its own.
+/// Gives a test the head that lists show for its stored record, but keeps its own save mode.
 void put_head(const kvr_TestLabel& head, kvr_TestRecord& record) {
   const kvr_SaveMode save_mode = record.save_mode;
   std::memcpy(&record, &head, sizeof head);

@@ -109,7 +109,7 @@ std::shared_ptr<const Bench> Session::look_at_bench() {
   });
 }
 
-/// Carries out what the bench does by itself: losing the connection, pressing buttons.
+/// Applies the bench's own events: a lost connection, pressed buttons.
 void Session::look_locked(const Bench& bench) {
   if (connection_ != Connection::up) {
     return;
@@ -151,7 +151,7 @@ void Session::post_locked(kvr_code code, std::string text) {
   }
 }
 
-/// The first reason to stop is the one that the test ends with.
+/// The test ends with the first reason to stop.
 void Session::stop_test_locked(kvr_code code) {
   if (testing_ && stoppable_ && stop_code_ == KVR_RES_OK) {
     stop_code_ = code;
@@ -354,7 +354,7 @@ kvr_code Session::run_test(const TestJob& job, kvr_TestRecord** record) {
       fault != KVR_RES_OK) {
     return fault;
   }
-  kvr_code code = KVR_RES_INTERNAL_ERROR;  // what an exception in there leaves
+  kvr_code code = KVR_RES_INTERNAL_ERROR;  // the result after an exception
   std::thread([&] {
     try {
       code = carry_out(job, seed, record);
@@ -391,7 +391,7 @@ kvr_code Session::begin_test(const Bench& bench, std::uint64_t& seed) {
   testing_ = true;
   stoppable_ = true;
   stop_code_ = KVR_RES_OK;
-  // Each test of a session has noise of its own, and the same in every session.
+  // Each test of a session has noise of its own, the same in every session.
   seed = (static_cast<std::uint64_t>(bench.measurement.seed) << 32) + test_number_++;
   return KVR_RES_OK;
 }
@@ -419,7 +419,7 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
   if (const kvr_code stopped = pass_time(job, bench->measurement); stopped != KVR_RES_OK) {
     return stopped;
   }
-  // A lead that was opened meanwhile, say, has its part in the result.
+  // For example a lead that was opened meanwhile affects the result.
   if (std::shared_ptr<const Bench> changed = benches_->current(); changed != bench) {
     bench = std::move(changed);
     if (const kvr_code fault = job.check(*bench); fault != KVR_RES_OK) {
@@ -441,7 +441,7 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
   return measured.code;
 }
 
-/// The transformer keeps what tests do to its flux until the bench says otherwise.
+/// The transformer keeps the residual flux that tests leave, until the bench sets another one.
 const std::array<double, 3>& Session::residual_flux(const Bench& bench) {
   if (bench_flux_ != bench.transformer.residual_flux) {
     bench_flux_ = bench.transformer.residual_flux;
@@ -464,8 +464,8 @@ Session::Measured Session::measure(const TestJob& job, const Bench& bench, std::
   return measured;
 }
 
-/// Lets the time of the test pass and tells its progress. KVR_RES_OK if it came to its end, after
-/// which it can't be stopped any more; else the reason.
+/// Waits for the duration of the test and reports its progress. KVR_RES_OK at its end, after which
+/// it can't be stopped any more; else the reason to stop.
 kvr_code Session::pass_time(const TestJob& job, const MeasurementSettings& settings) {
   const Time begin = std::chrono::steady_clock::now();
   const auto is_stopped = [this] { return stop_code_ != KVR_RES_OK; };
