@@ -5,7 +5,7 @@
 #include "flows/single_phase.h"
 #include "flows/three_phase.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/typed_answers.h"
+#include "fuzz/typed_session.h"
 #include "records/record_menu.h"
 #include "shell/label_menu.h"
 #include "shell/main_menu.h"
@@ -88,7 +88,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (!can_be_run(script)) {
     return 0;
   }
-  const TypedAnswers typed(
+  const TypedSession typed(
       harmless(middle == std::string::npos ? input : input.substr(middle + 5)));
   answer_from(script);
   std::size_t calls = 0;

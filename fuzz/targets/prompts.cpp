@@ -6,7 +6,7 @@
 #include "flows/three_phase.h"
 #include "flows/voltage_plan.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/typed_answers.h"
+#include "fuzz/typed_session.h"
 
 // Types any text at one prompt of the dialogue; the first byte chooses the prompt.
 
@@ -83,7 +83,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   const std::string answers = harmless(std::string(as_text(data + 1, size - 1)));
   typed_no_zero_byte = answers.find('\0') == std::string::npos;
-  const TypedAnswers typed(answers);
+  const TypedSession typed(answers);
   try {
     kPrompts[data[0] % std::size(kPrompts)]();
   } catch (const WaitedForEver&) {  // the answers ended before the question

@@ -14,9 +14,9 @@
 /// A fresh session on the scripted library, an operator who types `answers`, and a clock that
 /// stands still. A wait for more input throws WaitedForEver. For targets that run no threads of
 /// their own.
-class TypedAnswers {
+class TypedSession {
  public:
-  explicit TypedAnswers(const std::string& answers) : input_(answers, std::ios::in) {
+  explicit TypedSession(const std::string& answers) : input_(answers, std::ios::in) {
     scripted_api().reset();
     reset_session();
     saved_cout_.copyfmt(std::cout);
@@ -30,15 +30,15 @@ class TypedAnswers {
       return 0;
     };
   }
-  ~TypedAnswers() {
+  ~TypedSession() {
     std::cin.rdbuf(saved_input_);
     std::cout.rdbuf(saved_output_);
     std::cout.copyfmt(saved_cout_);
     scripted_api().reset();
     reset_session();
   }
-  TypedAnswers(const TypedAnswers&) = delete;
-  TypedAnswers& operator=(const TypedAnswers&) = delete;
+  TypedSession(const TypedSession&) = delete;
+  TypedSession& operator=(const TypedSession&) = delete;
 
   std::string output() const { return output_.str(); }
 
@@ -48,8 +48,8 @@ class TypedAnswers {
   std::ios saved_cout_{nullptr};
   std::streambuf* saved_input_;
   std::streambuf* saved_output_;
-  static inline TestClock clock_{
-      kNoonInMarch};  // one for all: a clock sets the time zone, which takes its time
+  // One for all: a clock sets the time zone, which is slow.
+  static inline TestClock clock_{kNoonInMarch};
 };
 
 /// Removes what is valid but slow, plans of hundreds of tests, and paths to other folders.
