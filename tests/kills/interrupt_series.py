@@ -4,12 +4,12 @@ virtual instrument, each run in a process of its own.
 
   interrupt_series.py --program CONSOLE-TESTER --library FOLDER
 
-A run is interrupted by a stop signal, by two of them, by a kill, by a lost connection, by a disk that
-is full from some byte on, or by a results folder that vanishes. Afterwards: what was written before
-is intact, the program has reacted correctly, and the next run in the same folder is whole. A
+A run is interrupted by a stop signal, by one that ends the program, by two stop signals, by a kill, by
+a lost connection, by a disk that is full from some byte on, or by a results folder that vanishes.
+Afterwards: what was written before is intact, the program has reacted correctly, and the next run in the same folder is whole. A
 record store is one file if the process has ended by itself.
 
-KVR_SERIES_INTERRUPTIONS is the number of runs, 36 without it; KVR_SERIES_SEED their seed.
+KVR_SERIES_INTERRUPTIONS is the number of runs, 42 without it; KVR_SERIES_SEED their seed.
 """
 
 import argparse
@@ -27,7 +27,7 @@ import time
 from contextlib import closing
 from pathlib import Path
 
-RUNS = int(os.environ.get("KVR_SERIES_INTERRUPTIONS", "36"))
+RUNS = int(os.environ.get("KVR_SERIES_INTERRUPTIONS", "42"))
 SEED = int(os.environ.get("KVR_SERIES_SEED", "1"))
 SECONDS = 120  # until a run counts as hanging
 
@@ -45,7 +45,9 @@ SERIES_FILE = "3.4.0-SERIES.csv"
 NEXT_FILE = "NEXT.csv"
 RAW = ".RAW.csv"
 
-STOPS = {signal.SIGINT: 0, signal.SIGQUIT: 1, signal.SIGHUP: 2, signal.SIGTERM: 6}
+CANCELS = {signal.SIGINT: 0, signal.SIGQUIT: 1}
+ENDS = {signal.SIGHUP: 2, signal.SIGTERM: 6}  # these end the program after they cancelled
+STOPS = CANCELS | ENDS
 CANCELLING = "Cancelling current operation...\n"
 SECOND = " second signal - terminate immediately\n"
 END = "\nExiting...\nEND\n"
@@ -205,10 +207,24 @@ class Interruption:
     def stop_signal(self):
         self.run.start(ANSWERS)
         self.reach_a_moment()
-        self.send(self.chance.choice(list(STOPS)))
+        self.send(self.chance.choice(list(CANCELS)))
         status = self.run.finish()
         expect(status == 0 or CANCELLING in self.run.text(), "a stop signal was not reported")
         check_to_the_end(self.run, status, self.sound)
+
+    def ending_signal(self):
+        """The series comes to its end first, so its RAW data are there."""
+        number = self.chance.choice(list(ENDS))
+        self.run.start(ANSWERS)
+        self.reach_a_moment()
+        self.send(number)
+        status = self.run.finish()
+        if status != 0:  # the answers may lead to the end first
+            expect(status == ENDS[number], f"exit status {status}")
+            expect(CANCELLING in self.run.text() and SECOND in self.run.text(), "no words")
+        files = self.run.files()
+        check_beginnings(files, self.sound)
+        expect(SERIES_FILE + RAW in files, "no RAW data")
 
     def check_cut_off(self):
         """The process has ended at once: if that was in the series, there are no RAW data."""
@@ -227,6 +243,10 @@ class Interruption:
         self.send(second)
         status = self.run.finish()
         if SECOND not in self.run.text():  # at nearly the same time, or the menu came in between
+            if first in ENDS or second in ENDS:  # no further test begins, and the answers go on
+                expect(status == 0, f"exit status {status}")
+                check_beginnings(self.run.files(), self.sound)
+                return
             check_to_the_end(self.run, status, self.sound)
             return
         # Two signals sent together may be handled in either order.
@@ -322,8 +342,8 @@ class Interruption:
             expect(after[name].startswith(content) or name.endswith(RAW), f"{name} has changed")
 
 
-KINDS = (Interruption.stop_signal, Interruption.two_stop_signals, Interruption.kill,
-         Interruption.lose_connection, Interruption.fill_disk, Interruption.lose_folder)
+KINDS = (Interruption.stop_signal, Interruption.ending_signal, Interruption.two_stop_signals,
+         Interruption.kill, Interruption.lose_connection, Interruption.fill_disk, Interruption.lose_folder)
 WITH_STORE = (Interruption.two_stop_signals, Interruption.lose_connection)  # often ended by exit()
 
 
