@@ -25,7 +25,7 @@ void require_result(kvr_code code, const char* record_id) {
   }
 }
 
-/// The demonstration's transformer as the tests leave it, and the records made of it so far.
+/// The demonstration's transformer in its state after the tests so far, and their records.
 class DemonstrationSet {
  public:
   std::vector<DemonstrationRecord> make() {
@@ -59,7 +59,7 @@ class DemonstrationSet {
     return settings;
   }
 
-  /// Calls `make` once the record can free what it returns.
+  /// Calls `make` only when the record can own its result, so that an exception leaks nothing.
   template <typename Data, typename Make>
   void keep(const char* record_id, kvr_TestType type, Data** kvr_TestRecord::*family, Make make) {
     keep(record_id, type, nameplate_setup(unit_), family, make);
@@ -104,7 +104,7 @@ class DemonstrationSet {
          [&] { return new kvr_TestData_GoNoGo(result); });
   }
 
-  /// The built-in instrument, with noise of this test.
+  /// The built-in instrument, with this test's noise.
   Bench bench() const {
     Bench bench = built_in_bench();
     bench.measurement = settings().measurement;
@@ -126,7 +126,7 @@ class DemonstrationSet {
     keep(record_id, type, &kvr_TestRecord::data_ratio_3ph, [&] { return new_data(result); });
   }
 
-  /// As an operator enters it who tests a pair of windings: no group, and the ratio to 1.
+  /// The setup that an operator enters for a pair of windings: no group, and the ratio to 1.
   kvr_TestSetup pair_setup() const {
     kvr_TestSetup setup = nameplate_setup(unit_);
     for (const int side : {kHighSide, kLowSide}) {

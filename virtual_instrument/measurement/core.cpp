@@ -14,7 +14,7 @@ namespace {
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
-/// How the flux is reduced, and what part of a swing remains in the steel.
+/// The swings of the flux, and the fraction of a swing that remains in the steel.
 constexpr double kFirstSwing = 1.2;  ///< as a multiple of the knee
 constexpr double kNextSwing = 0.7;   ///< as a multiple of the swing before
 constexpr double kLastSwing = 0.01;  ///< as a multiple of the knee
@@ -60,7 +60,7 @@ double volts(const Network& network, const FamilySettings& settings, int side, T
       settings.measurement, noise)));
 }
 
-/// The difference between limbs that mirror each other.
+/// The difference between limbs that are symmetrical to each other.
 double imbalance(const kvr_TestData_MagneticBalance& data) {
   const auto cell = [&data](int row, int column) {
     return static_cast<double>(data.rows[row].cell[column].value);
@@ -69,7 +69,7 @@ double imbalance(const kvr_TestData_MagneticBalance& data) {
                    std::abs(cell(0, 2) - cell(2, 0))});
 }
 
-/// A bench whose limits no excitation test reaches.
+/// A bench with limits that no excitation test reaches.
 Bench open_bench(const FamilySettings& settings) {
   Bench bench{};
   bench.instrument.minimum_voltage = 0;
@@ -226,7 +226,7 @@ kvr_TestData_GoNoGo go_no_go_test(const TransformerUnit& unit, const FamilySetti
     data.status_minimum_inductance = KVR_RES_NOT_TESTED;
     return data;
   }
-  // An open unit with an impedance near that of its windings alone has a closed loop.
+  // If the impedance of an open unit is near that of its windings alone, turns form a closed loop.
   constexpr double kNear = 10;
   const Complex open = smallest_impedance(unit, settings, false, noise);
   const Complex joined = smallest_impedance(unit, settings, true, noise);

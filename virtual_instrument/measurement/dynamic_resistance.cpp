@@ -9,11 +9,11 @@
 namespace virtual_instrument {
 namespace {
 
-/// What a diverter puts into the circuit while it moves on: one transition resistor, both of them
-/// in parallel, the other one, and then the next tap.
+/// The resistors in the circuit while a diverter moves: the first one, both in parallel, the second
+/// one, then none at the next tap.
 struct ContactStep {
   double until_ms;
-  double resistors;  ///< in units of one
+  double resistors;  ///< in units of one resistor
 };
 
 constexpr std::array<ContactStep, 3> kContactSteps{{{18, 1.0}, {26, 0.5}, {44, 1.0}}};
@@ -31,7 +31,7 @@ double transition_resistance(const TransformerUnit& unit, double ms) {
   return 0;
 }
 
-/// Direct current through phase A of the high side, the low side's lines joined so that only
+/// Direct current through phase A of the high side, with the low side's lines joined, so that only
 /// leakage slows it down.
 struct Loop {
   double inductance;  ///< H
@@ -60,7 +60,7 @@ double tap_resistance(TransformerUnit unit, int position) {
                        terminal_node(kHighSide, pair.minus));
 }
 
-/// One step of the current over kSampleMs, by the exact solution of a circuit that stays as it is.
+/// One step of the current over kSampleMs, by the exact solution of a constant circuit.
 double next_current(double current, const Loop& loop, double resistance) {
   const double total = loop.source + resistance;
   const double settled = loop.voltage / total;

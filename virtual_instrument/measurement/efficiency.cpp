@@ -10,18 +10,18 @@
 namespace virtual_instrument {
 namespace {
 
-/// By which part the resistance of the core's steel grows per kelvin.
+/// Growth of the resistance of the core's steel per kelvin, as a fraction.
 constexpr double kSteelCoefficient = 1e-3;
 
 constexpr std::array<const char*, 3> kPhaseNames{"A", "B", "C"};
 
-/// The high side on rated flux, the low side open.
+/// The high side at rated flux, the low side open.
 struct NoLoad {
-  std::array<double, 3> power;   ///< W, line by line
-  std::array<double, 3> copper;  ///< W, of it in the high side's resistance
+  std::array<double, 3> power;   ///< W, by line
+  std::array<double, 3> copper;  ///< W, the part in the high side's resistance
 };
 
-/// Resistance of one branch of the equivalent star to direct current.
+/// Direct-current resistance of one branch of the equivalent star.
 double star_resistance(const TransformerUnit& unit) {
   const TerminalPair pair = line_pairs(unit).front();
   return dc_resistance(unit_network(unit, kInputResistance), terminal_node(kHighSide, pair.plus),
@@ -52,7 +52,7 @@ NoLoad no_load(const TransformerUnit& unit, const FamilySettings& settings, doub
   return result;
 }
 
-/// Volts r.m.s. of a line against the middle.
+/// Voltage of a line against the star point, V r.m.s.
 double star_voltage(const TransformerUnit& unit) {
   return unit.rated_voltage[kHighSide] /
          (is_three_phase(unit.group.high) ? std::numbers::sqrt3 : 1);
@@ -68,8 +68,8 @@ void fill_load(kvr_TestData_Efficiency_Phase& result, const ResistanceParts& par
   result.load_losses = static_cast<float>(square * parts.total());
 }
 
-/// Hysteresis goes with the frequency, eddies with its square: at half the frequency and the same
-/// flux, half of the one and a quarter of the other is left.
+/// Hysteresis losses are proportional to the frequency, eddy losses to its square: half the
+/// frequency at the same flux leaves a half and a quarter of them.
 void fill_no_load(kvr_TestData_Efficiency_Phase& result, const NoLoad& full, const NoLoad& half,
                   std::size_t phase, double voltage, double warming) {
   const double iron = full.power[phase] - full.copper[phase];

@@ -7,7 +7,7 @@
 
 namespace virtual_instrument {
 
-/// KVR_RES_OK, or the code of an open lead that names the terminal.
+/// KVR_RES_OK, or the open-lead code of this terminal.
 kvr_code lead_code(const TransformerUnit& unit, int side, int terminal);
 
 /// The same for the first open lead of a pair.

@@ -15,13 +15,13 @@ struct PhaseNames {
   std::string_view low;
 };
 
-/// How to make a turns ratio from the voltages of a pair of terminals, and with what to compare it.
+/// How to compute a turns ratio from the voltages of a pair of terminals, and its reference.
 struct RatioRules {
   bool low_to_high;                  ///< the ratio of a current transformer: low over high
-  double turns_per_voltage_ratio;    ///< 1 where each pair of terminals is one coil
-  double reference;                  ///< ratio of the nameplate's voltages; 0 for none
+  double turns_per_voltage_ratio;    ///< 1 if each pair of terminals is one winding
+  double reference;                  ///< nameplate's ratio of voltages; 0 for none
   std::optional<double> user_shift;  ///< rad, the phase shift that the operator entered
-  double voltage_lead;               ///< rad, of the measured voltage before that of its current
+  double voltage_lead;  ///< rad, by which the measured voltage leads the one driving the current
 };
 
 /// The result of one phase: every number is computed from the samples.

@@ -9,7 +9,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// A reading counts as settled when this part of the change is left.
+/// A reading counts as settled when this fraction of the change remains.
 constexpr double kSettled = 1e-4;
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
@@ -19,8 +19,8 @@ std::uint32_t milliseconds(double seconds) {
 }
 
 double natural_logarithm_of_settled() {
-  // exponential(-x) = kSettled, by Newton's method: the C library's logarithm is not the same
-  // everywhere.
+  // Solves exponential(-x) = kSettled by Newton's method: the C library's logarithm differs between
+  // platforms.
   double x = 9;
   for (int round = 0; round < 8; ++round) {
     x += exponential(-x) / kSettled - 1;
@@ -33,7 +33,7 @@ struct DirectCircuit {
   double resistance;     ///< ohm
   double current;        ///< A, once settled
   double charging_time;  ///< s, until the core is saturated
-  double time_constant;  ///< s, of what is left to settle then
+  double time_constant;  ///< s, of the current after that
 };
 
 DirectCircuit direct_circuit(const TransformerUnit& unit, const FamilySettings& settings, int side,
@@ -122,7 +122,7 @@ ResistanceTest resistance_test(const TransformerUnit& unit, const FamilySettings
   for (int position = first; position <= last; ++position) {
     stepped.taps.position = position;
     ResistanceTap tap = read_tap(stepped, settings, kHighSide, bridge, seconds);
-    // Only a changer that works under load is watched while it steps.
+    // Only for a changer that works under load does the test record the transition.
     if (position > first && unit.taps.type == KVR_TAP_CHANGER_OLTC) {
       tap.points.front().transition =
           kvr_TestData_Transition{KVR_RES_OK, position - 1, position, {}};
@@ -163,7 +163,7 @@ ResistanceTest heat_run_test(TransformerUnit unit, const FamilySettings& setting
     ResistanceTap tap{side == kHighSide ? unit.taps.position : 1, {}};
     for (int number = 1; number <= count; ++number) {
       unit.temperature = temperature_at(curve, number * interval);
-      // The source was on before the first reading, so that only the temperature still moves.
+      // The source was on before the first reading, so only the temperature still changes.
       const DirectCircuit circuit = direct_circuit(unit, settings, side, pair);
       ResistancePoint point = bridge.read(circuit, side, pair, settling_time(circuit) * 2);
       point.data.state = KVR_POINT_AUTO_SAVED;

@@ -10,14 +10,14 @@ std::size_t node_index(int side, int terminal) {
   return static_cast<std::size_t>(terminal_node(side, terminal));
 }
 
-/// Bolted, so that even the windings of a low side have far more.
+/// In ohm. Bolted: far below the windings of any low side.
 constexpr double kJumperResistance = 1e-6;
 
 }  // namespace
 
 std::vector<double> terminal_waveform(const Spectrum& spectrum) {
-  // A phasor's angle counts from a cosine's top, and here from a sine's rise, a quarter earlier;
-  // one step later on is where the instrument starts.
+  // A phasor's angle counts from the peak of a cosine, these angles from the rise of a sine, a
+  // quarter of a period earlier. The instrument starts one step after that.
   Spectrum turned = spectrum;
   for (std::size_t harmonic = 1; harmonic < turned.size(); ++harmonic) {
     turned[harmonic] *= phasor_at(static_cast<double>(harmonic) * (1.0 / kFinestSteps - 0.25));

@@ -6,7 +6,7 @@
 #include "virtual_instrument/measurement/unit_waveforms.h"
 #include "virtual_instrument/vocabulary/text_field.h"
 
-// The series impedance of the windings, as a short-circuit test reads it, and its parts.
+// The series impedance of the windings from a short-circuit test, and its parts.
 
 namespace virtual_instrument {
 
@@ -22,13 +22,13 @@ SeriesImpedance series_impedance(const TransformerUnit& unit, const FamilySettin
 
 /// The parts of a series resistance at line frequency, in ohm.
 struct ResistanceParts {
-  double copper;  ///< the resistance to direct current; grows with temperature
+  double copper;  ///< direct-current resistance; rises with temperature
   double stray;   ///< the increase by eddy currents; falls with temperature
   double total() const { return copper + stray; }
 };
 
-/// Separates a resistance measured at line frequency into its parts, by a second reading at half
-/// that frequency, where eddy currents add a quarter.
+/// Separates a resistance measured at line frequency into its parts with a second reading at half
+/// that frequency, where eddy currents add a quarter as much.
 ResistanceParts part_losses(const TransformerUnit& unit, const FamilySettings& settings,
                             std::size_t phase, double resistance, Noise& noise);
 

@@ -5,23 +5,23 @@
 #include "virtual_instrument/model/magnetizing_branch.h"
 
 // The core as a network of reluctances: one limb, or three limbs joined at both ends by yokes. The
-// middle limb, B, meets the yokes between the others, so that the flux of an outer limb passes
-// through yokes and the flux of the middle limb does not. No flux leaves the core: the fluxes of
-// three limbs add up to zero.
+// middle limb, B, joins the yokes between the others, so only the flux of an outer limb passes
+// through yokes. No flux leaves the core: the fluxes of three limbs add up to zero.
 
 namespace virtual_instrument {
 
-/// Limbs and yokes. Flux means flux linkage of a whole limb winding of the high side, in volt
-/// seconds; magnetomotive force is counted in amperes through that winding.
+/// Limbs and yokes. Flux is the flux linkage of a whole limb winding of the high side, in volt
+/// seconds; magnetomotive force is in amperes through that winding.
 struct Core {
   int limbs;               ///< 1 or 3
-  MagnetizingBranch limb;  ///< a limb by itself; its residual flux is not used
+  MagnetizingBranch limb;  ///< one limb; its residual flux is not used
   double yoke_ratio;  ///< reluctance of the yokes beside an outer limb, as a multiple of a limb's
-  std::array<double, 3> residual_flux;  ///< Vs, limb by limb
+  std::array<double, 3> residual_flux;  ///< Vs, by limb
   /// Extra magnetising current at low flux, as a fraction, for a limb with residual flux at the
   /// knee; half of it remains where flux and residual flux are equal.
   double remanence_excess;
-  double hysteresis_share;     ///< of the core losses at `reference_frequency`; the rest is eddies
+  double
+      hysteresis_share;  ///< of the core losses at `reference_frequency`; the rest is eddy currents
   double reference_frequency;  ///< Hz
 };
 

@@ -10,7 +10,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// Far above any winding, so that the meters of these tests take nothing that counts.
+/// Far above any winding, so that the current into the meters of these tests is negligible.
 constexpr double kMeterResistance = 1e9;
 
 /// Far below any winding.
@@ -122,8 +122,8 @@ TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_
                                 const CircuitTest& short_circuit) {
   TransformerUnit unit = first_guess(plate, open_circuit, short_circuit);
   const double root = phases_root(plate.group.high);
-  // Each test also reads a little of what the other one is for, so that the parts are trimmed until
-  // the tests read right.
+  // Each part also affects the other test a little, so the parts are adjusted until both readings
+  // fit.
   constexpr double kRightEnough = 1e-10;
   double worst = 1;
   const auto correction = [&worst](double target, double reading) {
@@ -178,7 +178,7 @@ CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double cur
                                double frequency) {
   Network network = unit_network(unit, kMeterResistance);
   join_lines(network, unit, 1 - side);
-  // The flux in the core is small and the circuit as good as linear.
+  // The flux in the core is small, so the circuit is nearly linear.
   constexpr double kRightEnough = 1e-12;
   double voltage = 0.05 * unit.rated_voltage[index(side)];
   CircuitTest test = read(unit, network, side, voltage, frequency);

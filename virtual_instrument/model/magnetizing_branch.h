@@ -3,13 +3,13 @@
 namespace virtual_instrument {
 
 /// The core of a transformer as one winding sees it: a core-loss conductance parallel to a
-/// saturating inductance with residual flux. Flux means flux linkage of that winding, in volt
-/// seconds, and counts from the residual flux.
+/// saturating inductance with residual flux. Flux is the flux linkage of that winding in volt
+/// seconds, counted from the residual flux.
 ///
 /// The magnetizing current is linear with `inductance` except for two terms. Near zero flux, where
-/// iron is less permeable, it is larger by the fraction `low_flux_excess`, of which half remains at
-/// `low_flux`. Where the flux in the core, residual flux included, passes the knee, it grows with
-/// `saturated_inductance` instead; the bend is a parabola of half width `knee_width`.
+/// iron is less permeable, it is larger by the fraction `low_flux_excess`; half of that remains at
+/// `low_flux`. Where the flux in the core, residual flux included, is beyond the knee, it grows
+/// with `saturated_inductance` instead; the bend is a parabola of half width `knee_width`.
 struct MagnetizingBranch {
   double core_conductance;      ///< S
   double inductance;            ///< H

@@ -2,9 +2,9 @@
 
 #include <complex>
 
-// Phasors, and the few functions of angles that the model needs. They use sums, products, quotients
-// and square roots only, which every platform rounds alike: the C library's own sine is not the
-// same everywhere, and a bench has to measure the same to the last bit.
+// Phasors, and the few functions of angles that the model needs. They use only sums, products,
+// quotients and square roots, which every platform rounds alike: the sine of the C library differs
+// between platforms, but a bench has to measure the same to the last bit.
 
 namespace virtual_instrument {
 

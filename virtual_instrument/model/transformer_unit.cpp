@@ -7,11 +7,10 @@
 namespace virtual_instrument {
 namespace {
 
-/// Copper's resistance would vanish at this temperature below zero, were it to fall on as it does
-/// above.
+/// Copper's resistance, extrapolated linearly, vanishes at this temperature below zero.
 constexpr double kCopperConstant = 234.5;
 
-/// What insulation lets through keeps the potential of a terminal without a lead settled.
+/// Gives a terminal without a lead a defined potential.
 constexpr double kInsulationConductance = 1e-11;
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
@@ -41,7 +40,7 @@ Branch winding_branch(const TransformerUnit& unit, int side, double turns) {
   const double hot = copper_factor(unit.reference_temperature, unit.temperature);
   Branch branch{};
   branch.resistance = winding.resistance * hot * std::abs(turns);
-  // Eddy currents meet the same copper: the warmer it is, the less they take.
+  // The losses of eddy currents fall as the resistance of copper rises with temperature.
   branch.eddy_resistance =
       winding.resistance * winding.stray_share / (hot * omega * omega) * std::abs(turns);
   branch.inductance = winding.leakage_inductance * turns * turns;

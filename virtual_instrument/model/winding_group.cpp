@@ -30,10 +30,10 @@ constexpr SinglePhaseName kSinglePhaseNames[] = {
     {"PT", {KVR_WINDING_PT, KVR_WINDING_PT, 0}},
 };
 
-/// How the limbs serve the terminals of a winding.
+/// How limb windings connect to the terminals.
 struct Arrangement {
-  int rotation;   ///< limb that serves terminal 1
-  bool reversed;  ///< the ends of each limb winding exchanged
+  int rotation;   ///< limb of terminal 1
+  bool reversed;  ///< whether the ends of each limb winding are exchanged
   bool
       other_hand;  ///< windings of delta and zigzag go to the next limb instead of the previous one
 };
@@ -85,14 +85,15 @@ Turns cross(const Turns& a, const Turns& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
-/// The part of `turns` that sees flux: a flux that is the same in all limbs has no way back.
+/// The part of `turns` in which flux can induce a voltage: no flux is the same in all limbs, since
+/// it would have no return path.
 Turns without_mean(const Turns& turns) {
   const double mean = (turns[0] + turns[1] + turns[2]) / 3;
   return {turns[0] - mean, turns[1] - mean, turns[2] - mean};
 }
 
-/// The ratio of the voltages of two windings, if it is the same for each flux that the core, and a
-/// shorted winding if there is one, allow.
+/// The ratio of the voltages of two windings, if it is the same for each flux that the core and the
+/// shorted winding, if any, allow.
 std::optional<double> fixed_ratio(const Turns& high, const Turns& low,
                                   const std::optional<Turns>& shorted) {
   if (shorted) {
@@ -117,7 +118,7 @@ std::optional<double> fixed_ratio(const Turns& high, const Turns& low,
   return ratio;
 }
 
-/// Pairs with the turns between them that see flux.
+/// A pair with the turns between its terminals, without their mean.
 struct WoundPair {
   TerminalPair terminals;
   Turns turns;
@@ -134,7 +135,7 @@ std::vector<WoundPair> wound_pairs(kvr_WindingType type,
   return pairs;
 }
 
-/// Pairs in the order in which a phase prefers them: its own before those of the other phases.
+/// Pairs in the order that a phase prefers: its own before those of the other phases.
 std::vector<WoundPair> in_order_of(const std::vector<WoundPair>& pairs, std::size_t phase) {
   std::vector<WoundPair> ordered;
   for (std::size_t i = 0; i < pairs.size(); ++i) {
@@ -146,8 +147,8 @@ std::vector<WoundPair> in_order_of(const std::vector<WoundPair>& pairs, std::siz
 /// How far a ratio is from 1, up or down.
 double distance_from_one(double ratio) { return std::max(ratio, 1 / ratio); }
 
-/// Takes `low` as the pair that goes with `high` if it suits better than the best so far, its
-/// terminals exchanged where that gives the voltages the same sign.
+/// Updates `best` if `high` and `low` have a fixed ratio closer to 1. Exchanges the terminals of
+/// `low` if the voltages have opposite signs.
 void match(const WoundPair& high, const WoundPair& low, const WoundPair* shorted, int shorted_side,
            std::optional<PhaseConnection>& best) {
   std::optional<Turns> shorted_turns;
@@ -200,7 +201,7 @@ bool exists(const WindingGroup& group) {
   if (is_single_phase(group.high)) {
     return is_single_phase(group.low) && group.clock % 6 == 0;
   }
-  // A star turns nothing; deltas and zigzags turn by 30 degrees one way or the other.
+  // A star shifts no phase; deltas and zigzags shift it by 30 degrees, either way.
   const bool odd = is_star(group.high) != is_star(group.low);
   return is_three_phase(group.high) && is_three_phase(group.low) && (group.clock % 2 == 1) == odd;
 }
@@ -262,8 +263,8 @@ std::array<std::vector<PhaseWinding>, 2> phase_windings(const WindingGroup& grou
 
 std::array<Complex, 3> line_phasors(const std::vector<PhaseWinding>& windings,
                                     const std::array<Complex, 3>& limbs) {
-  // A delta's winding is the difference of two lines, so that three lines sum up two windings
-  // each; a star's winding is a line and the neutral.
+  // A delta's winding is the difference of two lines, so each line is the sum of two windings; a
+  // star's winding lies between a line and the neutral.
   std::array<Complex, 3> lines{};
   for (const PhaseWinding& winding : windings) {
     Complex voltage = 0;
@@ -348,7 +349,7 @@ std::vector<PhaseConnection> phase_connections(const WindingGroup& group) {
   const auto lows = wound_pairs(group.low, windings[kLowSide]);
   const std::size_t phases = is_three_phase(group.high) ? 3 : 1;
   std::vector<PhaseConnection> connections;
-  // With a neutral, lines to neutral are preferred; the lines themselves serve where those do not.
+  // With a neutral, lines to neutral are preferred; line pairs are the fallback.
   for (const std::size_t first : {highs.size() - phases, std::size_t{0}}) {
     connections.clear();
     bool shorting = false;

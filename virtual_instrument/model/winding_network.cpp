@@ -16,9 +16,9 @@ namespace {
 //
 //   force on limb k = source_force[k] + sum over l of reaction[k][l] * flux of limb l
 //
-// and in the curves of the limbs, which are taken step by step over the period. With three limbs
-// the fluxes of the outer ones are the unknowns, the middle limb carries both back, and the forces
-// from one meeting point of the limbs to the other have to agree.
+// and in the curves of the limbs, which are evaluated step by step over the period. With three
+// limbs the unknowns are the fluxes of the outer ones. The middle limb carries both back, and the
+// forces from one meeting point of the limbs to the other must be equal.
 
 constexpr int kSteps = 128;
 constexpr int kSlopeHarmonics = 2 * kHighestHarmonic;
@@ -28,7 +28,7 @@ using Limbs = std::array<Complex, 3>;
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
-/// The circle in kFinestSteps steps, the first at the angle 0.
+/// The unit circle in kFinestSteps steps, beginning at the angle 0.
 using Circle = std::array<Complex, kFinestSteps>;
 
 const Circle& circle() {
@@ -159,7 +159,7 @@ class HarmonicCircuit {
   }
 
   const Network& network_;
-  std::vector<int> unknown_;  ///< of a node's voltage among the unknowns
+  std::vector<int> unknown_;  ///< index of a node's voltage among the unknowns
   std::size_t branch_start_ = 0;
   std::vector<Complex> known_;
   std::vector<Complex> source_;
@@ -195,10 +195,10 @@ std::array<double, kSteps> period_of(const Spectrum& spectrum) {
   return values;
 }
 
-/// At `position` stands the real part of an unknown, after it the imaginary part; a mean has none.
+/// The real part of an unknown is at `position`, the imaginary part after it; a mean has none.
 struct Unknown {
   int harmonic;
-  int outer;  ///< which of the free fluxes
+  int outer;  ///< index among the free fluxes
   std::size_t position;
 };
 
@@ -242,7 +242,7 @@ class PeriodicSolver {
         next = moved(fluxes, step, part);
         next_balance = balance_at(next);
       }
-      // Old derivatives serve as long as they bring the balance on; making new ones costs more.
+      // Old derivatives are kept while they still reduce the residual: new ones cost more.
       const double progress = next_balance.size / balance.size;
       if (!(progress < kGoodProgress)) {
         equations.reset();
@@ -269,7 +269,7 @@ class PeriodicSolver {
 
   int free_fluxes() const { return core_.limbs == 3 ? 2 : 1; }
 
-  /// Flux in a limb by the free flux `outer`: A and C are free, B carries both back.
+  /// Share of the free flux `outer` in a limb's flux: A and C are free, B carries both back.
   double share(int limb, int outer) const {
     if (core_.limbs == 1) {
       return limb == 0 ? 1 : 0;
@@ -405,8 +405,8 @@ class PeriodicSolver {
     return sum;
   }
 
-  /// Subtracts what a limb's curve takes. Multiplying a waveform by a change of flux of harmonic
-  /// m gives harmonic h by the waveform's harmonics h - m and h + m.
+  /// Subtracts the derivative of a limb's curve. If a waveform is multiplied by a change of flux of
+  /// harmonic m, harmonic h of the product comes from the waveform's harmonics h - m and h + m.
   void add_curve(SquareMatrix<double>& cells, int limb,
                  const std::array<Complex, kSlopeHarmonics + 1>& slope) const {
     for (const Unknown& row : unknowns_) {
