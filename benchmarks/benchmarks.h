@@ -1,7 +1,7 @@
 #pragma once
 
 // The groups of benchmarks. A benchmark is named CASE/WHO: the same case done by the program, by
-// the least that could do it (floor), and by others. table.py knows the names.
+// the least code that could do it (floor), and by others. table.py uses the names.
 
 void register_result_text();
 void register_rows();

@@ -3,16 +3,16 @@
 #include <string>
 #include <vector>
 
-/// What a process cost from start to end, and until it had said something.
+/// The cost of a process until it had written a text, and until its end.
 struct ProcessCost {
-  double seconds_to_text = 0;    ///< of the clock, until the text came; 0 when it never did
-  double seconds = 0;            ///< of the clock, until the process had ended
-  double processor_seconds = 0;  ///< user and system
-  long peak_kib = 0;             ///< most memory that was resident until the text came
+  double seconds_to_text = 0;    ///< wall time until the text came; 0 if it never did
+  double seconds = 0;            ///< wall time until the process had ended
+  double processor_seconds = 0;  ///< user and system time
+  long peak_kib = 0;             ///< peak resident memory until the text came
 };
 
-/// What a process gets as its standard input: `at_once`, and `after_text` when it has written
-/// `text` to its standard output.
+/// The standard input of a process: `at_once`, then `after_text` once it has written `text` to its
+/// standard output.
 struct Dialogue {
   std::string at_once;
   std::string text;
@@ -23,6 +23,6 @@ struct Dialogue {
 /// with anything but 0.
 ProcessCost run_process(const std::vector<std::string>& arguments, const Dialogue& dialogue = {});
 
-/// How long `timed` takes in a copy of this process that has done `before` first. Call it while
+/// How long `timed` takes in a fork of this process that has called `before` first. Call it while
 /// this process has one thread.
 double seconds_in_child(void (*before)(), void (*timed)());

@@ -71,7 +71,7 @@ void type(const Pipe& input, const std::string& answers) {
   }
 }
 
-/// Not what wait4 tells: that starts with the memory of the process that started this one.
+/// Not the figure of wait4, which begins with the memory of the parent process.
 long peak_kib_of(pid_t process) {
   std::ifstream status("/proc/" + std::to_string(process) + "/status");
   const std::string title = "VmHWM:";

@@ -1,5 +1,5 @@
 // The virtual instrument. An item is one test of an instrument whose tests take no simulated time,
-// one stored test, or one record of a list. Its tests have no floor: what they are is the model.
+// one stored test, or one record of a list. Its tests have no floor: no simpler code does the same.
 
 #include <benchmark/benchmark.h>
 
@@ -47,7 +47,7 @@ void require(kvr_code code) {
   }
 }
 
-// Ratio tests, as a client has them made.
+// Ratio tests through the calls of the library.
 
 void connect(const fs::path& bench_file) {
   std::ofstream(bench_file) << "[measurement]\nduration = 0\n";
@@ -77,7 +77,7 @@ void test_three_phase() {
   kvr_FreeTestRecord(record);
 }
 
-// The other tests, from a unit to a result.
+// The other tests, directly from a unit to a result.
 
 /// With a tap changer, and flux left in its core.
 TransformerUnit unit_under_test() {
@@ -133,7 +133,7 @@ void register_tests() {
 
 // The store.
 
-/// 640 samples of raw data, as ten periods of 64.
+/// Its raw data are 640 samples, ten periods of 64.
 OwnedRecord stored_test() {
   std::string raw_data;
   for (int sample = 0; sample < 640; ++sample) {

@@ -29,7 +29,7 @@ constexpr NamedCode kNamedCodes[] = {
 #undef KVR_NAMED_CODE
 };
 
-/// Where the compiler can't see them.
+/// In memory that the compiler can't evaluate beforehand.
 std::vector<std::uint32_t> named_codes() {
   std::vector<std::uint32_t> numbers;
   for (const NamedCode& code : kNamedCodes) {
@@ -49,7 +49,7 @@ void name_codes(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * std::ssize(numbers));
 }
 
-/// A plain array of names by number, read without a question.
+/// A plain array of names by number, read without a check.
 void read_array(benchmark::State& state) {
   const std::vector<std::uint32_t> numbers = named_codes();
   std::array<std::string_view, 1009> names;
@@ -96,7 +96,7 @@ void look_labels_up(benchmark::State& state, const kvr_VectorGroup& group) {
   state.SetItemsProcessed(state.iterations());
 }
 
-/// The name is built, too, but names are compared as they are.
+/// Builds the name as well, but compares names with case.
 void look_up_in_plain_map(benchmark::State& state, const kvr_VectorGroup& group) {
   std::map<std::string, const VectorLabels*> rows;
   for (const auto& [name, labels] : Standards::getStandard(KVR_STANDARD_AB).groups) {
@@ -152,8 +152,8 @@ void register_lookups() {
   benchmark::RegisterBenchmark("code_unnamed/program", name_unnamed_code);
   benchmark::RegisterBenchmark("code_unnamed/floor", write_unnamed_code);
 
-  // A table is built at its first request, so each time takes a process that has had none, and all
-  // of it happens before the first lookup. The floor copies the ready tables.
+  // A table is built at its first request, so each measurement takes a new process and ends before
+  // the first lookup. The floor copies the ready tables.
   register_measured("label_tables/program", least_seconds_in_child([] {}, request_tables));
   register_measured("label_tables/floor", least_seconds_in_child(request_tables, copy_tables));
 

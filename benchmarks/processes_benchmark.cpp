@@ -1,6 +1,6 @@
-// Whole processes: the console tester until it asks its first question, and until it shows its main
-// menu with the instrument connected and the record store open, beside a C++ program that prints
-// one line and ends. The store is that of the virtual instrument.
+// Whole processes: the console tester until its first question, and until its main menu with the
+// instrument connected and the record store of the virtual instrument open. The floor is a C++
+// program that prints one line and ends.
 
 #include <benchmark/benchmark.h>
 
@@ -16,7 +16,7 @@ namespace {
 const Dialogue kFirstPrompt = {"", "0. Cancel\n", "0\n"};
 const Dialogue kMainMenu = {"1\n", "0. Exit\n", "0\n"};
 
-/// The least time of many runs: what a process takes when nothing else wants the processor.
+/// The least time of many runs: the time of a process when nothing else uses the processor.
 ProcessCost least_cost(const std::string& program, const Dialogue& dialogue) {
   constexpr int kRuns = 40;
   ProcessCost least = run_process({program}, dialogue);

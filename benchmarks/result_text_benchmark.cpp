@@ -1,4 +1,4 @@
-// Result records to text, as a flow does it: into a stream of its own that is new for each record.
+// Result records to text, as in a flow: into a new stream for each record.
 
 #include <benchmark/benchmark.h>
 

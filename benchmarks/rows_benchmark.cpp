@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 using Record = std::shared_ptr<OwnedRecord>;
 using WriteRows = void (*)(std::ostream& file, const kvr_TestRecord& record);
 
-/// As many rows as a floor puts into its one buffer.
+/// Number of rows that the floor writes into its one buffer.
 constexpr std::int64_t kRowsAtOnce = 1'000;
 constexpr std::int64_t kMostRows = 1'000'000;
 
@@ -33,8 +33,8 @@ struct RowKind {
   WriteRows write;
   Record record;
   std::string row;
-  std::size_t numbers;  ///< in a row
-  bool is_general;      ///< notation; else fixed, with 8 decimals
+  std::size_t numbers;  ///< numbers in a row
+  bool is_general;      ///< general notation; else fixed, with 8 decimals
 };
 
 void set_notation(std::ostream& out, const RowKind& kind) {
@@ -60,7 +60,7 @@ RowKind row_kind(std::string name, WriteRows write, OwnedRecord record, std::siz
 
 fs::path file_on_disk() { return fs::temp_directory_path() / "kvr-benchmark-rows.csv"; }
 
-/// A fresh file of range(0) rows each time.
+/// Writes a new file of range(0) rows each time.
 void write_file(benchmark::State& state, const RowKind& kind, const fs::path& path) {
   for (auto _ : state) {
     std::ofstream file(path);
@@ -72,7 +72,7 @@ void write_file(benchmark::State& state, const RowKind& kind, const fs::path& pa
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// All rows into one buffer, and that to the file in one piece.
+/// Writes all rows into one buffer, and the buffer to the file at once.
 void write_floor_file(benchmark::State& state, const RowKind& kind, const fs::path& path) {
   const PrintedText printed(kind.row, kind.is_general);
   std::string buffer(printed.size() * kRowsAtOnce + PrintedText::kSpareRoom, '\0');
@@ -93,7 +93,7 @@ void register_files(const RowKind& kind, const std::string& suffix, const fs::pa
                                path);
 }
 
-/// A column for each value of a row, and one for what follows a comma at its end.
+/// A column for each value of a row, and one more if the row ends in a comma.
 std::string create_table(const RowKind& kind) {
   const auto commas = std::count(kind.row.begin(), kind.row.end(), ',');
   std::string sql = "CREATE TABLE rows (c0 NUMERIC";
@@ -103,7 +103,7 @@ std::string create_table(const RowKind& kind) {
   return sql + ")";
 }
 
-/// The same rows by the SQLite shell, which has read them into a table before. Its time is the
+/// The same rows by the SQLite shell, from a table that it has read before. Its time is the
 /// processor time of the whole process.
 void write_by_sqlite(benchmark::State& state, const RowKind& kind) {
   constexpr std::int64_t kRows = 20'000;

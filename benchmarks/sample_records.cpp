@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Numbers as measurements give them.
+/// Numbers like those of measurements.
 class Measured {
  public:
   template <typename Number>

@@ -3,7 +3,7 @@
 
     table.py RESULTS.json ...
 
-RESULTS are written by the benchmark programs. Of several repetitions the fastest counts: what other
+RESULTS are written by the benchmark programs. Of several repetitions only the fastest counts: what other
 work on the machine adds is never part of what something costs.
 """
 import json

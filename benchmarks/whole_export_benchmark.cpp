@@ -1,6 +1,6 @@
 // A whole export of a store that the scripted client library keeps: half of the records have
-// three-phase results, the others a single-phase one. An item is one record. The time holds what
-// the library does for each: it makes the record anew.
+// three-phase results, the others a single-phase one. An item is one record. The time includes the
+// library's work: it makes each record anew.
 
 #include <benchmark/benchmark.h>
 
@@ -31,7 +31,7 @@ void export_store(benchmark::State& state) {
   const fs::path folder = fs::temp_directory_path() / "kvr-benchmark-results";
   fs::create_directories(folder);
   results_folder = folder.string() + "/";
-  std::cout.setstate(std::ios::failbit);  // takes nothing
+  std::cout.setstate(std::ios::failbit);  // drops all output
   ScriptedClientApi& api = scripted_api();
   for (auto _ : state) {
     state.PauseTiming();

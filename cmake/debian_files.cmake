@@ -1,9 +1,9 @@
-# What a .deb wants beyond an installation, made where its files lie before they are packed: a
-# changelog of its form, and that and the man pages compressed.
+# Adds what a .deb needs beyond an installation to the staged files: a changelog in its format; this
+# and the man pages are compressed.
 set(files ${CPACK_TEMPORARY_INSTALL_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX})
 set(changelog ${files}/share/doc/${CPACK_PACKAGE_NAME}/changelog)
 
-string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)  # SOURCE_DATE_EPOCH, if it is set
+string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)  # of SOURCE_DATE_EPOCH, if it is set
 file(WRITE ${changelog}
      "${CPACK_PACKAGE_NAME} (${CPACK_PACKAGE_VERSION}) unstable; urgency=medium
 

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Takes an input from the front; nothing, if there is none in the right form.
+/// Removes an input from the front and returns it; nullopt if the front is malformed.
 std::optional<std::string> take_input(std::string_view& body) {
   std::size_t size = 0;
   const auto [colon, error] = std::from_chars(body.data(), body.data() + body.size(), size);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// A corpus file holds the inputs that a fuzz target is known to reach new code with, all in one:
+// A corpus file holds the inputs with which a fuzz target has reached new code:
 //
 //   corpus of 2 inputs, CRC-32 9754145e
 //   0:
@@ -12,10 +12,10 @@
 //
 // The first line counts the inputs and has the checksum of all that follows it. Then comes each
 // input: its length, a colon, its bytes, a line feed. They are sorted by length and then by their
-// bytes, and none is there twice, so the same inputs always make the same file. corpus.py packs and
+// bytes, without duplicates, so the same inputs always make the same file. corpus.py packs and
 // unpacks it.
 
-/// Throws std::runtime_error, which names the file, unless it is whole and has inputs.
+/// Throws std::runtime_error, which names the file, if it is damaged or has no inputs.
 std::vector<std::string> read_corpus(const std::filesystem::path& path);
 
 /// The bytes of any file. Throws std::runtime_error where it can't be read.

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Packs the inputs of a fuzz target into one file, and unpacks them. corpus.h describes the file.
 
-  corpus.py pack FILE FOLDER      makes the file of all files of the folder, whatever their names
+  corpus.py pack FILE FOLDER      makes the file from all files of the folder, with any names
   corpus.py unpack FILE FOLDER    makes the folder, and in it a file of each input, named by its
-                                  number as the replay tells it
+                                  number as the replay prints it
 """
 
 import os
@@ -21,14 +21,14 @@ def first_line(count, body):
 
 
 def packed(inputs):
-    """The file's bytes: the same ones for the same inputs, in whatever order they come."""
+    """The file's bytes: the same ones for the same inputs, in any order."""
     inputs = sorted(set(inputs), key=lambda content: (len(content), content))
     body = b"".join(b"%d:%s\n" % (len(content), content) for content in inputs)
     return first_line(len(inputs), body) + body
 
 
 def unpacked(file):
-    """The inputs in the file's order."""
+    """The inputs in the order of the file."""
     line, _, body = file.partition(b"\n")
     inputs, left = [], body
     while left:

@@ -9,9 +9,9 @@
 #include "fuzz/corpus.h"
 #include "fuzz/fuzz_target.h"
 
-// Runs a target on every input of the corpora, folders and single files given. Each is named before
-// it runs: the last one named is the one at fault. A corpus or folder that is missing, empty or
-// damaged is a mistake.
+// Runs a target on every input of the corpora, folders and single files given. It prints the name
+// of each before it runs, so that the last name is the one at fault. A missing, empty or damaged
+// corpus or folder is an error.
 
 namespace {
 
@@ -40,7 +40,7 @@ void add_folder(const fs::path& path, std::vector<Input>& inputs) {
   }
 }
 
-/// All that is given, read before any of it runs: a target may change the working folder.
+/// Reads all inputs before any of them runs, since a target may change the working folder.
 std::vector<Input> read_inputs(const std::vector<fs::path>& paths) {
   std::vector<Input> inputs;
   for (const fs::path& path : paths) {

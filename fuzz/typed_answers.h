@@ -12,8 +12,8 @@
 #include "support/test_clock.h"
 
 /// A fresh session on the scripted library, an operator who types `answers`, and a clock that
-/// stands still. A wait for more than was typed is ended by WaitedForEver. For targets that run no
-/// threads of their own.
+/// stands still. A wait for more input throws WaitedForEver. For targets that run no threads of
+/// their own.
 class TypedAnswers {
  public:
   explicit TypedAnswers(const std::string& answers) : input_(answers, std::ios::in) {
@@ -52,8 +52,7 @@ class TypedAnswers {
       kNoonInMarch};  // one for all: a clock sets the time zone, which takes its time
 };
 
-/// Answers without what is right but takes its time, a plan of hundreds of tests, and without paths
-/// to other folders.
+/// Removes what is valid but slow, plans of hundreds of tests, and paths to other folders.
 inline std::string harmless(std::string answers) {
   std::size_t digits = 0;
   bool counts = false;

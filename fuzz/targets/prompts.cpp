@@ -8,7 +8,7 @@
 #include "fuzz/fuzz_target.h"
 #include "fuzz/typed_answers.h"
 
-// One prompt of the dialogue, chosen by the first byte, and anything typed at it.
+// Types any text at one prompt of the dialogue; the first byte chooses the prompt.
 
 namespace {
 
@@ -56,7 +56,7 @@ void ask_winding() {
 
 void ask_csv_name() {
   const std::string_view name = prompt_csv_name();
-  // A zero byte in the answer is where the name ends for its user.
+  // A zero byte in the answer ends the name for its user.
   demand(name.ends_with(".csv") || !typed_no_zero_byte, "a CSV file has its suffix");
 }
 

@@ -13,8 +13,8 @@ namespace {
 constexpr std::int32_t kEndOfInputPauseMs = 100;
 constexpr std::size_t kLongestTestId = 16;  // bytes
 
-/// Called after a read: an empty line starts tests, and neither a terminal that closes nor an input
-/// that ends must look like one.
+/// Called after a read: an empty line starts tests, so it must not stand for the end of a terminal,
+/// nor for the end of an input that ends the program.
 void leave_ended_input() {
   while (!std::cin && platform::input_terminal_is_closed()) {
     sleep_ms(kEndOfInputPauseMs);  // event 2 ends the process

@@ -18,7 +18,9 @@ extern kvr_ClientAPIInfo client_api_info;
 extern kvr_DeviceInfo device_info;  ///< all zero if the instrument refused it
 extern kvr_Status device_status;    ///< as of when the main menu was last shown
 extern bool raw_data_enabled;       ///< tests ask for RAW data and leave a RAW file
-extern std::string& run_file_name;  ///< file of the run in progress
+/// File of the run in progress, "kvr" between runs. Nothing in this program reads it: it is there
+/// for callers beyond it and for debuggers. Only flows/voltage_run.cpp sets it.
+extern std::string& run_file_name;
 
 /// The prompts throw EndOfInput at the end of input. A program sets it before it starts any thread.
 extern bool ends_with_its_input;

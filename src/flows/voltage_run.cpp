@@ -22,15 +22,15 @@ namespace {
 constexpr std::int32_t kPauseBetweenTestsMs = 1000;
 
 /// One run in progress.
-class TestRun {
+class VoltageRun {
  public:
-  TestRun(const VoltagePlan& plan, const RatioTest& test)
+  VoltageRun(const VoltagePlan& plan, const RatioTestKind& test)
       : plan_(plan), test_(test), series_(plan.size() > 1), tests_left_(plan.size()) {}
 
   void prepare() {
     test_id_ = prompt_test_id();
     if (series_) {
-      file_name_ = run_file_name = series_file_name(test_id_);
+      use_file(series_file_name(test_id_));
       series_file_ = open_series_file(file_name_, test_.columns);
     }
   }
@@ -72,6 +72,11 @@ class TestRun {
   void close_series_file() { series_file_.close(); }
 
  private:
+  void use_file(const std::string& name) {
+    file_name_ = name;
+    run_file_name = name;
+  }
+
   void announce(float voltage) {
     std::cout.precision(2);
     std::cout << "Testing at voltage: " << voltage << '\n' << std::flush;
@@ -94,7 +99,7 @@ class TestRun {
   void show_result(const kvr_TestRecord& record) {
     std::ostringstream text;
     if (!series_) {
-      file_name_ = run_file_name = report_file_name(test_id_);
+      use_file(report_file_name(test_id_));
       render(record, text, file_name_.c_str());
     } else {
       test_.write_rows(series_file_, record);
@@ -112,7 +117,7 @@ class TestRun {
   }
 
   const VoltagePlan& plan_;
-  const RatioTest& test_;
+  const RatioTestKind& test_;
   const bool series_;
   std::uint64_t tests_left_;
   bool first_ = true;
@@ -124,8 +129,8 @@ class TestRun {
 
 }  // namespace
 
-void run_voltage_plan(const VoltagePlan& plan, const RatioTest& test) {
-  TestRun run(plan, test);
+void run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test) {
+  VoltageRun run(plan, test);
   run.prepare();
   kvr_LockAPI();
   try {

@@ -8,7 +8,7 @@
 #include "flows/voltage_plan.h"
 
 /// What the kinds of ratio test differ in.
-struct RatioTest {
+struct RatioTestKind {
   const char* columns;  ///< column line of the series file
   bool may_be_stored;   ///< false: the library is asked to keep nothing
   /// Runs one test at a voltage. Blocks until it ends.
@@ -22,4 +22,4 @@ struct RatioTest {
 /// Asks for the test ID and runs a voltage plan with the instrument's API locked: one test per
 /// entry, its result on standard output, and the files of the run. A refused test, or one without a
 /// record, ends the run. The API is unlocked on every way out.
-void run_voltage_plan(const VoltagePlan& plan, const RatioTest& test);
+void run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test);

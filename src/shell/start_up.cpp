@@ -50,8 +50,8 @@ void make_results_folder() {
   if (const auto documents = platform::documents_folder()) {
     results_folder = *documents + platform::kPathSeparator + "KVRU3" + platform::kPathSeparator;
   }
-  // A folder that is already there counts as one that can't be made: every run but the first shows
-  // the banner. Operators know it so.
+  // Deliberate: a folder that exists counts as one that can't be made, so every run but the first
+  // shows the banner.
   if (Utils::CreateDir(results_folder)) {
     std::cout << "Folder with results: " << results_folder << '\n';
   } else {
@@ -73,7 +73,7 @@ bool start_client_library(const Options& options) {
   return false;
 }
 
-/// What differs between the two roads to the instrument.
+/// The differences between the two ways to connect.
 struct ConnectionMethod {
   kvr_ConnectionType type;
   const char* client_name_prefix;
@@ -102,7 +102,7 @@ bool connect(const ConnectionMethod& method, FirmwareText& firmware_version) {
   return false;
 }
 
-/// The address goes nowhere: a Service connection differs from the other by type and name only.
+/// Deliberate: the address is not used. A Service connection differs by its type and name only.
 void ask_service_address() {
   static std::string& service_ip = make_kept_line();
   std::cout << "Please enter IP address: ";

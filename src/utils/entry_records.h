@@ -3,14 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 
-// Small records of the client library's side that no call of this program delivers. Their names are
-// ours; their layout is pinned.
+// Small records of the client library's side that no call of this program delivers. Their layout is
+// pinned.
 
 struct kvr_NamedEntry {
   std::int32_t code;
   char name[30];
   char reserved_34[2];
-  std::uint32_t value_a;  ///< copied, never interpreted, as the two below
+  std::uint32_t value_a;  ///< copied, never interpreted, like the two below
   std::uint32_t value_b;
   std::uint32_t value_c;
 };
@@ -77,11 +77,11 @@ static_assert(offsetof(kvr_EntryRecord, value_200) == 200);
 static_assert(offsetof(kvr_EntryRecord, value_204) == 204);
 static_assert(sizeof(kvr_EntryRecord) == 208);
 
-struct kvr_Block116 {
+struct ComparedBlock {
   char bytes[116];
 };
 
-struct kvr_Limits {
+struct ComparedLimits {
   std::uint8_t enabled;
   float first;
   float second;
@@ -89,7 +89,7 @@ struct kvr_Limits {
   float fourth;
 };
 
-struct kvr_Settings {
+struct ComparedSettings {
   char reserved_0[4];
   std::uint8_t byte_4;
   std::uint8_t byte_5;
@@ -104,11 +104,11 @@ struct kvr_Settings {
   std::int16_t value_24;
 };
 
-static_assert(offsetof(kvr_Settings, value_8) == 8);
-static_assert(offsetof(kvr_Settings, value_24) == 24);
+static_assert(offsetof(ComparedSettings, value_8) == 8);
+static_assert(offsetof(ComparedSettings, value_24) == 24);
 
 /// A run of bytes somewhere else.
-struct kvr_ByteRun {
+struct ByteRun {
   const std::uint8_t* data;
   std::size_t length;
 };

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kAppDataBufferSize = 260;
 
-/// What a folder holds, as far as it can be read; nothing if it is none.
+/// The entries of a folder, as far as they can be read; none if it is no folder.
 std::vector<fs::path> entries_of(const fs::path& folder) {
   std::error_code error;
   std::vector<fs::path> entries;
@@ -28,7 +28,7 @@ std::vector<fs::path> entries_of(const fs::path& folder) {
   return entries;
 }
 
-/// Entry by entry, since the library's own tells nothing of what it removed before an error.
+/// Entry by entry: std::filesystem::remove_all does not report what it removed before an error.
 bool remove_tree(const fs::path& path) {
   std::error_code error;
   bool removed = false;
@@ -42,7 +42,7 @@ bool remove_tree(const fs::path& path) {
 
 }  // namespace
 
-// Nothing is flushed: the name is the contract with callers on other platforms.
+// Deliberate: nothing is flushed.
 void Utils::SyncFS() { PLOGW << "Syncing FS..."; }
 
 void Utils::UtilDeleteFile(const std::string& path) {
@@ -88,7 +88,7 @@ std::string Utils::ReadTextFile(const std::string& path) {
     std::ifstream input(path);
     return trim({std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()});
   } catch (const std::exception& error) {
-    // Not the operation's name: those who read logs know the line by this one.
+    // Deliberate: not the operation's name.
     PLOGE << "Utils::ReadFileData reading file: " << path << " exception: " << error.what();
     return {};
   }
@@ -100,7 +100,7 @@ std::int64_t Utils::GetFileSize(const std::string& path) {
     throw kvr_exception(KVR_RES_FILE_NOT_FOUND, "GetFileSize - cannot stat file " + path, kLogged,
                         "GetFileSize");
   }
-  // From 2 GiB on this is wrong: the callers' size is 32 bits wide, with a sign.
+  // Wrong from 2 GiB on: the size is a signed 32-bit number.
   return static_cast<std::int32_t>(*size);
 }
 

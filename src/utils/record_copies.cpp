@@ -12,7 +12,7 @@ struct Dispose {
   }
 };
 
-/// Disposes of a record that reaches nothing.
+/// Frees a record without pointers.
 struct DisposeFlat {
   template <class Record>
   void operator()(Record* record) const {
@@ -20,11 +20,11 @@ struct DisposeFlat {
   }
 };
 
-/// A clone that is being filled. All that it reaches is its own already, or null.
+/// A clone that is being filled. It owns all that its pointers reach; the others are null.
 template <class Record>
 using UnfinishedClone = std::unique_ptr<Record, Dispose>;
 
-/// A record's own block, byte for byte. Pointers in it are still those of the source.
+/// A byte copy of a record's own block. Its pointers are still those of the source.
 template <class Record>
 UnfinishedClone<Record> clone_block(const Record& source) {
   UnfinishedClone<Record> clone(new Record);
@@ -32,8 +32,8 @@ UnfinishedClone<Record> clone_block(const Record& source) {
   return clone;
 }
 
-/// Gives `target` an array of clones. It is null pointers at first, so that a failure part way can
-/// be disposed of.
+/// Sets `target` to an array of clones. The array starts as null pointers, so that it can be freed
+/// after a failure part way.
 template <class Entry>
 void clone_entries(Entry* const* source, std::uint32_t count, Entry**& target) {
   target = nullptr;
@@ -266,8 +266,7 @@ void Utils::free_record(kvr_TestRecord** records, std::uint32_t count) {
   free_entries(records, count);
 }
 
-// The temperatures and flags behind the first 392 bytes stay the target's own; users of a copy rely
-// on it.
+// Deliberate: the temperatures and flags after the first 392 bytes stay the target's own.
 void Utils::copy_setup(const kvr_TestSetup& source, kvr_TestSetup& target) {
   constexpr std::size_t kCopiedSize = 392;
   static_assert(kCopiedSize == offsetof(kvr_TestSetup, reserved_392));

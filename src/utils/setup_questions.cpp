@@ -34,7 +34,7 @@ bool Utils::has_oltc(const kvr_TestSetup& setup) {
   return has_oltc_changer(high_side) || has_oltc_changer(low_side);
 }
 
-// Voltages are meant even where the pair is rated by its currents.
+// The voltages, even where the pair is rated by its currents.
 bool Utils::has_voltages(const kvr_TestSetup& setup) {
   const kvr_WindingSetup& high_side = winding_h(setup);
   const kvr_WindingSetup& low_side = winding_x(setup);

@@ -65,7 +65,7 @@ std::string_view PairTextX(Measure measure) { return pair_text(kPairTextsX, meas
 
 std::int32_t ClockFromAngle(float angle) {
   constexpr double kPi = 3.141592653589793;
-  constexpr double kGuard = 0.0001;  // keeps a whole number of hours whole when it is cut
+  constexpr double kGuard = 0.0001;  // so that cutting keeps a whole number of hours
   constexpr std::int32_t kHours = 12;
   const double hours = std::round(static_cast<double>(angle * 6.0F) / kPi);
   if (!(std::abs(hours) < std::numeric_limits<std::int32_t>::max())) {

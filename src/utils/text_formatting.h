@@ -9,9 +9,9 @@
 #include "api/standard_type.h"
 #include "utils/utils.h"
 
-// Small conversions between values and the texts that people know them by.
+// Small conversions between values and their texts.
 
-/// What a model name says about an instrument; all zero for an unknown name.
+/// The type and tier of a model name; both zero for an unknown name.
 struct ModelInfo {
   std::int32_t instrument_type;  ///< as in kvr_DeviceInfo
   std::int32_t tier;             ///< as in kvr_DeviceInfo
@@ -19,10 +19,10 @@ struct ModelInfo {
 
 static_assert(offsetof(ModelInfo, tier) == 4);
 
-/// The instrument that exactly `name` stands for.
+/// The model of exactly that name.
 ModelInfo ModelFromName(std::string_view name);
 
-/// The word for a model tier, "UNKNOWN" for a number that is none.
+/// The word for a model tier; "UNKNOWN" for any other number.
 const char* model_tier_text(std::int32_t tier);
 
 /// The pair of high-side or low-side terminals of a code, such as "H1-H2"; "unknown" for any other
@@ -35,7 +35,7 @@ std::string_view PairTextX(Measure measure);
 std::int32_t ClockFromAngle(float angle);
 
 /// Replaces each key by its value, one entry after the other in the map's own order, so that later
-/// entries also see what earlier ones put in. Keys must not be empty.
+/// entries also replace in what earlier ones inserted. Keys must not be empty.
 template <class Map>
 std::string ApplyReplacements(std::string text, const Map& replacements) {
   for (const auto& [key, value] : replacements) {

@@ -58,8 +58,8 @@ class Utils {
   static bool WriteToDevice(const std::string& path, const std::string& text);
   /// The whole file without white space at its ends; empty when it can't be read.
   static std::string ReadTextFile(const std::string& path);
-  /// Size in bytes, as the system tells it. Throws KVR_RES_FILE_NOT_FOUND. Wrong from 2 GiB on: the
-  /// size is taken as 32 bits wide, as on the system this program comes from.
+  /// Size in bytes. Throws KVR_RES_FILE_NOT_FOUND. Deliberately a signed 32-bit number, so wrong
+  /// from 2 GiB on.
   static std::int64_t GetFileSize(const std::string& path);
   /// Runs a command. True when it ends with 0; otherwise false, or KVR_RES_INTERNAL_ERROR is thrown
   /// unless `noThrow`.
@@ -106,16 +106,16 @@ class Utils {
   static void toPhisValue(double value, std::string& prefix, double& multiplier);
   /// Without white space at both ends.
   static std::string trim(std::string text);
-  /// Every `from` replaced, going on behind each inserted text. `from` must not be empty.
+  /// Every `from` replaced; the search goes on after each inserted text. `from` must not be empty.
   static std::string replace_all(std::string text, const std::string& from, const std::string& to);
   /// Without a last "_" and what follows it, if a digit follows it.
   static std::string strip_numeric_suffix(const std::string& text);
   /// CRC-16/ARC of a byte run; 0 for a null or empty one.
-  static std::uint16_t crc16(const kvr_ByteRun& bytes);
+  static std::uint16_t crc16(const ByteRun& bytes);
 
   // Deep copies of results and their disposal (record_copies.cpp). A clone owns all that it
   // reaches and nothing in it points into the source; a null source gives null. Counts in the
-  // source are trusted. Allocation failures pass to the caller and leave nothing behind.
+  // source are trusted. Allocation failures pass to the caller and leak nothing.
 
   static kvr_TestData_Ratio_3ph* clone_record(const kvr_TestData_Ratio_3ph* source);
   static kvr_TestData_Impedance* clone_record(const kvr_TestData_Impedance* source);
@@ -127,10 +127,9 @@ class Utils {
   static kvr_TestData_Tap* clone_record(const kvr_TestData_Tap* source);
   static kvr_TestData_Point* clone_record(const kvr_TestData_Point* source);
 
-  // Innermost first, null pointers passed over. Arrays and texts go to delete[], all other blocks
-  // to delete, so that is how whoever fills a record allocates them. A record with its whole nest:
-  // the arrays of its families have data_count entries, `first_transition` is an array. An array of
-  // records goes with them.
+  // Free a record with all that hangs from it; null is allowed. Arrays and texts are freed by
+  // delete[], all other blocks by delete: allocate accordingly. The arrays of a record's families
+  // have data_count entries; `first_transition` is an array. An array of pointers is freed too.
 
   static void free_record(kvr_TestData_Ratio_3ph* record);
   static void free_record(kvr_TestData_Impedance* record);
@@ -147,13 +146,12 @@ class Utils {
 
   // Flat copies, source first (record_copies.cpp).
 
-  /// Copies the first 392 bytes of a setup: the temperatures and flags behind them stay.
+  /// Copies the first 392 bytes of a setup: the temperatures and flags after them stay.
   static void copy_setup(const kvr_TestSetup& source, kvr_TestSetup& target);
   static void copy_winding(const kvr_WindingSetup& source, kvr_WindingSetup& target);
 
-  // Entry records (entry_records.cpp). A list that is filled is taken as empty: what it held
-  // is not given back. When filling fails it stays as it was. A negative or huge count fails as an
-  // allocation.
+  // Entry records (entry_records.cpp). Filling a list does not free what it held. When filling
+  // fails the list stays as it was. A negative or huge count fails as an allocation.
 
   static kvr_EntryRecord* clone_entry_record(const kvr_EntryRecord* source);
   static void free_record(kvr_EntryRecord* record);
@@ -167,9 +165,9 @@ class Utils {
   static bool near_equal(double a, double b);
   static bool near_equal(float a, float b);
   static bool equal_name(const char (&a)[31], const char (&b)[31]);
-  static bool equal_block(const kvr_Block116& a, const kvr_Block116& b);
-  static bool equal_limits(const kvr_Limits& a, const kvr_Limits& b);
-  static bool equal_settings(const kvr_Settings& a, const kvr_Settings& b);
+  static bool equal_block(const ComparedBlock& a, const ComparedBlock& b);
+  static bool equal_limits(const ComparedLimits& a, const ComparedLimits& b);
+  static bool equal_settings(const ComparedSettings& a, const ComparedSettings& b);
 };
 
 /// Whether a file can be opened for reading. A folder counts as not existing.

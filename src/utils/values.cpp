@@ -27,7 +27,7 @@ bool is_space(char character) { return std::isspace(static_cast<unsigned char>(c
 
 bool is_digit(char character) { return std::isdigit(static_cast<unsigned char>(character)) != 0; }
 
-// The checksum's register has 16 bits; it is kept in an unsigned, which nothing promotes.
+// The checksum has 16 bits; an unsigned holds it, since smaller types are promoted to int.
 constexpr unsigned kCrcPolynomial = 0x8005;
 constexpr unsigned kCrcMask = 0xFFFF;
 constexpr unsigned kCrcBits = 16;
@@ -48,7 +48,7 @@ unsigned reversed_bits(unsigned crc) {
 
 }  // namespace
 
-// There is no test on the absolute value: zero and every negative value take the smallest prefix.
+// Deliberate: zero and negative values take the smallest prefix.
 void Utils::toPhisValue(double value, std::string& prefix, double& multiplier) {
   const auto* const row =
       std::find_if(kMetricPrefixes.begin(), kMetricPrefixes.end(),
@@ -82,7 +82,7 @@ std::string Utils::strip_numeric_suffix(const std::string& text) {
   return has_suffix ? text.substr(0, mark) : text;
 }
 
-std::uint16_t Utils::crc16(const kvr_ByteRun& bytes) {
+std::uint16_t Utils::crc16(const ByteRun& bytes) {
   if (bytes.data == nullptr) {
     return 0;
   }

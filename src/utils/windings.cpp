@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The connection_type of `setup`. `where` is the resolver that asks for it.
+/// The connection_type of `setup`. `where` names the calling resolver.
 std::size_t checked_connection_type(const kvr_TestSetup& setup, const char* where) {
   if (setup.connection_type > kConnectionXToY) {
     throw kvr_exception(KVR_RES_INCORRECT_PARAMETERS,

@@ -1,4 +1,4 @@
-"""Holds the tree to the tables of rooms in docs/architecture.md.
+"""Checks the tree against the tables of rooms in docs/architecture.md.
 
   check_architecture.py [--table] [ROOT]
 
@@ -7,7 +7,7 @@ Prints "file:line: what is wrong" for each breach and fails if there is one:
   - a header of the system, or a macro that names one, outside a folder "platform"
   - a folder with sources that has no row, and a row without a folder
   - a product file named like a test
---table prints instead how often each room includes which other.
+--table prints instead how often each room includes each other room.
 """
 
 import argparse
@@ -18,8 +18,8 @@ import sys
 
 PAGE = "docs/architecture.md"
 
-# Headers of packages, each with the reason why it is no business of a platform room. Whatever else has
-# a dot or a slash in its name is a header of the system; those of C++ have neither.
+# Headers of packages, each with the reason why it need not be in a platform room. Any other header
+# with a dot or a slash in its name is one of the system; those of C++ have neither.
 PACKAGE_HEADERS = {
     "plog/Log.h": "the log, the same on every system",
     "sqlite3.h": "the record store, the same on every system",
@@ -33,8 +33,8 @@ TEST_NAME = re.compile(r"(^|_)tests?(_|$)")
 
 
 def read_tables(page):
-    """The tables of rooms on the page, each as its rooms from the highest to the lowest with the line
-    that names them."""
+    """The tables of rooms on the page: for each its rooms from the highest to the lowest, with
+    their line numbers."""
     tables, rows = [], {}
     for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
         if row := ROW.match(line):
@@ -64,7 +64,7 @@ class Tree:
         return self.name(path.parent)
 
     def table_of(self, room):
-        """The first table that has the room: later ones only say that they may use it."""
+        """The first table that has the room: in a later table it is one that the others may use."""
         return next((list(rows) for rows in self.tables if room in rows), [])
 
     def included_file(self, path, include):
@@ -72,7 +72,7 @@ class Tree:
         return next((file.resolve() for file in candidates if file.is_file()), None)
 
     def includes(self, path):
-        """Line, whether the system is meant, and the name of each include."""
+        """For each include its line, whether it is in angle brackets, and its name."""
         for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
             if include := INCLUDE.match(line):
                 yield number, include[1] == "<", include[2]

@@ -75,7 +75,7 @@ class CheckArchitecture(unittest.TestCase):
             {"library/calls.cpp": '#include "text/words.h"\n'},
             'library/calls.cpp:1: "text/words.h" is in no room that library may include')
 
-    def test_what_another_table_shares_opens_no_way_back(self):
+    def test_a_shared_room_may_not_include_rooms_of_the_other_table(self):
         self.expect_breach(
             {"src/api/records.h": '#  include "library/store/file.h"\n'},
             'src/api/records.h:1: "library/store/file.h" is in no room that src/api may include')
@@ -85,7 +85,7 @@ class CheckArchitecture(unittest.TestCase):
             {"src/text/words.h": '#include "tests/words.h"\n', "tests/words.h": "\n"},
             'src/text/words.h:1: "tests/words.h" is in no room that src/text may include')
 
-    def test_an_include_that_is_not_there_is_told(self):
+    def test_an_include_that_is_not_there_is_reported(self):
         self.expect_breach({"src/text/words.h": '#include "text/gone.h"\n'},
                            'src/text/words.h:1: "text/gone.h" does not exist')
 
@@ -116,7 +116,7 @@ class CheckArchitecture(unittest.TestCase):
             self.expect_breach({f"src/text/{name}": "\n"},
                                f"src/text/{name}:1: a product file is named like a test")
 
-    def test_every_breach_is_told(self):
+    def test_every_breach_is_reported(self):
         self.expect_breach(
             {"src/api/records.h": '#include <fcntl.h>\n#include "text/words.h"\n',
              "library/store/file_test.h": "\n"},

@@ -10,9 +10,9 @@
 #include "flows/run_files.h"
 #include "support/counted_new.h"
 
-// The n-th allocation fails, for every n, once and for ever. An exception may leave, or a stream
-// may fail; what has been written until then stays, and nothing else is written in its place.
-// Record copies have the same test in unit/utils/record_copies_test.cpp.
+// The n-th allocation fails, for every n; either that one alone or all from there on. An exception
+// may be thrown or a stream may fail; text written before stays, and no wrong text follows. Record
+// copies have the same test in unit/utils/record_copies_test.cpp.
 
 namespace {
 
@@ -25,8 +25,8 @@ class AllocationFaults : public FaultsTest {
  protected:
   ~AllocationFaults() override { after_lock = nullptr; }
 
-  /// `prepare` readies the n-th attempt, `action` runs with its failure, and `check` is told
-  /// whether it went through without an exception. Blocks must not stay behind.
+  /// For each n: calls `prepare`, runs `action` with the failure, then calls `check` with whether
+  /// `action` ended without an exception. No block may leak.
   template <class Prepare, class Action, class Check>
   static void fail_each(Prepare prepare, Action action, Check check) {
     prepare();
@@ -57,8 +57,8 @@ class AllocationFaults : public FaultsTest {
     }
   }
 
-  /// What is said is what has to be, but that the text of a result may be cut short: its stream has
-  /// failed, and takes nothing more. What is said behind that is whole again.
+  /// The output is the usual one, but the text of a result may be cut short where its stream
+  /// failed. What follows that text is whole again.
   static void expect_no_other_words(const std::string& output, const std::string& whole) {
     const auto cut = std::mismatch(output.begin(), output.end(), whole.begin(), whole.end());
     EXPECT_TRUE(std::string(cut.second, whole.end()).find(std::string(cut.first, output.end())) !=
@@ -137,7 +137,7 @@ TEST_F(AllocationFaults, InAReportLeaveTheBeginningOfTheReport) {
     fail_each([&] { results.write("report.csv", first); }, report,
               [&](bool /*went_through*/, bool has_failed) {
                 const std::string file = read(name);
-                // One that can't be looked at counts as one that is not there yet.
+                // A file whose size can't be read counts as not there yet.
                 const std::string again = first + "sep=;" + whole.substr(first.size());
                 EXPECT_TRUE(whole.starts_with(file) || again.starts_with(file)) << file;
                 EXPECT_TRUE(file.starts_with(first)) << file;
@@ -183,7 +183,7 @@ TEST_F(AllocationFaults, InARawFileLeaveItsBeginning) {
             });
 }
 
-/// A whole run from the moment on when the API is locked, and a whole export.
+/// A whole run from the locking of the API on, and a whole export.
 TEST_F(AllocationFaults, OfARunReleaseTheApiAndLeaveItsFiles) {
   for (const Scene& scene : scenes()) {
     SCOPED_TRACE(scene.name);

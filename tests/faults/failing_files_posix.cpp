@@ -16,7 +16,7 @@ struct State {
   std::size_t countdown = 0;
   bool for_ever = false;
   bool failed = false;
-  bool cut_short = false;  ///< the write that fails now takes a part
+  bool cut_short = false;  ///< the write that fails now writes a part
   std::size_t opens = 0;
   std::size_t writes = 0;
   std::size_t closes = 0;
@@ -30,7 +30,7 @@ std::size_t& counter(Call call) {
   return call == Call::kOpen ? state.opens : is_write(call) ? state.writes : state.closes;
 }
 
-/// Counts a call, and says whether it is to fail.
+/// Counts a call; true if it must fail.
 bool fails(Call call) {
   ++counter(call);
   if (!state.armed || (state.call != call && !(is_write(call) && is_write(state.call)))) {
@@ -42,7 +42,7 @@ bool fails(Call call) {
   }
   state.failed = true;
   if (state.call == Call::kShortWrite) {
-    state.call = Call::kWrite;  // the next one fails, and takes nothing
+    state.call = Call::kWrite;  // the next one fails and writes nothing
     state.cut_short = true;
     return true;
   }
@@ -51,14 +51,14 @@ bool fails(Call call) {
   return true;
 }
 
-/// How many of its bytes a write that fails takes.
+/// How many of its bytes a failing write still writes.
 std::size_t bytes_taken(std::size_t count) {
   const bool takes_part = state.cut_short;
   state.cut_short = false;
   return takes_part ? count / 2 : 0;
 }
 
-/// The call that this program's own stands before.
+/// The system's function that the one of this program hides.
 template <class Function>
 Function* next(const char* name) {
   // A function pointer from dlsym. NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast)

@@ -13,8 +13,7 @@
 #include "records/record_export.h"
 #include "support/flow_test.h"
 
-/// Something that the program does with files, to be done again and again with something else
-/// failing each time.
+/// A use of files by the program. It is repeated, each time with another failure.
 struct Scene {
   const char* name;
   void (*action)();
@@ -22,7 +21,7 @@ struct Scene {
   std::size_t stored_records = 0;  ///< for an export
 };
 
-/// The scenes: each kind of file that the program writes, none too small for a stream's buffer.
+/// The scenes: each kind of file that the program writes, each larger than a stream's buffer.
 inline std::vector<Scene> scenes() {
   return {{"single test", Single_Phase, "1\n1\n1\n8\n\nT1\n"},
           {"single-phase series", Single_Phase, "1\n1\n1\n8x90\n\nT1\n"},
@@ -34,7 +33,7 @@ class FaultsTest : public FlowTest {
  protected:
   using Files = std::map<std::string, std::string>;
 
-  /// Empties the folders and readies library and session for a scene.
+  /// Empties the folders and prepares library and session for a scene.
   void prepare(const Scene& scene) {
     for (const TemporaryFolder* folder : {&results, &working_folder}) {
       for (const auto& entry : std::filesystem::directory_iterator(folder->path())) {
@@ -85,13 +84,13 @@ class FaultsTest : public FlowTest {
     return {console.output(), files()};
   }
 
-  /// How far two texts are the same.
+  /// Length of the beginning that two texts share.
   static std::size_t whole_beginning(const std::string& content, const std::string& whole) {
     const auto end = std::mismatch(content.begin(), content.end(), whole.begin(), whole.end());
     return static_cast<std::size_t>(end.first - content.begin());
   }
 
-  /// Nothing stands in a file but the beginning of what has to.
+  /// Each file holds a beginning of its expected content.
   static void expect_beginnings(const Files& actual, const Files& whole) {
     for (const auto& [name, content] : actual) {
       const auto file = whole.find(name);

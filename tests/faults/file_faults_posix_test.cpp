@@ -8,9 +8,9 @@
 #include "faults/failing_files_posix.h"
 #include "faults/faults_test.h"
 
-// The n-th open, write and close fails, for every n, once and for ever; the disk is full from any
-// byte on; the folder can't be written. It costs what has not been written until then, and no more:
-// the run goes on to its end with its usual words, and the next one has all its files.
+// The n-th open, write or close fails, for every n; that one alone or all from there on. The disk
+// is full from any byte on; the folder can't be written. Only what was not yet written is lost: the
+// run goes on to its end with its usual output, and the next run writes all its files.
 
 namespace {
 
@@ -20,7 +20,7 @@ using failing_files::Failing;
 
 class FileFaults : public FaultsTest {
  protected:
-  /// The words of a report that can't be written are the only sign of a failure.
+  /// The message about a report that can't be written is the only difference.
   void expect_same_words(std::string output, const Outcome& whole) const {
     const std::string warning =
         "WARNING: Could not open file for write: " + results.prefix() + "T1.csv\n";
@@ -36,9 +36,9 @@ class FileFaults : public FaultsTest {
     return {console.output(), {}};
   }
 
-  /// A disk that is full for a moment only: the standard library keeps the buffer of which a part
-  /// was written, and writes all of it at closing. What was written before stays, and nothing of
-  /// another kind follows.
+  /// After a short write on a disk that is full only for a moment, the standard library keeps the
+  /// whole buffer and writes it again at closing. So a part can stand twice; all else must be a
+  /// beginning of the expected content.
   static void expect_beginnings_and_buffers(const Files& actual, const Files& whole) {
     for (const auto& [name, content] : actual) {
       const auto file = whole.find(name);
@@ -56,7 +56,7 @@ class FileFaults : public FaultsTest {
   }
 };
 
-TEST_F(FileFaults, CostWhatIsNotWrittenAndNothingElse) {
+TEST_F(FileFaults, LoseOnlyWhatIsNotYetWritten) {
   for (const Scene& scene : scenes()) {
     sound(scene);
     prepare(scene);
@@ -88,7 +88,7 @@ TEST_F(FileFaults, CostWhatIsNotWrittenAndNothingElse) {
             expect_beginnings(files(), whole.files);
           }
           if (nth > count || call == Call::kClose) {
-            EXPECT_EQ(files(), whole.files);  // an error at closing comes too late to cost anything
+            EXPECT_EQ(files(), whole.files);  // an error at closing comes too late to lose anything
           }
           ASSERT_FALSE(HasFailure());
         }
@@ -98,7 +98,7 @@ TEST_F(FileFaults, CostWhatIsNotWrittenAndNothingElse) {
   }
 }
 
-/// Has every file of the process end at a size while it lives.
+/// Limits the size of every file of the process while it lives.
 class LargestFile {
  public:
   explicit LargestFile(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -160,7 +160,7 @@ TEST_F(FileFaults, OfADeviceThatIsAlwaysFullAreSilent) {
 }
 
 /// /proc takes no new file, not even from root.
-TEST_F(FileFaults, OfAFolderThatCannotBeWrittenAreSilentButForTheReport) {
+TEST_F(FileFaults, OfAFolderThatCannotBeWrittenAreSilentExceptForTheReport) {
   for (const Scene& scene : scenes()) {
     SCOPED_TRACE(scene.name);
     const std::string folder = results_folder;

@@ -2,7 +2,7 @@
 
 #include "support/counted_new.h"
 
-// The linker puts these in the place of the calls.
+// The linker replaces the calls by these.
 
 std::function<void()> after_lock;
 

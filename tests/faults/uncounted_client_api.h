@@ -4,8 +4,8 @@
 
 #include "api/client_api.h"
 
-// In this test program the calls of the client library need no memory that counted_new counts: it
-// is the program's own that fails.
+// In this test program, client library calls allocate no memory that counted_new counts, so that
+// only allocations of the program itself fail.
 
-/// Called when the API has been locked, that is when a dialogue is over and its tests begin.
+/// Called after the API has been locked: the dialogue is over and the tests begin.
 extern std::function<void()> after_lock;

@@ -1,4 +1,4 @@
-"""Tests of corpus files: how they are packed, and that a replay refuses all but whole ones.
+"""Tests of corpus files: how they are packed, and that a replay refuses damaged ones.
 
 Takes the replay program of a target that any input passes.
 """
@@ -28,7 +28,7 @@ class Folder(unittest.TestCase):
         self.file = self.folder / "try.corpus"
 
     def folder_of(self, inputs):
-        """A folder that holds them, under names in the order given."""
+        """A folder that holds the inputs, under names in the order given."""
         folder = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
         for number, content in enumerate(inputs):
             (folder / str(number)).write_bytes(content)
@@ -40,7 +40,7 @@ class Folder(unittest.TestCase):
         return done.returncode, done.stdout.decode()
 
     def replay(self, *arguments):
-        """Exit status and what was said."""
+        """Exit status and output."""
         done = subprocess.run([REPLAY, *arguments], stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, check=False)
         return done.returncode, done.stdout.decode()
@@ -48,12 +48,12 @@ class Folder(unittest.TestCase):
 
 class Packing(Folder):
 
-    def test_same_inputs_make_the_same_file(self):
+    def test_the_same_inputs_make_the_same_file(self):
         for inputs in (INPUTS, INPUTS[::-1], INPUTS + INPUTS[:3]):
             self.assertEqual(self.pack_tool("pack", self.file, self.folder_of(inputs)), (0, ""))
             self.assertEqual(self.file.read_bytes(), PACKED)
 
-    def test_unpacked_inputs_are_numbered_in_the_file_s_order(self):
+    def test_unpacked_inputs_are_numbered_in_the_order_of_the_file(self):
         self.file.write_bytes(PACKED)
         self.assertEqual(self.pack_tool("unpack", self.file, self.folder / "new"), (0, ""))
         files = sorted((self.folder / "new").iterdir())
@@ -62,19 +62,19 @@ class Packing(Folder):
         self.assertEqual([path.read_bytes() for path in files],
                          sorted(INPUTS, key=lambda content: (len(content), content)))
 
-    def test_no_folder_is_unpacked_into_another(self):
+    def test_unpacking_refuses_a_folder_that_exists(self):
         self.file.write_bytes(PACKED)
         status, output = self.pack_tool("unpack", self.file, self.folder_of([b"old"]))
         self.assertEqual(status, 1)
         self.assertIn("File exists", output)
 
-    def test_nothing_is_packed_from_nothing(self):
+    def test_packing_refuses_a_folder_without_inputs(self):
         self.file.write_bytes(PACKED)
         self.assertEqual(self.pack_tool("pack", self.file, self.folder_of([])),
                          (1, f"{self.file}: no inputs\n"))
         self.assertEqual(self.file.read_bytes(), PACKED)
 
-    def test_each_byte_counts(self):
+    def test_a_change_of_any_byte_is_noticed(self):
         for index, byte in enumerate(PACKED):
             for damaged in (PACKED[:index], PACKED[:index] + bytes([byte ^ 1]) + PACKED[index + 1:],
                             PACKED[:index] + b"0" + PACKED[index:]):
@@ -89,7 +89,7 @@ class Packing(Folder):
             file = path.read_bytes()
             self.assertEqual(corpus.packed(corpus.unpacked(file)), file, path)
 
-    def test_findings_are_those_of_targets(self):
+    def test_each_finding_belongs_to_a_target(self):
         targets = {path.stem for path in (FUZZ / "targets").glob("*.cpp")}
         self.assertLessEqual({path.name for path in (FUZZ / "findings").iterdir()}, targets)
 

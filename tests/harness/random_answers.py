@@ -1,7 +1,7 @@
-"""Random answers to the whole program on the scripted library: whatever is typed, it neither crashes
-nor hangs, gives everything back, and ends when it is told to, or at the end of the answers.
+"""Random answers to the whole program on the scripted library: it neither crashes nor hangs, frees
+all records and lists, and ends when told to, or at the end of the answers.
 
-The seeds are fixed, so every run types the same. What is found belongs into a session file.
+The seeds are fixed, so every run types the same. A fault that is found belongs into a session file.
 """
 
 import argparse
@@ -43,12 +43,12 @@ def answers(chance, words):
     lines = [b"1"] if chance.random() < 0.8 else []
     lines += [line(chance, words) for _ in range(chance.randrange(60))]
     typed = b"\n".join(lines)
-    # A plan of thousands of tests would be right, and would take its time.
+    # A plan of thousands of tests is valid, but would take too long.
     return re.sub(rb"([xX]\s*\+?)\d{3,}", rb"\g<1>3", typed)
 
 
 def run(program, library, script, typed):
-    """What is wrong with a run, or nothing, and how many tests it made."""
+    """The fault of a run, or nothing, and how many tests it made."""
     with tempfile.TemporaryDirectory(prefix="random-") as temporary:
         folder = pathlib.Path(temporary)
         (folder / "script").write_text(script)
@@ -104,7 +104,7 @@ def main():
             print(f"With seed {seed} the program {complaint}\nScript:\n{script}\nTyped: {typed!r}")
             return 1
     print(f"{arguments.runs} runs made {tests_made} tests")
-    return 0 if tests_made > arguments.runs else 1  # else the answers don't get far enough
+    return 0 if tests_made > arguments.runs else 1  # fewer: the answers don't get far enough
 
 
 if __name__ == "__main__":

@@ -93,7 +93,7 @@ class RunSession(RunnerTest):
         self.assertIn("\n\n---- calls kvr_LockAPI pause\nkvr_LockAPI\nkvr_LockAPI\n\n", text)
         self.assertTrue(text.endswith("\n\n---- complaints\nrecord 2 was not given back\n"))
 
-    def test_each_expected_section_counts(self):
+    def test_a_missing_expected_section_fails(self):
         text = self.rebuilt()
         parts = text.split("\n\n---- ")
         expected = [part for part in parts[1:]
@@ -103,7 +103,7 @@ class RunSession(RunnerTest):
             without = "\n\n---- ".join(each for each in parts if each is not part)
             self.assert_refused(without, "+---- " + part.split("\n")[0])
 
-    def test_each_line_counts(self):
+    def test_a_change_of_any_line_fails(self):
         text = self.rebuilt()
         for line in ("Console Tester 1.1.0.7", "status 0", "TNR = 16.00000000",
                      "record 2 was not given back"):
@@ -112,14 +112,14 @@ class RunSession(RunnerTest):
         self.assert_refused(text.replace("END\n", "END\\\n"), "-END\\")
         self.assert_refused(text.replace("kvr_LockAPI\n", "", 1), "+kvr_LockAPI")
 
-    def test_file_that_is_not_left(self):
+    def test_expected_file_that_is_missing(self):
         self.assert_refused(self.rebuilt() + "\n---- file work/more\n", "----- file work/more")
 
-    def test_given_file_that_is_left_as_it_was(self):
+    def test_given_file_that_is_unchanged(self):
         self.assert_refused(self.rebuilt() + "\n---- file work/kept\nno line feed here\\\n",
                             "----- file work/kept")
 
-    def test_file_of_any_content(self):
+    def test_file_with_any_content(self):
         text = self.rebuilt()
         start = text.index("---- file work/.RAW.csv")
         parts = text[:start], text[text.index("---- calls"):]
@@ -139,13 +139,13 @@ class RunSession(RunnerTest):
     def test_program_that_ends_although_it_should_wait(self):
         self.assert_refused(self.rebuilt().replace("status 0", "waiting"), "+status 0")
 
-    def test_program_that_is_called_otherwise(self):
+    def test_program_called_by_another_name(self):
         text = ("A shell that says its name.\n\n---- program sh\n\n---- called --debug\n\n"
                 "---- options\n-c\necho $0\n\n---- script\n\n---- answers\n\n"
                 "---- output\n--debug\n\n---- ends with\nstatus 0\n\n---- no files\n")
         self.assertEqual(self.run_session(text, "--program", "sh=/bin/sh"), (0, ""))
 
-    def test_program_that_never_stops_talking(self):
+    def test_program_whose_output_never_ends(self):
         for end in ("status 0", "waiting"):
             text = ("A shell that asks for ever.\n\n---- program sh\n\n"
                     "---- options\n-c\nyes Next\n\n---- script\n\n---- answers\n\n"
@@ -167,7 +167,7 @@ class RunSession(RunnerTest):
         self.assert_refused(self.rebuilt().replace("  record_id =", "  record_name ="),
                             "/script:4: ")
 
-    def test_answers_that_nobody_asks_for(self):
+    def test_scripted_answers_that_are_never_used(self):
         text = self.rebuilt().replace("kvr_Test_Ratio_1ph: 31", "kvr_ConnectAPI: 0\n"
                                       "kvr_ConnectAPI: 0\nkvr_Test_Ratio_1ph: 31")
         self.assert_refused(text, "+1 more answers to kvr_ConnectAPI than calls")
@@ -179,7 +179,7 @@ class RunSession(RunnerTest):
         self.assertEqual(status, 77)
         self.assertIn("is skipped: It is elsewhere.", output)
 
-    def test_sessions_that_are_none(self):
+    def test_invalid_session_files(self):
         for text, reason in (("", "a session opens with a description"),
                              ("Title\n", "a session opens with a description"),
                              ("Title\n---- answers\n", "no empty line before"),
@@ -242,7 +242,7 @@ class BeginsAtMainMenu(RunnerTest):
         self.assertEqual(text, BEGINS_THERE + "\n---- output\n" + menu + after)
         self.assertTrue(before.endswith("calibrated at Wed, 25.11.2020 12:00:00\n\n"))
 
-    def test_each_byte_of_the_start_up_counts(self):
+    def test_a_change_of_any_byte_of_the_start_up_fails(self):
         text = self.rebuilt(BEGINS_THERE)
         for line, other in (("Console Tester 1.1.0.7", "Console Tester 1.1.0.8"),
                             ("Serial #: SN-0042", "Serial #: SN-0043"),
@@ -263,7 +263,7 @@ class BeginsAtMainMenu(RunnerTest):
         self.assert_start_up_refused(text.replace("---- script", "---- script\nkvr_: 5"),
                                      "+status 99", "/script:1: ")
 
-    def test_what_comes_after_counts(self):
+    def test_a_change_after_the_start_up_fails(self):
         text = self.rebuilt(BEGINS_THERE)
         self.assert_refused(text.replace("Exiting", "Leaving"), f"{self.path} came out otherwise:",
                             "-Leaving...", "+Exiting...")
@@ -290,7 +290,7 @@ class BeginsAtMainMenu(RunnerTest):
                                      "-Folder with results: {results}",
                                      "+Can not create folder for results.")
 
-    def test_start_up_of_a_bench(self):
+    def test_start_up_on_a_bench(self):
         instrument = self.start_ups / "instrument.session"
         self.assert_refused(BEGINS_THERE.replace("script", "bench"), str(instrument))
         bench = "bench\n[instrument]\nclock = 2021-03-05T11:00:00Z"
@@ -298,7 +298,7 @@ class BeginsAtMainMenu(RunnerTest):
                               encoding="latin-1")
         self.assertNotIn("Serial #", self.rebuilt(BEGINS_THERE.replace("script", bench)))
 
-    def test_rebuild_changes_no_start_up(self):
+    def test_rebuild_does_not_change_the_start_up(self):
         text = self.rebuilt(BEGINS_THERE)
         other = self.whole.replace("SN-0042", "SN-0043")
         self.write_start_up(other)
@@ -309,7 +309,7 @@ class BeginsAtMainMenu(RunnerTest):
                          text.replace("Exiting", "Leaving"))
         self.assertEqual(self.start_up.read_text(encoding="latin-1"), other)
 
-    def test_start_up_is_rebuilt_before_what_begins_after_it(self):
+    def test_start_up_is_rebuilt_before_the_sessions_that_use_it(self):
         text = self.rebuilt(BEGINS_THERE)
         self.write_start_up(self.whole.replace("SN-0042", "SN-0043"))
         self.assertEqual(self.run_session(text.replace("Exiting", "Leaving"), "--rebuild",
@@ -317,7 +317,7 @@ class BeginsAtMainMenu(RunnerTest):
         self.assertEqual(self.path.read_text(encoding="latin-1"), text)
         self.assertEqual(self.start_up.read_text(encoding="latin-1"), self.whole)
 
-    def test_headings_that_are_none(self):
+    def test_invalid_headings(self):
         for heading, reason in (("later", "'later' is not 'after NAME'"),
                                 ("after", "'after' is not 'after NAME'"),
                                 ("after ../x", "is not 'after NAME'"),
@@ -327,7 +327,7 @@ class BeginsAtMainMenu(RunnerTest):
             self.assert_refused(BEGINS_THERE.replace("main menu\n\n", f"main menu {heading}\n\n")
                                 .replace("menu \n", "menu\n"), reason)
 
-    def test_start_ups_that_are_none(self):
+    def test_invalid_start_ups(self):
         twice = self.whole.replace("\nExiting", "\n!!! === KVRU3 main menu === !!!\n\nExiting")
         for start_up in (self.whole.replace("=== KVRU3 main menu ===", "=== main menu ==="),
                          self.whole.replace("\n\n!!! ===", "!!! ==="),

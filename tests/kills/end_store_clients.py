@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Ends clients of the library in every way in which a process ends by itself. The record store is
-then one file: it is copied alone, and the copy has to hold each test that the library said it had
-stored. After a kill the file has to be complete as soon as the next client has begun.
+then one file: it is copied alone, and the copy must hold each test that the library reported as
+stored. After a kill the file must be complete as soon as the next client has started.
 
   end_store_clients.py COMMAND ...     which runs store-client
 
@@ -78,7 +78,7 @@ class Place:
         return sorted(path.name for path in self.folder.iterdir())
 
     def records_of_copy(self):
-        """What the store's file holds without anything that lies beside it."""
+        """What the store's file holds without the files beside it."""
         with tempfile.TemporaryDirectory() as folder:
             copy = Place(Path(folder) / "copy")
             shutil.copyfile(self.folder / "records.db", copy.folder / "records.db")
@@ -106,7 +106,7 @@ def end_in_each_way(folder):
 
 
 def end_while_another_saves(folder):
-    """The last test may be stored without a word of it."""
+    """The last test may be stored without being reported."""
     for number in range(ENDS):
         place = Place(folder / f"saving-{number}")
         try:
@@ -116,14 +116,14 @@ def end_while_another_saves(folder):
             saved = {word.removeprefix("saved ") for word in words}
             held = set(place.records_of_copy())
             expect(len(saved) > number and saved <= held, f"{saved - held} are lost")
-            expect(len(held) <= len(saved) + 1, f"{held - saved} are stored without a word")
+            expect(len(held) <= len(saved) + 1, f"{held - saved} are stored but not reported")
         except Failure as failure:
             raise Failure(f"exit-while-another-saves {number}: {failure}") from failure
 
 
 def look_before_kill(place, way, count):
-    """What the file holds alone, and what lies there, when a client says that it is ready. Then the
-    client is killed."""
+    """What the file alone holds, and which files exist, when a client reports that it is ready.
+    Then the client is killed."""
     with place.start(way, count) as client:
         try:
             while (line := client.stdout.readline()) not in ("ready\n", ""):

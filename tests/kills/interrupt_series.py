@@ -6,7 +6,7 @@ virtual instrument, each run in a process of its own.
 
 A run is interrupted by a stop signal, by two of them, by a kill, by a lost connection, by a disk that
 is full from some byte on, or by a results folder that vanishes. Afterwards: what was written before
-is intact, the program has reacted as it has to, and the next run in the same folder is whole. A
+is intact, the program has reacted correctly, and the next run in the same folder is whole. A
 record store is one file if the process has ended by itself.
 
 KVR_SERIES_INTERRUPTIONS is the number of runs, 36 without it; KVR_SERIES_SEED their seed.
@@ -126,7 +126,7 @@ class Run:
 
 
 class Sound:
-    """What runs without an interruption leave."""
+    """The files of runs without an interruption."""
 
     def __init__(self, options):
         with tempfile.TemporaryDirectory(prefix="series-") as folder:
@@ -148,11 +148,11 @@ def rows_in(content, sound):
 
 
 def check_beginnings(files, sound):
-    """Nothing but the beginnings of what has to be there."""
+    """Each file holds a beginning of its expected content."""
     for name, content in files.items():
         expect(name in sound.files, f"a file {name}")
         if name.startswith(NEXT_FILE):
-            # Its head tells a time, and its values depend on what was measured before.
+            # Its head holds a time, and its values depend on earlier measurements.
             continue
         expect(sound.files[name].startswith(content), f"{name} holds something else")
 
@@ -168,13 +168,13 @@ def check_to_the_end(run, status, sound):
     rows = rows_in(files[SERIES_FILE], sound)
     expect(files[SERIES_FILE].endswith(b"\n"), "a row in part")
     errors = text.count("ERROR in last test")
-    expect(rows == TESTS or errors > 0, "an early end without a word")
+    expect(rows == TESTS or errors > 0, "an early end was not reported")
     expect(errors <= text.count(CANCELLING), "an error of another kind")
     raw = files[SERIES_FILE + RAW]
     expect(sound.files[SERIES_FILE + RAW].startswith(raw), "the RAW file holds something else")
     expect(raw.count(b"\n") * TESTS == sound.files[SERIES_FILE + RAW].count(b"\n") * rows,
            f"RAW data of other tests than the {rows}")
-    if errors == (1 if rows < TESTS else 0):  # else a signal came late enough to hit the next test
+    if errors == (1 if rows < TESTS else 0):  # otherwise a late signal has hit the next test
         check_next(run)
 
 
@@ -193,7 +193,7 @@ class Interruption:
         self.run = Run(options, folder, bench)
 
     def reach_a_moment(self):
-        """Somewhere in the series."""
+        """Waits for a random point of the series."""
         left = self.chance.randrange(TESTS)
         expect(self.run.wait_for(f"Tests left: {left}\n"), "the series does not begin")
         time.sleep(self.chance.random() * 0.005)
@@ -207,7 +207,7 @@ class Interruption:
         self.reach_a_moment()
         self.send(self.chance.choice(list(STOPS)))
         status = self.run.finish()
-        expect(status == 0 or CANCELLING in self.run.text(), "a stop signal without a word")
+        expect(status == 0 or CANCELLING in self.run.text(), "a stop signal was not reported")
         check_to_the_end(self.run, status, self.sound)
 
     def check_cut_off(self):
@@ -229,7 +229,7 @@ class Interruption:
         if SECOND not in self.run.text():  # at nearly the same time, or the menu came in between
             check_to_the_end(self.run, status, self.sound)
             return
-        # Two of one kind may be taken in the other order.
+        # Two signals sent together may be handled in either order.
         expect(status in (STOPS[first], STOPS[second]), f"exit status {status}")
         expect(CANCELLING in self.run.text(), "no first signal")
         self.check_cut_off()
@@ -249,14 +249,15 @@ class Interruption:
         new_bench.rename(self.run.bench)
         status = self.run.finish()
         text = self.run.text()
-        if status == 0:  # through before the library's own thread, which tells of it, ends it
+        if status == 0:  # the program ended before the library's thread reported the loss
             expect("END\n" in text, "no end")
             expect(text.count("ERROR in last test") > 0 or
                    rows_in(self.run.files()[SERIES_FILE], self.sound) == TESTS, "rows are lost")
         else:
             expect(status == 1, f"exit status {status}")
             for words in ("Exiting console tester...\n", "API has been shutdown\n"):
-                expect(words in text, "no word of it")  # the main thread's may come in between
+                # Output of the main thread may come in between.
+                expect(words in text, "the loss was not reported")
             self.check_cut_off()
         check_beginnings(self.run.files(), self.sound)
 
@@ -265,7 +266,7 @@ class Interruption:
         status = self.run.start(ANSWERS, largest_file=size).finish()
         expect(status == 0, f"exit status {status}")
         expect(self.run.text().replace(str(self.run.home), "") ==
-               self.sound.text.replace(self.sound_home(), ""), "other words than ever")
+               self.sound.text.replace(self.sound_home(), ""), "the output differs")
         files = self.run.files()
         check_beginnings(files, self.sound)
         for name, content in self.sound.files.items():
@@ -286,7 +287,7 @@ class Interruption:
         status = self.run.finish()
         expect(status == 0, f"exit status {status}")
         expect(self.run.text().endswith(END), "no end")
-        expect("ERROR" not in self.run.text(), "a test fails for the sake of a folder")
+        expect("ERROR" not in self.run.text(), "a test fails because of a folder")
         if away.exists():
             files = self.run.files(away)
             check_beginnings(files, self.sound)
@@ -297,8 +298,8 @@ class Interruption:
                    "record_id: NEXT" in self.run.text(), "no result of the next test")
 
     def check_store(self):
-        """The process has ended by itself, on whatever thread: the store is one file, and holds each
-        test of the series file."""
+        """The process has ended by itself, on whatever thread: the store is one file that holds
+        each test of the series file."""
         stores = sorted(path.name for path in self.run.home.glob(STORE + "*"))
         expect(stores == [STORE], f"the store is {stores}")
         with closing(sqlite3.connect(self.run.home / STORE)) as store:

@@ -27,7 +27,7 @@ using namespace virtual_instrument;
 
 constexpr int kExitStatus = 3;
 
-/// Not by way of a C++ stream: another thread may end the process meanwhile.
+/// Deliberately no C++ stream: another thread may end the process meanwhile.
 void say(const std::string& line) {
   std::fputs((line + "\n").c_str(), stdout);
   std::fflush(stdout);
@@ -108,7 +108,7 @@ void exit_while_main_reads(int count) {
   initialize();
   save_all(count);
   std::thread([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // main may well be reading by then
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // by then main is probably reading
     leave();
   }).detach();
   wait_for_input();
@@ -128,7 +128,7 @@ void exit_in_progress_callback(int count) {
   run_test("unfinished", &handler);
 }
 
-/// Another thread stores tests until the end comes, at any moment.
+/// Calls exit() at any moment while another thread stores tests.
 void exit_while_another_saves(int count) {
   initialize();
   static std::atomic<int> saved = 0;
@@ -143,7 +143,7 @@ void exit_while_another_saves(int count) {
   leave();
 }
 
-/// A static object whose end comes after main and uses the library still.
+/// A static object whose destructor runs after main and still uses the library.
 struct LateUser {
   int number = -1;
   ~LateUser() {
@@ -160,7 +160,7 @@ void save_in_static_destructor(int count) {
   late_user.number = count;
 }
 
-/// For somebody to kill, or to look at the file meanwhile.
+/// Waits, so that the process can be killed or the file inspected.
 void wait(int count) {
   initialize();
   save_all(count);

@@ -12,8 +12,9 @@
 #include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
-// Changes a record store step by step, to be killed on the way, and says whether a store holds what
-// it has to hold after a number of steps. What a step does follows from its number alone.
+// Changes a record store step by step, so that it can be killed on the way, and checks whether a
+// store holds the right records after a number of steps. The number of a step determines what it
+// does.
 //
 //   store-writer run FILE NAME FIRST END    steps FIRST to END - 1, "done N" after step N
 //   store-writer stop FILE NAME N POINT     step N alone; at its POINT-th operation on a file says
@@ -36,8 +37,7 @@ struct Step {
   int test;  ///< number of the test in its record
 };
 
-/// Six steps for a record, of which the last removes the record before; now and then everything
-/// goes.
+/// Six steps per record; the last one deletes the record before. Some steps clear the store.
 Step step_of(int number) {
   constexpr int kStepsOfRecord = 6;
   constexpr int kRecordsUntilClear = 10;
@@ -66,7 +66,7 @@ RecordNest test_of(const std::string& name, const Step& step) {
   record->data_ratio_1ph = new kvr_TestData_Ratio_1ph* [1] {};
   record->data_ratio_1ph[0] = new kvr_TestData_Ratio_1ph{};
   record->data_ratio_1ph[0]->phase.tnr = step.record + step.test / 100.0;
-  // From a part of a page to several of them.
+  // From part of a database page to several pages.
   const std::size_t size = 1 + static_cast<std::size_t>(step.test) * 5000;
   auto* raw_data = new char[size + 1]{};
   std::fill_n(raw_data, size, static_cast<char>('a' + step.test));
@@ -91,7 +91,7 @@ kvr_code make_step(SqliteStore& store, const std::string& name, int number) {
   return store.clear();
 }
 
-// ---- What a store has to hold --------------------------------------------------------------
+// ---- Expected contents ---------------------------------------------------------------------
 
 /// The stored forms of records by their IDs.
 using Contents = std::map<std::string, std::vector<std::byte>>;
@@ -147,7 +147,7 @@ Contents contents_of(SqliteStore& store, const std::string& name) {
   return contents;
 }
 
-/// Asks SQLite itself, past the store.
+/// Asks SQLite directly, not through the store.
 void check_integrity(const std::string& file) {
   sqlite3* connection = nullptr;
   std::string answer;
@@ -198,7 +198,7 @@ void stop(const std::string& file, const std::string& name, int number, int poin
   require_ok(make_step(store, name, number), "step " + std::to_string(number));
 }
 
-/// A store that can only be looked at is no store: it has to take changes as well.
+/// The store must accept changes as well as reads.
 void check_taking(SqliteStore& store) {
   const std::string name = "a trial";
   const RecordNest trial = test_of(name, {Step::kSave, 0, 0});
@@ -206,7 +206,7 @@ void check_taking(SqliteStore& store) {
   require_ok(store.remove(trial->record_id), "removing a trial");
 }
 
-/// The file of a store that is open: what a kill left in the log has been moved.
+/// Checks the file alone while the store is open: opening has moved the log of a kill into it.
 void check_file_alone(const std::string& file, const std::string& name, const Contents& expected) {
   const std::string copy = file + ".copy";
   std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing);

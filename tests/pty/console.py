@@ -1,4 +1,4 @@
-"""A console tester in a terminal of its own, for tests of what a terminal adds: keys, signals and
+"""Runs the console tester in a terminal of its own, for tests of keys, signals and terminal
 settings.
 
 The program runs on the scripted client library, which answers as the test's script says (see
@@ -33,7 +33,7 @@ class Console:
     def __init__(self, script="", ignored_signals=(), bench=None, program="KVR_CONSOLE_TESTER",
                  controlling=True):
         self.seen = ""       # output so far, with line feeds alone at line ends
-        self.position = 0    # behind what has been expected
+        self.position = 0    # after what has been expected
         self.status = None
         self.script = script
         self.bench = bench
@@ -97,7 +97,7 @@ class Console:
         os.kill(self.process, number)
 
     def read_for(self, seconds):
-        """Takes what comes within some seconds, or less. False if nothing came."""
+        """Reads output for at most some seconds. False if none came."""
         if self.closed:
             time.sleep(seconds)
             return False
@@ -107,12 +107,12 @@ class Console:
         return True
 
     def expect(self, text):
-        """Waits until a text has come behind the last one that was expected."""
-        self.expect_behind(self.position, text)
+        """Waits for a text after the last one that was expected."""
+        self.expect_after(self.position, text)
         self.position = self.seen.index(text, self.position) + len(text)
 
-    def expect_behind(self, position, text):
-        """Waits until a text has come somewhere behind a position, as lines of other threads do."""
+    def expect_after(self, position, text):
+        """Waits for a text anywhere after a position, for lines of other threads."""
         deadline = time.monotonic() + SECONDS
         while text not in self.seen[position:]:
             left = deadline - time.monotonic()
@@ -145,7 +145,7 @@ class Console:
         return self.status
 
     def rest(self):
-        """All that came behind the last expected text."""
+        """All that came after the last expected text."""
         return self.seen[self.position:]
 
     def calls(self):
@@ -155,7 +155,7 @@ class Console:
 
 
 def become_terminal(slave, controlling):
-    """Makes the terminal the one of this process, which has just been forked."""
+    """Makes the terminal the controlling one of this newly forked process."""
     os.setsid()
     if controlling:
         fcntl.ioctl(slave, termios.TIOCSCTTY, 0)

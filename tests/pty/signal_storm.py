@@ -1,7 +1,8 @@
-"""A storm of stop signals at random moments, the first of them before the first output: whatever comes
-when, the program ends, once, with a status that one of the ways to its end gives, and reports nothing.
+"""Sends many stop signals at random moments, the first of them before the first output: in each
+case the program ends, once, with the status of one of its ways to end, and no sanitizer reports
+anything.
 
-KVR_STORM_RUNS sets how many runs there are, KVR_STORM_SEED where the chances begin.
+KVR_STORM_RUNS sets how many runs there are, KVR_STORM_SEED the first seed.
 """
 
 import os
@@ -61,7 +62,7 @@ def run(seed):
 
 
 class SignalStorm(unittest.TestCase):
-    def test_ends_however_it_blows(self):
+    def test_ends_with_an_expected_status(self):
         for seed in range(SEED, SEED + RUNS):
             with self.subTest(seed=seed):
                 status, seen = run(seed)

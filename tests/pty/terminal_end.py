@@ -1,6 +1,6 @@
 """The end of the terminal: it closes, or the system asks the program to terminate.
 
-Whatever the program is at, it ends by itself, with the number of the event as its status, and leaves
+In any state, the program ends by itself with the number of the event as its status, and leaves
 whole files and an unlocked instrument.
 """
 
@@ -11,7 +11,7 @@ import unittest
 
 from console import CONNECTED, CTRL_C, MAIN_MENU, SINGLE_TEST, Console
 
-SECONDS = 6  # in which it has to end, whatever it is at
+SECONDS = 6  # within which it must end, in any state
 BLOCKED_TEST = "kvr_Test_Ratio_1ph: KVR_RES_OPERATION_CANCELLED progress=1/2 until_cancelled\n"
 DEAF_TEST = "kvr_Test_Ratio_1ph: KVR_RES_OPERATION_CANCELLED progress=1/2 delay=60000ms\n"
 SERIES = "2\n1\n1\n1\n10x5\n\nS\n"
@@ -49,7 +49,7 @@ def in_the_pause_of_a_series(console):
 
 
 def at_a_stopped_terminal(console):
-    """Nothing can be written there, not even that the program ends."""
+    """The terminal takes no output, not even the last lines of the program."""
     at_the_main_menu(console)
     console.send(b"\x13")  # Ctrl-S
     time.sleep(0.2)
@@ -77,7 +77,7 @@ PLACES = [at_the_connection_prompt, at_the_main_menu, at_the_test_id_prompt, in_
 class TerminalEnd(unittest.TestCase):
 
     def end(self, console, event):
-        """Has the program end; gives its calls after that moment."""
+        """Makes the program end; returns its calls after that moment."""
         calls_before = len(console.calls())
         begun = time.monotonic()
         status = event(console)
@@ -141,8 +141,8 @@ class TerminalEnd(unittest.TestCase):
             self.assertTrue(words.endswith(" second signal - terminate immediately\n"), words)
             self.assertIn(MAIN_MENU, words)
 
-    def test_what_does_not_listen_is_waited_for_five_seconds(self):
-        """All of these wait at the same time, which is why they stand together."""
+    def test_the_program_waits_five_seconds_for_what_does_not_end(self):
+        """One test for all cases, so that they wait at the same time."""
         blocked_cancel = "kvr_CancelOperation: 0 delay=60000ms\n"
         cases = [("a deaf test, closed", DEAF_TEST, in_a_test, close),
                  ("a deaf test, terminated", DEAF_TEST, in_a_test, terminate),
@@ -158,11 +158,11 @@ class TerminalEnd(unittest.TestCase):
                 with self.subTest(case=name):
                     self.assertEqual(console.wait(), status)
                     self.assertGreater(time.monotonic() - begun, 4.9)
-                    self.assertLess(time.monotonic() - begun, SECONDS + 1)  # one has its turn late
+                    self.assertLess(time.monotonic() - begun, SECONDS + 1)  # one is checked late
                     self.assertNotIn("kvr_UnlockAPI", console.calls())
 
     def test_a_cancel_that_comes_before_the_test_is_repeated(self):
-        """The library knows of no test yet when the first one comes."""
+        """When the first cancel comes, the library's test has not begun."""
         with Console("kvr_Test_Ratio_1ph: KVR_RES_OPERATION_CANCELLED progress=1/2 delay=1000ms\n"
                      "kvr_CancelOperation: KVR_RES_TEST_NOT_RUNNING\n") as console:
             in_a_test(console)

@@ -11,7 +11,7 @@ from console import CONNECTED, Console
 
 SECONDS = 10  # in which the program has to end
 CTRL_D = "\x04"
-WORKBENCH_MENU = "1. Three Phase Test\n2. Records\n0. Exit\n"
+WORKBENCH_MENU = "1. Three Phase Test\n2. Records\n3. Terminal labels\n0. Exit\n"
 END = "\nExiting...\nEND\n"
 
 # What is typed from the main menu on, and the prompt that stands then.
@@ -24,6 +24,8 @@ PROMPTS = {
     "the ratio": ("1\n1\n1\n1\n\n\n", "Nameplate ratio N:1 (leave empty for none): "),
     "the test ID": ("1\n1\n1\n1\n\n\n\n", "Test ID (leave empty for date/time): "),
     "a record ID": ("2\n4\n", "Test ID: "),
+    "a vector group": ("3\n1\n", "(leave empty for terminal pairs): "),
+    "a vector group asked for again": ("3\n1\nx\n", "Wrong value, Please enter again: "),
     "a word": ("2\n9\n", "Do you want to clear tests database? (Y/N): "),
 }
 

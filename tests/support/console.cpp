@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Beginning of what is said about a program that no test can end any more.
+/// The first words of the message about a program that no test can end.
 std::string program_of_this_test() {
   const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
   return test == nullptr
@@ -50,8 +50,8 @@ std::streamsize CapturedOutput::xsputn(const char* characters, std::streamsize c
   const std::lock_guard lock(mutex_);
   text_.append(characters, static_cast<std::size_t>(count));
   if (text_.size() > kMostText) {
-    // No exception: the stream would swallow it, and the program go on. Nor std::cerr, which has
-    // std::cout flushed, and that is this.
+    // No exception: the stream would swallow it, and the program would go on. No std::cerr either:
+    // it flushes std::cout, which is this buffer.
     const std::string message = program_of_this_test() + " goes on and on, after " +
                                 std::to_string(kMostText) +
                                 " bytes of output. Is there no pause_at_end_of_input() where it "
@@ -83,8 +83,8 @@ int CapturedOutput::sync() {
 
 namespace {
 
-/// Kept beyond the end of the process: a thread that the program has let go may still flush it
-/// after its console is gone, and so does the standard library at the very end.
+/// Never destroyed: a detached thread may flush it after its console is gone, and the standard
+/// library flushes it at the end of the process.
 CapturedOutput& new_output() {
   static auto& outputs = *new std::deque<CapturedOutput>;
   return outputs.emplace_back();
@@ -142,7 +142,7 @@ OutputWatcher::int_type OutputWatcher::overflow(int_type character) {
 
 std::streamsize OutputWatcher::xsputn(const char* characters, std::streamsize count) {
   if (std::string_view(characters, static_cast<std::size_t>(count)).starts_with(beginning_)) {
-    std::cout.rdbuf(target_);  // so that threads started from here on never know of this
+    std::cout.rdbuf(target_);  // so that threads started later never use this
     std::exchange(action_, nullptr)();
   }
   return target_->sputn(characters, count);

@@ -15,7 +15,7 @@ What goes in:
   ---- script               the client library is the scripted one and answers as this script says,
                             see scripted_client_api_script.h
   ---- bench [NAME]         or it is the virtual instrument with this bench, the built-in one if
-                            empty; behind the named one of virtual_instrument/bench/, if any
+                            empty; after the named one of virtual_instrument/bench/, if any
   ---- program NAME         another program than console-tester
   ---- called NAME          what its command line calls it; not on windows
   ---- not on windows       the file is skipped there, for the reason given
@@ -74,7 +74,7 @@ EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file",
 
 
 class BadSession(Exception):
-    """A session file that can't be run."""
+    """A fault of a session file."""
 
 
 class Skipped(Exception):
@@ -182,12 +182,12 @@ class StartUp:
     path: pathlib.Path | None = None
 
     def comes_before(self, output):
-        """Whether a program's output begins so, and goes on with the main menu."""
+        """Whether a program's output begins with this start-up and goes on with the main menu."""
         return self.path is None or output.startswith(self.output + MAIN_MENU)
 
 
 def start_up_of(session, folder):
-    """That of the session of the folder that the heading names; nothing without the heading."""
+    """The start-up that the heading names, from the folder's session; None without the heading."""
     if not session.has("begins at main menu"):
         return StartUp()
     if session.one("begins at main menu"):
@@ -213,7 +213,7 @@ def read_start_up(path):
 # Systems
 
 class Posix:
-    """Programs of this system."""
+    """Runs programs of this system."""
     name = "posix"
     separator = "/"
     line_end = b"\n"
@@ -225,7 +225,7 @@ class Posix:
 
     @staticmethod
     def variable(name):
-        """The variable that does what another one does on POSIX systems."""
+        """The variable that has the meaning of another one on POSIX systems."""
         return name
 
     @staticmethod
@@ -239,7 +239,7 @@ class Posix:
 
 
 class Wine(Posix):
-    """Windows programs under Wine, which has this system's files on drive Z."""
+    """Runs Windows programs under Wine, which has this system's files on drive Z."""
     name = "windows"
     separator = "\\"
     line_end = b"\r\n"
@@ -260,21 +260,21 @@ class Wine(Posix):
 
     @staticmethod
     def prepare(folder):
-        """Windows only names a documents folder that exists."""
+        """Makes the documents folder, since Windows names only one that exists."""
         (folder / "home" / "Documents").mkdir(parents=True)
 
 
 def exchanged(content, one, other):
-    """Each for the other, so that neither can stand where the other one should."""
+    """Swaps two texts, so that neither can stand in place of the other."""
     swap = {one: other, other: one}
     either = b"|".join(re.escape(each) for each in sorted(swap, key=len, reverse=True))
     return re.sub(either, lambda found: swap[found.group()], content)
 
 
 def without_differences(seen, folder, system):
-    """What came out of a run, without what may differ between systems: the form of paths, the ends
-    of lines, and what an abort ends with. Everything else has to be the same on all of them.
-    docs/install.md lists the differences."""
+    """The results of a run without what may differ between systems: the form of paths, the ends of
+    lines, and the ending of an abort. All else must be the same everywhere. docs/install.md lists
+    the differences."""
     def with_places(content):
         for token, path, end in (("{results}", RESULTS_FOLDER, system.separator),
                                  ("{home}", "home", ""), ("{work}", "work", "")):
@@ -363,7 +363,7 @@ def environment_of(session, folder, libraries, system):
 
 
 def prepare(session, folder, system):
-    """Makes the folders and the given files; gives the files as they are then."""
+    """Makes the folders and the given files; returns all files that exist then."""
     system.prepare(folder)
     (folder / "work").mkdir()
     for path, _ in session.all("given folder"):
@@ -379,7 +379,7 @@ def prepare(session, folder, system):
 
 
 def cpu_seconds(process):
-    """What the process has used so far; 0 where the system doesn't say."""
+    """Processor time of the process so far; 0 where the system doesn't report it."""
     try:
         fields = pathlib.Path(f"/proc/{process.pid}/stat").read_text().rsplit(")", 1)[1].split()
     except OSError:
@@ -395,8 +395,8 @@ TOO_MUCH = f"more than {MOST_OUTPUT} bytes of output, and no end: does it ask wi
 
 
 def wait_until_silent(process, output, seconds):
-    """Waits until a program has ended, or has said nothing for a while. Gives its exit status, or
-    says how it stands."""
+    """Waits until a program has ended, or has written nothing for a while. Returns its exit status,
+    or words for its state."""
     deadline = time.monotonic() + seconds
     size = 0
     while process.poll() is None and (size == 0 or output.stat().st_size != size):
@@ -417,7 +417,7 @@ def wait_until_silent(process, output, seconds):
 
 
 def wait_for_end(process, output, seconds):
-    """Gives a program's exit status, or says why it has none."""
+    """A program's exit status, or words why it has none."""
     deadline = time.monotonic() + seconds
     while time.monotonic() < deadline:
         try:
@@ -429,7 +429,7 @@ def wait_for_end(process, output, seconds):
 
 
 def run(session, start_up, arguments):
-    """Runs a session. Gives what came out."""
+    """Runs a session and returns its results."""
     name = (session.all("program") or [("console-tester", [])])[0][0]
     if name not in arguments.programs:
         raise BadSession(f"no program '{name}'")
@@ -510,7 +510,7 @@ def outcome(session, seen):
         add("calls", b"".join(block for block in blocks if not block.startswith(b"! ")
                               and (not names or block.startswith(names))), argument)
     complaints = b"".join(block[2:] for block in blocks if block.startswith(b"! "))
-    if complaints and seen["ends with"] != "abort":  # some systems let a library speak even then
+    if complaints and seen["ends with"] != "abort":  # some systems let it write even then
         add("complaints", complaints)
     return result
 
@@ -539,7 +539,7 @@ def difference(expected, seen):
 
 
 def check(path, arguments):
-    """Runs one file. Gives the exit status for it."""
+    """Runs one file and returns the exit status for it."""
     try:
         session = Session(path.read_text(encoding="latin-1"))
         start_up = start_up_of(session, arguments.start_ups)
@@ -589,7 +589,7 @@ def main():
     arguments.libraries = {"scripted": os.path.abspath(arguments.scripted),
                            "instrument": os.path.abspath(arguments.instrument)}
     arguments.launcher = arguments.launcher.split()
-    # Start-ups first: when all files are rebuilt, the others are compared with the new ones.
+    # Start-ups first: when all files are rebuilt, the other sessions use the new start-ups.
     files = sorted(arguments.files,
                    key=lambda path: path.resolve().parent != arguments.start_ups.resolve())
     statuses = {check(path, arguments) for path in files}

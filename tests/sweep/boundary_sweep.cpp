@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Makes the home folder the one that the program looks in. Gives the results folder.
+/// Makes `home` the home folder of the program. Returns the results folder.
 std::string enter_home(const TemporaryFolder& home) {
   use_home_folder(home.path().string());
   return platform::documents_folder().value_or("") + platform::kPathSeparator + "KVRU3" +

@@ -8,15 +8,15 @@
 #include "support/temporary_folder.h"
 #include "sweep/expected_session.h"
 
-/// Runs sessions of the whole program against what they have to look like. All runs of a test share
-/// a home and a working folder, emptied between runs.
+/// Runs sessions of the whole program and compares them with the expected ones. All runs of a test
+/// share a home and a working folder, emptied between runs.
 class BoundarySweep : public SessionTest {
  protected:
   BoundarySweep();
 
-  /// Readies a fresh program whose library answers as expected.
+  /// Prepares a fresh program whose library gives the expected session's answers.
   void prepare(const ExpectedSession& expected);
-  /// Runs the program in this process. True when an exception left it.
+  /// Runs the program in this process. True when it ended by an exception.
   static bool run_program(Program program, int& exit_status);
 
   /// Every file that is there now, with its content.
@@ -32,5 +32,5 @@ class BoundarySweep : public SessionTest {
 
 /// The calls of a session, a line each.
 std::string lines_of(const std::vector<ExpectedCall>& calls);
-/// The calls that came in but for those that cancel, a line each.
+/// The calls that were made, without those that cancel, a line each.
 std::string lines_of(const std::vector<SeenCall>& calls);

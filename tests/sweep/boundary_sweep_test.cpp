@@ -35,7 +35,7 @@ std::size_t stride() {
   return text == nullptr ? 8 : std::max<std::size_t>(1, std::strtoul(text, nullptr, 10));
 }
 
-/// Each fault that a session of `calls` calls can have, but a lost connection.
+/// Each fault that a session of `calls` calls can have, except a lost connection.
 std::vector<Fault> all_faults(std::size_t calls) {
   std::vector<Fault> faults;
   for (std::size_t call = 0; call < calls; ++call) {
@@ -61,13 +61,13 @@ std::string without(std::string text, const std::string& line) {
   return text;
 }
 
-/// What the operator does about a call that hangs.
+/// The operator's answer to a call that hangs.
 class StopSignal {
  public:
   void send() {
     thread_ = std::thread([] { CtrlHandler(0); });
   }
-  /// Waits until it has done its work. Gives the output without its lines.
+  /// Waits until the signal has been handled. Returns the output without the lines about it.
   std::string finish(const Console& console) {
     if (!thread_.joinable()) {
       return console.output();
@@ -85,7 +85,7 @@ class StopSignal {
 
 class Sweep : public BoundarySweep {
  protected:
-  /// One run. False, and a failed test, when the program does not do what it has to.
+  /// One run. False, and a failed test, when it differs from the expected session.
   bool check(Program program, const Fault& fault) {
     ExpectedSession expected = expected_session(program, fault, results);
     StopSignal stop;
@@ -107,7 +107,8 @@ class Sweep : public BoundarySweep {
     return !HasFailure();
   }
 
-  /// Each lock has its release behind it, and each record goes back once or is rightly kept.
+  /// Checks that each lock is followed by its release, and that each record is freed once or
+  /// deliberately kept.
   void expect_nothing_kept(const ExpectedSession& expected) const {
     bool locked = false;
     for (const SeenCall& seen : api.log()) {
@@ -137,7 +138,7 @@ class Sweep : public BoundarySweep {
   }
 };
 
-TEST_F(Sweep, SoundSessionsAreAsExpected) {
+TEST_F(Sweep, SessionsWithoutAFaultAreAsExpected) {
   EXPECT_TRUE(check(Program::kConsoleTester, {}));
   EXPECT_TRUE(check(Program::kWorkbench, {}));
 }

@@ -19,7 +19,7 @@ constexpr const char* kDate = "Mon Mar 15 12:00:00 2021\n";
 constexpr const char* kOldId = "OLD";
 const string kFullId(kIdField, 'F');
 
-/// An exception leaves the program, or it ends on a lost connection: nothing follows.
+/// Thrown when the program ends by an exception or on a lost connection: nothing follows.
 struct SessionEnds {};
 
 bool passes(std::int32_t code) { return code == 0 || code == 44 || code == 76; }
@@ -201,7 +201,7 @@ class Session {
   }
 
  private:
-  // The ends of the wires: what is said, typed, called and written.
+  // Primitives: what is written to the console, typed, called and stored in files.
 
   void say(const string& text) {
     if (!silent_) {
@@ -295,7 +295,7 @@ class Session {
           answer.device_info = device_with_full_texts();
         }
         if (answer.text && call != ApiCall::CodeToString) {
-          answer.text = string(21, 'F');  // the library ends these texts itself
+          answer.text = string(21, 'F');  // the library terminates these texts itself
         }
         if (answer.labels) {
           for (kvr_TestLabel& label : *answer.labels) {
@@ -452,7 +452,7 @@ class Session {
     say("\n!!! === KVRU3 main menu === !!!\n");
     kvr_Status sound = healthy_status();
     if (++menus_ == 2) {
-      sound.device_status_code = KVR_RES_EMERGENCY_STOP_PRESSED;  // has its words looked up
+      sound.device_status_code = KVR_RES_EMERGENCY_STOP_PRESSED;  // its wording is looked up
     }
     const Reply reply = ask(ApiCall::GetStatus, "", {.device_status = sound});
     if (reply.answer.device_status) {
@@ -500,7 +500,7 @@ class Session {
   }
 
   void workbench_menus() {
-    const string items = "1. Three Phase Test\n2. Records\n";
+    const string items = "1. Three Phase Test\n2. Records\n3. Terminal labels\n";
     main_menu(items);
     type("1");
     three_phase("1", "", "8x2", {8, 8}, "R1");
@@ -678,8 +678,7 @@ class Session {
             kind.call == ApiCall::Test_Ratio_1ph ? single_phase_record(named, voltage)
                                                  : three_phase_record(named, voltage));
     if (!is_taken(reply.code)) {
-      told_.kept_records +=
-          reply.record == nullptr ? 0U : 1U;  // left where the refused call put it
+      told_.kept_records += reply.record == nullptr ? 0U : 1U;  // not freed after a refused call
       return nullptr;
     }
     return reply.record;
@@ -877,7 +876,7 @@ class Session {
         "RATIO,PHASE HIGH,PHASE LOW,PHASE SHIFT ABSOLUTE,PHASE DEV FROM USER PHASING,"
         "VR RATIO ERROR %,CURRENT RMS,VOLTAGE RMS,CURRENT F,INDUCED VOLTAGE,\n";
     const auto labels = reply.answer.labels.value_or(std::vector<kvr_TestLabel>{});
-    Record last;  // what the library left in the pointer, until it is given back
+    Record last;  // the record in the pointer, until it is freed
     for (std::size_t i = 0; i < labels.size(); ++i) {
       const Reply read = read_stored(text(labels[i].record_id), last);
       if (read.record != nullptr) {
@@ -895,7 +894,7 @@ class Session {
           text(record.record_id) + "\n");
       if (record.data_ratio_3ph != nullptr) {
         three_phase += export_row(record, **record.data_ratio_3ph);
-        // An export does not give these back.
+        // An export does not free these.
         told_.kept_records += read.record == nullptr ? 0U : 1U;
         continue;
       }
@@ -972,7 +971,7 @@ class Session {
     row.numbers(phase.tnr_error, phase.current_rms, phase.voltage_rms, phase.efi,
                 phase.induced_voltage);
     string line = row.line();
-    line.erase(line.size() - 2, 1);  // no comma at its end
+    line.erase(line.size() - 2, 1);  // removes the comma at its end
     return line;
   }
 

@@ -10,19 +10,19 @@
 
 #include "support/scripted_client_api.h"
 
-// What a whole session has to look like when one call of the client library goes wrong: told apart
-// from the program, call by call and text by text, with nothing shared but the record layouts. The
-// session that is told also types the answers, since what an operator is asked next depends on what
-// went wrong before.
+// The expected course of a whole session in which one call of the client library fails: written
+// independently of the program, call by call and text by text; the two share only the record
+// layouts. The expected session also holds the operator's answers, since the next question depends
+// on what failed before.
 
 /// What goes wrong with a call.
 enum class Wrong {
   kNothing,
   kCode,          ///< the code alone, out pointers null
   kCodeAndReply,  ///< the code, and the reply to some call of long ago
-  kDelay,         ///< it takes its time
+  kDelay,         ///< the call takes long
   kHang,          ///< it hangs until it is cancelled
-  kNotFinite,     ///< numbers that are none
+  kNotFinite,     ///< numbers that are NaN or infinite
   kFullTexts,     ///< texts that fill their fields to the last byte
   kNullRecord,    ///< a record whose texts and arrays are missing
   kLost,          ///< the connection is lost while it runs
@@ -52,9 +52,9 @@ struct ExpectedSession {
   std::map<std::string, std::string> files;  ///< by their full names
   std::set<std::string> open_files;          ///< when a lost connection ended the program
   int exit_status = 0;
-  bool throws = false;            ///< an exception leaves the program
-  std::size_t kept_records = 0;   ///< handed out and rightly not given back
-  std::size_t missing_lists = 0;  ///< given back although the library gave none
+  bool throws = false;            ///< the program ends by an exception
+  std::size_t kept_records = 0;   ///< returned by calls and deliberately not freed
+  std::size_t missing_lists = 0;  ///< freed although the library returned none
 };
 
 /// A session of `program` with its results in `results_folder`, at noon on 15 March 2021.
@@ -63,5 +63,5 @@ struct ExpectedSession {
 ExpectedSession expected_session(Program program, const Fault& fault,
                                  const std::string& results_folder);
 
-/// What matters of a call that came in, as in ExpectedCall::text.
+/// A call that was made, in the form of ExpectedCall::text.
 std::string text_of_seen(const SeenCall& seen);

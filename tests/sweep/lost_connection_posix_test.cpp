@@ -11,12 +11,12 @@
 
 #include "sweep/boundary_sweep.h"
 
-// A lost connection ends the process, so that each run has one of its own, a fork of this one. On
-// Windows, where there is no fork, the tests of the callbacks end a few processes in the same way.
+// A lost connection ends the process, so each run is a fork of this process. On Windows, where
+// there is no fork, the tests of the callbacks end a few processes in the same way.
 
 namespace {
 
-/// What the child of a run leaves behind.
+/// For the exit handler of the forked child.
 const Console* console_of_child = nullptr;
 std::string report_of_child;
 
@@ -30,7 +30,7 @@ class LostConnection : public BoundarySweep {
   bool check(Program program, const Fault& fault) {
     const ExpectedSession expected = expected_session(program, fault, results);
     prepare(expected);
-    std::fflush(nullptr);  // or each child writes it again
+    std::fflush(nullptr);  // otherwise each child writes it again
     const pid_t child = fork();
     if (child == 0) {
       run_child(program, expected);
@@ -52,8 +52,8 @@ class LostConnection : public BoundarySweep {
     }
   }
 
-  /// Files that were finished are whole; of one that was being filled, what has not reached the
-  /// disk is lost, and nothing else stands in its place.
+  /// Finished files are whole. An open file holds a beginning of its content: what had not reached
+  /// the disk is lost.
   void expect_whole_beginnings(const ExpectedSession& expected) const {
     const auto found = files();
     for (const auto& [name, content] : expected.files) {
@@ -74,14 +74,14 @@ class LostConnection : public BoundarySweep {
   }
 
   [[noreturn]] void run_child(Program program, const ExpectedSession& expected) const {
-    use_as_standard_input("");  // no person is asked for a key
+    use_as_standard_input("");  // the child must not wait for a person's key
     const Console console(expected.answers);
     console_of_child = &console;
     report_of_child = report_file_;
     std::atexit(write_report);
     int exit_status = 0;
     run_program(program, exit_status);
-    std::_Exit(99);  // it came back
+    std::_Exit(99);  // the program returned
   }
 
   const TemporaryFolder reports_;

@@ -397,7 +397,7 @@ std::vector<Key> keys_of(Bench& bench) {
       places("leads.open", "a list of terminals, of H0 to H3 and X0 to X3", kTerminalNumbers,
              bench.defects.open_lead),
       places("leads.reversed", "a list of limb windings, of HA, HB, HC, XA, XB and XC",
-             kLimbLetters, bench.defects.reversed_leg),
+             kLimbLetters, bench.defects.reversed_winding),
 
       number("measurement.duration", measurement.duration, 0, 86400, "s"),
       whole("measurement.steps", measurement.steps, 1, 1000000),
@@ -465,8 +465,8 @@ bool has_limbs_of_defects(const Bench& bench) {
   if (is_three_phase(bench.transformer.vector_group.high)) {
     return true;
   }
-  for (const auto& legs : bench.defects.reversed_leg) {
-    if (legs[1] || legs[2]) {
+  for (const auto& windings : bench.defects.reversed_winding) {
+    if (windings[1] || windings[2]) {
       return false;
     }
   }

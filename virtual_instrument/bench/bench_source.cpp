@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kLargestFile = 1 << 20;
 
-/// Empty for a file that has been read.
+/// The reason why a file can't be read; empty if it has been read.
 const char* trouble_with(FileState state) {
   switch (state) {
     case FileState::kRead:
@@ -44,7 +44,7 @@ std::shared_ptr<const Bench> BenchSource::current() {
   if (state_ != FileState::kRead && state_ != before) {
     report_(file_.string() + ": " + trouble_with(state_) + "; expected a bench file");
   }
-  // The text itself is compared: file times are too coarse on some file systems.
+  // Compares the text itself, since file times are too coarse on some file systems.
   if (!file.text.empty() && file.text != text_) {
     take(file.text);
   }

@@ -25,10 +25,10 @@ void require_result(kvr_code code, const char* record_id) {
   }
 }
 
-/// The day's work: the transformer as the tests leave it, and what has been recorded of it.
-class Day {
+/// The demonstration's transformer as the tests leave it, and the records made of it so far.
+class DemonstrationSet {
  public:
-  std::vector<DemonstrationRecord> work() {
+  std::vector<DemonstrationRecord> make() {
     excitation("demo-excitation");
     demagnetisation();
     excitation("demo-excitation2");
@@ -59,7 +59,7 @@ class Day {
     return settings;
   }
 
-  /// `make` gives the result, once there is a place for it that frees it.
+  /// Calls `make` once the record can free what it returns.
   template <typename Data, typename Make>
   void keep(const char* record_id, kvr_TestType type, Data** kvr_TestRecord::*family, Make make) {
     keep(record_id, type, nameplate_setup(unit_), family, make);
@@ -213,7 +213,7 @@ TransformerUnit demonstration_unit() {
   return unit;
 }
 
-std::vector<DemonstrationRecord> demonstration_records() { return Day().work(); }
+std::vector<DemonstrationRecord> demonstration_records() { return DemonstrationSet().make(); }
 
 kvr_code fill_with_demonstration(SqliteStore& store) {
   Labels labels;

@@ -14,10 +14,10 @@ namespace {
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
-/// How the flux is taken back, and what the steel keeps of a swing.
-constexpr double kFirstSwing = 1.2;  ///< in units of the knee
-constexpr double kNextSwing = 0.7;   ///< in units of the swing before
-constexpr double kLastSwing = 0.01;  ///< in units of the knee
+/// How the flux is reduced, and what part of a swing remains in the steel.
+constexpr double kFirstSwing = 1.2;  ///< as a multiple of the knee
+constexpr double kNextSwing = 0.7;   ///< as a multiple of the swing before
+constexpr double kLastSwing = 0.01;  ///< as a multiple of the knee
 constexpr double kRetention = 0.5;
 
 struct LimbDemag {
@@ -25,8 +25,8 @@ struct LimbDemag {
   double seconds;
 };
 
-/// Swings of falling size to either side, each as long as direct voltage takes to turn the flux
-/// round.
+/// Swings of decreasing size in alternating directions; each lasts until the direct voltage has
+/// reversed the flux.
 LimbDemag demagnetise(double residual, double knee, double voltage) {
   double swing = kFirstSwing * knee;
   double sign = residual > 0 ? -1 : 1;
@@ -41,7 +41,7 @@ LimbDemag demagnetise(double residual, double knee, double voltage) {
   return {flux, seconds};
 }
 
-/// The side whose limb windings lie between terminals one by one.
+/// The side whose limb windings each lie between two terminals.
 std::optional<int> reachable_side(const WindingGroup& group) {
   if (group.high == KVR_WINDING_D || group.high == KVR_WINDING_YN) {
     return kHighSide;
@@ -60,7 +60,7 @@ double volts(const Network& network, const FamilySettings& settings, int side, T
       settings.measurement, noise)));
 }
 
-/// By how much limbs that mirror each other differ.
+/// The difference between limbs that mirror each other.
 double imbalance(const kvr_TestData_MagneticBalance& data) {
   const auto cell = [&data](int row, int column) {
     return static_cast<double>(data.rows[row].cell[column].value);
@@ -69,7 +69,7 @@ double imbalance(const kvr_TestData_MagneticBalance& data) {
                    std::abs(cell(0, 2) - cell(2, 0))});
 }
 
-/// A bench that an excitation test sets no limits to.
+/// A bench whose limits no excitation test reaches.
 Bench open_bench(const FamilySettings& settings) {
   Bench bench{};
   bench.instrument.minimum_voltage = 0;
@@ -95,7 +95,7 @@ bool conducts(const TransformerUnit& unit, int side) {
   return true;
 }
 
-/// Smallest impedance of a phase of the high side, the low side open or its lines joined.
+/// Smallest impedance of a phase of the high side, with the low side open or its lines joined.
 Complex smallest_impedance(const TransformerUnit& unit, const FamilySettings& settings, bool joined,
                            Noise& noise) {
   Network network = unit_network(unit, kInputResistance);
@@ -226,7 +226,7 @@ kvr_TestData_GoNoGo go_no_go_test(const TransformerUnit& unit, const FamilySetti
     data.status_minimum_inductance = KVR_RES_NOT_TESTED;
     return data;
   }
-  // An open unit whose impedance comes near that of its windings alone has a loop closed somewhere.
+  // An open unit with an impedance near that of its windings alone has a closed loop.
   constexpr double kNear = 10;
   const Complex open = smallest_impedance(unit, settings, false, noise);
   const Complex joined = smallest_impedance(unit, settings, true, noise);

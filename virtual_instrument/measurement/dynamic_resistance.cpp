@@ -60,7 +60,7 @@ double tap_resistance(TransformerUnit unit, int position) {
                        terminal_node(kHighSide, pair.minus));
 }
 
-/// One step of the current over kSampleMs, by the exact course of a circuit that stays as it is.
+/// One step of the current over kSampleMs, by the exact solution of a circuit that stays as it is.
 double next_current(double current, const Loop& loop, double resistance) {
   const double total = loop.source + resistance;
   const double settled = loop.voltage / total;

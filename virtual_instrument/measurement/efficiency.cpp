@@ -21,7 +21,7 @@ struct NoLoad {
   std::array<double, 3> copper;  ///< W, of it in the high side's resistance
 };
 
-/// Resistance of one leg of the equivalent star to direct current.
+/// Resistance of one branch of the equivalent star to direct current.
 double star_resistance(const TransformerUnit& unit) {
   const TerminalPair pair = line_pairs(unit).front();
   return dc_resistance(unit_network(unit, kInputResistance), terminal_node(kHighSide, pair.plus),
@@ -32,15 +32,16 @@ double star_resistance(const TransformerUnit& unit) {
 NoLoad no_load(const TransformerUnit& unit, const FamilySettings& settings, double frequency,
                Noise& noise) {
   const double voltage = unit.rated_voltage[kHighSide] * frequency / settings.line_frequency;
-  const std::vector<Drive> drives = balanced_drives(unit, kHighSide, voltage);
+  const std::vector<VoltageSource> sources = balanced_sources(unit, kHighSide, voltage);
   const PeriodicState state =
-      solve_network(unit_network(unit, kInputResistance), drives, frequency);
+      solve_network(unit_network(unit, kInputResistance), sources, frequency);
   NoLoad result{};
   for (std::size_t line = 0; line < line_pairs(unit).size(); ++line) {
-    const auto node = static_cast<std::size_t>(drives[line].node);
-    const auto current = course(state.drive_current[line]);
-    const SampledTest test = sample({course(state.node_voltage[node]), current, current, current},
-                                    Side::high, frequency, settings.measurement, noise);
+    const auto node = static_cast<std::size_t>(sources[line].node);
+    const auto current = terminal_waveform(state.source_current[line]);
+    const SampledTest test =
+        sample({terminal_waveform(state.node_voltage[node]), current, current, current}, Side::high,
+               frequency, settings.measurement, noise);
     for (std::size_t number = 0; number < test.voltage_high.size(); ++number) {
       result.power[line] += test.voltage_high[number] * test.current_high[number] /
                             static_cast<double>(test.voltage_high.size());

@@ -9,28 +9,28 @@
 #include "virtual_instrument/measurement/three_phase_ratio.h"
 #include "virtual_instrument/model/transformer_unit.h"
 
-// The tests other than ratio tests, each from a unit to the result that a record stores. All of
-// them measure the same unit, so their figures agree with each other. Values hold the results here;
-// nested_records.h makes the nests of pointers that cross the boundary.
+// The tests other than ratio tests, each from a unit to the result that a record stores. All
+// measure the same unit, so their figures agree with each other. Results are values here;
+// nested_records.h makes the structs with pointers that cross the boundary.
 
 namespace virtual_instrument {
 
-/// What the tests are done with.
+/// Settings of these tests.
 struct FamilySettings {
   MeasurementSettings measurement;
   double line_frequency;      ///< Hz
   double test_voltage;        ///< V r.m.s., of tests with alternating voltage
-  double direct_voltage;      ///< V, that the direct current source can give
-  double direct_current;      ///< A, that it can give
+  double direct_voltage;      ///< V, the most of the direct current source
+  double direct_current;      ///< A, the most of that source
   double corrected_to;        ///< degrees C, to which impedance and losses are corrected
-  double minimum_inductance;  ///< H, below which go/no-go says no
+  double minimum_inductance;  ///< H, below which go/no-go reports a failure
   std::uint64_t seed;         ///< fixes the noise
 };
 
 /// A demonstration instrument's settings at a line frequency, without noise.
 FamilySettings family_settings(double line_frequency);
 
-/// One measured point and the tap change that went before it.
+/// One measured point and the tap change before it.
 struct ResistancePoint {
   kvr_TestData_Point data;  ///< with nothing nested
   std::optional<kvr_TestData_Transition> transition;
@@ -51,13 +51,13 @@ struct ResistanceTest {
 /// how long that takes, and the current to settle, is the point's stabilization.
 ResistanceTest resistance_test(const TransformerUnit& unit, const FamilySettings& settings);
 
-/// Phase A of the high side read `count` times, `interval` s apart, from when the source is
-/// switched on: readings fall as the current settles.
+/// Reads phase A of the high side `count` times, `interval` s apart, from the switching on of the
+/// source: readings fall while the current settles.
 ResistanceTest continuous_resistance_test(const TransformerUnit& unit,
                                           const FamilySettings& settings, int count,
                                           double interval);
 
-/// How a winding cools once the load is off.
+/// How a winding cools after the load is switched off.
 struct CoolingCurve {
   double ambient;        ///< degrees C
   double rise;           ///< K above it at the moment of switching off
@@ -72,14 +72,14 @@ ResistanceTest heat_run_test(TransformerUnit unit, const FamilySettings& setting
                              const CoolingCurve& curve, int count, double interval);
 
 struct DemagTest {
-  kvr_code code;  ///< without saturation there is nothing to demagnetise by
+  kvr_code code;  ///< a failure without saturation, which demagnetising needs
   std::uint32_t duration_ms;
   std::vector<kvr_TestData_Demag_Phase> phases;
-  std::array<double, 3> residual_flux;  ///< Vs, what is left in the limbs
+  std::array<double, 3> residual_flux;  ///< Vs, what remains in the limbs
 };
 
-/// Drives each limb into saturation by direct voltage, turns the voltage round, and does so with
-/// less and less flux. Remanence is counted in units of the flux at the knee.
+/// Drives each limb into saturation by direct voltage, reverses the voltage, and repeats this with
+/// less and less flux. Remanence is a multiple of the flux at the knee.
 DemagTest demag_test(const TransformerUnit& unit, const FamilySettings& settings);
 
 struct ImpedanceTest {
@@ -97,23 +97,23 @@ ImpedanceTest short_circuit_impedance_test(const TransformerUnit& unit,
 ImpedanceTest stray_loss_response_test(const TransformerUnit& unit, const FamilySettings& settings,
                                        const std::vector<double>& frequencies);
 
-/// Load losses at rated current and no-load losses at rated voltage, each parted by a second
-/// reading at half the frequency.
+/// Load losses at rated current and no-load losses at rated voltage, each separated into parts by a
+/// second reading at half the frequency.
 kvr_TestData_Efficiency efficiency_test(const TransformerUnit& unit,
                                         const FamilySettings& settings);
 
 struct MagneticBalanceTest {
-  kvr_code code;  ///< neither side's limb windings can be reached one by one: not supported
+  kvr_code code;  ///< not supported if neither side has terminals for each limb winding
   kvr_TestData_MagneticBalance data;
 };
 
 /// Excites the winding of one limb after the other and reads all three. A row holds volts and their
-/// sum; the imbalance is the greatest difference, in percent of the test voltage, between what two
-/// limbs that mirror each other read.
+/// sum; the imbalance is the largest difference between the readings of two limbs that mirror each
+/// other, in percent of the test voltage.
 MagneticBalanceTest magnetic_balance_test(const TransformerUnit& unit,
                                           const FamilySettings& settings);
 
-/// Exciting currents, limb by limb, the low side open.
+/// Exciting currents, limb by limb, with the low side open.
 ThreePhaseRatio excitation_test(const TransformerUnit& unit, const FamilySettings& settings);
 kvr_TestData_Ratio_1ph single_phase_excitation_test(const TransformerUnit& unit,
                                                     const FamilySettings& settings);
@@ -122,7 +122,7 @@ kvr_TestData_Ratio_1ph single_phase_excitation_test(const TransformerUnit& unit,
 kvr_TestData_GoNoGo go_no_go_test(const TransformerUnit& unit, const FamilySettings& settings);
 
 struct DynamicResistanceTest {
-  kvr_code code;          ///< without a tap changer under load there is nothing to watch
+  kvr_code code;          ///< a failure without an on-load tap changer
   kvr_TestData_Drm data;  ///< with nothing nested
   std::vector<kvr_TestData_Drm_Transition> transitions;  ///< ms since the test began
 };

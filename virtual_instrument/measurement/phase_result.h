@@ -15,7 +15,7 @@ struct PhaseNames {
   std::string_view low;
 };
 
-/// How the voltages of a pair of terminals become a turns ratio, and what that is held against.
+/// How to make a turns ratio from the voltages of a pair of terminals, and with what to compare it.
 struct RatioRules {
   bool low_to_high;                  ///< the ratio of a current transformer: low over high
   double turns_per_voltage_ratio;    ///< 1 where each pair of terminals is one coil
@@ -31,14 +31,14 @@ kvr_TestData_Ratio_Phase phase_result(const SampledTest& test, const PhaseNames&
 /// `radians` folded into (-pi, pi].
 double folded(double radians);
 
-/// By how much a phase shift is off what the operator entered, or off the nearest hour of the clock
-/// if nothing was entered.
+/// The deviation of a phase shift from the one that the operator entered, or from the nearest hour
+/// of the clock if none was entered.
 double phase_deviation(double shift, std::optional<double> user_shift);
 
 /// `value` over `reference` as an error in percent; 0 without a reference.
 double error_percent(double value, double reference);
 
-/// The samples as text that people can read: comment lines, a heading, and a line per sample.
+/// The samples as readable text: comment lines, a heading, and a line per sample.
 std::string raw_text(const SampledTest& test, const PhaseNames& names);
 
 }  // namespace virtual_instrument

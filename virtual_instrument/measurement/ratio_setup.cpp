@@ -68,7 +68,7 @@ kvr_code check_limits(const SampledTest& test, double voltage_lead,
   }
   const Complex power = fundamental(source, test.samples_per_period) *
                         std::conj(fundamental(current, test.samples_per_period)) *
-                        unit_phasor(-voltage_lead / (2 * std::numbers::pi));
+                        phasor_at(-voltage_lead / (2 * std::numbers::pi));
   // Capacitance of windings and leads is there always; here it draws more than all the rest.
   return -power.imag() > std::abs(power.real()) ? KVR_RES_DETECTED_CAPACITANCE : KVR_RES_OK;
 }

@@ -16,10 +16,10 @@ namespace virtual_instrument {
 /// An otherwise empty result with the body of its request repeated in it.
 template <typename Data, typename Request>
 Data repeat_request(const Request& request) {
-  constexpr std::size_t kPlace = 128;
+  constexpr std::size_t kOffset = 128;
   std::array<std::byte, sizeof(Data)> bytes{};
-  static_assert(kPlace + sizeof(request) <= sizeof(bytes));
-  std::memcpy(bytes.data() + kPlace, &request, sizeof(request));
+  static_assert(kOffset + sizeof(request) <= sizeof(bytes));
+  std::memcpy(bytes.data() + kOffset, &request, sizeof(request));
   Data data;
   std::memcpy(&data, bytes.data(), bytes.size());
   return data;

@@ -45,7 +45,7 @@ DirectCircuit direct_circuit(const TransformerUnit& unit, const FamilySettings& 
   // A tenth of the rated current saturates the core and doesn't warm the winding.
   circuit.current = std::min({settings.direct_current, 0.1 * rated_current(unit, side),
                               settings.direct_voltage / circuit.resistance});
-  const auto turns = turns_between(winding_legs(unit.group)[index(side)], pair).value();
+  const auto turns = turns_between(phase_windings(unit.group)[index(side)], pair).value();
   const double relative = side == kHighSide ? 1 : 1 / turns_ratio(unit);
   const double pair_turns =
       (std::abs(turns[0]) + std::abs(turns[1]) + std::abs(turns[2])) * relative;

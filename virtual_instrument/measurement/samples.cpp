@@ -55,9 +55,9 @@ double peak(const Samples& samples) {
 Complex fundamental(const Samples& samples, int samples_per_period) {
   const auto period = static_cast<std::size_t>(samples_per_period);
   std::vector<Complex> circle(period);
-  for (std::size_t place = 0; place < period; ++place) {
+  for (std::size_t i = 0; i < period; ++i) {
     // The source is a sine whose first sample is taken one sample after it rises through zero.
-    circle[place] = unit_phasor(0.25 - static_cast<double>(place + 1) / samples_per_period);
+    circle[i] = phasor_at(0.25 - static_cast<double>(i + 1) / samples_per_period);
   }
   double real = 0;
   double imaginary = 0;

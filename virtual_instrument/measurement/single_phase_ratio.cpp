@@ -36,10 +36,10 @@ struct Attempt {
   SampledTest samples;  ///< of an attempt that could be made
 };
 
-class RatioTest {
+class SinglePhaseRatioTest {
  public:
-  RatioTest(const TransformerUnit& unit, const kvr_Ratio1phRequest& request, const Bench& bench,
-            Noise& noise)
+  SinglePhaseRatioTest(const TransformerUnit& unit, const kvr_Ratio1phRequest& request,
+                       const Bench& bench, Noise& noise)
       : unit_(unit),
         request_(request),
         bench_(bench),
@@ -138,7 +138,7 @@ SinglePhaseRatio measure_single_phase_ratio(const TransformerUnit& unit,
                                             std::uint64_t seed) {
   Noise noise(seed);
   try {
-    return RatioTest(unit, request, bench, noise).run();
+    return SinglePhaseRatioTest(unit, request, bench, noise).run();
   } catch (const std::runtime_error&) {
     // No steady state: the source would hunt for a voltage until it gave up.
     return {KVR_RES_NO_EXCITATION, {}, {}, unit.core.residual_flux};

@@ -56,9 +56,10 @@ CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double cur
                                double frequency);
 
 /// The sources that put a (three-phase, positive sequence) line voltage on a side.
-std::vector<Drive> balanced_drives(const TransformerUnit& unit, int side, double line_voltage);
+std::vector<VoltageSource> balanced_sources(const TransformerUnit& unit, int side,
+                                            double line_voltage);
 
-/// Power out of a drive, in W.
-double drive_power(const PeriodicState& state, std::size_t drive, const Drive& source);
+/// Power out of a source, in W; `number` is its index among all.
+double source_power(const PeriodicState& state, std::size_t number, const VoltageSource& source);
 
 }  // namespace virtual_instrument

@@ -8,6 +8,8 @@
 
 namespace virtual_instrument {
 
+// Written here rather than taken from a library, so that every build rounds alike.
+
 /// A square matrix, stored row by row.
 template <typename Number>
 class SquareMatrix {

@@ -38,7 +38,7 @@ double arc_tangent(double x) {
 
 }  // namespace
 
-Complex unit_phasor(double turns) {
+Complex phasor_at(double turns) {
   const double whole = std::floor(turns + 0.5);
   const double rest = turns - whole;                   // -1/2 to 1/2
   const double quarters = std::floor(rest * 4 + 0.5);  // -2 to 2

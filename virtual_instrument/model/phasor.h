@@ -11,7 +11,7 @@ namespace virtual_instrument {
 using Complex = std::complex<double>;
 
 /// The phasor of magnitude 1 at an angle, given as a fraction of a full turn.
-Complex unit_phasor(double turns);
+Complex phasor_at(double turns);
 
 /// Angle of a phasor in radians, above -pi and up to pi; 0 for the phasor 0.
 double angle(Complex phasor);

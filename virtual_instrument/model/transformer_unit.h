@@ -38,8 +38,8 @@ struct ShortedTurns {
 };
 
 struct UnitFaults {
-  std::array<std::array<bool, 4>, 2> open_lead{};     ///< by side and terminal
-  std::array<std::array<bool, 3>, 2> reversed_leg{};  ///< by side and limb
+  std::array<std::array<bool, 4>, 2> open_lead{};         ///< by side and terminal
+  std::array<std::array<bool, 3>, 2> reversed_winding{};  ///< by side and limb
   std::vector<ShortedTurns> shorted_turns;
 };
 

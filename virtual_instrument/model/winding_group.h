@@ -25,8 +25,9 @@ struct TerminalPair {
   bool operator==(const TerminalPair&) const = default;
 };
 
-/// What lies between two terminals: turns on each limb, as fractions of a whole limb winding.
-struct Leg {
+/// What lies between two terminals: turns on each limb, as fractions of a whole limb winding. In
+/// zigzag it has turns on two limbs.
+struct PhaseWinding {
   TerminalPair terminals;
   std::array<double, 3> turns;
 };
@@ -58,12 +59,13 @@ std::string group_name(const WindingGroup& group);
 /// turned round, "CT" or "PT". None for any other name.
 std::optional<WindingGroup> parse_group(std::string_view name);
 
-/// The legs of both sides; three a side, or one in a single-phase unit. REQUIRES: exists(group).
-std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group);
+/// The phase windings of both sides; three a side, or one in a single-phase unit. REQUIRES:
+/// exists(group).
+std::array<std::vector<PhaseWinding>, 2> phase_windings(const WindingGroup& group);
 
 /// Phasors of the terminals 1 to 3 from the voltages induced in whole limb windings, counted from
 /// the mean of the three.
-std::array<Complex, 3> line_phasors(const std::vector<Leg>& legs,
+std::array<Complex, 3> line_phasors(const std::vector<PhaseWinding>& windings,
                                     const std::array<Complex, 3>& limbs);
 
 /// Line voltage of a three-phase winding in units of its limb winding's: 1 for D, the root of 3
@@ -77,8 +79,9 @@ double turns_factor(const WindingGroup& group);
 std::string terminal_name(int side, int terminal);
 std::string pair_name(int side, TerminalPair pair);
 
-/// Turns of a side between two terminals, limb by limb; nothing if no chain of legs joins them.
-std::optional<std::array<double, 3>> turns_between(const std::vector<Leg>& legs, TerminalPair pair);
+/// Turns of a side between two terminals, limb by limb; nothing if no chain of windings joins them.
+std::optional<std::array<double, 3>> turns_between(const std::vector<PhaseWinding>& windings,
+                                                   TerminalPair pair);
 
 /// The pairs of terminals of a side: lines first, in the order in which the phases A, B, C of a
 /// delta lie, then lines to neutral. One pair in a single-phase unit.

@@ -35,17 +35,17 @@ struct Network {
 };
 
 /// An ideal source of alternating voltage between the common point and a node.
-struct Drive {
+struct VoltageSource {
   int node;
   Complex voltage;  ///< peak phasor
 };
 
-/// Spectra by node, by branch, by drive and by limb.
+/// Spectra by node, by branch, by source and by limb.
 struct PeriodicState {
   double frequency;                      ///< Hz
   std::vector<Spectrum> node_voltage;    ///< V, against the common point
   std::vector<Spectrum> branch_current;  ///< A
-  std::vector<Spectrum> drive_current;   ///< A, out of the source
+  std::vector<Spectrum> source_current;  ///< A, out of the source
   std::array<Spectrum, 3> flux;          ///< Vs
   std::array<double, 3> peak_flux;       ///< Vs, the mean left out
 };
@@ -54,13 +54,13 @@ struct PeriodicState {
 /// current of each winding from the circuit, and both together have to give the limbs the force
 /// that their flux takes. Currents have no mean, since no source and no winding gives them one.
 /// Throws std::runtime_error if no state is found.
-PeriodicState solve_network(const Network& network, const std::vector<Drive>& drives,
+PeriodicState solve_network(const Network& network, const std::vector<VoltageSource>& sources,
                             double frequency);
 
-/// Steps of the finest course of a period.
+/// Steps of the finest waveform of a period.
 inline constexpr int kFinestSteps = 1024;
 
-/// The course over one period, in `count` equal steps from the phase 0 of a cosine. REQUIRES: a
+/// The waveform over one period, in `count` equal steps from the phase 0 of a cosine. REQUIRES: a
 /// power of two up to kFinestSteps.
 std::vector<double> waveform(const Spectrum& spectrum, int count);
 

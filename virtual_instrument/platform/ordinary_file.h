@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <string>
 
-// Reading a file that a person names, who may name anything: nothing but an ordinary file is read,
-// and nothing is waited for.
+// Reads a file that a person names. The name can be that of anything: only an ordinary file is
+// read, and nothing blocks.
 
 namespace virtual_instrument {
 
@@ -16,8 +16,8 @@ struct FileReading {
   std::string text;  ///< empty unless read
 };
 
-/// Reads `path` if it is an ordinary file of at most `limit` bytes. Pipes and devices are not even
-/// opened, or, where one takes the file's name at that moment, opened without a wait.
+/// Reads `path` if it is an ordinary file of at most `limit` bytes. Pipes and devices are not
+/// opened; if one takes the file's name at that moment, it is opened without blocking.
 FileReading read_ordinary_file(const std::filesystem::path& path, std::size_t limit);
 
 }  // namespace virtual_instrument

@@ -24,7 +24,7 @@ FileState state_of(const struct stat& status, std::size_t limit) {
   return status.st_size > static_cast<off_t>(limit) ? FileState::kTooLarge : FileState::kRead;
 }
 
-/// Some files are longer than their status says, or become so meanwhile.
+/// Some files are longer than their status says, or grow meanwhile.
 FileReading read_open_file(int file, std::size_t limit) {
   FileReading reading{FileState::kRead, {}};
   std::array<char, 16384> part;
@@ -79,7 +79,7 @@ FileReading read_ordinary_file(const std::filesystem::path& path, std::size_t li
   return state == FileState::kRead ? read_open_file(file, limit) : FileReading{state, {}};
 }
 
-// Fails for want of memory alone; the log is then left for the next start.
+// Fails only without memory; the log then stays until the next start.
 void call_at_process_end(void (*action)()) noexcept { std::atexit(action); }
 
 }  // namespace virtual_instrument

@@ -29,7 +29,7 @@ FileState state_of(HANDLE file, std::size_t limit) {
   return size > limit ? FileState::kTooLarge : FileState::kRead;
 }
 
-/// The file may become longer meanwhile.
+/// The file can grow meanwhile.
 FileReading read_open_file(HANDLE file, std::size_t limit) {
   FileReading reading{FileState::kRead, {}};
   std::array<char, 16384> part;
@@ -50,7 +50,7 @@ FileReading read_open_file(HANDLE file, std::size_t limit) {
 
 void (*at_process_end)() = nullptr;
 
-/// A library that is unloaded must not be called any more, so it stays.
+/// The system must not call a function of an unloaded library, so this one stays loaded.
 void keep_this_library_loaded() {
   HMODULE module = nullptr;
   GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
@@ -70,7 +70,7 @@ CalendarTime local_calendar_time(std::int64_t time) {
 }
 
 FileReading read_ordinary_file(const std::filesystem::path& path, std::size_t limit) {
-  // A folder can be opened with this flag alone.
+  // A folder can only be opened with this flag.
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ,
                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
@@ -82,8 +82,8 @@ FileReading read_ordinary_file(const std::filesystem::path& path, std::size_t li
   return state == FileState::kRead ? read_open_file(file, limit) : FileReading{state, {}};
 }
 
-// In a library std::atexit() waits until the system unloads it, when all other threads are gone.
-// _onexit() is called by exit(), as std::atexit() is in a program.
+// In a library, functions of std::atexit() run only when the system unloads it, after all other
+// threads have ended. exit() calls those of _onexit(), in a program also those of std::atexit().
 void call_at_process_end(void (*action)()) noexcept {
   keep_this_library_loaded();
   at_process_end = action;

@@ -9,7 +9,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// Owns a nest while it is built, with null for what is still to come.
+/// Owns a result while it is built; pointers to parts that are not built yet are null.
 struct FreeNest {
   template <typename Data>
   void operator()(Data* data) const {
@@ -20,7 +20,7 @@ struct FreeNest {
 template <typename Data>
 using Nest = std::unique_ptr<Data, FreeNest>;
 
-/// Allocates an array of null pointers and then fills it entry by entry, so that the nest can be
+/// Allocates an array of null pointers and then fills it entry by entry, so that the result can be
 /// freed at any moment.
 template <typename Entry, typename Values, typename Make>
 void fill_array(Entry**& array, std::uint32_t& count, const Values& values, Make make) {

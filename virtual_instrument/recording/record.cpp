@@ -7,7 +7,8 @@
 namespace virtual_instrument {
 namespace {
 
-// The array is in its place before it is filled, so that whoever frees the record finds all of it.
+// The record points to the array before it is filled, so that freeing the record always frees all
+// of it.
 
 void set_result(kvr_TestRecord& record, const kvr_TestData_Ratio_1ph& data) {
   record.data_ratio_1ph = new kvr_TestData_Ratio_1ph* [1] {};

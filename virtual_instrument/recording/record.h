@@ -9,7 +9,7 @@
 #include "record_form/record_nest.h"
 #include "virtual_instrument/measurement/three_phase_ratio.h"
 
-// A finished test becomes a record here.
+// Makes the record of a finished test.
 
 namespace virtual_instrument {
 
@@ -28,7 +28,7 @@ struct RecordedTest {
   std::string raw_data;
 };
 
-/// A record of one test whose result is still to come.
+/// A record of one test, still without its result.
 RecordNest new_record(const RecordHead& head);
 
 /// A record of one test. `with_raw_data` false leaves its raw data null.

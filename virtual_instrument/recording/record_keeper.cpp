@@ -11,8 +11,8 @@
 namespace virtual_instrument {
 namespace {
 
-/// A name from date and time, with a number behind it if a stored record has that name. A test that
-/// is not stored needs a name, too, where the store can't be asked.
+/// A name from date and time, followed by a number if a stored record has that name. A test that is
+/// not stored needs a name too, also when the store can't be read.
 std::string name_for(std::int64_t now, SqliteStore& store, const StoreSettings& settings) {
   const std::string name = time_text(now, settings.empty_id_format);
   const auto is_taken = [&store](const std::string& candidate) {
@@ -27,8 +27,7 @@ std::string name_for(std::int64_t now, SqliteStore& store, const StoreSettings& 
   return numbered;
 }
 
-/// Puts what lists tell of a stored record in front of a test of it, which was saved in a way of
-/// its own.
+/// Gives a test the head that lists show for its stored record, but keeps its own save mode.
 void put_head(const kvr_TestLabel& head, kvr_TestRecord& record) {
   const kvr_SaveMode save_mode = record.save_mode;
   std::memcpy(&record, &head, sizeof head);
@@ -37,7 +36,7 @@ void put_head(const kvr_TestLabel& head, kvr_TestRecord& record) {
 
 }  // namespace
 
-kvr_code check_store(const StatusSettings& status, bool for_writing) {
+kvr_code check_store(const StatusSettings& status, const SqliteStore& store, bool for_writing) {
   if (!status.secondary_sd_mounted) {
     return KVR_RES_SECONDARY_SDCARD_MISSING;
   }
@@ -47,7 +46,10 @@ kvr_code check_store(const StatusSettings& status, bool for_writing) {
   if (!status.database_loaded) {
     return KVR_RES_SQL_DATABASE_ERROR;
   }
-  if (for_writing && status.secondary_sd_read_only) {
+  if (const kvr_code state = store.state(); state != KVR_RES_OK) {
+    return state;
+  }
+  if (for_writing && (status.secondary_sd_read_only || store.is_read_only())) {
     return KVR_RES_SECONDARY_SDCARD_READ_ONLY;
   }
   return KVR_RES_OK;
@@ -65,7 +67,7 @@ kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, Sq
   if (header.save_mode == KVR_SAVE_NOTHING) {
     return KVR_RES_OK;
   }
-  if (const kvr_code code = check_store(bench.status, true); code != KVR_RES_OK) {
+  if (const kvr_code code = check_store(bench.status, store, true); code != KVR_RES_OK) {
     return code;
   }
   kvr_TestLabel stored;
@@ -92,7 +94,7 @@ kvr_code keep_test(const kvr_TestRequestHeader& header, kvr_TestType type,
   if (header.save_mode == KVR_SAVE_NOTHING) {
     return KVR_RES_OK;
   }
-  if (const kvr_code code = check_store(bench.status, true); code != KVR_RES_OK) {
+  if (const kvr_code code = check_store(bench.status, store, true); code != KVR_RES_OK) {
     return code;
   }
   if (header.save_mode == KVR_SAVE_ADD_TO_RECORD) {

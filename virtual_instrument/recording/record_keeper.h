@@ -7,23 +7,22 @@
 #include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
-// What becomes of a finished test: whose record it goes into, and under which name. Mode 1 stores a
-// new record; mode 2 adds the test to the record of that ID, and begins one if there is none, since
-// the first test of a run without an ID is not stored but gives its name to those that follow;
-// mode 3 stores nothing.
+// Decides into which record a finished test goes, and under which name. Mode 1 stores a new record.
+// Mode 2 adds the test to the record of that ID, and begins one if there is none, since the first
+// test of a run without an ID is not stored, but names the later ones. Mode 3 stores nothing.
 
 namespace virtual_instrument {
 
-/// KVR_RES_OK, or why the bench's store can't be used, for writing or for reading alone.
-kvr_code check_store(const StatusSettings& status, bool for_writing);
+/// KVR_RES_OK, or why records can't be stored, or can't even be read: the card, the database or the
+/// store itself.
+kvr_code check_store(const StatusSettings& status, const SqliteStore& store, bool for_writing);
 
-/// KVR_RES_OK, or why a test asked for with `header` could not be kept once it is done.
+/// KVR_RES_OK, or why a test with this `header` could not be kept after it is done.
 kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, SqliteStore& store,
                       const Bench& bench);
 
-/// Keeps a test as `header` asks and sets `record` to the record with this test alone, under the
-/// head of the stored record if there is one.
-/// REQUIRES: the header was checked.
+/// Keeps a test as `header` says and sets `record` to a record with this test alone, with the head
+/// of the stored record if there is one. REQUIRES: the header was checked.
 kvr_code keep_test(const kvr_TestRequestHeader& header, kvr_TestType type,
                    const kvr_TestSetup& setup, const RecordedTest& test, std::int64_t now,
                    SqliteStore& store, const Bench& bench, RecordNest& record);

@@ -19,7 +19,7 @@ std::filesystem::path bench_file_of_environment() {
   return file == nullptr ? "" : file;
 }
 
-/// How often a call that hangs looks whether the bench still has it so.
+/// How often a hanging call checks whether the bench still has the fault.
 constexpr std::chrono::milliseconds kBenchPeriod{100};
 
 /// Whether a fault may strike the `count`-th call of a name.
@@ -28,7 +28,7 @@ bool is_concerned(const Fault& fault, std::string_view call, std::int64_t count)
          (fault.times == 0 || count < std::int64_t{fault.from} + fault.times);
 }
 
-/// Whether the one at `place` does: a call draws the same in every session.
+/// Whether the fault at index `place` strikes by chance: a call draws the same in every session.
 bool is_drawn(const Bench& bench, std::size_t place, std::int64_t count) {
   Noise draws((static_cast<std::uint64_t>(bench.measurement.seed) << 32) +
               static_cast<std::uint64_t>(count));
@@ -54,7 +54,7 @@ void Library::prepare_locked() {
   }
 }
 
-/// A store that is still open is one in memory, or one in a file whose session is just ending.
+/// A store that is still open is in memory, or in a file whose session is just ending.
 void Library::open_store_locked(const StoreSettings& settings) {
   if (!store_ || store_file_ != settings.file || store_->state() != KVR_RES_OK) {
     store_ = nullptr;
@@ -82,7 +82,7 @@ void Library::close_store_at_process_end() noexcept {
       store_->close_within(kPatience);
     }
   } catch (...) {
-    // Out of memory, say: the log is left for the next start.
+    // For example without memory: the log stays until the next start.
   }
 }
 
@@ -200,8 +200,8 @@ Library& library() {
 
 namespace {
 
-/// Asked for when the library is loaded, so that static objects of the program can use the store up
-/// to their ends.
+/// Registered when the library is loaded, so that static objects of the program can use the store
+/// until they are destroyed.
 [[maybe_unused]] const bool kClosesStore = [] {
   call_at_process_end([] { library().close_store_at_process_end(); });
   return true;

@@ -6,7 +6,7 @@
 
 namespace virtual_instrument {
 
-/// Locks `mutex` if it becomes free within `patience`; the result tells whether it did. A
+/// Locks `mutex` if it becomes free within `patience`; the result shows whether it did. A
 /// std::timed_mutex would do the same, but no condition variable takes one.
 inline std::unique_lock<std::mutex> lock_within(std::mutex& mutex,
                                                 std::chrono::milliseconds patience) {

@@ -59,7 +59,7 @@ TEST_F(OnStatus, LeavesTheSessionAloneWhileConnected) {
   EXPECT_EQ(api.count(ApiCall::Lib_Shutdown), 0U);
 }
 
-TEST_F(OnStatus, GoesOnUnseenWithoutWords) {
+TEST_F(OnStatus, GoesOnSilentlyWhenTheLibraryHasNoWords) {
   api.answer(ApiCall::CodeToString, {.null = true});
   const Console console;
   on_status(nullptr, KVR_RES_RECORD_ADDED, "T1");
@@ -67,12 +67,12 @@ TEST_F(OnStatus, GoesOnUnseenWithoutWords) {
   EXPECT_EQ(api.count(ApiCall::CheckConnection), 1U);
 }
 
-/// Windows takes the key from the console alone, which the tests have not; other systems then take
-/// a byte of standard input.
+/// Windows takes the key only from the console, which tests don't have; other systems then take a
+/// byte of standard input.
 const std::string kNextKey = platform::kPathSeparator == '\\' ? "k" : "x";
 
-/// In a process of its own: a status event while the connection is lost, with output, calls and the
-/// state at the end on standard error.
+/// Runs in a process of its own: a status event while the connection is lost. Writes output, calls
+/// and the final state to standard error.
 void lose_connection(std::int32_t connection, kvr_code code, const char* text) {
   use_as_standard_input("kx");
   std::cout.rdbuf(std::cerr.rdbuf());

@@ -19,7 +19,7 @@ using testing::IsEmpty;
 
 const std::string kWrongValue = "Wrong value, Please enter again: ";
 
-/// Reads lines until the input gives no more, to see what a prompt has left.
+/// Reads the next line, to see what a prompt has left.
 std::string next_line() {
   std::string line;
   std::getline(std::cin, line);
@@ -74,7 +74,7 @@ TEST_F(ReadInt, WaitsForAnotherLineAfterAnEmptyOne) {
   EXPECT_EQ(console.unread(), "rest\n");
 }
 
-TEST_F(ReadInt, ThrowsAwayExactlyOneCharacterBehindTheNumber) {
+TEST_F(ReadInt, DiscardsExactlyOneCharacterAfterTheNumber) {
   const Console console("2x\nline\n");
   EXPECT_EQ(read_int(), 2);
   EXPECT_EQ(console.unread(), "\nline\n");
@@ -167,7 +167,7 @@ TEST_F(ReadLine, LeavesTheLineAloneOnceTheInputHasEnded) {
 
 class PauseAtEndOfInput : public SessionTest {};
 
-TEST_F(PauseAtEndOfInput, PausesOnlyThen) {
+TEST_F(PauseAtEndOfInput, PausesOnlyAtTheEndOfInput) {
   const Console console("a");
   pause_at_end_of_input();
   EXPECT_THAT(clock.sleeps, IsEmpty());
@@ -331,7 +331,7 @@ TEST_F(PromptTestId, KeepsTheLastAnswerOfALibraryThatFails) {
             "kvr_CheckRecordExists \"T2\" exists=true\n");
 }
 
-TEST_F(PromptTestId, TakesAFailureAtTheFirstPromptForAFreeId) {
+TEST_F(PromptTestId, TreatsAFailureAtTheFirstPromptAsAFreeId) {
   api.answer(ApiCall::CheckRecordExists, {.result = KVR_RES_SQL_DATABASE_ERROR});
   const Console console("T1\n");
   EXPECT_EQ(prompt_test_id(), "T1");
@@ -349,7 +349,7 @@ TEST_F(PromptTestId, StartsEachTimeWithAFreeId) {
   EXPECT_EQ(prompt_test_id(), "T2");
 }
 
-TEST_F(PromptTestId, KeepsItsLineAndRestsAtTheEndOfInput) {
+TEST_F(PromptTestId, KeepsItsLineAndPausesAtTheEndOfInput) {
   {
     const Console console("OLD\n");
     prompt_test_id();
@@ -384,7 +384,7 @@ TEST_F(PromptRecordId, ReturnsAnIdThatStaysUntilItsNextCall) {
 
 class PromptCsvName : public SessionTest {};
 
-TEST_F(PromptCsvName, AddsItsSuffixEvenToNothing) {
+TEST_F(PromptCsvName, AddsItsSuffixEvenToAnEmptyName) {
   const Console console("results\nresults.csv\n\n");
   EXPECT_STREQ(prompt_csv_name(), "results.csv");
   EXPECT_STREQ(prompt_csv_name(), "results.csv.csv");
@@ -465,7 +465,7 @@ TEST_F(ChoosePhase, OfTheLowSide) {
                  "6. Ratio Phase X3-X0\n");
 }
 
-// Stored before the read, so that a wait at the end of input finds them stored.
+// They are stored before the read, so also when the prompt waits at the end of input.
 TEST_F(ChoosePhase, StoresItsDefaultsFirst) {
   for (const Chooser choose : {choose_high_side_phase, choose_low_side_phase}) {
     clock.sleeps.clear();
@@ -481,7 +481,7 @@ TEST_F(ChoosePhase, StoresItsDefaultsFirst) {
 
 class ChooseWindingConnection : public SessionTest {};
 
-TEST_F(ChooseWindingConnection, TakesTwoToFiveAndElseGivesOne) {
+TEST_F(ChooseWindingConnection, AcceptsTwoToFiveAndReturnsOneOtherwise) {
   const PhaseAnswer kAnswers[] = {{"1\n", 1}, {"2\n", 2}, {"3\n", 3},  {"4\n", 4}, {"5\n", 5},
                                   {"6\n", 1}, {"9\n", 1}, {"-2\n", 1}, {"0\n", 1}};
   for (const auto& [answer, expected] : kAnswers) {
@@ -524,7 +524,7 @@ TEST_F(PromptNameplateRatio, AsksAgainForWhatIsNoNumber) {
   EXPECT_THAT(clock.sleeps, IsEmpty());
 }
 
-TEST_F(PromptNameplateRatio, RestsWhereItAsksForEver) {
+TEST_F(PromptNameplateRatio, PausesWhereItAsksForEver) {
   end_waiting(clock, 3);
   const Console console("abc");
   EXPECT_THROW(prompt_nameplate_ratio(), WaitedForEver);

@@ -13,7 +13,7 @@ kvr_code code(std::int32_t number) { return static_cast<kvr_code>(number); }
 
 class Accepted : public SessionTest {};
 
-TEST_F(Accepted, TakesThreeCodesInSilenceAndReportsAnyOther) {
+TEST_F(Accepted, AcceptsThreeCodesSilentlyAndReportsAnyOther) {
   std::set<std::int32_t> accepted;
   for (std::int32_t number = -3; number <= 1010; ++number) {
     const Console console;
@@ -28,7 +28,7 @@ TEST_F(Accepted, TakesThreeCodesInSilenceAndReportsAnyOther) {
   EXPECT_EQ(accepted, (std::set<std::int32_t>{0, 44, 76}));
 }
 
-TEST_F(Accepted, AsksForWordsOnlyToReport) {
+TEST_F(Accepted, LooksUpWordsOnlyForAReport) {
   const Console console;
   is_accepted(KVR_RES_OK);
   is_accepted(KVR_RES_CHECK_ERROR_STATUS);

@@ -18,7 +18,7 @@ const char* zero_or_not(const Record& record) {
              : "not zero";
 }
 
-// In a process of its own, so that no other test has been at the session before.
+// In a process of its own, so that no other test has changed the session before.
 TEST(Session, StartsWithItsNamesAndNothingElse) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
   EXPECT_EXIT(

@@ -12,7 +12,7 @@
 #include "support/session_test.h"
 #include "support/temporary_folder.h"
 
-// What happens where the system refuses a thread. Each in a process of its own.
+// Tests where the system refuses a thread. Each runs in a process of its own.
 
 namespace {
 
@@ -83,7 +83,7 @@ TEST_F(RefusedThread, IsAFailureThatNoHandlerSwallows) {
         try {
           CtrlHandler(0);
         } catch (const std::system_error&) {
-          std::cerr << "passed on";  // and nothing above catches it
+          std::cerr << "passed on";  // nothing above catches it
         }
         std::_Exit(0);
       },

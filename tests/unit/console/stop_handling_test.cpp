@@ -28,7 +28,7 @@ using testing::IsEmpty;
 
 class ControlHandler : public SessionTest {};
 
-/// The log text of an event that means stop; nothing for any other.
+/// The log text of an event that means stop; nullopt for any other.
 std::optional<std::string> log_text(unsigned long event) {
   switch (event) {
     case 0:
@@ -105,7 +105,7 @@ TEST_F(ControlHandler, LogsBeforeItCalls) {
   EXPECT_EQ(log.lines.size(), 1U);
 }
 
-// Registration reaches into the process's signals, so it gets processes of its own.
+// Registration changes the process's signals, so these tests run in processes of their own.
 class RegisterStopHandler : public SessionTest {
  protected:
   RegisterStopHandler() { testing::GTEST_FLAG(death_test_style) = "threadsafe"; }
@@ -124,15 +124,15 @@ void register_and_raise() {
   std::_Exit(1);
 }
 
-TEST_F(RegisterStopHandler, HasEventsDeliveredToTheLastOneRegistered) {
+TEST_F(RegisterStopHandler, DeliversEventsToTheLastHandlerRegistered) {
   if (kUnderThreadSanitizer) {
     GTEST_SKIP() << "registering again while events can come is a race, and the program never does";
   }
   EXPECT_EXIT(register_and_raise(), ExitedWithCode(0), Eq("11\nevent 0\n"));
 }
 
-/// A handler that tells when a copy of it is destroyed.
-struct TellsItsEnd {
+/// A handler that reports when a copy of it is destroyed.
+struct ReportsItsEnd {
   std::shared_ptr<int> alive = std::make_shared<int>(0);
   void operator()(int) const {}
 };
@@ -140,13 +140,13 @@ struct TellsItsEnd {
 TEST_F(RegisterStopHandler, CopiesItsArgumentAndDestroysTheOneBefore) {
   EXPECT_EXIT(
       {
-        const TellsItsEnd tells;
-        const std::function<void(int)> handler = tells;
-        const auto before = tells.alive.use_count();
+        const ReportsItsEnd reporter;
+        const std::function<void(int)> handler = reporter;
+        const auto before = reporter.alive.use_count();
         SignalHandler::RegisterStopHandler(handler);
-        std::cerr << tells.alive.use_count() - before;
+        std::cerr << reporter.alive.use_count() - before;
         SignalHandler::RegisterStopHandler([](int) {});
-        std::cerr << tells.alive.use_count() - before << (handler ? " kept" : " taken");
+        std::cerr << reporter.alive.use_count() - before << (handler ? " kept" : " taken");
         SignalHandler::RegisterStopHandler(nullptr);
         std::cerr << (stop_handler ? " set" : " empty");
         std::_Exit(0);
@@ -173,7 +173,7 @@ TEST_F(StopOrTerminate, CancelsTheOperationOnTheFirstSignal) {
   EXPECT_EQ(call_lines(), "kvr_CancelOperation\n");
 }
 
-TEST_F(StopOrTerminate, TellsOfTheCallWhateverItReturns) {
+TEST_F(StopOrTerminate, ReportsTheCallWhateverItReturns) {
   api.answer(ApiCall::CancelOperation, {.result = KVR_RES_TEST_NOT_RUNNING});
   const Console console;
   stop_or_terminate(6);
@@ -215,7 +215,7 @@ TEST_F(StopOrTerminate, CountsAgainOnceTheSignalIsForgotten) {
   EXPECT_EQ(api.count(ApiCall::CancelOperation), 2U);
 }
 
-// The flag is set last: a signal that comes in while the first one is dealt with finds it clear.
+// The flag is set last: a signal that arrives while the first one is handled finds it clear.
 TEST_F(StopOrTerminate, CountsASignalDuringTheFirstOneAsAFirstOneToo) {
   std::latch both_called(2);
   api.answer_always(ApiCall::CancelOperation,
@@ -233,7 +233,7 @@ TEST_F(StopOrTerminate, CountsASignalDuringTheFirstOneAsAFirstOneToo) {
   EXPECT_EQ(call_lines(), "kvr_CancelOperation\nkvr_CancelOperation\n");
 }
 
-/// In a process of its own: a second signal, with all output and calls on standard error.
+/// Runs in a process of its own: sends a second signal; all output and calls go to standard error.
 void stop_a_second_time(int event) {
   std::cout.rdbuf(std::cerr.rdbuf());
   ScriptedClientApi& api = scripted_api();
@@ -277,12 +277,12 @@ TEST_F(StopOrTerminate, GivesTheSecondEventAsStatusAndWaitsForNoCall) {
 
 class EndAfterEvent : public StopOrTerminate {
  protected:
-  EndAfterEvent() { clock.on_sleep = nanosleep; }  // other threads go on meanwhile
+  EndAfterEvent() { clock.on_sleep = nanosleep; }  // a real sleep: other threads go on meanwhile
 };
 
 const std::string kEnd = std::string(kFirstSignal) + " second signal - terminate immediately\n";
 
-/// In a process of its own, with all output and calls on standard error.
+/// Runs in a process of its own; all output and calls go to standard error.
 void begin_to_watch(ScriptedClientApi& api) {
   std::cout.rdbuf(std::cerr.rdbuf());
   stop_handler = stop_or_terminate;

@@ -45,7 +45,7 @@ class DocumentsFolder : public testing::Test {
     fs::create_directory(home_.path() / ".config");
     home_.write(".config/user-dirs.dirs", text);
   }
-  /// The folder told by a user-dirs.dirs of this text.
+  /// The folder that a user-dirs.dirs with this text names.
   std::optional<std::string> told_by(const std::string& text) const {
     write_user_dirs(text);
     return platform::documents_folder();
@@ -84,7 +84,7 @@ TEST_F(DocumentsFolder, StaysAsItIsWhenThere) {
   EXPECT_EQ(home_.read("Documents/file"), "kept");
 }
 
-TEST_F(DocumentsFolder, IsToldEvenWhenItCannotBeMade) {
+TEST_F(DocumentsFolder, IsReturnedEvenWhenItCannotBeMade) {
   home_.write("file", "");
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/file/Documents\"\n"), home() + "/file/Documents");
   EXPECT_FALSE(fs::exists(home() + "/file/Documents"));
@@ -115,7 +115,7 @@ TEST_F(DocumentsFolder, StandsAmongOtherLines) {
             home() + "/Papers");
 }
 
-TEST_F(DocumentsFolder, IsTheLastOneTold) {
+TEST_F(DocumentsFolder, IsTheLastOneInTheFile) {
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/First\"\nXDG_DOCUMENTS_DIR=\"$HOME/Last\""),
             home() + "/Last");
 }
@@ -133,7 +133,7 @@ TEST_F(DocumentsFolder, EndsAtTheQuoteAndWithoutASeparator) {
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"//\"\n"), "/");
 }
 
-TEST_F(DocumentsFolder, OfAMalformedLineIsNotTaken) {
+TEST_F(DocumentsFolder, OfAMalformedLineIsIgnored) {
   const std::string ordinary = home() + "/Documents";
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"\"\n"), ordinary);
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"relative\"\n"), ordinary);
@@ -157,7 +157,7 @@ TEST_F(DocumentsFolder, IsUnknownWithoutAHome) {
   EXPECT_EQ(platform::documents_folder(), std::nullopt);
 }
 
-TEST_F(DocumentsFolder, WithoutAHomeMayStillBeTold) {
+TEST_F(DocumentsFolder, WithoutAHomeMayStillBeNamed) {
   const TemporaryFolder config;
   const std::string folder = (config.path() / "Papers").string();
   config.write("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"" + folder + "\"\n");
@@ -192,7 +192,7 @@ TEST(CreateDirectory, LeavesPermissionsToTheUmask) {
   EXPECT_EQ(fs::status(folder.path() / "one").permissions(), fs::perms(0750));
 }
 
-// Signals, each in a process of its own. Its standard error tells what happened.
+// Signals, each in a process of its own, which reports on standard error.
 
 class ConsoleEvents : public testing::Test {
  protected:
@@ -215,7 +215,7 @@ void tell_end_and_leave(unsigned long event) {
 }
 
 [[noreturn]] void raise_and_wait(int signal) {
-  std::signal(SIGHUP, SIG_DFL);  // whoever runs the tests may ignore it
+  std::signal(SIGHUP, SIG_DFL);  // the tests may run with it ignored
   platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
   kill(getpid(), signal);
   std::this_thread::sleep_for(std::chrono::seconds(10));
@@ -239,7 +239,7 @@ TEST_F(ConsoleEvents, LeaveAnIgnoredHangUpIgnored) {
         std::signal(SIGHUP, SIG_IGN);
         platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
         kill(getpid(), SIGHUP);
-        wait_a_moment();  // it would be told first
+        wait_a_moment();  // it would be reported first
         kill(getpid(), SIGTERM);
         std::this_thread::sleep_for(std::chrono::seconds(10));
         std::_Exit(1);
@@ -273,7 +273,8 @@ TEST_F(ConsoleEvents, CountSeveralHangUpsAsOne) {
       testing::ExitedWithCode(0), Eq("1 before"));
 }
 
-/// The keyboard of a terminal that is standard input or output, but not the controlling one.
+/// Makes a terminal standard input or output, but not the controlling terminal; returns its
+/// keyboard end.
 int use_terminal_as(int descriptor) {
   setsid();
   const int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
@@ -327,7 +328,7 @@ void tell_whether_input_is_closed(bool ignore_hang_up, bool close_it) {
   std::_Exit(0);
 }
 
-TEST_F(ConsoleEvents, TellAClosedTerminalFromAnOpenOne) {
+TEST_F(ConsoleEvents, DistinguishAClosedTerminalFromAnOpenOne) {
   const testing::ExitedWithCode success(0);
   EXPECT_EXIT(tell_whether_input_is_closed(false, true), success, Eq("closed"));
   EXPECT_EXIT(tell_whether_input_is_closed(false, false), success, Eq("open"));
@@ -374,7 +375,7 @@ TEST_F(EndOfProcess, IsThatOfTheFirstThread) {
 
 std::atomic<int> events_seen = 0;
 
-/// Stays in the first event until the second one has come.
+/// Stays in the handler of the first event until the second one has come.
 int wait_for_another_event(unsigned long /*event*/) {
   if (++events_seen == 2) {
     std::cerr << "second event while the first is at work";
@@ -433,7 +434,7 @@ TEST_F(ConsoleEvents, CanBeInstalled) {
       testing::ExitedWithCode(0), Eq("1"));
 }
 
-TEST_F(ConsoleEvents, GoTheirUsualWayWhereNoThreadCanTakeThem) {
+TEST_F(ConsoleEvents, HaveTheirDefaultEffectWhereNoThreadCanHandleThem) {
   EXPECT_EXIT(
       {
         refuse_new_threads();
@@ -478,14 +479,14 @@ TEST_F(WaitForKey, SurvivesAClosedStandardInput) {
 
 void count_signal(int /*signal*/) { ++events_seen; }
 
-/// Has SIGUSR2 counted, and interrupt what waits for the system.
+/// Counts SIGUSR2, which interrupts blocking system calls.
 void let_a_signal_interrupt() {
   struct sigaction action {};
   action.sa_handler = count_signal;
   sigaction(SIGUSR2, &action, nullptr);
 }
 
-/// Interrupts a thread and returns once it has been.
+/// Interrupts a thread and returns once that has happened.
 void interrupt(pthread_t thread) {
   const int before = events_seen;
   pthread_kill(thread, SIGUSR2);
@@ -518,7 +519,7 @@ TEST_F(WaitForKey, GoesOnWaitingAfterASignal) {
       testing::ExitedWithCode(0), Eq("went on after the key"));
 }
 
-// With a terminal of its own: the other end of it is held by the test.
+// In a process with a terminal of its own, whose other end the test holds.
 
 bool hands_over_lines(int keyboard) {
   termios settings{};
@@ -532,16 +533,16 @@ void wait_until_unbuffered(int keyboard) {
   }
 }
 
-/// Types a key once the terminal hands over each key at once.
+/// Types a key once the terminal delivers each key at once.
 void type_unbuffered(int keyboard, const char* key) {
   wait_until_unbuffered(keyboard);
   static_cast<void>(write(keyboard, key, 1));
 }
 
-/// Makes a new pseudo-terminal the controlling terminal of the process and its standard input, and
-/// returns the end where keys are typed.
+/// Makes a new pseudo-terminal the controlling terminal and standard input of the process. Returns
+/// the end where keys are typed.
 int take_pseudo_terminal() {
-  alarm(30);  // nobody else ends what hangs outside the session of the tests
+  alarm(30);  // ends the process if it hangs, outside the session of the tests
   setsid();
   const int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
   grantpt(keyboard);
@@ -612,7 +613,7 @@ TEST_F(WaitForKey, TakesAKeyOfTheTerminalAndLeavesStandardInputAlone) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
-        use_as_standard_input("xy");  // who leads a session keeps its terminal
+        use_as_standard_input("xy");  // a session leader keeps its terminal
         std::thread typist(type_unbuffered, keyboard, "k");
         platform::wait_for_key();
         typist.join();
@@ -629,7 +630,7 @@ TEST_F(WaitForKey, TakesAByteOfStandardInputWhenTheTerminalHangsUp) {
       {
         std::signal(SIGHUP, SIG_IGN);
         const int keyboard = take_pseudo_terminal();
-        use_as_standard_input("xy");  // who leads a session keeps its terminal
+        use_as_standard_input("xy");  // a session leader keeps its terminal
         std::thread([keyboard] {
           wait_until_unbuffered(keyboard);
           wait_a_moment();
@@ -652,7 +653,7 @@ TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
         wait_until_unbuffered(keyboard);
         std::atomic<bool> taken = false;
         std::thread typist([keyboard, &taken] {
-          while (!taken) {  // what has not been read is lost when the settings are put back
+          while (!taken) {  // unread keys are lost when the settings are restored
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
             static_cast<void>(write(keyboard, "k\n", 2));
           }
@@ -667,7 +668,7 @@ TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
       testing::ExitedWithCode(0), Eq("restored"));
 }
 
-// On another thread, for which the main thread rests in a signal handler.
+// On another thread; the main thread then rests in a signal handler.
 
 class WaitForKeyElsewhere : public WaitForKey {
  protected:
@@ -678,7 +679,8 @@ class WaitForKeyElsewhere : public WaitForKey {
   }
 };
 
-/// How many files of the process show this, and how many of them a child process would get.
+/// The number of open files of the process whose names begin with `what`, and how many of them a
+/// child process would inherit.
 std::string open_files(const std::string& what) {
   int files = 0;
   int inherited = 0;
@@ -715,7 +717,7 @@ TEST_F(WaitForKeyElsewhere, LeavesNoFileOpen) {
         while (!is_over) {
           std::this_thread::yield();
         }
-        wait_a_moment();  // the main thread clears up when it is let go
+        wait_a_moment();  // the main thread closes its files once it is released
         std::cerr << open_files("/dev/tty") << (open_files("pipe:") == pipes ? "" : ", pipes left");
         std::_Exit(0);
       },
@@ -741,7 +743,7 @@ TEST_F(WaitForKeyElsewhere, LeavesOtherFilesAloneWhenItsSignalComesAgain) {
         }
         wait_a_moment();
         int ends[2];
-        static_cast<void>(pipe(ends));  // with the numbers that the wait had
+        static_cast<void>(pipe(ends));  // reuses the descriptors of the wait
         raise(SIGUSR1);
         static_cast<void>(write(ends[1], "x", 1));
         char byte = '-';
@@ -804,8 +806,8 @@ TEST_F(WaitForKeyElsewhere, KeepsTheMainThreadAtRestThroughSignals) {
       testing::ExitedWithCode(0), Eq("at rest, error number kept"));
 }
 
-/// Waits for a key while the main thread takes no signals, for a while or for good. Tells whether
-/// the wait is for the main thread first, and that it comes to its end.
+/// Waits for a key while the main thread takes no signals, for a while or for ever. Reports whether
+/// the wait begins with one for the main thread, and that it ends.
 [[noreturn]] void wait_for_a_busy_main_thread(bool is_ever_free) {
   let_a_signal_interrupt();
   const int keyboard = take_pseudo_terminal();

@@ -86,7 +86,7 @@ void put_number(Form& form, std::size_t offset, std::uint32_t number) {
 constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kLinksOfHead = 11;  // ten families and the raw data
 
-TEST(RecordCodec, WritesTheBlockBehindMarkAndVersionAndNullForEachLink) {
+TEST(RecordCodec, WritesTheBlockAfterMarkAndVersionAndNullForEachLink) {
   OwnedRecord record = parse_record("record_id = T1\ntest_type = 8\n", "record");
 
   const Form form = form_of(*record.get());
@@ -97,7 +97,7 @@ TEST(RecordCodec, WritesTheBlockBehindMarkAndVersionAndNullForEachLink) {
   EXPECT_EQ(std::count(form.end() - kLinksOfHead, form.end(), std::byte{0}), kLinksOfHead);
 }
 
-TEST(RecordCodec, WritesEachLinkBehindTheBlocksInTheOrderOfTheRecord) {
+TEST(RecordCodec, WritesEachLinkAfterTheBlocksInTheOrderOfTheRecord) {
   OwnedRecord record = parse_record(
       "data_count = 2\n"
       "data_demag[1].phase_count = 1\n"
@@ -235,7 +235,7 @@ TEST(RecordCodec, StoresWhatPadsARecordAsZero) {
   EXPECT_EQ(decode_record(padded), nullptr);
 }
 
-TEST(RecordCodec, TellsAnEmptyRawDataTextFromNone) {
+TEST(RecordCodec, DistinguishesAnEmptyRawDataTextFromNone) {
   kvr_TestRecord record{};
   EXPECT_EQ(stored_and_read(record)->raw_data, nullptr);
 
@@ -271,13 +271,13 @@ TEST(RecordCodec, RefusesEveryFormThatIsCutShort) {
   const Form form = form_of(*original.get());
 
   for (std::size_t size = 0; size < form.size(); ++size) {
-    // A copy of that very size, so that a look beyond its end shows under a sanitizer.
+    // A copy of exactly that size, so that sanitizers find a read beyond its end.
     const Form cut(form.begin(), form.begin() + static_cast<std::ptrdiff_t>(size));
     ASSERT_EQ(decode_record(cut), nullptr) << "cut at " << size << " of " << form.size();
   }
 }
 
-TEST(RecordCodec, RefusesBytesBehindTheRecord) {
+TEST(RecordCodec, RefusesBytesAfterTheRecord) {
   Form form = form_of(kvr_TestRecord{});
   form.push_back(std::byte{0});
   EXPECT_EQ(decode_record(form), nullptr);
@@ -327,7 +327,7 @@ TEST(RecordCodec, RefusesCountsBeyondTheBytesThatFollow) {
   EXPECT_EQ(decode_record(with_block), nullptr);
 }
 
-TEST(RecordCodec, RefusesARawTextThatIsLongerThanItsBytesOrHoldsAnEnd) {
+TEST(RecordCodec, RefusesARawTextThatIsLongerThanItsBytesOrHoldsATerminator) {
   kvr_TestRecord record{};
   record.raw_data = "abcd";
   const Form form = form_of(record);
@@ -374,7 +374,7 @@ TEST(RecordCodec, FollowsStepsToADepthOfThirty) {
 }
 
 TEST(RecordCodec, RefusesAFormOfDeeperSteps) {
-  // One more step put in by hand, where the deepest one has its two links of null.
+  // One more step is inserted by hand, in place of the two null links of the deepest one.
   OwnedRecord deepest = with_steps(30);
   Form form = form_of(*deepest.get());
   constexpr std::size_t kLinksBehind = kLinksOfHead - 1;

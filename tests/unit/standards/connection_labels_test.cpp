@@ -56,7 +56,7 @@ TEST(ConnectionLabel, LooksNoFurtherAfterABadSideOrPair) {
   EXPECT_EQ(label_text(0, 99, 3, bad_standard), "0 ");
 }
 
-TEST(ConnectionLabel, LetsTheFailureOfABadMeasureOrStandardPass) {
+TEST(ConnectionLabel, PassesOnTheFailureOfABadMeasureOrStandard) {
   expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, "getManualLabel",
                        "Standards::labelPrimary - unknown measure type!", [] {
                          Utils::connection_label({1, 7}, 2, KVR_STANDARD_AB);

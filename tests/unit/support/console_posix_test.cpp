@@ -14,7 +14,7 @@ void wait_for_a_line_feed() {
   }
 }
 
-TEST(ConsoleDeathTest, AProgramThatReadsForEverWithoutAWordEndsTheProcess) {
+TEST(ConsoleDeathTest, AProgramThatReadsForEverWithoutOutputEndsTheProcess) {
   if (kUnderThreadSanitizer) {
     GTEST_SKIP() << "signals wait for the next call of the system there, and none comes";
   }
@@ -22,8 +22,8 @@ TEST(ConsoleDeathTest, AProgramThatReadsForEverWithoutAWordEndsTheProcess) {
                "the program goes round and round without a pause after the last answer");
 }
 
-// The process goes on, which is all that is asked for.
-TEST(ProcessorLimit, IsNoneOnceItIsGone) {
+// Passes if the process goes on.
+TEST(ProcessorLimit, HasNoEffectOnceItIsDestroyed) {
   { const ProcessorLimit limit(1, "too late\n"); }
   const std::clock_t end = std::clock() + CLOCKS_PER_SEC * 3 / 2;
   while (std::clock() < end) {

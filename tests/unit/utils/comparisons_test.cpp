@@ -35,7 +35,7 @@ TEST(NearEqual, ComparesFloatsWithinAFixedBound) {
   EXPECT_TRUE(Utils::near_equal(1.0F, std::nextafter(1.0F, 0.0F)));
 }
 
-TEST(NearEqual, TakesNothingAsEqualToWhatIsNoNumber) {
+TEST(NearEqual, TreatsNothingAsEqualToNan) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   EXPECT_FALSE(Utils::near_equal(kNaN, kNaN));
@@ -56,8 +56,8 @@ TEST(EqualName, ComparesAllBytes) {
 }
 
 TEST(EqualBlock, ComparesAllBytes) {
-  kvr_Block116 a{};
-  kvr_Block116 b{};
+  ComparedBlock a{};
+  ComparedBlock b{};
   EXPECT_TRUE(Utils::equal_block(a, b));
   for (char& byte : b.bytes) {
     byte = 1;
@@ -67,14 +67,14 @@ TEST(EqualBlock, ComparesAllBytes) {
 }
 
 TEST(EqualLimits, ComparesTheFlagExactlyAndTheNumbersNearly) {
-  const kvr_Limits limits = {1, 0.1F, 0.2F, 0.3F, 0.4F};
+  const ComparedLimits limits = {1, 0.1F, 0.2F, 0.3F, 0.4F};
   EXPECT_TRUE(Utils::equal_limits(limits, limits));
-  kvr_Limits flag = limits;
+  ComparedLimits flag = limits;
   flag.enabled = 2;
   EXPECT_FALSE(Utils::equal_limits(limits, flag));
-  for (float kvr_Limits::*field :
-       {&kvr_Limits::first, &kvr_Limits::second, &kvr_Limits::third, &kvr_Limits::fourth}) {
-    kvr_Limits other = limits;
+  for (float ComparedLimits::*field : {&ComparedLimits::first, &ComparedLimits::second,
+                                       &ComparedLimits::third, &ComparedLimits::fourth}) {
+    ComparedLimits other = limits;
     other.*field += 5e-8F;
     EXPECT_TRUE(Utils::equal_limits(limits, other));
     other.*field += 2e-7F;
@@ -85,11 +85,11 @@ TEST(EqualLimits, ComparesTheFlagExactlyAndTheNumbersNearly) {
 }
 
 TEST(EqualSettings, ComparesItsFieldsAndNoOtherByte) {
-  kvr_Settings settings;
-  kvr_Settings other;
+  ComparedSettings settings;
+  ComparedSettings other;
   auto* const bytes = reinterpret_cast<unsigned char*>(&other);
   std::memset(&settings, 3, sizeof(settings));
-  for (std::size_t offset = 0; offset < sizeof(kvr_Settings); ++offset) {
+  for (std::size_t offset = 0; offset < sizeof(ComparedSettings); ++offset) {
     std::memset(&other, 3, sizeof(other));
     bytes[offset] = 4;
     const bool counts = offset == 4 || offset == 6 || offset == 7 ||

@@ -45,8 +45,8 @@ constexpr const char* kTooLongName =
     "TextUtils::copy_safe generic2 - (src_len >= buf_size) src:nnnnnnnnnnnnnnnnnnnnnnnnnnnnnn "
     "buf_size:30";
 
-/// A record whose every part is there, with texts of different lengths and lists of different
-/// counts. Its texts and lists are this object's.
+/// A record with all parts, with texts of different lengths and lists of different counts. This
+/// object owns its texts and lists.
 class FullRecord {
  public:
   FullRecord() {
@@ -91,7 +91,7 @@ TEST(EntryRecord, StartsWithItsDefaults) {
   expected.value_204 = 2;
   const auto* const bytes = reinterpret_cast<const char*>(&record);
   const auto* const expected_bytes = reinterpret_cast<const char*>(&expected);
-  // But for the padding behind the counts of the lists.
+  // All bytes except the padding after the counts of the lists.
   for (std::size_t i = 0; i < sizeof(record); ++i) {
     const bool is_padding = i >= 136 && i < 184 && (i - 136) % 16 >= 12;
     EXPECT_TRUE(is_padding || bytes[i] == expected_bytes[i]) << "byte " << i;
@@ -172,7 +172,7 @@ TEST(CloneEntryRecord, CopiesListsFirstAndTextsInTheirOrder) {
   Utils::free_record(clone);
 }
 
-TEST(CloneEntryRecord, LeavesNothingBehindWhenMemoryRunsOut) {
+TEST(CloneEntryRecord, LeaksNothingWhenMemoryRunsOut) {
   const FullRecord source;
   for (const auto duration : {counted_new::Failing::kOnce, counted_new::Failing::kForEver}) {
     for (std::size_t nth = 1; nth <= kBlocksOfFullRecord + 1; ++nth) {
@@ -194,10 +194,10 @@ TEST(CloneEntryRecord, LeavesNothingBehindWhenMemoryRunsOut) {
   }
 }
 
-TEST(CloneEntryRecord, LeavesNothingBehindForANameThatIsTooLong) {
+TEST(CloneEntryRecord, LeaksNothingForANameThatIsTooLong) {
   FullRecord source;
   source.list(2)[1] = entry_with_unterminated_name();
-  last_exception_message() = std::string(200, ' ');  // its room is not to count below
+  last_exception_message() = std::string(200, ' ');  // so that its memory does not count below
   const std::size_t before = counted_new::live_blocks();
   expect_kvr_exception(KVR_RES_TEXT_TOO_LONG, "copy_safe_internal", kTooLongName,
                        [&] { Utils::clone_entry_record(&source.record); });

@@ -9,7 +9,7 @@
 #include "support/temporary_folder.h"
 #include "utils/utils.h"
 
-// Trees of which a part can't be removed.
+// Trees with a part that can't be removed.
 
 namespace {
 
@@ -19,7 +19,7 @@ using testing::ElementsAre;
 
 constexpr uid_t kNobody = 65534;
 
-/// Root could remove anything: its rights are given up for as long as this lives.
+/// Root could remove anything, so its rights are dropped while this object lives.
 class WithoutRights {
  public:
   WithoutRights() : before_(geteuid()) { static_cast<void>(seteuid(kNobody)); }
@@ -31,7 +31,7 @@ class WithoutRights {
   uid_t before_;
 };
 
-/// Folders and files that belong to whoever removes them, and one locked folder.
+/// Folders and files of the user who removes them, and one locked folder.
 class LockedTree : public testing::Test {
  protected:
   LockedTree() {

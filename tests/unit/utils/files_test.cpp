@@ -36,10 +36,10 @@ class FileHelpers : public testing::Test {
     return in_folder(name);
   }
 
-  /// A path that nobody can open, whatever his rights.
+  /// A path that no user can open.
   std::string make_link_loop(const std::string& name) const {
     if (kIsWindows) {
-      return in_folder(name + "?");  // no links there, but names that can't be
+      return in_folder(name + "?");  // no links there, but an invalid name
     }
     fs::create_symlink(in_folder(name + "-back"), in_folder(name));
     fs::create_symlink(in_folder(name), in_folder(name + "-back"));
@@ -49,8 +49,8 @@ class FileHelpers : public testing::Test {
   TemporaryFolder folder;
 };
 
-/// Has `operation` run out of memory at each of its allocations in turn, with a logger attached,
-/// and expects one of these failures to end in `expected` as the last line of the log.
+/// Runs `operation` with a logger attached; each of its allocations fails in turn. Expects that
+/// after one of these failures the last line of the log is `expected`.
 template <class Operation>
 void expect_logged_memory_failure(const LogLine& expected, Operation operation) {
   bool logged = false;
@@ -62,7 +62,7 @@ void expect_logged_memory_failure(const LogLine& expected, Operation operation) 
     try {
       operation();
     } catch (const std::bad_alloc&) {
-      // The log statements themselves need memory.
+      // The log statements themselves allocate memory.
     }
     if (!failing.has_failed()) {
       break;
@@ -407,7 +407,7 @@ TEST_F(FileHelpers, GetFileSizeIsThatOfThirtyTwoBits) {
   const std::pair<std::uintmax_t, std::int64_t> sizes[] = {
       {0x7FFFFFFFU, 2147483647}, {0x80000000U, -2147483648LL}, {0xFFFFFFFFU, -1}};
   for (const auto& [size, expected] : sizes) {
-    fs::resize_file(file, size);  // takes no room: it has no content
+    fs::resize_file(file, size);  // takes no space: it has no content
     EXPECT_EQ(Utils::GetFileSize(file), expected) << size;
   }
   fs::resize_file(file, 0x100000007U);
@@ -456,7 +456,7 @@ TEST_F(FileHelpers, ExecSystemSeesACommandThatDoesNotExist) {
     Utils::ExecSystem(command, false);
     FAIL() << "nothing thrown";
   } catch (const kvr_exception& exception) {
-    // Windows has no number of its own for it; Wine's differs.
+    // Windows and Wine give different numbers here.
     const std::string status = kIsWindows ? std::to_string(std::system(command.c_str())) : "127";
     EXPECT_EQ(exception.what(),
               "ExecSystem system command failed with error: " + status + " command: " + command);
@@ -549,7 +549,7 @@ TEST_F(FileHelpers, NamesAreBytes) {
 
 // --- The environment -----------------------------------------------------------------------------
 
-/// Sets a variable of the environment, and puts it back.
+/// Sets an environment variable and restores it at the end.
 class Environment {
  public:
   Environment(const std::string& name, const std::string& value)

@@ -17,7 +17,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-/// A record of new with a different value in every byte that is not set afterwards.
+/// A record from new, filled with different byte values.
 template <class Record>
 Record* new_patterned() {
   static_assert(std::is_trivially_copyable_v<Record>);
@@ -28,7 +28,7 @@ Record* new_patterned() {
   return record;
 }
 
-/// The bytes of a record, those of its pointers at `pointers` taken as zero.
+/// The bytes of a record, with those of its pointers at `pointers` as zero.
 template <class Record>
 Bytes plain_bytes(const Record* record, std::initializer_list<std::size_t> pointers) {
   const auto* const first = reinterpret_cast<const unsigned char*>(record);
@@ -96,7 +96,7 @@ kvr_TestData_Taps* new_taps(std::initializer_list<kvr_TestData_Tap*> entries) {
   return taps;
 }
 
-/// A list of a count, but with no array.
+/// A list with a count, but without an array.
 kvr_TestData_Taps* new_taps_without_array(std::uint32_t count) {
   auto* const taps = new_patterned<kvr_TestData_Taps>();
   taps->taps = nullptr;
@@ -251,7 +251,7 @@ class Comparison {
   }
 };
 
-/// Clones a nest of `blocks` blocks and disposes of both, with all that can be said of any nest.
+/// Clones a nest of `blocks` blocks and frees both, with the checks that apply to every nest.
 template <class Record>
 void expect_good_copy(Record* source, std::size_t blocks) {
   const std::size_t before = counted_new::live_blocks();
@@ -282,9 +282,9 @@ void expect_good_copy(Record* source, std::size_t blocks) {
   Utils::free_record(source);
 }
 
-/// Lets every allocation of a copy fail in turn, once and for ever.
+/// Lets every allocation of a copy fail in turn; that one alone, or all from there on.
 template <class Record>
-void expect_nothing_left_behind(Record* source, std::size_t blocks) {
+void expect_no_leak(Record* source, std::size_t blocks) {
   for (const auto duration : {counted_new::Failing::kOnce, counted_new::Failing::kForEver}) {
     for (std::size_t nth = 1; nth <= blocks + 1; ++nth) {
       const std::size_t before = counted_new::live_blocks();
@@ -410,13 +410,13 @@ TEST(CloneRecord, AllocatesBlocksOfTheRecordsSizes) {
             (Sizes{632, 24, 16, 16, 24, 8, 112, 24}));
 }
 
-TEST(CloneRecord, LeavesNothingBehindWhenMemoryRunsOut) {
-  expect_nothing_left_behind(
+TEST(CloneRecord, LeaksNothingWhenMemoryRunsOut) {
+  expect_no_leak(
       new_ratio(new_ratio(nullptr, new_ratio(nullptr, nullptr)), new_ratio(nullptr, nullptr)), 4);
-  expect_nothing_left_behind(new_impedance(new_impedance_list(3)), 3);
-  expect_nothing_left_behind(new_patterned<kvr_TestData_MagneticBalance>(), 1);
-  expect_nothing_left_behind(new_full_resistance(), kBlocksOfFullResistance);
-  expect_nothing_left_behind(new_sides(new_taps({}), nullptr, new_taps({new_tap({})})), 7);
+  expect_no_leak(new_impedance(new_impedance_list(3)), 3);
+  expect_no_leak(new_patterned<kvr_TestData_MagneticBalance>(), 1);
+  expect_no_leak(new_full_resistance(), kBlocksOfFullResistance);
+  expect_no_leak(new_sides(new_taps({}), nullptr, new_taps({new_tap({})})), 7);
 }
 
 TEST(CloneRecord, FailsForACountThatIsTooLarge) {
@@ -456,7 +456,7 @@ kvr_TestLabelsList* new_labels_list(std::uint32_t count) {
   return new kvr_TestLabelsList{new kvr_TestLabel[count], count};
 }
 
-TEST(FreeRecord, TakesAListOfRecordsWithItsEntries) {
+TEST(FreeRecord, FreesAListOfRecordsWithItsEntries) {
   const std::size_t before = counted_new::live_blocks();
   kvr_TestLabelsList* const list = new_labels_list(3);
   const kvr_TestLabel* const entries = list->entries;
@@ -522,7 +522,7 @@ kvr_TestRecord* new_full_record() {
   return record;
 }
 
-TEST(FreeRecord, TakesARecordWithItsWholeNest) {
+TEST(FreeRecord, FreesARecordWithItsWholeNest) {
   const std::size_t before = counted_new::live_blocks();
   kvr_TestRecord* const record = new_full_record();
   const std::vector<Link> links = {
@@ -570,7 +570,7 @@ TEST(FreeRecord, TakesARecordWithItsWholeNest) {
   EXPECT_EQ(counted_new::live_blocks(), before + kVectorsOfThisTest);
 }
 
-TEST(FreeRecord, TakesARecordWithoutData) {
+TEST(FreeRecord, FreesARecordWithoutData) {
   const std::size_t before = counted_new::live_blocks();
   auto* const record = new kvr_TestRecord{};
   record->data_count = 5;
@@ -578,7 +578,7 @@ TEST(FreeRecord, TakesARecordWithoutData) {
   EXPECT_EQ(counted_new::live_blocks(), before);
 }
 
-TEST(FreeRecord, TakesAnArrayOfRecords) {
+TEST(FreeRecord, FreesAnArrayOfRecords) {
   const std::size_t before = counted_new::live_blocks();
   Utils::free_record(new_array<kvr_TestRecord>({new_full_record(), nullptr, new kvr_TestRecord{}}),
                      3);

@@ -135,7 +135,7 @@ TEST(Oltc, OutsideThePairIsIgnored) {
   }
 }
 
-TEST(HasVoltages, WantsBothPositive) {
+TEST(HasVoltages, NeedsBothPositive) {
   EXPECT_TRUE(Utils::has_voltages(three_windings(0)));
   kvr_TestSetup low = three_windings(0);
   low.windings[0].voltage = low.windings[1].voltage = 0.5F;

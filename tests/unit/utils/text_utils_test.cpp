@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kFiller = '#';
 
-/// A field of sixteen bytes with more behind it that is not the copy's to touch.
+/// A field of sixteen bytes, followed by bytes that the copy must not change.
 struct Field {
   char text[16];
   char behind[4];
@@ -50,7 +50,7 @@ TEST(CopySafe, HasNoContextWordForANullOne) {
                        [&] { TextUtils::copy_safe(nullptr, field, sizeof(field), "long"); });
 }
 
-TEST(CopySafe, MakesALoneTerminatorOfAnEmptyText) {
+TEST(CopySafe, WritesATerminatorAloneForAnEmptyText) {
   char field = kFiller;
   TextUtils::copy_safe("generic2", &field, 1, "");
   EXPECT_EQ(field, '\0');

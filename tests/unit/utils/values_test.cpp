@@ -70,7 +70,7 @@ TEST(ToPhisValue, LogsTheSmallestPrefixOnly) {
   EXPECT_EQ(log.lines, expected);
 }
 
-TEST(ToPhisValue, BuildsNoTextForALogThatIsNotThere) {
+TEST(ToPhisValue, BuildsNoTextWithoutALogThatTakesIt) {
   Scaling scaling;
   const std::size_t before = counted_new::allocations();
   Utils::toPhisValue(0.0, scaling.prefix, scaling.multiplier);
@@ -95,7 +95,7 @@ TEST(Trim, KeepsWhatIsNoWhiteSpace) {
   EXPECT_EQ(Utils::trim(" \xC2\xA0\xFF "), "\xC2\xA0\xFF");
 }
 
-TEST(ReplaceAll, ReplacesFromTheStartAndGoesOnBehindWhatItPutIn) {
+TEST(ReplaceAll, ReplacesFromTheStartAndGoesOnAfterTheReplacement) {
   EXPECT_EQ(Utils::replace_all("a-b-c", "-", "+"), "a+b+c");
   EXPECT_EQ(Utils::replace_all("aaa", "a", "aa"), "aaaaaa");
   EXPECT_EQ(Utils::replace_all("aaaaa", "aa", "b"), "bba");

@@ -77,16 +77,16 @@ TEST(Resistance, FallsFromTapToTapAsTurnsDo) {
   const TransformerUnit unit = with_tap_changer(three_phase_unit(), KVR_TAP_CHANGER_OLTC);
   const ResistanceTest test = resistance_test(unit, family_settings(50));
   ASSERT_EQ(test.sides[kHighSide].size(), 5U);
-  for (std::size_t place = 0; place < 5; ++place) {
-    const ResistanceTap& tap = test.sides[kHighSide][place];
-    EXPECT_EQ(tap.tap, static_cast<int>(place) + 1);
-    const double turns = 1 + (static_cast<double>(place) - 2) * -0.025;
+  for (std::size_t i = 0; i < 5; ++i) {
+    const ResistanceTap& tap = test.sides[kHighSide][i];
+    EXPECT_EQ(tap.tap, static_cast<int>(i) + 1);
+    const double turns = 1 + (static_cast<double>(i) - 2) * -0.025;
     EXPECT_NEAR(tap.points[0].data.rm, unit.windings[0].resistance * 2 / 3 * turns, 1e-3);
-    ASSERT_EQ(tap.points[0].transition.has_value(), place > 0);
-    if (place > 0) {
+    ASSERT_EQ(tap.points[0].transition.has_value(), i > 0);
+    if (i > 0) {
       EXPECT_EQ(tap.points[0].transition->status, KVR_RES_OK);
-      EXPECT_EQ(tap.points[0].transition->from, static_cast<int>(place));
-      EXPECT_EQ(tap.points[0].transition->to, static_cast<int>(place) + 1);
+      EXPECT_EQ(tap.points[0].transition->from, static_cast<int>(i));
+      EXPECT_EQ(tap.points[0].transition->to, static_cast<int>(i) + 1);
     }
     EXPECT_FALSE(tap.points[1].transition.has_value());
   }
@@ -334,7 +334,7 @@ TEST(MagneticBalance, ShowsShortedTurns) {
   unit.faults.shorted_turns = {{kLowSide, 2, 0.02, 0}};
   const MagneticBalanceTest test = magnetic_balance_test(unit, family_settings(50));
   EXPECT_GT(test.data.max_imbalance, 10);
-  EXPECT_LT(test.data.rows[0].cell[2].value, 10);  // the faulty limb lets no flux through
+  EXPECT_LT(test.data.rows[0].cell[2].value, 10);  // no flux passes the faulty limb
 }
 
 TEST(MagneticBalance, IsMadeOnTheSideWhoseLimbsCanBeReached) {
@@ -399,7 +399,7 @@ TEST(DynamicResistance, FindsEachTransitionByItsDip) {
   for (std::size_t number = 0; number < 4; ++number) {
     const kvr_TestData_Drm_Transition& each = test.transitions[number];
     EXPECT_NEAR(each.start_time, 200.0 * static_cast<double>(number + 1), 5);
-    // The contacts move for 44 ms; then the current has to come back.
+    // The contacts move for 44 ms; then the current recovers.
     EXPECT_GE(each.end_time - each.start_time, 43U);
     EXPECT_LE(each.end_time - each.start_time, 120U);
   }

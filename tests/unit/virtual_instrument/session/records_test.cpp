@@ -5,7 +5,9 @@
 #include <functional>
 #include <string>
 
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/session/client.h"
+#include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {
@@ -130,7 +132,7 @@ TEST_F(Records, OtherModesAreIncorrect) {
   }
 }
 
-// A series without an ID: its first test is not stored, but gives its name to the others.
+// A series without an ID: its first test is not stored, but the others use its name.
 TEST_F(Records, ASeriesWithoutAnIdIsNamedFromDateAndTime) {
   start();
   const TestAnswer first = test("", KVR_SAVE_NOTHING);
@@ -259,6 +261,14 @@ TEST_P(CardFaults, KeepRecordsOutOfReachButNotTestsThatAreNotStored) {
   EXPECT_EQ(test("T2", KVR_SAVE_NOTHING).code, KVR_RES_OK);
 }
 
+TEST_P(CardFaults, ShowInTheStatus) {
+  start(std::string("[status]\n") + GetParam().status + "\n");
+  kvr_Status status{};
+  ASSERT_EQ(kvr_GetStatus(&status), KVR_RES_OK);
+  EXPECT_EQ(status.database_loaded, GetParam().for_writing_only ? 1 : 0);
+  EXPECT_EQ(status.secondary_sd_read_only, GetParam().for_writing_only ? 1 : 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Records, CardFaults,
     testing::Values(
@@ -285,11 +295,11 @@ TEST_F(Records, TheSameBenchAndRequestsGiveTheSameBytesTwice) {
     EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
   }
   EXPECT_EQ(runs[0], runs[1]);
-  // Two tests of one run are two measurements all the same.
+  // Two tests of one run still are two measurements.
   EXPECT_NE(runs[0].substr(0, runs[0].size() / 2), runs[0].substr(runs[0].size() / 2));
 }
 
-/// Of a bench whose records are in a file.
+/// Bench text that keeps the records in a file.
 std::string in_file(const std::filesystem::path& file) {
   return "[store]\nfile = '" + file.generic_string() + "'\n";
 }
@@ -319,7 +329,7 @@ TEST_F(Records, AreInTheOneFileOnceTheSessionHasEnded) {
   EXPECT_TRUE(exists("T1"));
 }
 
-// The first shutdown comes from within a test of the session that it ends.
+// The first shutdown is called within a test of the session that it ends.
 TEST_F(Records, OfANewSessionAreKeptWhileTheOldOneStillEnds) {
   const std::string bench = in_file(folder_.path() / "records.db");
   start(bench);
@@ -353,6 +363,30 @@ TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
   std::filesystem::remove(folder_.path() / "records.db");
   start(in_file(folder_.path() / "records.db"));
   EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+}
+
+// Before a test begins, not at its end.
+TEST_F(Records, AStoreOnADiskThatCannotBeWrittenShowsInTheStatusAndRefusesTests) {
+  const std::filesystem::path file = folder_.path() / "records.db";
+  EXPECT_EQ(SqliteStore({.path = file}).save_new(*ratio_record("T1").get(), 0), KVR_RES_OK);
+  {
+    WatchedDisk disk;
+    disk.set_read_only();
+    start(in_file(file));
+    kvr_Status status{};
+    EXPECT_EQ(kvr_GetStatus(&status), KVR_RES_OK);
+    EXPECT_EQ(status.database_loaded, 1);
+    EXPECT_EQ(status.secondary_sd_read_only, 1);
+    EXPECT_TRUE(exists("T1"));
+    bool begun = false;
+    kvr_ProgressHandler handler{
+        [](void* context, const kvr_Progress*) { *static_cast<bool*>(context) = true; }, &begun};
+    EXPECT_EQ(test("T2", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+    EXPECT_FALSE(begun);
+    EXPECT_EQ(kvr_DeleteRecord("T1"), KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+    EXPECT_EQ(test("T2", KVR_SAVE_NOTHING).code, KVR_RES_OK);
+    EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  }
 }
 
 TEST_F(Records, ADemonstrationFillsAStoreInMemoryThatAnotherSessionHasOpened) {

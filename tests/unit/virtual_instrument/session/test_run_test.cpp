@@ -15,7 +15,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// Takes progress callbacks and does something within them.
+/// Receives progress callbacks and runs a reaction within them.
 struct ProgressLog {
   std::vector<std::pair<int, int>> steps;
   std::thread::id thread;
@@ -33,7 +33,7 @@ struct ProgressLog {
   kvr_ProgressHandler handler() { return {callback, this}; }
 };
 
-/// A test that takes an hour, so that whatever ends it, time does not.
+/// A test that takes an hour, so that only the event under test ends it.
 constexpr const char* kLong = "[measurement]\nduration = 3600\nsteps = 1000000\n";
 
 class TestRun : public ClientTest {
@@ -52,7 +52,7 @@ class TestRun : public ClientTest {
   ProgressLog progress_;
 };
 
-TEST_F(TestRun, TellsItsProgressOnAThreadOfTheLibrary) {
+TEST_F(TestRun, ReportsItsProgressOnAThreadOfTheLibrary) {
   start("[measurement]\nduration = 0\nsteps = 3\n");
   EXPECT_EQ(run().code, KVR_RES_OK);
   const std::vector<std::pair<int, int>> expected{{1, 3}, {2, 3}, {3, 3}};
@@ -99,12 +99,12 @@ TEST_F(TestRun, AStopWakesATestThatWaits) {
   while (kvr_UnlockAPI() != KVR_RES_TESTING_IN_PROGRESS) {
     std::this_thread::yield();
   }
-  // Whether it waits already can't be seen from here; it gets there in much less time than this.
+  // Nothing shows whether the test waits already; it does after much less time than this.
   EXPECT_EQ(test_code.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
   EXPECT_EQ(kvr_CancelOperation(), KVR_RES_OK);
   if (test_code.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
     ADD_FAILURE() << "the stop did not wake the test: it waits for the end of its step";
-    kvr_Lib_Shutdown();  // wakes it in a way of its own
+    kvr_Lib_Shutdown();  // wakes it in another way
   }
   EXPECT_EQ(test_code.get(), KVR_RES_OPERATION_CANCELLED);
 }
@@ -197,7 +197,7 @@ TEST_F(TestRun, RefusalsEndATestBeforeItBegins) {
   EXPECT_FALSE(stored("T1"));
 }
 
-// Nobody waits for a test whose result has no place.
+// A test whose result could not be stored is refused before it begins.
 TEST_F(TestRun, AnIdThatIsTakenOrOfAnotherKindEndsATestBeforeItBegins) {
   start();
   ASSERT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
@@ -354,7 +354,7 @@ TEST_F(TestRun, ANewSessionCanBeginWithinTheCallbackThatEndedTheOldOne) {
   EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);
 }
 
-// What the console tester does: on a lost connection, from within the status callback.
+// As the console tester does on a lost connection: from within the status callback.
 TEST_F(TestRun, ShutdownFromTheStatusCallbackWhileItRuns) {
   start("[connection]\nlost_at_step = 2\n[measurement]\nduration = 0\nsteps = 3\n");
   status_.reaction = [](kvr_code code) {

@@ -1,5 +1,5 @@
-// What a store leaves when it is closed, and what it makes of what a kill left: one file that holds
-// everything. Each test copies that file alone and reads the copy.
+// After a store is closed, and when it is opened after a kill, one file holds everything. Each test
+// copies that file alone and reads the copy.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ class StoreClosingTest : public testing::Test {
     ASSERT_EQ(store.save_new(*ratio_record(id, ratio).get(), 0), KVR_RES_OK);
   }
 
-  /// What the store's file holds without anything that lies beside it.
+  /// The content of the store's file without the files beside it.
   std::string contents_of_copy() const {
     const TemporaryFolder elsewhere;
     fs::copy_file(file_, elsewhere.path() / "copy.db");
@@ -46,7 +46,7 @@ TEST_F(StoreClosingTest, AClosedStoreIsOneFile) {
   SqliteStore store({.path = file_});
   save(store, "T1", 1);
   save(store, "T2", 2);
-  EXPECT_EQ(contents_of_copy(), "");  // so far the log alone has them
+  EXPECT_EQ(contents_of_copy(), "");  // so far only the log has them
   store.close();
   EXPECT_THAT(files_in(folder_.path()), ElementsAre("records.db"));
   EXPECT_EQ(contents_of_copy(), "T1#1:1 T2#1:2 ");
@@ -118,7 +118,7 @@ TEST_F(StoreClosingTest, BesideAnotherUserTheFileIsCompleteAndTheLogStaysTheirs)
   EXPECT_EQ(contents_of_copy(), "T1#1:1 T2#1:2 ");
 }
 
-// SQLite alone would leave the log to the other one, each time.
+// With SQLite alone, each would leave the log to the other one.
 TEST_F(StoreClosingTest, TwoThatCloseAtOnceLeaveAFileThatIsComplete) {
   std::string expected;
   for (int round = 0; round < 20; ++round) {
@@ -134,7 +134,7 @@ TEST_F(StoreClosingTest, TwoThatCloseAtOnceLeaveAFileThatIsComplete) {
   }
 }
 
-/// Holds a store busy: the disk does not answer until it is told to.
+/// Keeps a store busy: the disk does not answer until finish().
 class BusyStore {
  public:
   explicit BusyStore(const fs::path& file) : store_({.path = file}) {
@@ -148,7 +148,7 @@ class BusyStore {
 
   SqliteStore& store() { return store_; }
 
-  /// Lets the disk answer. The code of the call that was held up.
+  /// Lets the disk answer. Returns the code of the delayed call.
   kvr_code finish() {
     if (saving_.joinable()) {
       goes_on_.set_value();

@@ -32,7 +32,7 @@ std::string id_of(int thread, int number) {
   return std::string(1, static_cast<char>('A' + thread)) + std::to_string(number);
 }
 
-/// Saves, grows, lists and reads records of its own, and removes every other one.
+/// Saves, extends, lists and reads records of its own, and removes every second one.
 void work_on(SqliteStore& store, int thread) {
   for (int number = 0; number < kRecords; ++number) {
     const std::string id = id_of(thread, number);

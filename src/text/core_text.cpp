@@ -39,13 +39,6 @@ void write_magnetic_balance(const kvr_TestData_MagneticBalance& r, TextWriter& t
   }
 }
 
-void write_drm_summary(const kvr_TestData_Drm& r, TextWriter& text) {
-  if (const kvr_TestData_Drm_Transition* const first = r.first_transition) {
-    text << "transisiont count: " << r.transition_count
-         << " total time: " << first->end_time - first->start_time << '\n';
-  }
-}
-
 }  // namespace
 
 bool is_magnetic_balance_missing(const kvr_TestRecord& record, std::uint32_t i) {
@@ -68,16 +61,4 @@ void write_gonogo_body(const kvr_TestRecord& record, std::uint32_t i, TextWriter
     text << "status_open_circuit = " << CodeToText(r->status_open_circuit) << '\n';
     text << "status_short_circuit = " << CodeToText(r->status_short_circuit) << '\n';
   }
-}
-
-void write_drm_body(const kvr_TestRecord& record, std::uint32_t i, TextWriter& text) {
-  text << "DRM\n";
-  if (const kvr_TestData_Drm* const r = data_entry(record.data_drm, i)) {
-    write_drm_summary(*r, text);
-  }
-}
-
-void KVR_Text_Output::DrmSummaryToText(const kvr_TestData_Drm* record, std::ostringstream& out) {
-  TextWriter text(out);
-  write_drm_summary(*record, text);
 }
