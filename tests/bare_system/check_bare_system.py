@@ -132,7 +132,8 @@ class System:
         environment = {"HOME": HOME, "USER": USER, "LOGNAME": USER, "SHELL": "/bin/bash",
                        "PATH": "/usr/local/bin:/usr/bin:/bin", "TERM": "dumb" if shown else "xterm",
                        "CMAKE_CXX_COMPILER_LAUNCHER": "ccache", "CCACHE_DIR": COMPILED,
-                       "CCACHE_SLOPPINESS": "pch_defines,time_macros", **environment}
+                       "CCACHE_SLOPPINESS": "pch_defines,time_macros", "CCACHE_MAXSIZE": "1G",
+                       **environment}
         return Terminal(self.path("/dev"), self.enter, ["/usr/bin/env", *command], environment, shown)
 
     def run(self, *command, seconds, shown=False, **environment):

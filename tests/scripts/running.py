@@ -20,6 +20,11 @@ BUILD = "cmake --build TREE/build/release --target console-tester tester-workben
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
+def own_release():
+    release = re.search("^VERSION_CODENAME=(.*)$", pathlib.Path("/etc/os-release").read_text(), re.M)
+    return release[1] if release else ""
+
+
 class Running(unittest.TestCase):
     maxDiff = None
 
@@ -90,6 +95,31 @@ class Running(unittest.TestCase):
             self.assertEqual(outcome.status, 0, outcome.errors)
             self.assertEqual(outcome.errors, CONFIGURING + BUILDING + "Packing for linux ...\n")
             self.assertEqual(sandbox.run("package").status, 1)
+
+    def test_check_makes_a_bare_system_from_this_one_s_mirror(self):
+        mirror = "http://mirror.invalid/debian"
+        with Sandbox(installed=["everything"], root=True,
+                     mirror=f"{mirror} Debian {own_release()} main") as sandbox:
+            outcome = sandbox.run("check", "debian-13")
+            self.assertEqual((outcome.status, outcome.output),
+                             (0, "== debian-13\nAll checks passed.\n"), outcome.errors)
+            self.assertRegex(outcome.calls[-1], (
+                r"\Aunshare --mount --propagation private --pid --fork --kill-child python3 -B "
+                rf"tests/bare_system/check_bare_system.py trixie {mirror} FOLDER/tmp\.\w+/system "
+                r"FOLDER/\.cache/kvr-console-tester/trixie"))
+            packages = outcome.calls[-1].count("TREE/build/packages/tester.deb")
+            self.assertEqual(packages, 1 if own_release() == "bookworm" else 0)
+            self.assertEqual(list(sandbox.folder.glob("tmp.*")), [])
+
+    def test_check_fails_without_a_mirror(self):
+        """Even when apt has been asked once more."""
+        with Sandbox(installed=["everything"], root=True,
+                     mirror="http://mirror.invalid/other Other sid main") as sandbox:
+            outcome = sandbox.run("check", "debian-13")
+            self.assertEqual((outcome.status, outcome.output), (1, "== debian-13\n"))
+            self.assertEqual(outcome.errors,
+                             "No apt source of a Debian release found to derive a mirror from.\n")
+            self.assertEqual(outcome.calls, ["apt-get -qq update"])
 
     def test_warnings_are_errors_for_developers_and_in_ci(self):
         """In CI, as CMake sees it, CI is set."""

@@ -15,7 +15,7 @@ import tempfile
 HERE = pathlib.Path(__file__).resolve().parent
 SCRIPTS = HERE.parents[1] / "scripts"
 FAKES = ["apt-cache", "apt-get", "cmake", "cpack", "ctest", "dpkg", "dpkg-query", "git", "id", "npm",
-         "sudo"]
+         "sudo", "unshare"]
 TOOLS = ["awk", "basename", "bash", "cat", "chmod", "dirname", "env", "grep", "ls", "mkdir",
          "mktemp", "realpath", "rm", "sed", "tee", "touch"]
 PACKAGES = ["cmake", "g++", "ninja-build", "libplog-dev", "libsqlite3-dev", "libtomlplusplus-dev"]
