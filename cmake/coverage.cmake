@@ -1,5 +1,5 @@
-# Counts what is executed of src/ and virtual_instrument/, for gcov. The tests themselves don't count;
-# they run threads.
+# Counts the executed lines of src/ and virtual_instrument/, for gcov. The tests themselves are not
+# counted. The counters are atomic, since tests run threads.
 set(coverage_options --coverage -fprofile-update=atomic)
 add_link_options(--coverage)
 

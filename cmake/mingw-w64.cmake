@@ -1,4 +1,4 @@
-# Cross-builds for 64-bit Windows with MinGW-w64, runtime linked in, and runs what it built under Wine.
+# Cross-builds for 64-bit Windows with MinGW-w64, its runtime linked in. Programs run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR AMD64)
 

@@ -1,5 +1,5 @@
-# What is installed beside the programs and the client library, and the packages: a .deb on Linux,
-# a .zip for Windows.
+# Installs the files beside the programs and the client library, and makes the packages: a .deb on
+# Linux, a .zip for Windows.
 if(WIN32)
   set(bench_folder bench)
   set(docs_folder .)
@@ -16,8 +16,8 @@ install(DIRECTORY docs/ DESTINATION ${docs_folder}/docs
 install(DIRECTORY virtual_instrument/bench/ DESTINATION ${bench_folder}
         FILES_MATCHING PATTERN "*.toml")
 
-set(CPACK_PACKAGE_CONTACT "The KVR Console Tester maintainers")
-set(CPACK_PACKAGE_VENDOR ${CPACK_PACKAGE_CONTACT})
+set(CPACK_PACKAGE_VENDOR "KVR Console Tester maintainers")
+set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <maintainers@kvr-console-tester.invalid>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})  # all four parts
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_STRIP_FILES ON)
@@ -30,10 +30,12 @@ else()
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION science)
   set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-      "Asks for a transformer's windings and test voltages, has the instrument measure, shows the
-results as text and leaves them in files for a spreadsheet. With the tester workbench for
-three-phase tests and stored records, and a virtual instrument to try both without hardware.")
+      "Asks for a transformer's windings and test voltages, has the instrument
+measure, shows the results as text and leaves them in files for a spreadsheet.
+With the tester workbench for three-phase tests, stored records and terminal
+labels, and a virtual instrument to try both without hardware.")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+  set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_files.cmake)
 endif()
 include(CPack)

@@ -1,4 +1,4 @@
-# Takes the sources for the other system out of a list: those with posix or windows as a word of
+# Removes the sources of the other system from a list: those with posix or windows as a word of
 # their name.
 function(keep_sources_of_this_system list_name)
   set(other_system windows)

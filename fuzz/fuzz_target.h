@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-// What every fuzz target is: one function that takes any bytes at all. It lets nothing escape but
-// what is wrong with the code under test, and ends the process then.
+// The function that every fuzz target defines. It takes any bytes; a fault of the code under test
+// ends the process.
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
@@ -14,5 +14,5 @@ inline std::string_view as_text(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-/// Ends the process, which is a finding, unless `holds`.
+/// Ends the process unless `holds`: that is a finding.
 void demand(bool holds, const char* what);

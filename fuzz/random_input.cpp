@@ -9,7 +9,7 @@ std::uint64_t RandomInput::next() {
   }
   const std::uint64_t byte = data_[at_++];
   state_ += byte;
-  // Below 128 the byte is the number, so that a choice among few can be steered; above it chooses
-  // any bits.
+  // Below 128 the byte is the number, so that a fuzzer can steer a choice among few; from 128 on
+  // any bits follow.
   return byte < 128 ? byte : state_;
 }

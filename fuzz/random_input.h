@@ -4,7 +4,7 @@
 #include <cstdint>
 
 /// Draws numbers from the bytes of an input, so that a fuzzer steers what is generated from them.
-/// Behind the end come numbers that follow from all bytes before.
+/// After the end, all bytes before determine the numbers.
 class RandomInput {
  public:
   RandomInput(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}

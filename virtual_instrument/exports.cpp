@@ -1,10 +1,10 @@
 #include <cstring>
 
 #include "api/client_api.h"
-#include "virtual_instrument/records/record.h"
-#include "virtual_instrument/records/text_field.h"
+#include "record_form/record_nest.h"
 #include "virtual_instrument/session/library.h"
 #include "virtual_instrument/vocabulary/code_sentences.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 using virtual_instrument::Fault;
 using virtual_instrument::library;
@@ -12,7 +12,7 @@ using virtual_instrument::Session;
 
 namespace {
 
-/// Of this library itself, whatever instrument stands on the bench.
+/// The version of this library itself; it does not depend on the bench's instrument.
 constexpr char kLibraryVersion[] = "1.0 virtual";
 
 }  // namespace
@@ -38,7 +38,7 @@ kvr_code kvr_SetClientKey(const char* key) {
   });
 }
 
-// The third argument that a client gives is not read: its meaning is its maker's.
+// The setting is ignored: only the maker knows its meaning.
 kvr_code kvr_ConnectAPI(kvr_ConnectionType* type, std::int32_t /*setting*/, const char* client_name,
                         char* firmware_version) {
   return library().answer_in_session("kvr_ConnectAPI", [&](Session& session) {
@@ -51,7 +51,7 @@ std::int32_t kvr_CheckConnection() {
                                      [](Session& session) { return session.check_connection(); });
 }
 
-// Needs no session: a client may ask what the refusal to begin one means.
+// Needs no session: a client can ask for the meaning of a refused initialisation.
 const char* kvr_CodeToString(kvr_code code) {
   return library().gives_nothing("kvr_CodeToString") ? nullptr
                                                      : virtual_instrument::code_sentence(code);
@@ -112,11 +112,11 @@ kvr_code kvr_Test_Ratio_3ph(kvr_TestRequestHeader* header, kvr_Ratio3phRequest* 
       });
 }
 
-// Records and lists outlive the session that they come from, so these two need none.
+// Records and lists outlive their session, so these two calls need none.
 
 kvr_code kvr_FreeTestRecord(kvr_TestRecord* record) {
   return library().answer("kvr_FreeTestRecord", [&] {
-    virtual_instrument::free_record(record);
+    free_record(record);
     return KVR_RES_OK;
   });
 }

@@ -5,8 +5,9 @@
 #include "flows/single_phase.h"
 #include "flows/three_phase.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/typed_answers.h"
+#include "fuzz/typed_session.h"
 #include "records/record_menu.h"
+#include "shell/label_menu.h"
 #include "shell/main_menu.h"
 #include "shell/start_up.h"
 #include "support/process.h"
@@ -16,7 +17,7 @@
 // The whole program, with the menus of both, on a scripted library. An input is the script (see
 // tests/support/scripted_client_api_script.h), a line "---", and what the operator types.
 //
-// Left out: status events, since a lost connection ends the process, and what takes real time.
+// Left out: status events, since a lost connection ends the process, and pauses in real time.
 
 namespace {
 
@@ -27,13 +28,14 @@ constexpr std::size_t kMostCalls = 100;
 void all_menus() {
   constexpr MenuItem kItems[] = {{1, "Three Phase Test", three_phase_menu},
                                  {2, "Single Phase Test", Single_Phase},
-                                 {3, "Records", record_menu}};
+                                 {3, "Records", record_menu},
+                                 {4, "Terminal labels", label_menu}};
   run_main_menu(kItems);
 }
 
 bool can_be_run(const std::string& script) {
   for (const char* const word : {"status=", "delay", "until_cancelled", "progress=", "record "}) {
-    // An own record may say that more hangs from it than does; none of the library's does.
+    // A record of the script can have counts beyond its arrays; no record of a library has.
     if (script.find(word) != std::string::npos) {
       return false;
     }
@@ -41,7 +43,7 @@ bool can_be_run(const std::string& script) {
   return true;
 }
 
-/// A folder that is home and working folder.
+/// A folder that is both home and working folder.
 class Home {
  public:
   Home() : in_folder_(folder_.path()) { set_environment("HOME", folder_.path().string()); }
@@ -57,7 +59,7 @@ class Home {
   WorkingFolder in_folder_;
 };
 
-/// The script's answers, as far as it makes sense.
+/// Queues the script's answers, up to its first mistake.
 void answer_from(const std::string& script) {
   std::istringstream lines(script);
   try {
@@ -86,7 +88,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (!can_be_run(script)) {
     return 0;
   }
-  const TypedAnswers typed(
+  const TypedSession typed(
       harmless(middle == std::string::npos ? input : input.substr(middle + 5)));
   answer_from(script);
   std::size_t calls = 0;
@@ -99,8 +101,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
     run_session({}, all_menus);
     ended = true;
-  } catch (const WaitedForEver&) {  // the answers ended first, or there would be too many calls
-  } catch (const kvr_exception& error) {  // an instrument that is none, or a record's ID too long
+  } catch (const WaitedForEver&) {        // the answers have ended, or there were too many calls
+  } catch (const kvr_exception& error) {  // undefined instrument type, or a record ID too long
     demand(
         error.code == KVR_RES_INSTRUMENT_TYPE_NOT_SUPPORTED || error.code == KVR_RES_TEXT_TOO_LONG,
         error.what());

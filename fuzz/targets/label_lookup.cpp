@@ -6,7 +6,7 @@
 #include "fuzz/fuzz_target.h"
 #include "standards/standards.h"
 
-// The lookup of terminal labels against a walk through the whole table.
+// Compares the lookup of terminal labels with a walk through the whole table.
 
 namespace {
 
@@ -17,7 +17,7 @@ std::string lower(std::string text) {
   return text;
 }
 
-/// The row that is to answer for a name; null if none does.
+/// The row that must be found for a name; null if there is none.
 const VectorLabels* expected_row(const StandardTable& table, const std::string& name) {
   const VectorLabels* below = nullptr;
   const std::string sought = lower(name);

@@ -1,14 +1,14 @@
 #include <algorithm>
 #include <iterator>
 
+#include "console/prompts.h"
 #include "flows/requests.h"
 #include "flows/three_phase.h"
 #include "flows/voltage_plan.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/typed_answers.h"
-#include "shell/prompts.h"
+#include "fuzz/typed_session.h"
 
-// One prompt of the dialogue, chosen by the first byte, and anything typed at it.
+// Types any text at one prompt of the dialogue; the first byte chooses the prompt.
 
 namespace {
 
@@ -56,7 +56,7 @@ void ask_winding() {
 
 void ask_csv_name() {
   const std::string_view name = prompt_csv_name();
-  // A zero byte in the answer is where the name ends for its user.
+  // A zero byte in the answer ends the name for its user.
   demand(name.ends_with(".csv") || !typed_no_zero_byte, "a CSV file has its suffix");
 }
 
@@ -83,7 +83,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   const std::string answers = harmless(std::string(as_text(data + 1, size - 1)));
   typed_no_zero_byte = answers.find('\0') == std::string::npos;
-  const TypedAnswers typed(answers);
+  const TypedSession typed(answers);
   try {
     kPrompts[data[0] % std::size(kPrompts)]();
   } catch (const WaitedForEver&) {  // the answers ended before the question

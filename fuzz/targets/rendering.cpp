@@ -7,7 +7,7 @@
 #include "unit/text/random_records.h"
 #include "unit/text/reference_text.h"
 
-// The text of a record that is drawn from the input, against plain insertions line by line.
+// Draws a record from the input and compares its text with that of plain insertions, line by line.
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   RandomInput input(data, size);

@@ -4,27 +4,25 @@
 
 #include "fuzz/fuzz_target.h"
 #include "fuzz/random_input.h"
+#include "record_form/record_codec.h"
 #include "unit/text/random_records.h"
-#include "virtual_instrument/store/record_codec.h"
 
-// The stored form of a record: bytes that can be decoded are the one form of what they hold. The
-// bytes are the input itself, or with an odd first byte the form of a record drawn from four bytes
-// of it, in which the rest of the input changes bytes here and there.
-
-using namespace virtual_instrument;
+// The stored form of a record: bytes that can be decoded must be the only form of that record. The
+// bytes are the input itself; with an odd first byte they are the form of a record drawn from four
+// bytes of the input, of which the rest of the input damages some bytes.
 
 namespace {
 
 using Bytes = std::vector<std::byte>;
 
-/// Three bytes of the input each: where, and what; a place behind the form cuts bytes off it.
+/// Three bytes of the input: an offset and a value; an offset after the end cuts bytes off.
 struct Damage {
   std::uint8_t low;
   std::uint8_t high;
   std::uint8_t change;
 };
 
-/// Takes away the arrays that are no more than addresses: of other types, and the samples.
+/// Clears the arrays that are invalid addresses: those of other types, and the samples.
 void keep_what_can_be_read(kvr_TestRecord& record) {
   const auto type = static_cast<std::uint32_t>(record.test_type);
   const auto keep = [type](auto& array, std::initializer_list<std::uint32_t> types) {
@@ -44,7 +42,7 @@ void keep_what_can_be_read(kvr_TestRecord& record) {
   keep(record.data_drm, {18});
   for (std::uint32_t i = 0; record.data_drm != nullptr && i < record.data_count; ++i) {
     if (record.data_drm[i] != nullptr) {
-      record.data_drm[i]->transition_count = 1;  // as many as there are
+      record.data_drm[i]->transition_count = 1;  // the number that exists
     }
   }
   record.raw_data = nullptr;

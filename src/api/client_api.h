@@ -7,8 +7,8 @@
 #include "api/result_records.h"
 #include "api/session_records.h"
 
-// The 22 calls of kvr-client-api, the one road to the instrument. The program binds to whatever
-// library of that name the dynamic linker finds: the instrument maker's or the virtual instrument.
+// The 22 calls of kvr-client-api, the only way to the instrument. The program binds to the library
+// of that name that the dynamic linker finds: the instrument maker's or the virtual instrument.
 //
 // Calls come from one thread, with these exceptions: kvr_CancelOperation may come from any thread
 // while a test blocks, and the status callback may call kvr_CodeToString, kvr_CheckConnection and
@@ -50,14 +50,14 @@ kvr_code kvr_UnlockAPI();
 /// Cancels the running operation, from any thread.
 kvr_code kvr_CancelOperation();
 
-/// Run one test and block until it ends. The record stored in `*record` belongs to the library and
-/// goes back through kvr_FreeTestRecord. The requests are not kept after the call.
+/// Run one test and block until it ends. The record stored in `*record` belongs to the library;
+/// free it with kvr_FreeTestRecord. The library does not keep the requests after the call.
 kvr_code kvr_Test_Ratio_1ph(kvr_TestRequestHeader* header, kvr_Ratio1phRequest* request,
                             kvr_ProgressHandler* progress, kvr_TestRecord** record);
 kvr_code kvr_Test_Ratio_3ph(kvr_TestRequestHeader* header, kvr_Ratio3phRequest* request,
                             kvr_ProgressHandler* progress, kvr_TestRecord** record);
 
-/// Takes back a record of a test call or of kvr_ReadRecord, with everything that hangs from it.
+/// Frees a record of a test call or of kvr_ReadRecord, with everything that hangs from it.
 kvr_code kvr_FreeTestRecord(kvr_TestRecord* record);
 
 /// Stores in `*exists` whether a stored record has that ID; leaves it alone on failure.
@@ -70,8 +70,8 @@ kvr_code kvr_DeleteRecord(const char* record_id);
 kvr_code kvr_ClearTestDatabase();
 
 /// Lists the stored records. `filter` is always null; `sort_key` is one of those below; `ascending`
-/// is 1 or 0. The list goes back through kvr_FreeTestLabelsList. Its entries come from one new[]
-/// and the list from one new: the record export gives them back by delete[] and delete.
+/// is 1 or 0. Free the list with kvr_FreeTestLabelsList. The library must allocate the entries with
+/// one new[] and the list with one new: the record export frees them by delete[] and delete.
 kvr_code kvr_ListRecords(kvr_TestLabelsList** list, void* filter, std::int32_t sort_key,
                          std::int32_t ascending);
 kvr_code kvr_FreeTestLabelsList(kvr_TestLabelsList* list);

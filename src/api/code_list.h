@@ -1,8 +1,8 @@
 #pragma once
 
 /// Every code of the client library once, as X(number, name). The numbers run without a break from
-/// 0 to 179 and from 1000 to 1008. The names are spelled as the library's users know them, 126
-/// included: they appear in reports and logs.
+/// 0 to 179 and from 1000 to 1008. The spelling is deliberate, that of 126 included: the names
+/// appear in reports and logs.
 // clang-format off
 #define KVR_CODE_LIST(X) \
   X(0, KVR_RES_OK) \

@@ -24,10 +24,10 @@ std::string_view unnamed(kvr_code code);
 
 }  // namespace code_names
 
-/// The symbolic name of `code`, as reports and logs show it. What is said to the operator live is
-/// the library's own wording instead, `kvr_CodeToString`.
+/// The symbolic name of `code`, for reports and logs. On the console the operator reads the
+/// library's own wording instead, from `kvr_CodeToString`.
 ///
-/// The view of a named code lives as long as the process and costs a look into a table. A code
+/// The view of a named code lives as long as the process and costs one table look-up. A code
 /// without a name gives "Unknown error code " and its number in one shared slot: that view is good
 /// only until the next call with an unnamed code, on any thread.
 inline std::string_view CodeToText(kvr_code code) {

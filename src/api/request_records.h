@@ -6,8 +6,8 @@
 
 #include "api/enumerations.h"
 
-// What a test call is asked for. Wire formats: each listed offset is pinned below. A request starts
-// as all-zero bytes, and what is not written stays zero.
+// What a client asks a test call for. Wire formats: each offset is pinned below. A request starts
+// as all-zero bytes; what is not written stays zero.
 
 struct kvr_WindingSetup {
   kvr_WindingType winding_type;
@@ -84,7 +84,7 @@ static_assert(sizeof(kvr_TestSetup) == 420);
 /// Size of the identifying texts at the head of a request and of a record, terminator included.
 constexpr std::size_t kIdSize = 30;
 
-/// How the library is to keep a test: in a new record, in the record of that ID, or not at all.
+/// Where the library keeps a test: in a new record, in the record of that ID, or nowhere.
 enum kvr_SaveMode : std::int32_t {
   KVR_SAVE_NEW_RECORD = 1,
   KVR_SAVE_ADD_TO_RECORD = 2,

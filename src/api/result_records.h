@@ -8,10 +8,10 @@
 #include "api/enumerations.h"
 #include "api/request_records.h"
 
-// What a finished test comes back as. The client library builds and owns these records; they may be
-// read until kvr_FreeTestRecord takes the whole nest back, and nothing of them may be kept beyond.
-// Wire formats: each listed offset is pinned below. Angles are radians; texts are NUL-terminated in
-// their field; pointers marked so may be null.
+// The result of a test. The client library builds and owns these records. They can be read until
+// kvr_FreeTestRecord frees them with everything that hangs from them; keep no pointer longer. Wire
+// formats: each offset is pinned below. Angles are radians; texts are NUL-terminated within their
+// field; a pointer can be null where its comment says so.
 
 /// Size of the short names in results: phases, terminals, points.
 constexpr std::size_t kNameSize = 20;
@@ -563,7 +563,7 @@ static_assert(offsetof(kvr_TestData_GoNoGo, status_open_circuit) == 656);
 static_assert(offsetof(kvr_TestData_GoNoGo, status_short_circuit) == 660);
 static_assert(offsetof(kvr_TestData_GoNoGo, status_minimum_inductance) == 664);
 
-/// A finished test. Only the array that `test_type` names is looked at; the others may be null.
+/// A finished test. Readers use only the array that `test_type` names; the others may be null.
 /// `test_count` and `data_count` are two fields on purpose: the export walks the first, the result
 /// text walks the second.
 struct kvr_TestRecord {

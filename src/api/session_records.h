@@ -8,7 +8,7 @@
 
 // The records of a session with the client library: start-up, connection, device, status, progress
 // and the list of stored records. They are wire formats shared with a library compiled apart, so
-// each listed offset is pinned below. Texts are NUL-terminated in their field, times are seconds
+// each offset is pinned below. Texts are NUL-terminated in their field, times are seconds
 // since 1970, flags are one byte with 0 for false.
 
 /// Told by the library on a thread of its own, at any time after initialisation. `text` may be

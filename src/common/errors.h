@@ -5,8 +5,8 @@
 
 #include "api/codes.h"
 
-/// What a kvr_exception does in the log: kLogged is what every thrower passes, kSilent keeps the
-/// constructor from logging.
+/// Whether the constructor of a kvr_exception logs: kLogged, which every thrower passes, or
+/// kSilent.
 enum CodeType : int { kLogged = 0, kSilent = 1 };
 
 /// The program's one exception type. Nothing in the flows or in main() catches it.

@@ -3,8 +3,7 @@
 #include <chrono>
 #include <string>
 
-// Marks for the log around a piece of work. The program attaches no logger, so they are silent
-// until somebody does.
+// Log lines around a piece of work. The programs attach no logger, so they are silent by default.
 
 /// Logs the beginning and the end of a scope: " BEGIN" at debug, " END" at debug or info.
 class ScopeLogger {
@@ -19,8 +18,8 @@ class ScopeLogger {
   bool infoLevel;
 };
 
-/// Logs how long a scope took. The end is logged at warning, the beginning at info only: a slow
-/// section is to show even where its beginning does not.
+/// Logs how long a scope took. The end is logged at warning, the beginning at info only, so that a
+/// slow section shows where its beginning does not.
 class TimerSection {
  public:
   explicit TimerSection(std::string name);

@@ -1,7 +1,7 @@
 #include "flows/requests.h"
 
-#include "common/text_utils.h"
-#include "shell/session.h"
+#include "console/session.h"
+#include "utils/text_utils.h"
 
 namespace {
 

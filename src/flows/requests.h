@@ -14,9 +14,9 @@ kvr_Ratio3phRequest make_ratio_3ph_request();
 /// Stores the nameplate ratio N:1 as rated voltages: N on the H winding, 1 on the X winding.
 void set_nameplate_ratio(kvr_TestSetup& setup, double ratio);
 
-/// How the library is to keep a test of a run, by the instrument's status on the last pass of the
-/// main menu: not at all when its store can't be written, in the record of the run for a later test
-/// of a series, else in a new record.
+/// Where the library keeps a test of a run, by the instrument's status when the main menu was last
+/// shown: nowhere if its store can't be written, in the record of the run for a later test of a
+/// series, else in a new record.
 kvr_SaveMode save_mode_for(bool first, bool series);
 
 /// The head of a test. Without a test ID nothing is kept, whatever `save_mode` says. Throws

@@ -7,7 +7,7 @@
 #include "common/c_text.h"
 #include "common/clock.h"
 #include "common/field_text.h"
-#include "shell/session.h"
+#include "console/session.h"
 #include "text/text_output.h"
 #include "text/text_writer.h"
 

@@ -7,8 +7,8 @@
 #include "api/result_records.h"
 
 // The files that a run leaves in the results folder: a range-test CSV of a series, and the RAW data
-// of any run. Failures of these files are silent. What the columns line promises and what the rows
-// hold do not match, and readers of the files rely on both as they are.
+// of any run. Failures of these files are silent. The columns line does not match the rows:
+// deliberate, readers of the files rely on both.
 
 /// The column lines of the two kinds of series.
 extern const char* const kSinglePhaseColumns;

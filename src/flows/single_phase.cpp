@@ -3,18 +3,18 @@
 #include <iostream>
 
 #include "common/errors.h"
+#include "console/prompts.h"
+#include "console/session.h"
 #include "flows/requests.h"
 #include "flows/run_files.h"
-#include "flows/test_run.h"
 #include "flows/voltage_plan.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
+#include "flows/voltage_run.h"
 
 namespace {
 
 constexpr std::int32_t kUndefinedInstrumentType = 1000;
 
-/// The test type of a choice of the menu. Choice 4 is not listed there and is a step down test.
+/// The test type of a menu choice. Choice 4, which the menu does not show, is a step down test.
 kvr_TestType test_type_of_choice(std::int32_t choice) {
   constexpr kvr_TestType kTestTypes[] = {KVR_TEST_RATIO_AUTO, KVR_TEST_RATIO_DOWN,
                                          KVR_TEST_RATIO_UP, KVR_TEST_RATIO_DOWN, KVR_TEST_RATIO_CT};

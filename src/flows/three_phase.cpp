@@ -1,14 +1,13 @@
 #include "flows/three_phase.h"
 
-#include <exception>
 #include <iostream>
 #include <numbers>
 
+#include "console/prompts.h"
+#include "console/session.h"
 #include "flows/requests.h"
 #include "flows/run_files.h"
-#include "flows/test_run.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
+#include "flows/voltage_run.h"
 
 namespace {
 
@@ -29,7 +28,7 @@ bool choose_test_method(kvr_Ratio3phRequest& request) {
   } else if (choice == 4) {
     request.testing_mode = KVR_TESTING_MODE_3PH_3_3;
   }
-  return choice == 6;  // 5 simulates nothing: like any other answer it is a real AUTO test
+  return choice == 6;  // 5 does not simulate: like any other answer it runs a real AUTO test
 }
 
 kvr_WindingType ask_winding(const char* question) {
@@ -37,8 +36,8 @@ kvr_WindingType ask_winding(const char* question) {
   return static_cast<kvr_WindingType>(choose_winding_connection());
 }
 
-/// Each voltage of the plan by each method. The run does not look at the methods: it repeats the
-/// plan in the AUTO mode three times, and results in the field are told apart that way.
+/// Each voltage of the plan by each method. The run ignores the methods, so it repeats the plan in
+/// the AUTO mode three times: deliberate.
 VoltagePlan for_all_methods(const VoltagePlan& plan) {
   VoltagePlan all;
   for (const std::int32_t method : {2, 4, 3}) {
@@ -61,7 +60,7 @@ void three_phase_menu() {
                "0. Exit\n";
   const std::int32_t choice = read_int();
   if (choice < 1 || choice > 3) {
-    return;  // 13 too: it is listed and has nothing behind it
+    return;  // 13 too: the menu shows it, but it does nothing
   }
   kvr_Ratio3phRequest request = make_ratio_3ph_request();
   bool all_methods = false;
@@ -115,16 +114,11 @@ void set_phasing(kvr_TestSetup& setup, std::string& answer) {
 }  // namespace
 
 void prompt_phasing(kvr_Ratio3phRequest* request) {
-  static std::string line;
-  while (true) {
-    std::cout << "Enter phasing (0-11) or angle (15d for absolute shift, 15 deg), empty for "
-                 "unknown: \n";
-    read_line(line);
-    try {
-      set_phasing(request->setup, line);
-      return;
-    } catch (const std::exception&) {
-      pause_at_end_of_input();  // neither number nor angle: ask again
-    }
-  }
+  static std::string& line = make_kept_line();
+  ask_until_it_converts(
+      [] {
+        std::cout << "Enter phasing (0-11) or angle (15d for absolute shift, 15 deg), empty for "
+                     "unknown: \n";
+      },
+      line, [request](std::string& answer) { set_phasing(request->setup, answer); });
 }

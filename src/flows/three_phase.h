@@ -12,8 +12,8 @@
 void three_phase_menu();
 
 /// Runs a plan of three-phase tests. Changes `raw_data_requested` and `test_voltage` of the
-/// request. `columns` is the column line of the series file. The test_method of an entry is not
-/// looked at.
+/// request. `columns` is the column line of the series file. The test_method of an entry is
+/// ignored.
 void run_ratio_3ph_plan(kvr_Ratio3phRequest* request, const VoltagePlan& plan,
                         const std::string& columns, bool database_allowed);
 

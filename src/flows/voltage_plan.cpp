@@ -1,11 +1,10 @@
 #include "flows/voltage_plan.h"
 
-#include <exception>
 #include <iostream>
 #include <new>
 #include <string>
 
-#include "shell/prompts.h"
+#include "console/prompts.h"
 
 namespace {
 
@@ -13,8 +12,8 @@ constexpr double kDefaultVoltage = 8.0;
 constexpr float kAscendingVoltages[] = {3.0F, 6.0F, 12.0F, 24.0F, 36.0F, 47.0F};
 constexpr float kDescendingVoltages[] = {47.0F, 36.0F, 24.0F, 12.0F, 6.0F, 3.0F};
 
-/// A longer plan counts as one that can't be allocated: at a second a test it would run for half a
-/// year, and a system that hands out more memory than it has would go down with it.
+/// A longer plan counts as one that can't be allocated. At a second a test it would run for half a
+/// year, and a system that overcommits memory would fail while the plan is filled.
 constexpr int kLongestPlan = 1 << 24;
 
 template <std::size_t size>
@@ -48,8 +47,8 @@ VoltagePlan parse_answer(const std::string& answer) {
   if (is_letter(answer, 'Z', 'z')) {
     return sequence(kDescendingVoltages);
   }
-  // The voltage is read from the whole answer, not from the part before the x, so that 0x10 is ten
-  // tests at 16 V. Operators' notes hold such answers.
+  // The voltage is read from the whole answer, not from the part before the x, so 0x10 is ten tests
+  // at 16 V: deliberate.
   const float voltage = std::stof(answer);
   const std::size_t x = answer.find_first_of("xX");
   if (x == std::string::npos) {
@@ -61,18 +60,14 @@ VoltagePlan parse_answer(const std::string& answer) {
 }  // namespace
 
 VoltagePlan prompt_voltage_plan() {
-  static std::string line;
-  while (true) {
-    std::cout.precision(2);  // stays: the run shows its voltages so
-    std::cout << "Enter Test Voltage \n"
-              << " empty for " << kDefaultVoltage << "V,\n"
-              << "'A' - ascending  test, Z - descending auto test\n"
-                 "10x5 - auto repeating (VxN - test N times at V voltage))\n";
-    read_line(line);
-    try {
-      return parse_answer(line);
-    } catch (const std::exception&) {
-      pause_at_end_of_input();  // no voltage: ask again
-    }
-  }
+  static std::string& line = make_kept_line();
+  return ask_until_it_converts(
+      [] {
+        std::cout.precision(2);  // stays: the run shows its voltages so
+        std::cout << "Enter Test Voltage \n"
+                  << " empty for " << kDefaultVoltage << "V,\n"
+                  << "'A' - ascending  test, Z - descending auto test\n"
+                     "10x5 - auto repeating (VxN - test N times at V voltage))\n";
+      },
+      line, parse_answer);
 }

@@ -20,27 +20,43 @@ std::optional<std::string> documents_folder();
 /// Makes one folder. False when it can't, also because it exists.
 bool create_directory(const std::string& path);
 
-/// What stat says of a path: the size of a file, and of a folder whatever the system calls so.
-/// Nothing when it fails.
+/// The size that stat gives for a path; for a folder that depends on the system. Nothing when it
+/// fails.
 std::optional<std::int64_t> file_size(const std::string& path);
 
 /// A variable of the environment; empty when it is unset, or does not fit into `buffer_size` bytes
 /// with its terminator.
 std::string environment_text(const char* name, std::size_t buffer_size);
 
-/// What a command ended with, from the result of std::system: its exit status if it has one, else
-/// the result as it is.
+/// The exit status of a command, from the result of std::system; the result itself if the command
+/// has none.
 int command_status(int system_result);
 
-/// Takes a console event, by its number on Windows, and says whether it has dealt with it. The type
-/// is that of a Windows console control handler, BOOL WINAPI (DWORD).
+/// Handles a console event, given by its number on Windows. Returns 1 if the event was handled,
+/// else 0. The type is that of a Windows console control handler, BOOL WINAPI (DWORD).
 using ConsoleHandler = int (*)(unsigned long event);
 
-/// Has `handler` called for each console event, on a thread of its own each time. Outside Windows
-/// the events are signals: SIGINT 0, SIGQUIT 1, SIGHUP 2 (unless it is ignored, as under nohup),
-/// SIGTERM 6. Call it from the main thread before there are others: the signals are blocked in the
-/// caller and in every thread that it starts. False when the system refuses.
-bool install_console_handler(ConsoleHandler handler);
+/// Ends the process for an event after which Windows ends it by itself.
+using EndHandler = void (*)(unsigned long event);
+
+/// Calls `handler` for each console event, on a thread of its own each time. Call this from the
+/// main thread before there are others. False when the system refuses.
+///
+/// Outside Windows the events are signals, which are blocked in the caller and in every thread that
+/// it starts: SIGINT 0, SIGQUIT 1, SIGHUP 2 (unless it is ignored, as under nohup), SIGTERM 6. For
+/// the last two `end` is called in place of `handler`; if the process is still there 5.7 seconds
+/// later, it ends at once, with the event as its status. A terminal of standard input or output
+/// that closes counts as SIGHUP, also where it is not the controlling one. SIGHUP counts once: a
+/// closing terminal often sends several.
+bool install_console_handler(ConsoleHandler handler, EndHandler end);
+
+/// Whether standard input is a terminal that has been closed, so that event 2 is on its way. Always
+/// false where install_console_handler() does not watch the terminal.
+bool input_terminal_is_closed();
+
+/// Ends the process by std::exit, from any thread, also while the main thread reads standard input.
+/// Of several threads the first one decides the status, and the others never return.
+[[noreturn]] void end_process(int status);
 
 /// Runs `work` on a thread of its own that nobody waits for. Throws std::system_error when the
 /// system refuses a thread.

@@ -1,6 +1,8 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <semaphore.h>
+#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -9,7 +11,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -117,9 +121,11 @@ namespace {
 struct ConsoleSignal {
   int signal;
   unsigned long event;
+  bool ends_the_process;  ///< as Windows does after such an event
 };
 
-constexpr ConsoleSignal kConsoleSignals[] = {{SIGINT, 0}, {SIGQUIT, 1}, {SIGHUP, 2}, {SIGTERM, 6}};
+constexpr ConsoleSignal kConsoleSignals[] = {
+    {SIGINT, 0, false}, {SIGQUIT, 1, false}, {SIGHUP, 2, true}, {SIGTERM, 6, true}};
 
 bool is_ignored(int signal) {
   struct sigaction action {};
@@ -139,13 +145,53 @@ sigset_t console_signals() {
   return signals;
 }
 
-void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler) {
+/// Longer than an orderly end takes. What can block such an end is output to a stopped terminal, or
+/// the client library.
+constexpr std::chrono::milliseconds kLongestEnd{5700};
+
+void end_at_last(int status) {
+  std::this_thread::sleep_for(kLongestEnd);
+  std::_Exit(status);
+}
+
+void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler, EndHandler end) {
+  bool hung_up = false;
   for (int signal{}; sigwait(&signals, &signal) == 0;) {
+    if (signal == SIGHUP && std::exchange(hung_up, true)) {
+      continue;
+    }
     for (const ConsoleSignal& console_signal : kConsoleSignals) {
-      if (console_signal.signal == signal) {
+      if (console_signal.signal != signal) {
+        continue;
+      }
+      if (console_signal.ends_the_process) {
+        std::thread(end_at_last, static_cast<int>(console_signal.event)).detach();
+        std::thread(end, console_signal.event).detach();
+      } else {
         std::thread(handler, console_signal.event).detach();
       }
     }
+  }
+}
+
+/// A terminal that has been closed is still one.
+bool is_terminal(int descriptor) { return isatty(descriptor) != 0 || errno == EIO; }
+
+bool watches_input = false;
+
+/// A terminal that is not the controlling one sends no signal when it closes.
+void watch_terminals(bool input, bool output) {
+  pollfd terminals[] = {{input ? STDIN_FILENO : -1, 0, 0}, {output ? STDOUT_FILENO : -1, 0, 0}};
+  while (poll(terminals, std::size(terminals), -1) < 0 && errno == EINTR) {
+  }
+  kill(getpid(), SIGHUP);
+}
+
+void start_watching_terminals() {
+  watches_input = is_terminal(STDIN_FILENO);
+  const bool watches_output = is_terminal(STDOUT_FILENO);
+  if (watches_input || watches_output) {
+    std::thread(watch_terminals, watches_input, watches_output).detach();
   }
 }
 
@@ -153,9 +199,8 @@ void deliver_console_signals(const sigset_t& signals, ConsoleHandler handler) {
 // and is taken up again afterwards.
 
 std::optional<pthread_t> main_thread;
-// The reading end of a pipe: the main thread rests until the writing end is closed. Taken by the
-// one rest it is for, so that a signal from elsewhere finds no descriptor that may be another
-// file's by now.
+// The reading end of a pipe: the main thread rests until the writing end is closed. Each rest takes
+// the descriptor once; a stray signal finds none and cannot close a reused descriptor.
 constexpr int kNoPlace = -1;
 std::atomic<int> resting_place = kNoPlace;
 sem_t at_rest;
@@ -196,7 +241,8 @@ class MainThreadRest {
   MainThreadRest& operator=(const MainThreadRest&) = delete;
 
  private:
-  /// Not for ever: a main thread that can't take signals must not keep the program from ending.
+  /// With a time limit: a main thread that can't take signals must not keep the program from
+  /// ending.
   static void wait_until_at_rest() {
     timespec deadline{};
     clock_gettime(CLOCK_REALTIME, &deadline);
@@ -209,13 +255,13 @@ class MainThreadRest {
   bool has_pipe_ = false;
 };
 
-// The settings of a terminal that has been changed. They are put back at the end of the process
+// The settings of a terminal that has been changed. They are restored at the end of the process
 // too: a stop signal may end it while another thread waits for a key.
 std::atomic<bool> terminal_is_changed = false;
 int changed_terminal{};
 termios settings_before{};
 
-/// Keys behind the one that was waited for are thrown away, or a prompt would take them for
+/// Keys typed after the one that was waited for are discarded; a prompt would take them for
 /// answers.
 void put_terminal_back() {
   if (terminal_is_changed.exchange(false)) {
@@ -223,12 +269,12 @@ void put_terminal_back() {
   }
 }
 
-/// A terminal that hands over each key at once, without echo, until it is put back.
+/// A terminal that delivers each key at once, without echo, until it is restored.
 class UnbufferedTerminal {
  public:
   explicit UnbufferedTerminal(int descriptor) {
     if (terminal_is_changed || tcgetattr(descriptor, &settings_before) != 0) {
-      return;  // is changed already, or no terminal
+      return;  // changed already, or no terminal
     }
     [[maybe_unused]] static const int kRegistered = std::atexit(put_terminal_back);
     termios unbuffered = settings_before;
@@ -270,17 +316,36 @@ bool take_terminal_key() {
 
 }  // namespace
 
-bool install_console_handler(ConsoleHandler handler) {
+bool install_console_handler(ConsoleHandler handler, EndHandler end) {
   main_thread = pthread_self();
+  // Some C libraries take the lock of each stream when the process ends. The main thread would hold
+  // that of standard input for as long as it waits for an answer.
+  __fsetlocking(stdin, FSETLOCKING_BYCALLER);
   const sigset_t signals = console_signals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   try {
-    std::thread(deliver_console_signals, signals, handler).detach();
+    std::thread(deliver_console_signals, signals, handler, end).detach();
+    if (sigismember(&signals, SIGHUP) != 0) {
+      start_watching_terminals();
+    }
     return true;
   } catch (const std::system_error&) {
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);  // what nobody takes goes its usual way
     return false;
   }
+}
+
+bool input_terminal_is_closed() {
+  pollfd input{STDIN_FILENO, 0, 0};
+  return watches_input && poll(&input, 1, 0) > 0 && (input.revents & POLLHUP) != 0;
+}
+
+void end_process(int status) {
+  static std::atomic_flag ending;
+  while (ending.test_and_set()) {
+    pause();
+  }
+  std::exit(status);
 }
 
 void run_detached(void (*work)()) { std::thread(work).detach(); }

@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <windows.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <system_error>
 #include <type_traits>
 #include <vector>
@@ -58,10 +60,21 @@ std::string environment_text(const char* name, std::size_t buffer_size) {
 
 int command_status(int system_result) { return system_result; }
 
-bool install_console_handler(ConsoleHandler handler) {
+// Windows ends the process itself after an event of that kind.
+bool install_console_handler(ConsoleHandler handler, EndHandler /*end*/) {
   // On 64-bit Windows there is one calling convention, and BOOL and DWORD are these types.
   static_assert(std::is_same_v<ConsoleHandler, PHANDLER_ROUTINE>);
   return SetConsoleCtrlHandler(handler, TRUE) != 0;
+}
+
+bool input_terminal_is_closed() { return false; }
+
+void end_process(int status) {
+  static std::atomic_flag ending;
+  while (ending.test_and_set()) {
+    Sleep(INFINITE);
+  }
+  std::exit(status);
 }
 
 void run_detached(void (*work)()) {

@@ -8,14 +8,14 @@
 #include "api/client_api.h"
 #include "common/c_text.h"
 #include "common/field_text.h"
-#include "common/utils.h"
+#include "console/prompts.h"
+#include "console/replies.h"
+#include "console/session.h"
 #include "platform/platform.h"
-#include "shell/accepted.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
 #include "text/text_output.h"
 #include "text/text_writer.h"
 #include "text/vector_group_text.h"
+#include "utils/utils.h"
 
 const char* const kThreePhaseExportHeader =
     "TEST ID,TIMESTAMP,VECTOR,TESTING MODE,TEST TYPE,"
@@ -172,9 +172,9 @@ struct ExportFiles {
   std::ofstream single_phase;
 };
 
-/// Exports one entry of the list of `count`. A record with three-phase results is not given back to
-/// the library, on purpose; it stays the library's until that shuts down. `record` comes with that
-/// of the entry before, unless it was given back: a read without a record has it exported again.
+/// Exports one entry of the list of `count`. Three-phase records are deliberately not freed: the
+/// library keeps them until it shuts down. `record` still holds the previous entry's record if that
+/// was not freed, so a read that succeeds without a record exports that one again.
 void export_record(ExportFiles& files, const kvr_TestLabel& entry, std::uint32_t number,
                    std::uint32_t count, kvr_TestRecord*& record) {
   if (!is_accepted(kvr_ReadRecord(entry.record_id, 1, &record)) || record == nullptr) {
@@ -218,12 +218,12 @@ void export_records() {
   files.three_phase << kThreePhaseExportHeader << '\n';
   files.single_phase << kSinglePhaseExportHeader << '\n';
   const std::uint32_t count = list == nullptr ? 0 : list->count;
-  kvr_TestRecord* record = nullptr;  // not cleared for each read, on purpose
+  kvr_TestRecord* record = nullptr;  // deliberately not cleared for each read
   for (std::uint32_t i = 0; i < count; ++i) {
     export_record(files, list->entries[i], i + 1, count, record);
   }
   files.single_phase.close();
   files.three_phase.close();
-  // By the program's own allocator, where the record menu hands a list back to the library.
+  // By the program's own allocator, deliberately; the record menu has the library free its list.
   Utils::free_record(list);
 }

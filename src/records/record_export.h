@@ -7,11 +7,11 @@
 // The export of stored ratio records to comma-separated files. No item of the console tester's main
 // menu leads here; the workbench's menu does.
 //
-// Nothing is quoted, and in the three-phase file header and rows part ways after column 27: the
-// spreadsheets that read these files count columns, so neither side may be evened out.
+// Nothing is quoted. In the three-phase file, header and rows differ after column 27: deliberate,
+// since spreadsheets that read these files count columns.
 
 /// Exports all stored records to 3ph_export.csv and 1ph_export.csv in a new folder of the results
-/// folder, named from date and time. Files that can't be opened stay silent.
+/// folder, named from date and time. A file that can't be opened is not reported.
 void export_records();
 
 /// The header rows of the two files.

@@ -6,11 +6,11 @@
 #include <string>
 
 #include "api/client_api.h"
+#include "console/menu.h"
+#include "console/prompts.h"
+#include "console/replies.h"
+#include "console/session.h"
 #include "records/record_export.h"
-#include "shell/accepted.h"
-#include "shell/menu.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
 #include "text/text_output.h"
 
 void record_menu() {
@@ -96,7 +96,7 @@ void delete_record() {
 void clear_database() {
   std::cout << "Do you want to clear tests database? (Y/N): ";
   std::string answer;
-  std::cin >> answer;
+  read_word(answer);
   if (answer != "Y" && answer != "y") {
     return;
   }

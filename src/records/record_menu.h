@@ -12,8 +12,8 @@ void list_records();
 /// Shows one record as text.
 void read_record();
 
-/// Deletes one record, unasked.
+/// Deletes one record without asking.
 void delete_record();
 
-/// Deletes all records, if the operator says so.
+/// Deletes all records if the operator confirms.
 void clear_database();

@@ -4,16 +4,16 @@
 
 #include "api/client_api.h"
 #include "common/c_text.h"
-#include "shell/accepted.h"
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "console/replies.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 
 namespace {
 
-/// A line of the status display, shown when a flag of the status has the telling value.
+/// A line of the status display, shown when the flag equals `shown_when`.
 struct StatusLine {
   std::uint8_t kvr_Status::*flag;
-  bool telling_value;
+  bool shown_when;
   const char* text;
 };
 
@@ -28,13 +28,13 @@ constexpr StatusLine kStatusLines[] = {
     {&kvr_Status::measurement_board_connected, false, "ERROR: measurement board not connected!\n"},
 };
 
-/// Tells what is wrong with the instrument. None of it keeps a test from being started.
+/// Shows what is wrong with the instrument. None of it prevents a test.
 void show_device_status() {
   if (!is_accepted(kvr_GetStatus(&device_status))) {
     return;
   }
   for (const StatusLine& line : kStatusLines) {
-    if ((device_status.*line.flag != 0) == line.telling_value) {
+    if ((device_status.*line.flag != 0) == line.shown_when) {
       std::cout << line.text;
     }
   }

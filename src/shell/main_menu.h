@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "shell/menu.h"
+#include "console/menu.h"
 
 /// Shows the instrument's state and the menu, again and again, until the operator leaves or
 /// exit_requested is set.

@@ -7,13 +7,16 @@
 #include "api/client_api.h"
 #include "common/clock.h"
 #include "common/field_text.h"
-#include "common/utils.h"
+#include "console/callbacks.h"
+#include "console/prompts.h"
+#include "console/replies.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 #include "platform/platform.h"
-#include "shell/accepted.h"
-#include "shell/callbacks.h"
-#include "shell/prompts.h"
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "utils/text_formatting.h"
+#include "utils/utils.h"
+
+const char* const kVersion = KVR_VERSION;
 
 Options parse_options(const std::vector<std::string>& arguments) {
   const auto find = [&](std::string_view option) {
@@ -41,29 +44,14 @@ kvr_InitParams make_init_params(const Options& options) {
   return params;
 }
 
-const char* model_tier_text(std::int32_t model_tier) {
-  struct ModelTier {
-    std::int32_t number;
-    const char* text;
-  };
-  constexpr ModelTier kModelTiers[] = {
-      {10, "BSC"}, {20, "ADV"}, {30, "PRO"}, {40, "EXP"}, {50, "TEST"}};
-  for (const ModelTier& tier : kModelTiers) {
-    if (tier.number == model_tier) {
-      return tier.text;
-    }
-  }
-  return "UNKNOWN";
-}
-
 namespace {
 
 void make_results_folder() {
   if (const auto documents = platform::documents_folder()) {
     results_folder = *documents + platform::kPathSeparator + "KVRU3" + platform::kPathSeparator;
   }
-  // A folder that is already there counts as one that can't be made: every run but the first shows
-  // the banner. Operators know it so.
+  // Deliberate: a folder that exists counts as one that can't be made, so every run but the first
+  // shows the banner.
   if (Utils::CreateDir(results_folder)) {
     std::cout << "Folder with results: " << results_folder << '\n';
   } else {
@@ -85,7 +73,7 @@ bool start_client_library(const Options& options) {
   return false;
 }
 
-/// What differs between the two roads to the instrument.
+/// The differences between the two ways to connect.
 struct ConnectionMethod {
   kvr_ConnectionType type;
   const char* client_name_prefix;
@@ -114,9 +102,9 @@ bool connect(const ConnectionMethod& method, FirmwareText& firmware_version) {
   return false;
 }
 
-/// The address goes nowhere: a Service connection differs from the other by type and name only.
+/// Deliberate: the address is not used. A Service connection differs by its type and name only.
 void ask_service_address() {
-  static std::string service_ip;
+  static std::string& service_ip = make_kept_line();
   std::cout << "Please enter IP address: ";
   read_line(service_ip);
 }
@@ -184,22 +172,28 @@ int shut_down() {
   return 0;
 }
 
-}  // namespace
-
-int run_session(const std::vector<std::string>& arguments, void (*menu)()) {
-  SignalHandler::RegisterStopHandler(stop_or_terminate);
-  std::cout << "Console Tester "
-            << "1.1.0.7" << '\n';
-  make_results_folder();
-  if (!start_client_library(parse_options(arguments))) {
-    return 1;
-  }
-  kvr_SetClientKey(KVR_CLIENT_KEY);
+void connect_and_run(void (*menu)()) {
   std::cout << "Connecting to KVR device...\n";
   FirmwareText firmware_version{};
   if (connect_to_instrument(firmware_version)) {
     show_device(firmware_version);
     menu();
+  }
+}
+
+}  // namespace
+
+int run_session(const std::vector<std::string>& arguments, void (*menu)()) {
+  SignalHandler::RegisterStopHandler(stop_or_terminate);
+  std::cout << "Console Tester " << kVersion << '\n';
+  make_results_folder();
+  if (!start_client_library(parse_options(arguments))) {
+    return 1;
+  }
+  kvr_SetClientKey(KVR_CLIENT_KEY);
+  try {
+    connect_and_run(menu);
+  } catch (const EndOfInput&) {  // ends as "0" does
   }
   return shut_down();
 }

@@ -5,8 +5,10 @@
 
 #include "api/session_records.h"
 
-// The way from the command line to a connected instrument, and back. What lies between is the menu
-// that a program hands in.
+// What the programs share around their menu: options, start-up, connection, shutdown.
+
+/// Version of the programs, as CMakeLists.txt has it.
+extern const char* const kVersion;
 
 /// The three options of the command line. Anything else on it is ignored.
 struct Options {
@@ -16,16 +18,13 @@ struct Options {
 };
 
 /// Looks up the options. `arguments` are those of the command line without the program's own path.
-/// The first --serialport counts, and what follows it is its value, whatever it is.
+/// The first --serialport counts; the next argument is its value, whatever it is.
 Options parse_options(const std::vector<std::string>& arguments);
 
-/// What the initialise call is given.
+/// The argument of the initialise call.
 kvr_InitParams make_init_params(const Options& options);
 
-/// The word for the model tier of an instrument.
-const char* model_tier_text(std::int32_t model_tier);
-
 /// A whole run of the program around `menu`: banner, results folder, client library, connection
-/// dialogue, device display, menu, shutdown. Returns the exit status. `menu` is passed over when
-/// the operator cancels the connection.
+/// dialogue, device display, menu, shutdown. Returns the exit status. The menu is left out when the
+/// operator cancels the connection; it and the connection dialogue may end by EndOfInput.
 int run_session(const std::vector<std::string>& arguments, void (*menu)());

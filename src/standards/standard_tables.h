@@ -7,7 +7,7 @@
 
 // The terminal labels of the four labelling standards: which label each phase of a vector group,
 // and each terminal pair of a manual measurement, carries on the primary, the secondary and the
-// tertiary side. docs/terminal-labels.md lists every row.
+// tertiary side. docs/terminal-labels.md shows every row.
 
 struct LabelTriple {
   std::string primary;
@@ -33,8 +33,8 @@ struct StandardTable {
   std::map<std::string, VectorLabels, CaseInsensitiveLess> groups;  ///< by vector group name
 };
 
-/// The table of each standard. Built at the first call, which any thread may make, and unchanged
-/// until the process ends.
+/// The table of each standard. Built at the first call, on any thread; then constant until the
+/// process ends.
 const StandardTable& table_h1h2();
 const StandardTable& table_1u1v();
 const StandardTable& table_a2b2();

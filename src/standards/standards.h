@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <string>
 
+#include "api/standard_type.h"
 #include "standards/standard_tables.h"
-#include "standards/standard_type.h"
 #include "text/vector_group_text.h"
 
-/// Looks terminal labels up. All references are into a standard's table and stay good until the
+/// Looks up terminal labels. All references point into a standard's table and stay valid until the
 /// process ends; any thread may call. Failures are kvr_exceptions.
 class Standards {
  public:
@@ -22,14 +22,14 @@ class Standards {
                                              const kvr_VectorGroup& group);
 
   // The labels of a terminal pair, by Measure. They throw KVR_RES_INCORRECT_PARAMETERS for an
-  // unknown standard, which is looked at first, and for a code outside 1 to 6.
+  // unknown standard, which is checked first, and for a code outside 1 to 6.
 
   static const std::string& labelPrimary(std::int32_t measure, kvr_StandardType standard);
   static const std::string& labelSecondary(std::int32_t measure, kvr_StandardType standard);
   static const std::string& labelTertiary(std::int32_t measure, kvr_StandardType standard);
 
-  // The same by short code, whose numbers are those of the measures. Here the code is looked at
-  // first.
+  // The same by short code, whose numbers are those of the measures. Here the code is
+  // checked first.
 
   static const std::string& shortLabelPrimary(std::int32_t short_code, kvr_StandardType standard);
   static const std::string& shortLabelSecondary(std::int32_t short_code, kvr_StandardType standard);

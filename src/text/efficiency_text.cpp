@@ -1,8 +1,8 @@
 #include "text/efficiency_text.h"
 
-#include "common/utils.h"
 #include "text/formula_lines.h"
 #include "text/result_bodies.h"
+#include "utils/utils.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 // Lines that every phase of a three-phase result has, written one family after the other: A, B, C
 // of one value, then A, B, C of the next.
 
-/// Gives each of three phases the same treatment: `line(phase)` for a good one, silence for one
-/// that was not tested, and the name of its code for any other. `out` is the stream or the writer
+/// Writes a line for each of three phases: `line(phase)` for a good one, nothing for one that was
+/// not tested, the name of its code for any other. `out` is the stream or the writer
 /// that `line` writes to.
 template <typename Out, typename Phase, typename Line>
 void ForEachPhase(Out& out, const Phase (&phases)[3], const Line& line) {

@@ -1,7 +1,7 @@
-#include "common/utils.h"
 #include "text/formula_lines.h"
 #include "text/result_bodies.h"
 #include "text/text_output.h"
+#include "utils/utils.h"
 
 namespace {
 

@@ -17,8 +17,8 @@ struct Headings {
   std::string_view single_phase;
 };
 
-// A three-phase result of the type ratio_auto always says DOWN: the settled direction, which could
-// say otherwise, would have replaced that type. A single-phase one says its own direction.
+// A three-phase result of the type ratio_auto always says DOWN: a test that settled on a direction
+// has that direction as its type. A single-phase result says its own direction.
 constexpr Headings kHeadings[] = {
     {KVR_TEST_RATIO_DOWN, "Ratio Test DOWN", "Ratio Test DOWN"},
     {KVR_TEST_RATIO_UP, "Ratio Test UP", "Ratio Test UP"},

@@ -75,7 +75,7 @@ void write_resistance_body(const kvr_TestRecord& record, std::uint32_t i, TextWr
 }
 
 void write_heatrun_body(const kvr_TestRecord& record, std::uint32_t i, TextWriter& text) {
-  write_test_number(i, text);  // a second time, as every reader of heat runs expects
+  write_test_number(i, text);  // a second time: deliberate, readers of heat runs expect it
   write_resistance(data_entry(record.data_heatrun, i), text);
 }
 

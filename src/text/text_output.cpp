@@ -10,11 +10,11 @@
 
 #include "common/c_text.h"
 #include "common/clock.h"
-#include "common/utils.h"
 #include "text/degrees.h"
 #include "text/result_bodies.h"
 #include "text/text_writer.h"
 #include "text/vector_group_text.h"
+#include "utils/utils.h"
 
 namespace {
 
@@ -73,7 +73,7 @@ void write_body(const kvr_TestRecord& record, std::uint32_t i, TextWriter& text)
   }
 }
 
-/// What stands above a result in a report file. Its date ends with a line end of its own.
+/// The head of a result in a report file. Its date brings its own line end.
 void write_report_head(std::ostream& file, bool is_new, const std::string& serial,
                        const std::string& sw_version) {
   const std::time_t now = program_clock.now();

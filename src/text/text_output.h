@@ -11,8 +11,8 @@
 /// caller; only ResultsToReportFile writes elsewhere. Operations keep no state.
 ///
 /// Numbers follow the notation and precision of the stream, which the operations for whole records
-/// set to fixed and 8. Lines with a precision of their own put back 8. A null array or entry that
-/// would be walked gives no lines. A bad connection_type in a setup throws as Utils::winding_h
+/// set to fixed and 8. Lines with a precision of their own restore 8. A null array or entry gives
+/// no lines. A bad connection_type in a setup throws as Utils::winding_h
 /// does, with the text written so far left in the stream.
 class KVR_Text_Output {
  public:
@@ -20,8 +20,8 @@ class KVR_Text_Output {
 
   /// The whole text of a record. Leaves `out` in fixed notation with precision 8.
   static void ResultsToText(const kvr_TestRecord* record, std::ostringstream& out);
-  /// The same, and appends a report to the file `file_name`, unless that is null. A file that can't
-  /// be opened costs a warning on standard output, one that can't be written nothing: `out` gets
+  /// The same, and appends a report to the file `file_name`, unless that is null. If the file can't
+  /// be opened, a warning goes to standard output; if it can't be written, nothing does. `out` gets
   /// the text in any case.
   static void ResultsToReportFile(const kvr_TestRecord* record, std::ostringstream& out,
                                   const std::string& serial, const std::string& sw_version,
@@ -53,10 +53,11 @@ class KVR_Text_Output {
   static void PointToText(const kvr_TestData_Point* point, std::ostringstream& out);
   static void TapsToText(const kvr_TestData_Taps* taps, std::ostringstream& out);
   static void SidesToText(const kvr_TestData_Sides* sides, std::ostringstream& out);
-  /// What a running test has saved so far. Leaves `out` in fixed notation with precision 8.
+  /// The points that a running test has saved so far. Leaves `out` in fixed notation with
+  /// precision 8.
   static void ProgressToText(const kvr_TestData_Progress* record, std::ostringstream& out);
 
-  // DRM results (other_text.cpp).
+  // DRM results (drm_text.cpp).
 
   static void DrmSummaryToText(const kvr_TestData_Drm* record, std::ostringstream& out);
 
@@ -79,6 +80,6 @@ class KVR_Text_Output {
   static std::string_view TerminalTextY(std::uint32_t terminal);
   /// REQUIRES: `index` is 0 to 6.
   static std::string_view TerminalPairText(std::uint32_t index, bool high_side);
-  /// The second terminal, with the first in parentheses behind it.
+  /// The second terminal, followed by the first in parentheses.
   static std::string TerminalsText(const kvr_TerminalPair& terminals);
 };

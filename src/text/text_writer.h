@@ -11,14 +11,14 @@
 
 #include "common/field_text.h"
 
-/// The one way in which result texts and table rows reach a stream. Bytes are those that `<<`
-/// writes in the classic locale, but no locale is asked and they go out in large pieces, which is
+/// Writes result texts and table rows to a stream. The bytes are those that `<<` writes in the
+/// classic locale, but no locale is consulted and they are written in large pieces, which is
 /// several times as fast.
 ///
 /// Numbers follow the stream's own notation and precision at the moment they are written; width,
-/// fill, base and sign flags, which no caller sets, are not looked at. The text is in the stream
+/// fill, base and sign flags, which no caller sets, are ignored. The text is in the stream
 /// when the writer ends, also by an exception; until then nothing else may write to the stream. A
-/// failed stream takes nothing, as ever, and a stream that throws when it fails only stays failed.
+/// failed stream takes nothing, as always; one that throws when it fails just stays failed.
 class TextWriter {
  public:
   explicit TextWriter(std::ostream& out) : out_(out) {}

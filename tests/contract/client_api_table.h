@@ -2,7 +2,7 @@
 
 #include "api/client_api.h"
 
-// The 22 calls as a table of pointers, for who gets to them by another way than the linker.
+// The 22 calls as a table of pointers, for callers that do not reach them through the linker.
 
 #define KVR_EACH_CALL(USE)           \
   USE(kvr_Lib_Initialize)            \

@@ -129,7 +129,7 @@ TestReply reply_of(Check& check, kvr_TestRequestHeader& header, Request& request
                                     kvr_TestRecord**)) {
   kvr_TestRecord* record = nullptr;
   const kvr_code code = call(&header, &request, progress, &record);
-  // Whoever keeps a pointer to a request finds something else there.
+  // A library that keeps a pointer to a request finds other bytes there.
   std::memset(&header, 0x55, sizeof header);
   std::memset(&request, 0x55, sizeof request);
   return {code, Record(record, FreeRecord{&check.api})};

@@ -15,15 +15,15 @@
 #include "api/client_api.h"
 #include "contract/client_api_table.h"
 
-// What the rules of the contract are written with. They know the calls and the records, and nothing
-// of the library that stands behind them.
+// Helpers for writing the rules of the contract. The rules know the calls and the records, and
+// nothing of the library that implements them.
 
 namespace contract {
 
-/// Ends a rule that can't go on, once what is wrong has been noted.
+/// Thrown to end a rule that can't go on, after its fault has been noted.
 struct Ended {};
 
-/// What a person would do at the instrument: a scene is a text, NAME.toml in `texts`, that becomes
+/// Does what a person would do at the instrument: copies a scene, the file NAME.toml in `texts`, to
 /// the bench file of the instrument. Without a folder and a file there are no scenes.
 class Scenes {
  public:
@@ -37,18 +37,18 @@ class Scenes {
   std::filesystem::path file_;
 };
 
-/// One rule under examination: the library, and what was found wrong with it.
+/// One rule being checked: the library, and the faults found so far.
 class Check {
  public:
   Check(const ClientApiTable& calls, const Scenes& stage) : api(calls), scenes(stage) {}
 
-  /// Notes `what` unless it holds.
+  /// Notes `what` as a fault unless `holds`.
   bool that(bool holds, const std::string& what);
 
-  /// The same for the answer of a call.
+  /// Notes a fault unless the call returned `expected`.
   bool answer(std::string_view call, kvr_code got, kvr_code expected);
 
-  /// The same where the rule makes no sense without it.
+  /// As that(), but ends the rule if it does not hold.
   void require(bool holds, const std::string& what);
 
   template <std::size_t size>
@@ -61,15 +61,15 @@ class Check {
   std::vector<std::string> problems;
 };
 
-/// How a code reads in a message: number and name.
+/// A code in a message: number and name.
 std::string code_text(kvr_code code);
 
 bool accepted(kvr_code code);
 
-/// Time within which whatever must come has come, also on a machine with other things to do.
+/// Upper limit for every wait, long enough for a busy machine.
 inline constexpr std::chrono::seconds kPatience{60};
 
-/// The events that the library tells.
+/// Collects the events that the library reports.
 class Events {
  public:
   struct Event {
@@ -79,7 +79,7 @@ class Events {
 
   static void callback(void* context, kvr_code code, const char* text);
 
-  /// Waits for `count` events; gives those that have come by then.
+  /// Waits for `count` events; returns those that have come by then.
   std::vector<Event> wait_for(std::size_t count);
   std::size_t size();
 
@@ -97,7 +97,7 @@ kvr_InitParams init_params(Events* events);
 /// An initialised and connected library; shut down at the end.
 class Session {
  public:
-  /// Ends the rule if there is no connection to be had.
+  /// Ends the rule if it can't connect.
   explicit Session(Check& check, Events* events = nullptr);
   ~Session();
   Session(const Session&) = delete;
@@ -137,11 +137,11 @@ TestReply run(Check& check, kvr_TestRequestHeader header, kvr_Ratio1phRequest re
 TestReply run(Check& check, kvr_TestRequestHeader header, kvr_Ratio3phRequest request,
               kvr_ProgressHandler* progress = nullptr);
 
-/// A single-phase test that has to succeed.
+/// Makes a single-phase test; ends the rule if it fails.
 Record measured(Check& check, std::string_view record_id, kvr_SaveMode save_mode,
                 float voltage = kUsualVoltage);
 
-/// A stored record that has to be there.
+/// Reads a stored record; ends the rule if it can't be read.
 Record read(Check& check, const char* record_id);
 bool exists(Check& check, const char* record_id);
 List list(Check& check, std::int32_t sort_key, bool ascending);
@@ -149,7 +149,7 @@ List list(Check& check, std::int32_t sort_key, bool ascending);
 /// Position of the record in the list; -1 if it is not there.
 int position(const kvr_TestLabelsList& list, std::string_view record_id);
 
-/// Takes stored records away again, and before a rule what an earlier run has left of them.
+/// Deletes stored records at the end, and at the start those that an earlier run has left.
 class StoredRecords {
  public:
   StoredRecords(Check& check, std::vector<const char*> ids);
@@ -164,7 +164,7 @@ class StoredRecords {
   const std::vector<const char*> ids_;
 };
 
-/// Everything of a ratio record that can be read, as bytes, pointers left out.
+/// All data of a ratio record as bytes, without its pointers.
 std::string contents_of(const kvr_TestRecord& record);
 
 struct Rule {

@@ -7,7 +7,7 @@
 #include "contract/contract.h"
 #include "contract/shared_library.h"
 
-// Examines a client library rule by rule. docs/contract.md tells how to run it.
+// Checks a client library rule by rule. docs/contract.md says how to run it.
 
 namespace {
 
@@ -27,7 +27,7 @@ struct Options {
   std::set<std::string> expected;
 };
 
-/// Ends the process when a rule takes for ever, which is an answer too.
+/// Ends the process when a rule does not end, and reports that rule as broken.
 class Watchdog {
  public:
   Watchdog()
@@ -65,7 +65,7 @@ std::vector<Rule> all_rules() {
   return rules;
 }
 
-/// The first rule: with a call missing, none of the others can be examined.
+/// The first rule: if a call is missing, no other rule can be checked.
 constexpr const char* kExports = "exports";
 
 std::vector<std::string> find_calls(const SharedLibrary& library, ClientApiTable& calls) {
@@ -102,7 +102,7 @@ const char* reason_to_skip(const Rule& rule, const Options& options) {
   return nullptr;
 }
 
-/// Before a rule is examined, so that one that ends the process is named all the same.
+/// Called before a rule is checked, so that a rule that ends the process has been named.
 void announce(const std::string& rule) { std::cout << rule << " ... " << std::flush; }
 
 void report(const std::vector<std::string>& problems) {

@@ -7,12 +7,12 @@
 
 #include "contract/contract.h"
 
-// Stored records: what keeps them, lists, reads and deletes them, and whose memory they are.
+// Rules of stored records: saving, listing, reading and deleting them, and who owns their memory.
 
 namespace contract {
 namespace {
 
-// In an order that is neither that of their IDs nor its reverse.
+// The order of storing is neither that of the IDs nor its reverse.
 constexpr const char* kFirst = "contract-m";
 constexpr const char* kSecond = "contract-z";
 constexpr const char* kThird = "contract-a";
@@ -105,14 +105,14 @@ void records_stay(Check& check) {
     stored_before = contents_of(*stored_one);
     read(check, kFirst);
     list(check, kSortByTestId, true);
-    check.that(contents_of(*first) == before, "a record changed before it was given back");
+    check.that(contents_of(*first) == before, "a record changed before it was freed");
   }
   check.that(contents_of(*first) == before, "a record did not outlive its session");
   check.that(contents_of(*stored_one) == stored_before,
              "a record that was read changed when its stored one was deleted");
 }
 
-/// What each entry of a list has to be: the head of its record.
+/// Each entry of a list must equal the head of its record.
 void list_heads(Check& check) {
   const Session session(check);
   const StoredRecords stored(check, {kFirst});
@@ -137,7 +137,7 @@ void list_heads(Check& check) {
 
 using Group = std::tuple<kvr_WindingType, kvr_WindingType, std::int32_t>;
 
-/// The vector groups of a list in their order, records of the same one counted once.
+/// The vector groups of a list in their order, equal neighbours counted once.
 std::vector<Group> groups_of(const kvr_TestLabelsList& list) {
   std::vector<Group> groups;
   for (std::uint32_t place = 0; place < list.count; ++place) {
@@ -179,8 +179,8 @@ void list_order(Check& check) {
                     [](const kvr_TestLabel& label) { return std::string(label.record_id); }),
                "the list by test ID does not run" + way);
     const List by_time = list(check, kSortByDateTime, ascending);
-    // Timestamps are text of the library's own making. So only the suite's records are looked at,
-    // and only where it was seen to that their times differ.
+    // The library chooses the form of timestamps. So this checks only the suite's own records,
+    // which were stored at different times.
     const int places[] = {position(*by_time, kFirst), position(*by_time, kSecond),
                           position(*by_time, kThird)};
     check.that(*std::min_element(places, places + 3) >= 0, "a stored record is not listed");
@@ -191,7 +191,7 @@ void list_order(Check& check) {
     }
     check.that(by_id->count == by_time->count, "lists in different orders have different lengths");
   }
-  // The order of the groups is the library's own, but records of one group stand together.
+  // The library chooses the order of the groups, but records of one group must be neighbours.
   std::vector<Group> upwards = groups_of(*list(check, kSortByVectorGroup, true));
   std::vector<Group> downwards = groups_of(*list(check, kSortByVectorGroup, false));
   check.that(std::equal(upwards.begin(), upwards.end(), downwards.rbegin(), downwards.rend()),
@@ -221,7 +221,7 @@ void deletion(Check& check) {
   measured(check, kFirst, KVR_SAVE_NEW_RECORD);
 }
 
-/// The record export gives a list back in this way.
+/// The record export frees a list in this way.
 void list_ownership(Check& check) {
   const Session session(check);
   kvr_TestLabelsList* listed = list(check, kSortByTestId, true).release();
@@ -248,11 +248,11 @@ std::vector<Rule> record_rules() {
       {"not-found", "a record that is not there is refused with 15", not_found},
       {"outputs-left-alone", "a refused call leaves the caller's pointer alone",
        outputs_left_alone},
-      {"records-stay", "a record stays as it is until its receiver gives it back", records_stay},
+      {"records-stay", "a record stays as it is until its receiver frees it", records_stay},
       {"list-heads", "an entry of a list is the head of its record", list_heads},
       {"list-order", "lists run in three orders, both ways", list_order},
       {"deletion", "a deleted record is gone, and no other", deletion},
-      {"list-ownership", "a list can be given back by delete[] and delete", list_ownership},
+      {"list-ownership", "a list can be freed by delete[] and delete", list_ownership},
       {"clearing", "a cleared store is empty", clearing, Rule::kEmptyStore},
   };
 }

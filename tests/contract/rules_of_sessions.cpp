@@ -3,19 +3,19 @@
 
 #include "contract/contract.h"
 
-// Initialisation, connection, reservation, and what the library and the instrument say of
-// themselves.
+// Rules of initialisation, connection and locking, and of what the library and the instrument
+// report about themselves.
 
 namespace contract {
 namespace {
 
 constexpr unsigned char kFill = 0x5A;
 
-/// A record with room behind it, to see what a call writes and where it stops.
+/// A record with room after it, to see what a call writes and where it stops.
 template <typename Value>
 struct Guarded {
   Value value;
-  std::array<unsigned char, 64> behind;
+  std::array<unsigned char, 64> after;
 
   Guarded() { std::memset(static_cast<void*>(this), kFill, sizeof *this); }
 
@@ -25,12 +25,11 @@ struct Guarded {
   }
   bool overrun() const {
     const Guarded fresh;
-    return behind != fresh.behind;
+    return after != fresh.after;
   }
 };
 
-/// Every call but those that begin and end a session and those that need none, with outputs that
-/// must stay as they were.
+/// Makes every call that needs a session, except those that begin or end one. No output may change.
 void expect_refusals(Check& check, kvr_code expected, bool connected_only) {
   const ClientApiTable& api = check.api;
   Guarded<kvr_DeviceInfo> device;
@@ -257,7 +256,7 @@ std::vector<Rule> session_rules() {
       {"connection", "a connection is made once and seen", connection},
       {"firmware-text", "connecting gives a terminated firmware text of at most 22 bytes",
        firmware_text},
-      {"library-info", "the library tells its version", library_info},
+      {"library-info", "the library reports its version", library_info},
       {"device-info", "the instrument's record is laid out and filled as it should be",
        device_info},
       {"status", "the status record is laid out as it should be and shows a healthy instrument",

@@ -8,7 +8,7 @@
 
 #include "contract/contract.h"
 
-// Tests: what they give, whose answer it is, how they go on and how they end.
+// Rules of tests: their results, that a result belongs to its request, progress and cancelling.
 
 namespace contract {
 namespace {
@@ -39,7 +39,7 @@ void check_texts(Check& check, const kvr_TestRecord& record) {
   }
 }
 
-/// Of one test that was not stored, or newly stored.
+/// For a record of one test that was not stored, or stored in a new record.
 void check_head(Check& check, const kvr_TestRecord& record, kvr_TestType type) {
   check.that(record.test_type == type, "test_type is not that of the request");
   check.that(record.test_count == 1, "test_count is not 1");
@@ -65,8 +65,8 @@ void check_phase(Check& check, const kvr_TestData_Ratio_Phase& phase, bool is_th
   check.that(phase.frequency > 10 && phase.frequency < 1000,
              name + " has a frequency of " + std::to_string(phase.frequency));
   check.that(std::isfinite(phase.tnr) && phase.tnr > 0, name + " has no ratio");
-  // Three-phase voltages may be those between line and neutral: a factor of the vector group, which
-  // is less than 2, then lies between.
+  // Three-phase voltages may be between line and neutral; the ratios then differ by a factor that
+  // depends on the vector group and is less than 2.
   const double factor = phase.tvr * double{phase.voltage_x} / double{phase.voltage_h};
   const double most = is_three_phase ? 2 : 1.001;
   check.that(factor < most && factor > 1 / most,
@@ -158,7 +158,7 @@ void raw_data(Check& check) {
              "no raw data came although it was asked for");
 }
 
-/// Takes progress callbacks and does something within them.
+/// Receives progress callbacks and runs a reaction within them.
 struct ProgressLog {
   std::vector<std::pair<int, int>> steps;
   std::function<void(const kvr_Progress&)> reaction;
@@ -183,20 +183,20 @@ void progress(Check& check) {
   const Session session(check);
   ProgressLog log;
   run_with(check, log, "", KVR_SAVE_NOTHING);
-  const std::vector<std::pair<int, int>> told = log.steps;
-  check.require(!told.empty(), "no progress was told");
-  for (std::size_t step = 0; step < told.size(); ++step) {
-    check.that(told[step].second == told[0].second, "total changes during a test");
-    check.that(step == 0 || told[step].first > told[step - 1].first, "current does not rise");
+  const std::vector<std::pair<int, int>> steps = log.steps;
+  check.require(!steps.empty(), "no progress was reported");
+  for (std::size_t step = 0; step < steps.size(); ++step) {
+    check.that(steps[step].second == steps[0].second, "total changes during a test");
+    check.that(step == 0 || steps[step].first > steps[step - 1].first, "current does not rise");
   }
-  check.that(told.back().first == told.back().second, "the last progress is not the whole");
+  check.that(steps.back().first == steps.back().second, "the last progress is not the whole");
   kvr_ProgressHandler nobody{nullptr, nullptr};
   for (kvr_ProgressHandler* handler : {&nobody, static_cast<kvr_ProgressHandler*>(nullptr)}) {
     const kvr_code code =
         run(check, request_header("", KVR_SAVE_NOTHING), request_1ph(kUsualVoltage), handler).code;
     check.that(accepted(code), "a test without a progress callback answered " + code_text(code));
   }
-  check.that(log.steps == told, "progress was told after the end of its test");
+  check.that(log.steps == steps, "progress was reported after the end of its test");
 }
 
 void cancel(Check& check) {
@@ -247,7 +247,7 @@ void calls_within_progress(Check& check) {
   };
   const kvr_code code = run_with(check, log, "", KVR_SAVE_NOTHING).code;
   check.that(accepted(code), "the test around them answered " + code_text(code));
-  check.that(!log.steps.empty(), "no progress was told");
+  check.that(!log.steps.empty(), "no progress was reported");
 }
 
 void shutdown_within_progress(Check& check) {
@@ -257,7 +257,7 @@ void shutdown_within_progress(Check& check) {
   const TestReply reply = run_with(check, log, "", KVR_SAVE_NOTHING);
   check.that(!accepted(reply.code), "a test was accepted although the library was shut down");
   check.that(reply.record == nullptr, "a test gave a record although the library was shut down");
-  check.that(log.steps.size() == 1, "progress was told after the library was shut down");
+  check.that(log.steps.size() == 1, "progress was reported after the library was shut down");
 }
 
 void shutdown_from_another_thread(Check& check) {

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-// The operating system's loader. A library that was loaded stays until the process ends.
+// Loads a shared library. It stays loaded until the process ends.
 
-/// Any function; to be cast to what it is.
+/// Any function; cast it to its own type.
 using Symbol = void (*)();
 
 class SharedLibrary {

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""What the tests have executed, for a build with the preset "coverage" whose tests have been run.
+"""Checks what the tests have executed, in a build with the preset "coverage" whose tests have run.
 
   check_coverage.py BUILD_FOLDER
 
 Fails unless every line of src/ has been executed, 95 of 100 of its branches, and 95 of 100 lines of
-virtual_instrument/; prints what has not been.
+virtual_instrument/; prints the lines and branches that have not been.
 
-Branches are those that somebody wrote: on a line with a condition. Others are the compiler's own,
+Only branches on a line with a condition count. Others are the compiler's own,
 for an exception that passes, for the first use of a static variable, for a null pointer at delete
 and for a log line that is switched off.
 """

@@ -1,7 +1,7 @@
 #include <cstdlib>
 
-// A process that leaves at once leaves without the counts of what it has executed. Linked into
-// every program where those are wanted, with the calls wrapped.
+// A process that ends by _exit or _Exit does not write its coverage counts. These wrappers write
+// them first; each program of a coverage build is linked with them.
 
 extern "C" {
 void __gcov_dump();

@@ -4,11 +4,12 @@ virtual instrument, each run in a process of its own.
 
   interrupt_series.py --program CONSOLE-TESTER --library FOLDER
 
-A run is interrupted by a stop signal, by two of them, by a kill, by a lost connection, by a disk that
-is full from some byte on, or by a results folder that vanishes. Afterwards: what was written before
-is intact, the program has reacted as it has to, and the next run in the same folder is whole.
+A run is interrupted by a stop signal, by one that ends the program, by two stop signals, by a kill, by
+a lost connection, by a disk that is full from some byte on, or by a results folder that vanishes.
+Afterwards: what was written before is intact, the program has reacted correctly, and the next run in the same folder is whole. A
+record store is one file if the process has ended by itself.
 
-KVR_SERIES_INTERRUPTIONS is the number of runs, 36 without it; KVR_SERIES_SEED their seed.
+KVR_SERIES_INTERRUPTIONS is the number of runs, 42 without it; KVR_SERIES_SEED their seed.
 """
 
 import argparse
@@ -18,19 +19,23 @@ import resource
 import select
 import shutil
 import signal
+import sqlite3
 import subprocess
 import sys
 import tempfile
 import time
+from contextlib import closing
 from pathlib import Path
 
-RUNS = int(os.environ.get("KVR_SERIES_INTERRUPTIONS", "36"))
+RUNS = int(os.environ.get("KVR_SERIES_INTERRUPTIONS", "42"))
 SEED = int(os.environ.get("KVR_SERIES_SEED", "1"))
 SECONDS = 120  # until a run counts as hanging
 
 TESTS = 90  # of a series: enough for its file to reach the disk more than once
 BENCH = "[instrument]\nclock = 2024-03-05T12:00:00Z\n[measurement]\nduration = 0.002\nsteps = 2\nsamples_per_period = 16\nperiods = 2\n"
-LOST = BENCH + "[connection]\nlost = true\n"
+LOST = "[connection]\nlost = true\n"
+STORE = "records.db"
+BENCH_WITH_STORE = BENCH + f'[store]\nfile = "{STORE}"\n'
 SERIES = f"2\n1\n1\n1\n8x{TESTS}\n\nSERIES\n"
 NEXT = "2\n1\n1\n1\n8\n\nNEXT\n"
 ANSWERS = "1\n" + SERIES + NEXT + "0\n"
@@ -40,7 +45,9 @@ SERIES_FILE = "3.4.0-SERIES.csv"
 NEXT_FILE = "NEXT.csv"
 RAW = ".RAW.csv"
 
-STOPS = {signal.SIGINT: 0, signal.SIGQUIT: 1, signal.SIGHUP: 2, signal.SIGTERM: 6}
+CANCELS = {signal.SIGINT: 0, signal.SIGQUIT: 1}
+ENDS = {signal.SIGHUP: 2, signal.SIGTERM: 6}  # these end the program after they cancelled
+STOPS = CANCELS | ENDS
 CANCELLING = "Cancelling current operation...\n"
 SECOND = " second signal - terminate immediately\n"
 END = "\nExiting...\nEND\n"
@@ -58,12 +65,12 @@ def expect(condition, text):
 class Run:
     """A run of the program in a home folder of its own."""
 
-    def __init__(self, options, home):
+    def __init__(self, options, home, bench=BENCH):
         self.options = options
         self.home = home
         self.results = home / "Documents" / "KVRU3"
         self.bench = home / "bench.toml"
-        self.bench.write_text(BENCH)
+        self.bench.write_text(bench)
         self.output = b""
         self.process = None
 
@@ -121,7 +128,7 @@ class Run:
 
 
 class Sound:
-    """What runs without an interruption leave."""
+    """The files of runs without an interruption."""
 
     def __init__(self, options):
         with tempfile.TemporaryDirectory(prefix="series-") as folder:
@@ -143,11 +150,11 @@ def rows_in(content, sound):
 
 
 def check_beginnings(files, sound):
-    """Nothing but the beginnings of what has to be there."""
+    """Each file holds a beginning of its expected content."""
     for name, content in files.items():
         expect(name in sound.files, f"a file {name}")
         if name.startswith(NEXT_FILE):
-            # Its head tells a time, and its values depend on what was measured before.
+            # Its head holds a time, and its values depend on earlier measurements.
             continue
         expect(sound.files[name].startswith(content), f"{name} holds something else")
 
@@ -163,13 +170,13 @@ def check_to_the_end(run, status, sound):
     rows = rows_in(files[SERIES_FILE], sound)
     expect(files[SERIES_FILE].endswith(b"\n"), "a row in part")
     errors = text.count("ERROR in last test")
-    expect(rows == TESTS or errors > 0, "an early end without a word")
+    expect(rows == TESTS or errors > 0, "an early end was not reported")
     expect(errors <= text.count(CANCELLING), "an error of another kind")
     raw = files[SERIES_FILE + RAW]
     expect(sound.files[SERIES_FILE + RAW].startswith(raw), "the RAW file holds something else")
     expect(raw.count(b"\n") * TESTS == sound.files[SERIES_FILE + RAW].count(b"\n") * rows,
            f"RAW data of other tests than the {rows}")
-    if errors == (1 if rows < TESTS else 0):  # else a signal came late enough to hit the next test
+    if errors == (1 if rows < TESTS else 0):  # otherwise a late signal has hit the next test
         check_next(run)
 
 
@@ -182,13 +189,13 @@ def check_next(run):
 
 
 class Interruption:
-    def __init__(self, chance, options, sound, folder):
+    def __init__(self, chance, options, sound, folder, bench):
         self.chance = chance
         self.sound = sound
-        self.run = Run(options, folder)
+        self.run = Run(options, folder, bench)
 
     def reach_a_moment(self):
-        """Somewhere in the series."""
+        """Waits for a random point of the series."""
         left = self.chance.randrange(TESTS)
         expect(self.run.wait_for(f"Tests left: {left}\n"), "the series does not begin")
         time.sleep(self.chance.random() * 0.005)
@@ -200,10 +207,24 @@ class Interruption:
     def stop_signal(self):
         self.run.start(ANSWERS)
         self.reach_a_moment()
-        self.send(self.chance.choice(list(STOPS)))
+        self.send(self.chance.choice(list(CANCELS)))
         status = self.run.finish()
-        expect(status == 0 or CANCELLING in self.run.text(), "a stop signal without a word")
+        expect(status == 0 or CANCELLING in self.run.text(), "a stop signal was not reported")
         check_to_the_end(self.run, status, self.sound)
+
+    def ending_signal(self):
+        """The series comes to its end first, so its RAW data are there."""
+        number = self.chance.choice(list(ENDS))
+        self.run.start(ANSWERS)
+        self.reach_a_moment()
+        self.send(number)
+        status = self.run.finish()
+        if status != 0:  # the answers may lead to the end first
+            expect(status == ENDS[number], f"exit status {status}")
+            expect(CANCELLING in self.run.text() and SECOND in self.run.text(), "no words")
+        files = self.run.files()
+        check_beginnings(files, self.sound)
+        expect(SERIES_FILE + RAW in files, "no RAW data")
 
     def check_cut_off(self):
         """The process has ended at once: if that was in the series, there are no RAW data."""
@@ -222,9 +243,13 @@ class Interruption:
         self.send(second)
         status = self.run.finish()
         if SECOND not in self.run.text():  # at nearly the same time, or the menu came in between
+            if first in ENDS or second in ENDS:  # no further test begins, and the answers go on
+                expect(status == 0, f"exit status {status}")
+                check_beginnings(self.run.files(), self.sound)
+                return
             check_to_the_end(self.run, status, self.sound)
             return
-        # Two of one kind may be taken in the other order.
+        # Two signals sent together may be handled in either order.
         expect(status in (STOPS[first], STOPS[second]), f"exit status {status}")
         expect(CANCELLING in self.run.text(), "no first signal")
         self.check_cut_off()
@@ -240,18 +265,19 @@ class Interruption:
         self.run.start(ANSWERS)
         self.reach_a_moment()
         new_bench = self.run.bench.with_suffix(".new")
-        new_bench.write_text(LOST)
+        new_bench.write_text(self.run.bench.read_text() + LOST)
         new_bench.rename(self.run.bench)
         status = self.run.finish()
         text = self.run.text()
-        if status == 0:  # through before the library's own thread, which tells of it, ends it
+        if status == 0:  # the program ended before the library's thread reported the loss
             expect("END\n" in text, "no end")
             expect(text.count("ERROR in last test") > 0 or
                    rows_in(self.run.files()[SERIES_FILE], self.sound) == TESTS, "rows are lost")
         else:
             expect(status == 1, f"exit status {status}")
             for words in ("Exiting console tester...\n", "API has been shutdown\n"):
-                expect(words in text, "no word of it")  # the main thread's may come in between
+                # Output of the main thread may come in between.
+                expect(words in text, "the loss was not reported")
             self.check_cut_off()
         check_beginnings(self.run.files(), self.sound)
 
@@ -260,7 +286,7 @@ class Interruption:
         status = self.run.start(ANSWERS, largest_file=size).finish()
         expect(status == 0, f"exit status {status}")
         expect(self.run.text().replace(str(self.run.home), "") ==
-               self.sound.text.replace(self.sound_home(), ""), "other words than ever")
+               self.sound.text.replace(self.sound_home(), ""), "the output differs")
         files = self.run.files()
         check_beginnings(files, self.sound)
         for name, content in self.sound.files.items():
@@ -281,7 +307,7 @@ class Interruption:
         status = self.run.finish()
         expect(status == 0, f"exit status {status}")
         expect(self.run.text().endswith(END), "no end")
-        expect("ERROR" not in self.run.text(), "a test fails for the sake of a folder")
+        expect("ERROR" not in self.run.text(), "a test fails because of a folder")
         if away.exists():
             files = self.run.files(away)
             check_beginnings(files, self.sound)
@@ -290,6 +316,17 @@ class Interruption:
             expect(NEXT_FILE in self.run.files(away) or
                    "WARNING: Could not open file for write: " in self.run.text() or
                    "record_id: NEXT" in self.run.text(), "no result of the next test")
+
+    def check_store(self):
+        """The process has ended by itself, on whatever thread: the store is one file that holds
+        each test of the series file."""
+        stores = sorted(path.name for path in self.run.home.glob(STORE + "*"))
+        expect(stores == [STORE], f"the store is {stores}")
+        with closing(sqlite3.connect(self.run.home / STORE)) as store:
+            tests, = store.execute("SELECT count(*) FROM tests JOIN records ON record ="
+                                   " records.number WHERE record_id = 'SERIES'").fetchone()
+        rows = rows_in(self.run.files().get(SERIES_FILE, b""), self.sound)
+        expect(rows <= tests, f"{rows} rows and {tests} stored tests")
 
     def check_next_run(self, options):
         before = self.run.files()
@@ -305,16 +342,20 @@ class Interruption:
             expect(after[name].startswith(content) or name.endswith(RAW), f"{name} has changed")
 
 
-KINDS = (Interruption.stop_signal, Interruption.two_stop_signals, Interruption.kill,
-         Interruption.lose_connection, Interruption.fill_disk, Interruption.lose_folder)
+KINDS = (Interruption.stop_signal, Interruption.ending_signal, Interruption.two_stop_signals,
+         Interruption.kill, Interruption.lose_connection, Interruption.fill_disk, Interruption.lose_folder)
+WITH_STORE = (Interruption.two_stop_signals, Interruption.lose_connection)  # often ended by exit()
 
 
 def interrupt(number, options, sound):
     kind = KINDS[number % len(KINDS)]
     with tempfile.TemporaryDirectory(prefix="series-") as folder:
-        interruption = Interruption(random.Random(f"{SEED} {number}"), options, sound, Path(folder))
+        interruption = Interruption(random.Random(f"{SEED} {number}"), options, sound, Path(folder),
+                                    BENCH_WITH_STORE if kind in WITH_STORE else BENCH)
         try:
             kind(interruption)
+            if kind in WITH_STORE:
+                interruption.check_store()
             interruption.check_next_run(options)
         except (Failure, OSError, KeyError) as failure:
             raise Failure(f"run {number}, {kind.__name__}: {failure!r}\n"

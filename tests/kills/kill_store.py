@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Kills processes that save to a record store: at every operation on a file that a change makes, and
-at random moments, alone and beside another process on the same file. After each kill the store has
-to open, to pass its integrity check and to hold what it held before the change, or after it.
+"""Kills processes that save to a record store: at every file operation of a change, and at random
+moments, alone and beside another process on the same file. After each kill the store must open,
+pass its integrity check and hold what it held before the change, or after it. Once the store is
+open, the file must hold the same without the log beside it.
 
   kill_store.py COMMAND ...     which runs store-writer
 
@@ -58,14 +59,14 @@ def steps_done(output, first):
 
 
 def copy_store(source, target):
-    """With the log beside it, but without the log's index: a crash of the computer loses it."""
+    """Copies the log as well, but not the log's index, which a crash of the computer loses."""
     for suffix in ["", "-wal"]:
         if Path(str(source) + suffix).exists():
             shutil.copyfile(str(source) + suffix, str(target) + suffix)
 
 
 def kill_at_points(folder, base, number):
-    """Kills step `number` on copies of `base` at each of its operations; how many there were."""
+    """Kills step `number` on copies of `base` at each of its operations; returns their number."""
     point = 0
     while True:
         point += 1
@@ -90,7 +91,7 @@ def kill_at_points(folder, base, number):
 
 
 def kill_at_every_point(folder):
-    """On a store that is new, one that was closed, and one whose log a crash has left."""
+    """Kills on a new store, on one that was closed, and on one with the log that a crash left."""
     kills = 0
     for number in [0, 1, 6, 11, 59]:
         closed = folder / f"closed-{number}.db"
@@ -103,8 +104,8 @@ def kill_at_every_point(folder):
         while process.stdout.readline() != f"done {number - 1}\n":
             pass
         process.kill()
-        # It may have gone on a little; what readline took beyond its line communicate() does not give.
-        # A copy of the store says how far: looking at a store moves its log.
+        # The process may have gone on a little; communicate() does not return what readline
+        # buffered. A copy of the store says how far: opening a store checkpoints its log.
         reached = steps_done(process.stdout.read(), number)
         process.communicate()
         probe = folder / f"probe-{number}.db"
@@ -114,15 +115,15 @@ def kill_at_every_point(folder):
 
 
 def longest_life(folder):
-    """A random kill comes within so many seconds. Some come before the store is made, most while
-    it is written."""
+    """Upper limit in seconds for a random kill. Some kills come before the store is made, most
+    while it is written."""
     began = time.monotonic()
     make_steps(folder / f"timed-{time.monotonic_ns()}.db", "K", 0, 1)
     return 2 * (time.monotonic() - began) + 0.05
 
 
 def kill_at_random(folder, count):
-    """Goes on with one store from kill to kill, and begins another one now and then."""
+    """Uses one store through several kills, and begins a new one now and then."""
     life = longest_life(folder)
     outcomes = {"before": 0, "after": 0, "without a store": 0}
     store, held = None, 0
@@ -144,7 +145,7 @@ def kill_at_random(folder, count):
 
 
 def kill_beside_another(folder, count):
-    """Two writers make one file and share it. One is killed; the other one must not notice."""
+    """Two writers create and share one file. One is killed; the other must be unaffected."""
     end = 40
     life = longest_life(folder)
     for kill in range(count):
@@ -156,7 +157,7 @@ def kill_beside_another(folder, count):
         output, _ = other.communicate()
         try:
             if other.returncode != 0 or steps_done(output, 0) != end:
-                raise Failure(f"the other one says: {output.splitlines()[-1]}")
+                raise Failure(f"the other writer reports: {output.splitlines()[-1]}")
             steps_held(store, "K", done)
             if steps_held(store, "L", end) != end:
                 raise Failure("the other one's records differ")

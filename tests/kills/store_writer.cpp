@@ -8,18 +8,20 @@
 #include <string>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
-#include "virtual_instrument/store/record_codec.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
-// Changes a record store step by step, to be killed on the way, and says whether a store holds what
-// it has to hold after a number of steps. What a step does follows from its number alone.
+// Changes a record store step by step, so that it can be killed on the way, and checks whether a
+// store holds the right records after a number of steps. The number of a step determines what it
+// does.
 //
 //   store-writer run FILE NAME FIRST END    steps FIRST to END - 1, "done N" after step N
 //   store-writer stop FILE NAME N POINT     step N alone; at its POINT-th operation on a file says
 //                                           "at WHAT FILE" and waits to be killed
 //   store-writer check FILE NAME N          "N" or "N + 1", the number of steps whose outcome the
-//                                           store holds; fails when it holds anything else
+//                                           store holds; fails when it holds anything else, or the
+//                                           file alone does
 //
 // NAME begins the IDs of the records, so that two writers can share a file.
 
@@ -35,8 +37,7 @@ struct Step {
   int test;  ///< number of the test in its record
 };
 
-/// Six steps for a record, of which the last removes the record before; now and then everything
-/// goes.
+/// Six steps per record; the last one deletes the record before. Some steps clear the store.
 Step step_of(int number) {
   constexpr int kStepsOfRecord = 6;
   constexpr int kRecordsUntilClear = 10;
@@ -65,7 +66,7 @@ RecordNest test_of(const std::string& name, const Step& step) {
   record->data_ratio_1ph = new kvr_TestData_Ratio_1ph* [1] {};
   record->data_ratio_1ph[0] = new kvr_TestData_Ratio_1ph{};
   record->data_ratio_1ph[0]->phase.tnr = step.record + step.test / 100.0;
-  // From a part of a page to several of them.
+  // From part of a database page to several pages.
   const std::size_t size = 1 + static_cast<std::size_t>(step.test) * 5000;
   auto* raw_data = new char[size + 1]{};
   std::fill_n(raw_data, size, static_cast<char>('a' + step.test));
@@ -90,7 +91,7 @@ kvr_code make_step(SqliteStore& store, const std::string& name, int number) {
   return store.clear();
 }
 
-// ---- What a store has to hold --------------------------------------------------------------
+// ---- Expected contents ---------------------------------------------------------------------
 
 /// The stored forms of records by their IDs.
 using Contents = std::map<std::string, std::vector<std::byte>>;
@@ -146,7 +147,7 @@ Contents contents_of(SqliteStore& store, const std::string& name) {
   return contents;
 }
 
-/// Asks SQLite itself, past the store.
+/// Asks SQLite directly, not through the store.
 void check_integrity(const std::string& file) {
   sqlite3* connection = nullptr;
   std::string answer;
@@ -197,12 +198,23 @@ void stop(const std::string& file, const std::string& name, int number, int poin
   require_ok(make_step(store, name, number), "step " + std::to_string(number));
 }
 
-/// A store that can only be looked at is no store: it has to take changes as well.
+/// The store must accept changes as well as reads.
 void check_taking(SqliteStore& store) {
   const std::string name = "a trial";
   const RecordNest trial = test_of(name, {Step::kSave, 0, 0});
   require_ok(store.save_new(*trial, 0), "saving a trial");
   require_ok(store.remove(trial->record_id), "removing a trial");
+}
+
+/// Checks the file alone while the store is open: opening has moved the log of a kill into it.
+void check_file_alone(const std::string& file, const std::string& name, const Contents& expected) {
+  const std::string copy = file + ".copy";
+  std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing);
+  SqliteStore store({.path = copy});
+  check_opened(store);
+  if (contents_of(store, name) != expected) {
+    fail("without the log beside it the file holds something else");
+  }
 }
 
 void check(const std::string& file, const std::string& name, int steps) {
@@ -212,7 +224,11 @@ void check(const std::string& file, const std::string& name, int steps) {
     SqliteStore store({.path = file});
     check_opened(store);
     contents = contents_of(store, name);
+    check_file_alone(file, name, contents);
     check_taking(store);
+  }
+  if (std::filesystem::exists(file + "-wal")) {
+    fail("the log stays beside a store that is closed");
   }
   check_integrity(file);
   if (contents == contents_after(name, steps)) {

@@ -17,7 +17,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// Builds that are slow on purpose make do with fewer, which show growth as well.
+/// Slow builds run fewer tests, which are enough to show growth.
 int tests_of_a_session() {
 #ifdef NDEBUG
   constexpr int kUsual = 10'000;
@@ -28,10 +28,10 @@ int tests_of_a_session() {
   return wanted == nullptr ? kUsual : std::stoi(wanted);
 }
 
-/// Tests after which the lowest reading counts: the library's own thread allocates now and then.
+/// Number of tests whose lowest reading counts: the library's own thread allocates now and then.
 constexpr int kWindow = 50;
 
-/// The first call of its name is remembered by the library, for the bench to count by.
+/// The library remembers the first call of each name, since benches can count calls.
 constexpr int kOfEachKind = 2;
 
 class SessionMemory : public testing::Test {
@@ -53,7 +53,8 @@ class SessionMemory : public testing::Test {
     ASSERT_EQ(kvr_ConnectAPI(&type, 5, "memory", firmware.data()), KVR_RES_OK);
   }
 
-  /// Single-phase and three-phase tests by turns. The least that is allocated after any of them.
+  /// Single-phase and three-phase tests by turns. Returns the fewest bytes that were allocated
+  /// after any of them.
   static std::size_t lowest_after(int tests, kvr_SaveMode save_mode) {
     std::size_t lowest = SIZE_MAX;
     for (int number = 0; number < tests; ++number) {
@@ -85,7 +86,7 @@ TEST_F(SessionMemory, IsFlatOverTests) {
   EXPECT_EQ(lowest_after(kWindow, KVR_SAVE_NOTHING), at_first);
 }
 
-TEST_F(SessionMemory, IsFlatOverStoredTestsButForTheCacheOfTheStore) {
+TEST_F(SessionMemory, IsFlatOverStoredTestsExceptForTheCacheOfTheStore) {
   const WatchedDisk disk;
   start("[store]\nfile = '" + (folder_.path() / "records.db").generic_string() + "'\n");
   lowest_after(kOfEachKind, KVR_SAVE_ADD_TO_RECORD);
@@ -94,7 +95,7 @@ TEST_F(SessionMemory, IsFlatOverStoredTestsButForTheCacheOfTheStore) {
   EXPECT_EQ(lowest_after(kWindow, KVR_SAVE_ADD_TO_RECORD), at_first);
   constexpr std::int64_t kCache = 2'000 * 1024;  // SQLite's own limit
   EXPECT_LT(sqlite3_memory_used(), 2 * kCache);
-  // Without a file before the disk goes: the store is the library's for as long as it names it.
+  // The store uses the disk until shutdown, so shut down before the disk is destroyed.
   kvr_Lib_Shutdown();
   start("");
 }

@@ -31,7 +31,7 @@ JOBS = os.cpu_count() or 1
 LEAST_KILLED = 0.95
 
 # Quick ones by the case, then whole sessions, then the slow ones.
-SLOW_ROOMS = ("faults", "sweep")
+SLOW_PROGRAMS = ("fault-tests", "session-sweep")
 OTHER_ROOMS = ("support", "virtual_instrument")
 LONGEST = 120.0  # seconds that a slow test may take
 LARGEST_FILE = 5 << 30
@@ -123,9 +123,8 @@ def unit_tests(folder, rooms):
     tests = []
     for room in rooms:
         program = str(folder / "bin" / f"unit-{room}")
-        if room not in SLOW_ROOMS:
-            tests += [Test(f"{room}: {case}", [program, "--gtest_filter=" + case], filtered=True)
-                      for case in cases_of(program)]
+        tests += [Test(f"{room}: {case}", [program, "--gtest_filter=" + case], filtered=True)
+                  for case in cases_of(program)]
     return tests
 
 
@@ -148,10 +147,10 @@ def whole_program_tests(tree, folder):
     return sessions + terminals
 
 
-def slow_tests(folder, rooms):
-    return [Test(room, ["env", "KVR_SWEEP_STRIDE=101", str(folder / "bin" / f"unit-{room}"),
-                        "--gtest_fail_fast"])
-            for room in rooms if room in SLOW_ROOMS]
+def slow_tests(folder):
+    return [Test(program, ["env", "KVR_SWEEP_STRIDE=101", str(folder / "bin" / program),
+                           "--gtest_fail_fast"])
+            for program in SLOW_PROGRAMS]
 
 
 def measure(test, count):
@@ -248,15 +247,16 @@ def main():
     rooms = [path.name for path in sorted((ROOT / "tests" / "unit").iterdir())
              if path.is_dir() and path.name not in OTHER_ROOMS]
     programs = ["console-tester", "console-tester-under-test", "tester-workbench",
-                "tester-workbench-under-test", "kvr-client-api", "scripted-client-api"]
+                "tester-workbench-under-test", "kvr-client-api", "scripted-client-api",
+                *SLOW_PROGRAMS]
     if arguments.own_tests:
-        rooms = arguments.rooms or [room for room in rooms if room not in SLOW_ROOMS]
+        rooms = arguments.rooms or rooms
         programs = []
     build(tree, folder, [f"unit-{room}" for room in rooms] + programs)
 
     tests = unit_tests(folder, rooms)
     if not arguments.own_tests:
-        tests += whole_program_tests(tree, folder) + slow_tests(folder, rooms)
+        tests += whole_program_tests(tree, folder) + slow_tests(folder)
     with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
         passed = list(pool.map(lambda test: measure(test, len(found)), tests))
     unfit = [test.name for test, good in zip(tests, passed) if not good]

@@ -1,4 +1,4 @@
-"""A console tester in a terminal of its own, for tests of what a terminal adds: keys, signals and
+"""Runs the console tester in a terminal of its own, for tests of keys, signals and terminal
 settings.
 
 The program runs on the scripted client library, which answers as the test's script says (see
@@ -30,14 +30,17 @@ MAIN_MENU = "2. Single Phase Test\n0. Exit\n"
 class Console:
     """Use as a context. The program is killed at the end if it still runs."""
 
-    def __init__(self, script="", ignored_signals=(), bench=None, program="KVR_CONSOLE_TESTER"):
+    def __init__(self, script="", ignored_signals=(), bench=None, program="KVR_CONSOLE_TESTER",
+                 controlling=True):
         self.seen = ""       # output so far, with line feeds alone at line ends
-        self.position = 0    # behind what has been expected
+        self.position = 0    # after what has been expected
         self.status = None
         self.script = script
         self.bench = bench
         self.program = program
         self.ignored_signals = ignored_signals
+        self.controlling = controlling  # whether the terminal is the controlling one
+        self.closed = False
 
     def __enter__(self):
         # pylint: disable-next=consider-using-with
@@ -55,14 +58,18 @@ class Console:
         program = os.path.abspath(os.environ[self.program])
         master, self.slave = pty.openpty()  # kept open, so that settings can be read at the end
         self.settings_before = self.settings()
+        started, starting = os.pipe()  # the writing end closes when the program has been started
         self.process = os.fork()
         if self.process == 0:
             os.close(master)
-            become_terminal(self.slave)
+            become_terminal(self.slave, self.controlling)
             for number in self.ignored_signals:
                 signal.signal(number, signal.SIG_IGN)
             os.chdir(folder)
             os.execve(program, [program], environment)
+        os.close(starting)
+        os.read(started, 1)
+        os.close(started)
         self.master = master
         return self
 
@@ -70,7 +77,7 @@ class Console:
         if self.status is None:
             os.kill(self.process, signal.SIGKILL)
             os.waitpid(self.process, 0)
-        os.close(self.master)
+        self.close_terminal()
         os.close(self.slave)
         self.temporary.cleanup()
 
@@ -80,23 +87,32 @@ class Console:
     def send(self, keys):
         os.write(self.master, keys.encode() if isinstance(keys, str) else keys)
 
+    def close_terminal(self):
+        """As a closed window or a lost connection does. Nothing can be read afterwards."""
+        if not self.closed:
+            self.closed = True
+            os.close(self.master)
+
     def signal(self, number):
         os.kill(self.process, number)
 
     def read_for(self, seconds):
-        """Takes what comes within some seconds, or less. False if nothing came."""
+        """Reads output for at most some seconds. False if none came."""
+        if self.closed:
+            time.sleep(seconds)
+            return False
         if not select.select([self.master], [], [], seconds)[0]:
             return False
         self.seen += os.read(self.master, 65536).decode("latin-1").replace("\r\n", "\n")
         return True
 
     def expect(self, text):
-        """Waits until a text has come behind the last one that was expected."""
-        self.expect_behind(self.position, text)
+        """Waits for a text after the last one that was expected."""
+        self.expect_after(self.position, text)
         self.position = self.seen.index(text, self.position) + len(text)
 
-    def expect_behind(self, position, text):
-        """Waits until a text has come somewhere behind a position, as lines of other threads do."""
+    def expect_after(self, position, text):
+        """Waits for a text anywhere after a position, for lines of other threads."""
         deadline = time.monotonic() + SECONDS
         while text not in self.seen[position:]:
             left = deadline - time.monotonic()
@@ -129,7 +145,7 @@ class Console:
         return self.status
 
     def rest(self):
-        """All that came behind the last expected text."""
+        """All that came after the last expected text."""
         return self.seen[self.position:]
 
     def calls(self):
@@ -138,9 +154,10 @@ class Console:
                 if line.startswith("kvr_")]
 
 
-def become_terminal(slave):
-    """Makes the terminal the controlling one of this process, which has just been forked."""
+def become_terminal(slave, controlling):
+    """Makes the terminal the controlling one of this newly forked process."""
     os.setsid()
-    fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
+    if controlling:
+        fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
     for descriptor in (0, 1, 2):
         os.dup2(slave, descriptor)

@@ -45,7 +45,7 @@ class LostConnection(unittest.TestCase):
             console.expect("VxN - test N times at V voltage))\n")
             self.check_key(console, "7")
 
-    def test_keys_behind_the_first_are_no_answers(self):
+    def test_keys_after_the_first_are_no_answers(self):
         """The prompt that the main thread waits at does not get them."""
         with Console(CONNECTION + 'kvr_GetStatus: 0 status=39:"cable"@200ms\n') as console:
             console.send(CONNECTED)
@@ -64,7 +64,7 @@ class LostConnection(unittest.TestCase):
             self.check_key(console, "x")
 
     def test_connection_still_there(self):
-        """A report while the main thread waits at the main menu leaves it waiting."""
+        """If the connection is still there, the main menu goes on waiting after such a report."""
         with Console('kvr_GetStatus: 0 status=39:"cable"@200ms\n') as console:
             console.send(CONNECTED)
             console.expect(MAIN_MENU)
@@ -75,7 +75,7 @@ class LostConnection(unittest.TestCase):
             self.assertEqual(console.calls().count("kvr_Lib_Shutdown"), 1)
 
     def test_stop_signals_while_waiting_for_the_key(self):
-        """They are counted as ever: the second one ends the program."""
+        """They are counted as usual: the second one ends the program."""
         with Console(CONNECTION + 'kvr_GetStatus: 0 status=39:"cable"@200ms\n') as console:
             console.send(CONNECTED)
             console.expect(MAIN_MENU)

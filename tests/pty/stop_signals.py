@@ -28,7 +28,7 @@ def expect_cancel(console):
 class StopSignals(unittest.TestCase):
 
     def check_second_signal(self, first, second, status):
-        """Two stops while a test does not listen."""
+        """Two stop signals during a test that can't be cancelled."""
         with Console(DEAF_TEST) as console:
             start_test(console)
             first(console)
@@ -49,13 +49,13 @@ class StopSignals(unittest.TestCase):
             console.expect(CANCELLING)
             cancelled = console.position
             console.expect("ERROR in last test")
-            console.expect_behind(cancelled, "wording of code 7\n")
+            console.expect_after(cancelled, "wording of code 7\n")
             console.expect(MAIN_MENU)
             console.send(SINGLE_TEST)
             console.expect("record_id: AUTO-2")
             console.expect(MAIN_MENU)
-            console.expect_behind(cancelled, "BEFORE kvr_CancelOperation\n")
-            console.expect_behind(cancelled, "AFTER kvr_CancelOperation\n")
+            console.expect_after(cancelled, "BEFORE kvr_CancelOperation\n")
+            console.expect_after(cancelled, "AFTER kvr_CancelOperation\n")
             console.send("0\n")
             self.assertEqual(console.wait(), 0)
             self.assertTrue(console.rest().endswith("\nExiting...\nEND\n"))
@@ -80,7 +80,7 @@ class StopSignals(unittest.TestCase):
         self.check_second_signal(lambda c: c.signal(signal.SIGTERM),
                                  lambda c: c.send(CTRL_C), 0)
 
-    def test_each_visit_to_the_main_menu_counts_anew(self):
+    def test_each_visit_to_the_main_menu_clears_the_count(self):
         with Console() as console:
             console.send(CONNECTED)
             console.expect(MAIN_MENU)
@@ -104,7 +104,7 @@ class StopSignals(unittest.TestCase):
             self.assertEqual(console.wait(), 0)
             self.assertEqual(console.settings(), console.settings_before)
 
-    def test_signals_count_over_prompts(self):
+    def test_the_count_goes_on_from_prompt_to_prompt(self):
         """A signal at one prompt and another one at a later prompt, with no main menu between."""
         with Console() as console:
             console.send(CONNECTED)
@@ -120,7 +120,7 @@ class StopSignals(unittest.TestCase):
             self.assertEqual(console.wait(), 1)
 
     def test_signal_at_the_connection_menu(self):
-        """Before the first main menu, the count has begun already; the main menu clears it."""
+        """Signals count before the first main menu too; the main menu clears the count."""
         with Console() as console:
             console.expect("0. Cancel\n")
             console.send(CTRL_C)
@@ -132,7 +132,7 @@ class StopSignals(unittest.TestCase):
             console.send("0\n")
             self.assertEqual(console.wait(), 0)
 
-    def test_a_cancel_call_that_fails_is_not_told(self):
+    def test_a_cancel_call_that_fails_is_not_reported(self):
         with Console("kvr_CancelOperation: KVR_RES_TEST_NOT_RUNNING\n") as console:
             console.send(CONNECTED)
             console.expect(MAIN_MENU)

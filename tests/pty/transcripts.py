@@ -1,7 +1,7 @@
 """The transcripts in the manuals are what the program says on the virtual instrument, but for the
 time of day and the wait.
 
-A transcript is a block of text behind the comment <!-- answers: ... -->, which holds the answers
+A transcript is a block of text after the comment <!-- answers: ... -->, which holds the answers
 with a dash for an empty one. With <!-- tests: ... --> it is only what comes between the first test
 and the last main menu. Its bench is the last block of toml before it in the same manual, or the
 built-in one. With KVR_REBUILD_TRANSCRIPTS=1 the manuals are rewritten, for review.
@@ -32,8 +32,9 @@ BENCHES = re.compile(r"```toml\n(.*?)```\n", re.DOTALL)
 
 
 def wait_for_turn(console, answer, expected):
-    """Waits until the program waits for an answer: an echo stands where it does, so all before has
-    to have come. A silence is a sign of it; on a busy machine what is expected tells better."""
+    """Waits until the program waits for an answer, since the echo of an answer must come after all
+    output before it. A silence shows that it waits; on a busy machine the expected text shows it
+    better."""
     deadline = time.monotonic() + 10
     console.read_for(10)
     while True:
@@ -45,7 +46,7 @@ def wait_for_turn(console, answer, expected):
 
 
 def run(bench, answers, expected):
-    """All that the program says on a bench to some answers, echoes included."""
+    """The program's output on a bench for some answers, with their echoes."""
     with Console(bench=bench) as console:
         for answer in answers:
             wait_for_turn(console, answer + "\n", expected)

@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <vector>
 
-// Records as bytes: what a test expects on the wire, stated field by field, and rows to compare.
+// Records as bytes: expected bytes, built field by field, and rows of text to compare.
 
 using Bytes = std::vector<unsigned char>;
 
@@ -18,7 +18,7 @@ struct ByteField {
   Bytes bytes;
 };
 
-/// Fields of a width that stands in the name.
+/// Fields of the width that the function's name gives.
 ByteField u8(std::size_t offset, unsigned value);
 ByteField i32(std::size_t offset, long value);
 ByteField f32(std::size_t offset, float value);
@@ -27,7 +27,7 @@ ByteField f64(std::size_t offset, double value);
 ByteField text_at(std::size_t offset, std::string_view text);
 
 /// `size` bytes that are zero but for `fields`. Throws std::logic_error when a field lies outside
-/// or upon another one, so that a slip in a table is no silent success.
+/// or overlaps another one, so that a slip in a table is noticed.
 Bytes bytes_of(std::size_t size, std::initializer_list<ByteField> fields);
 
 /// A copy of the bytes of a record.
@@ -39,6 +39,6 @@ Bytes bytes_of(const Record& record) {
 }
 
 /// A line for the size and one for each group of four bytes that is not all zero, offsets in
-/// decimal: "100 bytes\n060: 54 31 00 00\n". Equal rows mean equal bytes, and unequal ones make a
-/// readable failure of EXPECT_EQ.
+/// decimal: "100 bytes\n060: 54 31 00 00\n". Equal rows mean equal bytes; with unequal ones
+/// EXPECT_EQ fails readably.
 std::string byte_rows(std::span<const unsigned char> bytes);

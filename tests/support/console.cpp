@@ -1,11 +1,24 @@
 #include "support/console.h"
 
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
 #include <iostream>
 #include <utility>
 
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+namespace {
+
+/// The first words of the message about a program that no test can end.
+std::string program_of_this_test() {
+  const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
+  return test == nullptr
+             ? "The program"
+             : std::string("In ") + test->test_suite_name() + "." + test->name() + " the program";
+}
+
+}  // namespace
 
 std::string CapturedOutput::text() const {
   const std::lock_guard lock(mutex_);
@@ -36,6 +49,17 @@ CapturedOutput::int_type CapturedOutput::overflow(int_type character) {
 std::streamsize CapturedOutput::xsputn(const char* characters, std::streamsize count) {
   const std::lock_guard lock(mutex_);
   text_.append(characters, static_cast<std::size_t>(count));
+  if (text_.size() > kMostText) {
+    // No exception: the stream would swallow it, and the program would go on. No std::cerr either:
+    // it flushes std::cout, which is this buffer.
+    const std::string message = program_of_this_test() + " goes on and on, after " +
+                                std::to_string(kMostText) +
+                                " bytes of output. Is there no pause_at_end_of_input() where it "
+                                "asks again? It ended with:\n" +
+                                text_.substr(text_.size() - 200) + "\n";
+    std::fputs(message.c_str(), stderr);
+    std::abort();
+  }
   return count;
 }
 
@@ -59,8 +83,8 @@ int CapturedOutput::sync() {
 
 namespace {
 
-/// Kept beyond the end of the process: a thread that the program has let go may still flush it
-/// after its console is gone, and so does the standard library at the very end.
+/// Never destroyed: a detached thread may flush it after its console is gone, and the standard
+/// library flushes it at the end of the process.
 CapturedOutput& new_output() {
   static auto& outputs = *new std::deque<CapturedOutput>;
   return outputs.emplace_back();
@@ -68,8 +92,21 @@ CapturedOutput& new_output() {
 
 }  // namespace
 
-Console::Console(const std::string& answers)
-    : input_(answers, std::ios::in), output_(new_output()) {
+TypedAnswers::TypedAnswers(const std::string& answers)
+    : std::stringbuf(answers, std::ios::in),
+      last_words_(program_of_this_test() +
+                  " goes round and round without a pause after the last answer. Is there no "
+                  "pause_at_end_of_input() where it asks again?\n") {}
+
+TypedAnswers::int_type TypedAnswers::underflow() {
+  const int_type next = std::stringbuf::underflow();
+  if (traits_type::eq_int_type(next, traits_type::eof()) && !limit_) {
+    limit_.emplace(kSecondsAfterTheEnd, last_words_);
+  }
+  return next;
+}
+
+Console::Console(const std::string& answers) : input_(answers), output_(new_output()) {
   saved_cin_.copyfmt(std::cin);
   saved_cout_.copyfmt(std::cout);
   std::cout.copyfmt(std::ios(nullptr));
@@ -105,26 +142,10 @@ OutputWatcher::int_type OutputWatcher::overflow(int_type character) {
 
 std::streamsize OutputWatcher::xsputn(const char* characters, std::streamsize count) {
   if (std::string_view(characters, static_cast<std::size_t>(count)).starts_with(beginning_)) {
-    std::cout.rdbuf(target_);  // so that threads started from here on never know of this
+    std::cout.rdbuf(target_);  // so that threads started later never use this
     std::exchange(action_, nullptr)();
   }
   return target_->sputn(characters, count);
 }
 
 int OutputWatcher::sync() { return target_->pubsync(); }
-
-void reset_session() {
-  client_name = "ConsoleTester_x86";
-  results_folder.clear();
-  client_version.clear();
-  device_serial.clear();
-  device_software_version.clear();
-  client_api_info = {};
-  device_info = {};
-  device_status = {};
-  raw_data_enabled = true;
-  run_file_name = "kvr";
-  exit_requested = false;
-  stop_signal_seen = false;
-  stop_handler = nullptr;
-}

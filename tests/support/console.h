@@ -5,25 +5,31 @@
 #include <functional>
 #include <ios>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <streambuf>
 #include <string>
 #include <string_view>
 
-// An operator for one test: types the answers that the test gives and reads what the program says.
+#include "support/processor_limit.h"
 
-/// Keeps what is written to it. Several threads may write, as the program's threads do.
+// An operator for one test: types the test's answers and reads the program's output.
+
+/// Keeps what is written to it. Several threads may write, as the program's threads do. A program
+/// that writes more than kMostText would never end: the process then ends with a message.
 class CapturedOutput : public std::streambuf {
  public:
+  static constexpr std::size_t kMostText = 16 << 20;  // bytes
+
   std::string text() const;
-  /// What had been written when the stream was last flushed.
+  /// The text written before the last flush.
   std::string flushed_text() const;
-  /// Waits until `part` has been written and flushed: the thread that wrote it is then through with
-  /// this output. False when it hasn't come in ten seconds.
+  /// Waits until `part` has been written and flushed; its thread then no longer uses this output.
+  /// False after ten seconds without it.
   bool wait_for(std::string_view part) const;
-  /// Starts again with nothing.
+  /// Drops all text.
   void forget();
-  /// Has room for so many bytes: until then, writing needs no memory.
+  /// Reserves so many bytes: up to there, writing allocates nothing.
   void reserve(std::size_t size);
 
  protected:
@@ -38,8 +44,24 @@ class CapturedOutput : public std::streambuf {
   std::size_t flushed_ = 0;
 };
 
-/// Stands in for standard input and output while it lives. Both start as in a fresh program, and
-/// get back their buffers, states and formats at the end. When the answers are used up the input is
+/// The answers of an operator. After their end a program may wait for more if it pauses; if it asks
+/// again and again without pauses, the process ends with a message.
+class TypedAnswers : public std::stringbuf {
+ public:
+  explicit TypedAnswers(const std::string& answers);
+
+  static constexpr int kSecondsAfterTheEnd = 2;  // of processor time
+
+ protected:
+  int_type underflow() override;
+
+ private:
+  std::string last_words_;  // made early, since some tests count allocations
+  std::optional<ProcessorLimit> limit_;
+};
+
+/// Stands in for standard input and output while it lives. Both start as in a fresh program; their
+/// buffers, states and formats are restored at the end. When the answers are used up the input is
 /// at its end.
 class Console {
  public:
@@ -49,16 +71,16 @@ class Console {
   Console& operator=(const Console&) = delete;
 
   std::string output() const { return output_.text(); }
-  /// What an operator sees: the output that has been flushed.
+  /// The output that an operator sees: what has been flushed.
   std::string visible_output() const { return output_.flushed_text(); }
   bool wait_for_output(std::string_view part) const { return output_.wait_for(part); }
-  /// Has room for so much output: until then, writing needs no memory.
+  /// Reserves so many bytes of output: up to there, writing allocates nothing.
   void reserve_output(std::size_t size) { output_.reserve(size); }
-  /// The answers that nobody has read.
+  /// The answers that have not been read.
   std::string unread() const;
 
  private:
-  mutable std::stringbuf input_;
+  mutable TypedAnswers input_;
   CapturedOutput& output_;
   std::ios saved_cin_{nullptr};
   std::ios saved_cout_{nullptr};
@@ -66,7 +88,7 @@ class Console {
   std::streambuf* saved_output_;
 };
 
-/// Does something when the program is about to write a text that begins so, the first time.
+/// Runs an action the first time that the program is about to write a text with a given beginning.
 class OutputWatcher : public std::streambuf {
  public:
   OutputWatcher(std::string_view beginning, std::function<void()> action);
@@ -84,6 +106,3 @@ class OutputWatcher : public std::streambuf {
   std::function<void()> action_;
   std::streambuf* target_;
 };
-
-/// Puts the process-wide session state and the stop handling back to what a fresh program has.
-void reset_session();

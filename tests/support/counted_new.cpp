@@ -17,7 +17,7 @@ struct Block {
   std::size_t size;
 };
 
-/// For the book of blocks, which can't be kept in what it counts.
+/// Allocator for the book of blocks: its own memory must not be counted.
 template <class T>
 struct MallocAllocator {
   using value_type = T;
@@ -25,7 +25,7 @@ struct MallocAllocator {
   template <class U>
   MallocAllocator(const MallocAllocator<U>& /*other*/) {}
   T* allocate(std::size_t count) {
-    // T may be a pointer of the book's own. NOLINTNEXTLINE(bugprone-sizeof-expression)
+    // T may be a pointer type of the book's container. NOLINTNEXTLINE(bugprone-sizeof-expression)
     void* const block = std::malloc(count * sizeof(T));
     if (block == nullptr) {
       std::abort();
@@ -66,11 +66,11 @@ struct ThreadState {
 
 thread_local ThreadState state;
 
-// Apart from the state, which every thread has: one recording at a time.
+// Not in the per-thread state, since there is one recording at a time.
 std::array<std::size_t, Recording::kCapacity> recorded_sizes;
 std::array<const void*, Recording::kCapacity> recorded_freed;
 
-/// Larger blocks fail, as they would on a machine that has not got them.
+/// Larger blocks fail, as on a machine without that much memory.
 constexpr std::size_t kLargestBlock = std::size_t{1} << 30U;
 
 bool is_to_fail() {
@@ -124,7 +124,7 @@ void release(void* block, Form form) {
   {
     const std::lock_guard lock(book().mutex);
     const auto entry = book().live.find(block);
-    if (entry != book().live.end()) {  // else from a library with a new of its own
+    if (entry != book().live.end()) {  // otherwise it is from a library with its own operator new
       if (entry->second.form != form) {
         std::fputs("a block of new goes to delete[], or one of new[] to delete\n", stderr);
         std::abort();

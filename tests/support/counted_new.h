@@ -9,16 +9,16 @@
 
 namespace counted_new {
 
-/// Blocks that are allocated now.
+/// Number of blocks allocated now.
 std::size_t live_blocks();
-/// What they add up to, as asked for.
+/// Their total size, as requested.
 std::size_t live_bytes();
-/// Blocks that have ever been allocated.
+/// Number of all allocations so far.
 std::size_t allocations();
 bool is_live(const void* block);
 
-/// The n-th allocation of this thread from here on throws std::bad_alloc, and with kForEver all
-/// behind it, for as long as this lives. One at a time.
+/// While this object lives, the n-th allocation of this thread from its construction throws
+/// std::bad_alloc, and with kForEver all later ones. One at a time.
 class Failing {
  public:
   enum Duration { kOnce, kForEver };
@@ -30,8 +30,8 @@ class Failing {
   bool has_failed() const;
 };
 
-/// As long as this lives, allocations of this thread neither fail nor count towards the one that
-/// does: for what a test does in between.
+/// While this object lives, allocations of this thread neither fail nor are counted by Failing: for
+/// a test's own work in between.
 class Pause {
  public:
   Pause();
@@ -43,8 +43,8 @@ class Pause {
   std::size_t countdown_;
 };
 
-/// What this thread allocates and frees in order, for as long as this lives. One at a time, at most
-/// kCapacity blocks each.
+/// Records what this thread allocates and frees, in order, while this object lives. One at a time,
+/// at most kCapacity blocks each.
 class Recording {
  public:
   static constexpr std::size_t kCapacity = 4096;
@@ -53,7 +53,7 @@ class Recording {
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
 
-  /// Ends it, so that reading it isn't part of it.
+  /// Ends the recording, so that reading it is not recorded.
   void stop();
   std::vector<std::size_t> allocated_sizes() const;
   std::vector<const void*> freed_blocks() const;

@@ -3,14 +3,14 @@
 #include <memory>
 #include <string>
 
-#include "shell/session.h"
+#include "console/session.h"
 #include "support/record_text.h"
 #include "support/session_test.h"
 #include "support/temporary_folder.h"
 #include "text/text_output.h"
 
-/// A session with a connected, healthy instrument, whose results go to a folder of their own. What
-/// goes to the working folder goes to another one.
+/// A session with a connected, healthy instrument. The results folder and the working folder are
+/// two new ones.
 class FlowTest : public SessionTest {
  protected:
   FlowTest() : in_working_folder_(working_folder.path()) {
@@ -22,7 +22,7 @@ class FlowTest : public SessionTest {
     device_status = healthy_status();
   }
 
-  /// A record as the library gives it, from the text of support/record_text.h.
+  /// A record as the library returns it, from the notation of support/record_text.h.
   static std::shared_ptr<kvr_TestRecord> record_of(const std::string& text) {
     const auto owned = std::make_shared<OwnedRecord>(parse_record(text, "record"));
     return {owned, owned->get()};

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// The log that the program writes once somebody attaches a logger.
+// Captures the program's log, which is written only while a logger is attached.
 
 struct LogLine {
   plog::Severity severity;
@@ -18,7 +18,7 @@ inline void PrintTo(const LogLine& line, std::ostream* out) {
   *out << plog::severityToString(line.severity) << " \"" << line.text << '"';
 }
 
-/// A logger for as long as it lives; before and after there is none. Keeps all lines.
+/// Attaches a logger while it lives; before and after there is none. Keeps all lines.
 class LogCapture : private plog::IAppender {
  public:
   explicit LogCapture(plog::Severity finest = plog::verbose) : logger_(finest) {

@@ -16,7 +16,7 @@ void set_environment(const std::string& name, const std::string& value) {
 }
 
 void use_home_folder(const std::string& folder) {
-  // The Wine that tests run under is told to look there, see run-under-wine.
+  // Wine takes the documents folder from this variable, see run-under-wine.
   set_environment("KVR_DOCUMENTS", folder);
 }
 
@@ -38,7 +38,7 @@ LPTHREAD_START_ROUTINE console_event_routine() {
 }
 
 void raise_console_event() {
-  // What the system does for a Ctrl-C; asking it to needs a console.
+  // Does what the system does for a Ctrl-C; a request to the system would need a console.
   if (CreateThread(nullptr, 0, console_event_routine(), CTRL_C_EVENT, 0, nullptr) == nullptr) {
     std::abort();
   }

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// What is wrong with a line, without its place.
+/// The fault of a line, without file and line number.
 using BadLine = std::runtime_error;
 
 struct Field;
@@ -151,7 +151,7 @@ void store_null(std::byte* at, std::size_t, std::string_view value, RecordArena&
   store_pointer(at, nullptr);
 }
 
-/// The fields of each record, below.
+/// The fields of each record; see the specialisations below.
 template <typename Record>
 std::span<const Field> fields_of();
 
@@ -368,7 +368,8 @@ std::optional<Line> split_line(std::string_view text, std::size_t number) {
 
 class Builder {
  public:
-  /// First of all for each line: an array is as long as its highest index in the whole text.
+  /// Called for all lines before any is stored: an array is as long as its highest index in the
+  /// whole text.
   void measure(const Line& line) {
     for (const Step& step : split_path(line.path)) {
       if (step.index) {
@@ -432,7 +433,7 @@ class Builder {
     throw BadLine("unknown name " + in_quotes(step.name) + " in " + in_quotes(path));
   }
 
-  /// To what the pointer here points to, which is made if it is not there yet.
+  /// Goes to what the pointer points to, and allocates it first if the pointer is null.
   void follow_pointer(std::size_t count) {
     std::byte* target = nullptr;
     std::memcpy(&target, at_, sizeof target);

@@ -20,13 +20,13 @@
 // Paths are the names of api/result_records.h. What a path goes through is allocated; an array of
 // the library's is as long as the highest index used in the text, with null entries between.
 // Everything unwritten is zero, counts too. Numbers are decimal or hexadecimal (0x10, 0x1.8p-3),
-// nan and inf with or without a sign. A text runs to the end of its line, from behind the one blank
-// after "="; \n, \t, \\ and \xNN are escapes. It may fill its field to the last byte.
+// nan and inf with or without a sign. A text begins after the one blank that follows "=" and runs
+// to the end of its line; \n, \t, \\ and \xNN are escapes. It may fill its field to the last byte.
 //
 // Blanks before a path and empty lines don't matter.
 
-/// Memory for records and whatever hangs from them: each piece a block of its own, so that a read
-/// beyond one shows under a sanitizer. All bytes start as zero.
+/// Memory for records and all that hangs from them: each piece is a block of its own, so that
+/// sanitizers find a read beyond one. All bytes start as zero.
 class RecordArena {
  public:
   template <typename Record>

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
-/// Has the system refuse every new thread of the process from now on: each would get a stack that
-/// no memory can hold.
+/// Makes the system refuse every new thread of the process from now on, by a default stack size
+/// larger than any memory.
 inline void refuse_new_threads() {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);

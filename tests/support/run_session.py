@@ -5,12 +5,17 @@ A session file opens with what it is about. Then come sections, each under a hea
 with four dashes. The empty line before a heading belongs to the heading.
 
 What goes in:
+  ---- begins at main menu [after NAME]
+                            the answers and the output below begin at the main menu; what comes
+                            before is that of the session NAME of tests/sessions/start_up, byte
+                            for byte. NAME is "scripted" for a script and "instrument" for a bench
+                            unless it is given
   ---- options              one command line argument a line
   ---- environment          NAME=value, or -NAME to take a variable away
   ---- script               the client library is the scripted one and answers as this script says,
                             see scripted_client_api_script.h
   ---- bench [NAME]         or it is the virtual instrument with this bench, the built-in one if
-                            empty; behind the named one of virtual_instrument/bench/, if any
+                            empty; after the named one of virtual_instrument/bench/, if any
   ---- program NAME         another program than console-tester
   ---- called NAME          what its command line calls it; not on windows
   ---- not on windows       the file is skipped there, for the reason given
@@ -36,10 +41,12 @@ them as {results}, {home} and {work}. In texts \\ \t \xHH stand for a backslash,
 and benches are taken as they are.
 
 Every expected section but error output, calls and complaints has to be there. With --rebuild the
-expected sections are written as they came out, for review.
+expected sections are written as they came out, for review. A start-up is written by its own session
+alone, which goes to the main menu once and leaves it.
 """
 
 import argparse
+import dataclasses
 import difflib
 import os
 import pathlib
@@ -51,18 +58,23 @@ import tempfile
 import time
 
 SHIPPED_BENCHES = pathlib.Path(__file__).resolve().parents[2] / "virtual_instrument" / "bench"
+START_UPS = pathlib.Path(__file__).resolve().parents[1] / "sessions" / "start_up"
+MAIN_MENU = b"!!! === KVRU3 main menu === !!!\n"
+LEAVE_MAIN_MENU = b"0\n"
 SECONDS_TO_END = 10.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
+MOST_OUTPUT = 16 << 20  # bytes; a program that says more asks again and again, without a pause
+SHOWN_OF_TOO_MUCH = 4000  # bytes
 PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
 RESULTS_FOLDER = "home/Documents/KVRU3"
-INPUT_SECTIONS = ("options", "environment", "script", "bench", "program", "called", "not on",
-                  "given file", "given folder", "answers")
+INPUT_SECTIONS = ("begins at main menu", "options", "environment", "script", "bench", "program",
+                  "called", "not on", "given file", "given folder", "answers")
 EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file", "no files",
                      "calls", "complaints")
 
 
 class BadSession(Exception):
-    """A session file that can't be run."""
+    """A fault of a session file."""
 
 
 class Skipped(Exception):
@@ -143,6 +155,12 @@ class Session:
             raise BadSession(f"no section '{name}'")
         return found[0][1] if found else default
 
+    def with_sections(self, sections):
+        result = Session.__new__(Session)
+        result.description = self.description
+        result.sections = list(sections)
+        return result
+
     def has(self, name):
         return bool(self.all(name))
 
@@ -154,10 +172,48 @@ class Session:
         return "\n\n".join(parts) + "\n"
 
 
+# Start-ups
+
+@dataclasses.dataclass
+class StartUp:
+    """What comes before the answers and the output of a session."""
+    answers: bytes = b""
+    output: bytes = b""
+    path: pathlib.Path | None = None
+
+    def comes_before(self, output):
+        """Whether a program's output begins with this start-up and goes on with the main menu."""
+        return self.path is None or output.startswith(self.output + MAIN_MENU)
+
+
+def start_up_of(session, folder):
+    """The start-up that the heading names, from the folder's session; None without the heading."""
+    if not session.has("begins at main menu"):
+        return StartUp()
+    if session.one("begins at main menu"):
+        raise BadSession("no lines can follow 'begins at main menu'")
+    after = session.all("begins at main menu")[0][0]
+    named = re.fullmatch(r"(?:after (\w+))?", after)
+    if not named:
+        raise BadSession(f"begins at main menu: '{after}' is not 'after NAME'")
+    library = "scripted" if session.has("script") else "instrument"
+    return read_start_up(folder / f"{named[1] or library}.session")
+
+
+def read_start_up(path):
+    shown = Session(path.read_text(encoding="latin-1"))
+    answers = decode(shown.one("answers"))
+    before, menu, after = decode(shown.one("output")).partition(MAIN_MENU)
+    if (shown.has("begins at main menu") or not before.endswith(b"\n") or not menu
+            or MAIN_MENU in after or not answers.endswith(LEAVE_MAIN_MENU)):
+        raise BadSession(f"{path} does not go to the main menu once and leave it with 0")
+    return StartUp(answers.removesuffix(LEAVE_MAIN_MENU), before, path)
+
+
 # Systems
 
 class Posix:
-    """Programs of this system."""
+    """Runs programs of this system."""
     name = "posix"
     separator = "/"
     line_end = b"\n"
@@ -169,7 +225,7 @@ class Posix:
 
     @staticmethod
     def variable(name):
-        """The variable that does what another one does on POSIX systems."""
+        """The variable that has the meaning of another one on POSIX systems."""
         return name
 
     @staticmethod
@@ -183,7 +239,7 @@ class Posix:
 
 
 class Wine(Posix):
-    """Windows programs under Wine, which has this system's files on drive Z."""
+    """Runs Windows programs under Wine, which has this system's files on drive Z."""
     name = "windows"
     separator = "\\"
     line_end = b"\r\n"
@@ -204,21 +260,21 @@ class Wine(Posix):
 
     @staticmethod
     def prepare(folder):
-        """Windows only names a documents folder that exists."""
+        """Makes the documents folder, since Windows names only one that exists."""
         (folder / "home" / "Documents").mkdir(parents=True)
 
 
 def exchanged(content, one, other):
-    """Each for the other, so that neither can stand where the other one should."""
+    """Swaps two texts, so that neither can stand in place of the other."""
     swap = {one: other, other: one}
     either = b"|".join(re.escape(each) for each in sorted(swap, key=len, reverse=True))
     return re.sub(either, lambda found: swap[found.group()], content)
 
 
 def without_differences(seen, folder, system):
-    """What came out of a run, without what may differ between systems: the form of paths, the ends
-    of lines, and what an abort ends with. Everything else has to be the same on all of them.
-    docs/install.md lists the differences."""
+    """The results of a run without what may differ between systems: the form of paths, the ends of
+    lines, and the ending of an abort. All else must be the same everywhere. docs/install.md lists
+    the differences."""
     def with_places(content):
         for token, path, end in (("{results}", RESULTS_FOLDER, system.separator),
                                  ("{home}", "home", ""), ("{work}", "work", "")):
@@ -307,7 +363,7 @@ def environment_of(session, folder, libraries, system):
 
 
 def prepare(session, folder, system):
-    """Makes the folders and the given files; gives the files as they are then."""
+    """Makes the folders and the given files; returns all files that exist then."""
     system.prepare(folder)
     (folder / "work").mkdir()
     for path, _ in session.all("given folder"):
@@ -323,7 +379,7 @@ def prepare(session, folder, system):
 
 
 def cpu_seconds(process):
-    """What the process has used so far; 0 where the system doesn't say."""
+    """Processor time of the process so far; 0 where the system doesn't report it."""
     try:
         fields = pathlib.Path(f"/proc/{process.pid}/stat").read_text().rsplit(")", 1)[1].split()
     except OSError:
@@ -331,9 +387,16 @@ def cpu_seconds(process):
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
+def says_too_much(output):
+    return output.stat().st_size > MOST_OUTPUT
+
+
+TOO_MUCH = f"more than {MOST_OUTPUT} bytes of output, and no end: does it ask without a pause?"
+
+
 def wait_until_silent(process, output, seconds):
-    """Waits until a program has ended, or has said nothing for a while. Gives its exit status, or
-    says how it stands."""
+    """Waits until a program has ended, or has written nothing for a while. Returns its exit status,
+    or words for its state."""
     deadline = time.monotonic() + seconds
     size = 0
     while process.poll() is None and (size == 0 or output.stat().st_size != size):
@@ -343,6 +406,8 @@ def wait_until_silent(process, output, seconds):
             process.wait(SECONDS_OF_SILENCE)
         except subprocess.TimeoutExpired:
             pass
+        if says_too_much(output):
+            return TOO_MUCH
         if time.monotonic() > deadline:
             return "never silent"
     if process.poll() is not None:
@@ -351,15 +416,20 @@ def wait_until_silent(process, output, seconds):
     return "waiting, with work" if busy else "waiting"
 
 
-def wait_for_end(process, seconds):
-    try:
-        return process.wait(seconds)
-    except subprocess.TimeoutExpired:
-        return f"not ended after {seconds} s"
+def wait_for_end(process, output, seconds):
+    """A program's exit status, or words why it has none."""
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        try:
+            return process.wait(min(SECONDS_OF_SILENCE, seconds))
+        except subprocess.TimeoutExpired:
+            if says_too_much(output):
+                return TOO_MUCH
+    return f"not ended after {seconds} s"
 
 
-def run(session, arguments):
-    """Runs a session. Gives a copy of it with the expected sections as they came out."""
+def run(session, start_up, arguments):
+    """Runs a session and returns its results."""
     name = (session.all("program") or [("console-tester", [])])[0][0]
     if name not in arguments.programs:
         raise BadSession(f"no program '{name}'")
@@ -375,7 +445,7 @@ def run(session, arguments):
         given = prepare(session, folder, system)
         environment = environment_of(session, folder, arguments.libraries, system)
         answers = folder / "answers"
-        answers.write_bytes(decode(session.one("answers")))
+        answers.write_bytes(start_up.answers + decode(session.one("answers")))
         options = [filled_in(decode([line])[:-1].decode("latin-1"), folder, system)
                    .encode("latin-1") for line in session.one("options", [])]
         output, errors = folder / "output", folder / "errors"
@@ -387,7 +457,7 @@ def run(session, arguments):
                                        cwd=folder / "work", env=environment, start_new_session=True)
             try:
                 ended = (wait_until_silent(process, output, arguments.seconds)
-                         if expects_wait else wait_for_end(process, arguments.seconds))
+                         if expects_wait else wait_for_end(process, output, arguments.seconds))
             finally:
                 process.kill()
                 process.wait()
@@ -395,13 +465,15 @@ def run(session, arguments):
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
         calls = folder / "calls"
-        return outcome(session, without_differences({
-            "output": output.read_bytes(),
+        with open(output, "rb") as said:
+            text = said.read(SHOWN_OF_TOO_MUCH if ended == TOO_MUCH else -1)
+        return without_differences({
+            "output": text,
             "error output": errors.read_bytes(),
             "ends with": ended,
             "files": files,
             "log": calls.read_bytes() if calls.exists() else b"",
-        }, folder, system))
+        }, folder, system)
 
 
 def blocks_of(log):
@@ -411,11 +483,8 @@ def blocks_of(log):
 
 def outcome(session, seen):
     """The session with what was seen in its expected sections."""
-    result = Session.__new__(Session)
-    result.description = session.description
-    result.sections = [section for section in session.sections
-                       if section[0] not in EXPECTED_SECTIONS]
-
+    result = session.with_sections(section for section in session.sections
+                                   if section[0] not in EXPECTED_SECTIONS)
     some_files = []
 
     def add(name, content, argument=""):
@@ -441,7 +510,7 @@ def outcome(session, seen):
         add("calls", b"".join(block for block in blocks if not block.startswith(b"! ")
                               and (not names or block.startswith(names))), argument)
     complaints = b"".join(block[2:] for block in blocks if block.startswith(b"! "))
-    if complaints and seen["ends with"] != "abort":  # some systems let a library speak even then
+    if complaints and seen["ends with"] != "abort":  # some systems let it write even then
         add("complaints", complaints)
     return result
 
@@ -453,33 +522,49 @@ def in_order(session):
         if name not in EXPECTED_SECTIONS:
             return (0, "")
         return (EXPECTED_SECTIONS.index(name) + 1, argument if name.endswith("file") else "")
-    result = Session.__new__(Session)
-    result.description = session.description
-    result.sections = sorted(session.sections, key=rank)
-    return result
+    return session.with_sections(sorted(session.sections, key=rank))
+
+
+def with_start_up(session, start_up):
+    """The session with that in its expected output too."""
+    def output(lines):
+        return encode(start_up.output + decode(lines))
+    return session.with_sections((name, argument, output(lines) if name == "output" else lines)
+                                 for name, argument, lines in session.sections)
+
+
+def difference(expected, seen):
+    return list(difflib.unified_diff(expected.text().splitlines(), seen.text().splitlines(),
+                                     "expected", "seen", lineterm="", n=5))
 
 
 def check(path, arguments):
-    """Runs one file. Gives the exit status for it."""
+    """Runs one file and returns the exit status for it."""
     try:
         session = Session(path.read_text(encoding="latin-1"))
-        seen = run(session, arguments)
+        start_up = start_up_of(session, arguments.start_ups)
+        seen = run(session, start_up, arguments)
     except Skipped as reason:
         print(f"{path} is skipped: {reason}")
         return SKIPPED
     except (BadSession, OSError) as error:
         print(f"{path}: {error}")
         return FAILED
+    if not start_up.comes_before(seen["output"]):
+        print(f"{path}: the start-up is not that of {start_up.path}:")
+        print("\n".join(difference(with_start_up(in_order(session), start_up),
+                                   outcome(session, seen))))
+        return FAILED
+    seen["output"] = seen["output"].removeprefix(start_up.output)
+    result = outcome(session, seen)
     if arguments.rebuild:
-        path.write_text(seen.text(), encoding="latin-1")
+        path.write_text(result.text(), encoding="latin-1")
         return PASSED
-    difference = list(difflib.unified_diff(in_order(session).text().splitlines(),
-                                           seen.text().splitlines(), "expected", "seen",
-                                           lineterm="", n=5))
-    if difference:
+    lines = difference(in_order(session), result)
+    if lines:
         print(f"{path} came out otherwise:")
-        print("\n".join(difference))
-    return FAILED if difference else PASSED
+        print("\n".join(lines))
+    return FAILED if lines else PASSED
 
 
 def main():
@@ -491,6 +576,8 @@ def main():
     parser.add_argument("--launcher", default="",
                         help="command that starts a program; one that ends in .exe is taken for a "
                         "Windows program under Wine")
+    parser.add_argument("--start-ups", default=START_UPS, type=pathlib.Path, metavar="FOLDER",
+                        help="sessions that show what comes before the main menu")
     parser.add_argument("--seconds", type=float, default=SECONDS_TO_END,
                         help="time that a program has to end")
     parser.add_argument("--rebuild", action="store_true",
@@ -502,7 +589,10 @@ def main():
     arguments.libraries = {"scripted": os.path.abspath(arguments.scripted),
                            "instrument": os.path.abspath(arguments.instrument)}
     arguments.launcher = arguments.launcher.split()
-    statuses = {check(path, arguments) for path in arguments.files}
+    # Start-ups first: when all files are rebuilt, the other sessions use the new start-ups.
+    files = sorted(arguments.files,
+                   key=lambda path: path.resolve().parent != arguments.start_ups.resolve())
+    statuses = {check(path, arguments) for path in files}
     return FAILED if FAILED in statuses else min(statuses)
 
 

@@ -38,7 +38,7 @@ std::string quoted(const char* text) {
 
 std::string set_or_null(bool is_set) { return is_set ? "set" : "null"; }
 
-/// Copies what fits and ends it; a library fills its fields the same way.
+/// Copies what fits and terminates it, as a library fills its fields.
 void fill_text(char* target, std::size_t size, std::string_view text) {
   const std::size_t length = std::min(text.size(), size - 1);
   std::copy_n(text.begin(), length, target);
@@ -444,7 +444,7 @@ kvr_code ScriptedClientApi::list_records(kvr_TestLabelsList*& list, const void* 
   const ScriptedAnswer answer = take_answer(std::move(seen));
   if (answer.labels || (is_taken_as_success(answer.result) && !answer.null)) {
     const std::vector<kvr_TestLabel> labels = answer.labels.value_or(std::vector<kvr_TestLabel>{});
-    // One new[] and one new: the record export gives them back by delete[] and delete.
+    // One new[] and one new: the record export frees them by delete[] and delete.
     auto* entries = new kvr_TestLabel[labels.size()];
     std::copy(labels.begin(), labels.end(), entries);
     list = new kvr_TestLabelsList{entries, static_cast<std::uint32_t>(labels.size())};
@@ -530,7 +530,7 @@ void repeat_request(Result& result, std::size_t offset, const Request& request) 
   std::memcpy(reinterpret_cast<char*>(&result) + offset, &request, sizeof(request));
 }
 
-/// Values whose decimal text is short and exact, for tests that state it.
+/// Values whose decimal text is short and exact, for tests that compare it.
 kvr_TestData_Ratio_Phase plausible_phase(std::string_view name, float voltage) {
   kvr_TestData_Ratio_Phase phase{};
   fill_text(phase.phase_name, name);

@@ -16,9 +16,8 @@
 #include "support/api_calls.h"
 #include "support/byte_rows.h"
 
-// The client library as a test wants it: the 22 calls answer what they were told to answer, and
-// whatever they were asked is logged. A program that links the target scripted_client_api makes its
-// calls here:
+// A client library for tests: the 22 calls give the answers that a test has set, and each call is
+// logged. A program that links the target scripted_client_api makes its calls here:
 //
 //   ScriptedClientApi& api = scripted_api();
 //   api.reset();
@@ -28,16 +27,16 @@
 //
 // A call without an answer of its own is accepted and filled with plausible values.
 
-/// Makes the record that a call hands out, a fresh one each time. May give null.
+/// Makes the record that a call returns, a fresh one each time. May return null.
 using RecordMaker = std::function<std::shared_ptr<kvr_TestRecord>()>;
 
 struct ScriptedStatusEvent {
   kvr_code code = KVR_RES_OK;
   std::optional<std::string> text;            ///< null when absent
-  std::chrono::milliseconds after_return{0};  ///< 0: told before the call returns
+  std::chrono::milliseconds after_return{0};  ///< 0: reported before the call returns
 };
 
-/// What one call does. Fields that the call has no use for are left alone.
+/// What one call does. Fields that do not concern the call are ignored.
 struct ScriptedAnswer {
   std::int32_t result = KVR_RES_OK;
 
@@ -48,7 +47,7 @@ struct ScriptedAnswer {
   std::chrono::milliseconds delay{0};
   bool until_cancelled = false;  ///< block until kvr_CancelOperation, half a minute at most
 
-  // What it fills. Without a value an accepted call fills its default, a refused one nothing.
+  // What the call fills. Without a value an accepted call fills its default, a refused one nothing.
   std::optional<std::string> text = {};  ///< ConnectAPI, GetClientAPIInfo, CodeToString
   bool null = false;                     ///< CodeToString: null; others: no record or list
   std::optional<kvr_DeviceInfo> device_info = {};  ///< GetDeviceInfo
@@ -74,7 +73,7 @@ struct SeenCall {
 
 class ScriptedClientApi {
  public:
-  /// As new: no answers, an empty log. Records that were handed out are freed.
+  /// Removes all answers and the log, and frees all records that calls have returned.
   void reset();
 
   /// Queues the answer to the next call that has none yet.
@@ -89,23 +88,23 @@ class ScriptedClientApi {
   /// The calls of one kind.
   std::vector<SeenCall> seen(ApiCall call) const;
 
-  /// What the program did wrong with what it was given: gave back something it doesn't have, or
-  /// kept something. And answers that were never asked for.
+  /// Faults of the program: it freed something that it does not have, or kept something. Also
+  /// answers that no call has used.
   std::vector<std::string> complaints() const;
   std::size_t records_handed_out() const;
   std::size_t records_given_back() const;
-  /// The records not given back, each by its number among those handed out, from 1.
+  /// The records that were not freed, each by its number among those returned, from 1.
   std::vector<std::size_t> records_kept() const;
   std::size_t lists_handed_out() const;
   std::size_t lists_given_back() const;
 
-  /// Tells the program's status callback something from another thread, and waits until it returns.
+  /// Calls the program's status callback from another thread, and waits until it returns.
   void tell_status(const ScriptedStatusEvent& event);
 
   /// Called with the text of every call, before it is answered, under a lock.
   std::function<void(const SeenCall&)> on_call;
 
-  /// Whether calls are logged. Without the log, memory holds only what is handed out.
+  /// Whether calls are logged. Without the log, only what calls return uses memory.
   bool keeps_log = true;
 
   // The calls themselves, for the exported functions.
@@ -153,9 +152,9 @@ class ScriptedClientApi {
   struct DeleteList {
     void operator()(kvr_TestLabelsList* list) const;
   };
-  /// Nobody may give these back.
+  /// The program must not free these.
   std::vector<std::unique_ptr<kvr_TestLabelsList, DeleteList>> lists_of_refused_calls_;
-  std::deque<std::string> texts_;  // what code_to_string gave away
+  std::deque<std::string> texts_;  // texts that code_to_string has returned
   std::size_t records_handed_out_ = 0;
   std::size_t lists_handed_out_ = 0;
   std::size_t cancels_ = 0;
@@ -163,7 +162,7 @@ class ScriptedClientApi {
   void* status_context_ = nullptr;
 };
 
-/// The one that the calls go to. Lives until the process ends.
+/// The object that answers the calls. Lives until the process ends.
 ScriptedClientApi& scripted_api();
 
 // What calls fill by default.

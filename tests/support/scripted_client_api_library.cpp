@@ -8,7 +8,7 @@
 // The scripted client library as a shared library of the real one's name. It takes its answers from
 // the script that KVR_SCRIPT_FILE names and appends each call to the file that KVR_CALL_LOG names,
 // both optional. At the end of the process the log gets a line "! ..." for each complaint. A bad
-// script ends the process at once, with the place on standard error and this status:
+// script ends the process at once, with file and line on standard error and this status:
 
 namespace {
 
@@ -19,7 +19,7 @@ const char* variable(const char* name) {
   return value != nullptr && *value != '\0' ? value : nullptr;
 }
 
-bool has_aborted = false;  // then nobody gave anything back
+bool has_aborted = false;  // then nothing has been freed
 
 class LoadedLibrary {
  public:

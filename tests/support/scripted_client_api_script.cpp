@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Says what is wrong with a word; load_script puts the place in front.
+/// The fault of a word; load_script adds file and line in front.
 class BadWord : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -18,7 +18,7 @@ class BadWord : public std::runtime_error {
 
 std::string in_quotes(std::string_view word) { return "'" + std::string(word) + "'"; }
 
-// Words: what stands between blanks, texts in quotes kept whole.
+// Words: text between blanks, with quoted texts kept whole.
 
 bool is_blank(char letter) { return letter == ' ' || letter == '\t' || letter == '\r'; }
 
@@ -46,7 +46,7 @@ std::string_view take(std::string_view& rest, std::size_t length) {
   return taken;
 }
 
-/// Takes the next word off the front of `rest`; empty at the end of the line.
+/// Removes the next word from the front of `rest` and returns it; empty at the end of the line.
 std::string_view take_word(std::string_view& rest) {
   skip_blanks(rest);
   if (rest.starts_with('#')) {
@@ -96,7 +96,7 @@ unsigned hexadecimal_digit(char letter) {
   return static_cast<unsigned>(value);
 }
 
-/// Takes what one escape stands for off the front of `rest`, which is behind the backslash.
+/// Removes one escape, its backslash already gone, from the front of `rest`; returns its character.
 char take_escaped(std::string_view& rest) {
   const char letter = take(rest, 1).front();
   switch (letter) {
@@ -130,7 +130,7 @@ std::string text_of(std::string_view word) {
   return text;
 }
 
-/// 83, 83:"text", either with @200ms behind it.
+/// 83, 83:"text", either with @200ms after it.
 ScriptedStatusEvent status_of(std::string_view word) {
   ScriptedStatusEvent event;
   const std::size_t code_length = std::min(word.find_first_of(":@"), word.size());
@@ -236,8 +236,8 @@ bool is_test(ApiCall call) {
   return call == ApiCall::Test_Ratio_1ph || call == ApiCall::Test_Ratio_3ph;
 }
 
-/// The first answers of a script are read before its records are known, so that records stand by
-/// name until the end.
+/// Answers are read before the records below them are known, so they hold the names of their
+/// records until the end of the script.
 struct PlannedAnswer {
   ApiCall call{};
   bool always = false;
@@ -390,8 +390,8 @@ PlannedAnswer answer_of(std::string_view line) {
 
 // Records of tests
 
-/// A record of the script, with as many empty lines before it as there are lines above it, so that
-/// what is said about it names the script's lines.
+/// The text of a record, after as many empty lines as the script has lines above it, so that error
+/// messages name the script's lines.
 struct RecordText {
   std::string text;
   std::string script;
@@ -455,7 +455,7 @@ void load_script(std::istream& script, const std::string& name, ScriptedClientAp
   }
 
   for (const auto& [record_name, source] : records) {
-    make_record(source);  // says now what is wrong with it
+    make_record(source);  // throws now if it has a fault
   }
   const auto find_record = [&](const std::string& record_name, std::size_t at) {
     const auto found = records.find(record_name);

@@ -6,7 +6,7 @@
 
 #include "support/scripted_client_api.h"
 
-// Answers of the scripted client library as text, for programs that can't be told in C++.
+// Answers of the scripted client library as text, for programs that C++ code of a test can't reach.
 //
 //   # A comment.
 //   kvr_ConnectAPI: 5                               the first call is refused with code 5,
@@ -19,7 +19,7 @@
 //   record first                                    a record in the notation of record_text.h,
 //     record_id = T1                                indented
 //
-// Any call:            status=83  status=83:"text"  told to the status callback before the call
+// Any call:            status=83  status=83:"text"  reported to the status callback before the call
 //                      status=83:"text"@200ms       returns, or that long after
 //                      delay=200ms
 // kvr_ConnectAPI:      firmware="text"
@@ -34,11 +34,11 @@
 //
 // Texts know \" \\ \n \t and \xHH.
 
-/// A line that says nothing known. The message begins with the script's name and the line.
+/// A line that can't be understood. The message begins with the script's name and the line.
 class ScriptError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Queues what a script says. Throws ScriptError; what stood above the bad line is queued then.
+/// Queues the answers of a script. Throws ScriptError; answers above the bad line stay queued.
 void load_script(std::istream& script, const std::string& name, ScriptedClientApi& api);

@@ -11,11 +11,10 @@
 #include "shell/workbench.h"
 
 // A program, named by KVR_PROGRAM, on a clock of its own, so that a transcript holds the same times
-// on every run and no pause takes long. The clock stands at noon, Central European Time, on 15
-// March 2021, and moves on by a second whenever somebody looks at it, and by the length of each
-// pause. A pause of seconds is over at once, and goes into the log that the scripted client library
-// writes its calls to. Shorter ones, which keep the program from burning a core at the end of
-// input, are real.
+// on every run and no pause takes long. The clock starts at noon, Central European Time, on 15
+// March 2021; each reading advances it by a second, each pause by its length. A pause of seconds
+// ends at once and is written to the call log of the scripted client library. Shorter pauses, which
+// keep the program from burning a core at the end of input, are real.
 
 namespace {
 

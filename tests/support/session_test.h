@@ -6,6 +6,7 @@
 
 #include "support/console.h"
 #include "support/scripted_client_api.h"
+#include "support/session_state.h"
 #include "support/test_clock.h"
 
 /// A fresh session of the program, a fresh scripted library and a clock that stands still.

@@ -4,7 +4,7 @@
 #include <ios>
 #include <string>
 
-/// An empty folder of its own for a test, removed with all it holds at the end.
+/// A new empty folder for a test, removed with its content at the end.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -13,7 +13,7 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
-  /// With a separator at its end, as the program keeps its folders.
+  /// The path with a separator at its end, as the program stores folders.
   std::string prefix() const;
   /// The content of a file in it; fails the test when there is no such file.
   std::string read(const std::filesystem::path& file, std::ios::openmode mode = {}) const;

@@ -19,8 +19,8 @@ struct WaitedForEver : std::runtime_error {
   WaitedForEver() : std::runtime_error("waited for ever") {}
 };
 
-/// Time as a test wants it: stands still, and pauses take none of it. Also sets the local time zone
-/// of the tests. One at a time.
+/// A clock for tests: it stands still, and pauses end at once. Also sets the local time zone of the
+/// tests. One at a time.
 class TestClock {
  public:
   explicit TestClock(std::time_t time = kNoonInMarch);
@@ -29,14 +29,14 @@ class TestClock {
   TestClock& operator=(const TestClock&) = delete;
 
   std::time_t now;
-  /// For what is timed more finely than in seconds, and how often it has been asked for.
+  /// The time in finer units than seconds, and how often it has been read.
   std::chrono::system_clock::time_point precise_now;
   int precise_readings = 0;
   /// A program that pauses more often than this waits for something that will not come, an answer
   /// for example, and gets WaitedForEver.
   static constexpr std::size_t kMostPauses = 200;
 
-  /// What nanosleep was asked for, in order.
+  /// The pauses that nanosleep was called with, in order.
   std::vector<timespec> sleeps;
   /// The same in milliseconds.
   std::vector<std::int64_t> sleeps_ms() const;

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Whether the program is built for the thread sanitizer, which not every test can be run with.
+/// Whether the program is built for the thread sanitizer; some tests can't run with it.
 #if defined(__SANITIZE_THREAD__)
 constexpr bool kUnderThreadSanitizer = true;
 #elif defined(__has_feature)

@@ -2,6 +2,6 @@
 
 #include <windows.h>
 
-/// What the system has a thread of a process run for a console event: hands the event, its
-/// argument, to the process's handlers. It lies in the same place in every process.
+/// The system's own thread routine for a console event: it passes its argument, the event, to the
+/// handlers of the process. Its address is the same in every process.
 LPTHREAD_START_ROUTINE console_event_routine();

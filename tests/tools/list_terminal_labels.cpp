@@ -3,7 +3,7 @@
 
 #include "support/terminal_label_listing.h"
 
-/// Writes the listing of all terminal labels into the file that it is given.
+/// Writes the listing of all terminal labels to the file named on the command line.
 int main(int argument_count, char** arguments) {
   if (argument_count != 2) {
     std::cerr << "usage: list-terminal-labels <file to write>\n";

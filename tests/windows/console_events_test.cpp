@@ -21,7 +21,7 @@ constexpr const char* kCancelling = "Cancelling current operation...\n";
 constexpr const char* kCancelled = "AFTER kvr_CancelOperation\n";
 constexpr const char* kSecond = " second signal - terminate immediately\n";
 
-/// With its drive, so that a program in another working folder finds it too.
+/// The path with its drive, so that a program in another working folder finds it.
 std::string full_path(const char* path) {
   return std::filesystem::absolute(path).make_preferred().string();
 }
@@ -66,7 +66,7 @@ class ScriptedProgram {
 class StopEvent : public testing::TestWithParam<DWORD> {};
 
 TEST_P(StopEvent, CancelsAndASecondOneEndsTheProgramWithItsNumber) {
-  // A test that does not listen: the program is not at a prompt.
+  // A test that can't be cancelled, so the program is not at a prompt.
   ScriptedProgram scripted("kvr_Test_Ratio_1ph: 7 progress=1/2 delay=60000ms\n");
   WindowsProgram& program = scripted.program;
   program.type(kSingleTest);

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Checks what Windows programs and libraries import and export: nothing but DLLs of the system and
-the client library, and the client library exactly its calls."""
+"""Checks what Windows programs and libraries import and export: they may import only DLLs of the
+system and the client library, and the client library exports exactly its calls."""
 
 import argparse
 import pathlib
@@ -53,7 +53,7 @@ def main():
     calls = call_names(arguments.calls)
     found = [f"{file.name} {complaint}" for file in arguments.files
              for complaint in complaints(file, tables(arguments.objdump, file), calls)]
-    print("\n".join(found) or f"{len(arguments.files)} files, {len(calls)} calls: as they should be")
+    print("\n".join(found) or f"{len(arguments.files)} files, {len(calls)} calls: all correct")
     return 1 if found else 0
 
 

@@ -18,7 +18,7 @@ STATUS = 5
 
 
 class Screen:
-    """What comes out of a terminal. Wine's console redraws what it likes, so only letters count."""
+    """Output of a terminal. Wine's console redraws parts of its screen, so only letters count."""
 
     def __init__(self, terminal):
         self.terminal = terminal

@@ -2,7 +2,7 @@
 
 #include "platform/platform.h"
 
-// Says that it waits, waits for a key, and ends with a status of its own.
+// Writes "Waiting", waits for a key, and ends with status 5.
 int main() {
   constexpr int kKeyTaken = 5;
   std::cout << "Waiting\n" << std::flush;

@@ -90,7 +90,7 @@ bool WindowsProgram::has_output_in_time() const {
     }
     Sleep(1);
   }
-  return false;  // it has ended, and all it said has been read
+  return false;  // it has ended, and all its output has been read
 }
 
 bool WindowsProgram::read() {

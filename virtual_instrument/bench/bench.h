@@ -10,8 +10,8 @@
 #include "virtual_instrument/model/transformer_unit.h"
 
 // The bench: the instrument, what is connected to it, and what goes wrong with it. One value holds
-// everything that can be set about the virtual instrument; it never changes once it is read, and a
-// changed bench is another value. The defaults stand in default.toml, which has the same shape.
+// all settings of the virtual instrument; it never changes after it has been read, and a changed
+// bench is another value. The defaults are in default.toml, which has the same structure.
 
 namespace virtual_instrument {
 
@@ -55,15 +55,15 @@ struct StatusSettings {
   bool secondary_sd_error;
 };
 
-/// The nameplate of a transformer and the equivalent circuit of one limb: windings and core, whose
-/// values are seen from the high side at the middle tap. Reactances are those at `frequency`;
-/// fluxes are per unit of the peak flux at rated voltage and frequency.
+/// The nameplate of a transformer and the equivalent circuit of one limb: windings and core, with
+/// values seen from the high side at the middle tap. Reactances are those at `frequency`; fluxes
+/// are per unit of the peak flux at rated voltage and frequency.
 struct TransformerSettings {
   WindingGroup vector_group;
   double high_voltage;  ///< V, from line to line
   double low_voltage;   ///< V, from line to line
   double kva;
-  double impedance;        ///< percent, on the nameplate; 0 when it bears none
+  double impedance;        ///< percent, on the nameplate; 0 if it has none
   double turns_deviation;  ///< percent
   double frequency;        ///< Hz
   double high_resistance;
@@ -100,16 +100,16 @@ struct MeasurementSettings {
 
 struct StoreSettings {
   std::string file;             ///< UTF-8; empty for a store in memory
-  bool demonstration;           ///< a store that is empty is filled when it is opened
+  bool demonstration;           ///< fill an empty store when it is opened
   std::string empty_id_format;  ///< see format_time()
 };
 
 /// A forced answer of one of the 22 calls, from the `from`-th call on, `times` times or, for 0, for
-/// ever; each of these with a chance that the measurement's seed decides. First the call waits,
-/// `delay` seconds or, if it hangs, for as long as the bench has it so; a cancel or a shutdown ends
-/// that. Then an accepted code replaces the success of a call that is carried out; a refusal
-/// replaces the call; `null` answers with the code and gives nothing. A test that is carried out
-/// loses the phases that failed.
+/// ever; each time with a probability of `chance`, decided by the measurement's seed. First the
+/// call waits `delay` seconds or, if it hangs, as long as the bench has the fault; a cancel or a
+/// shutdown ends the wait. Then an accepted code replaces the success of a call that is carried
+/// out; a refusal replaces the call; `null` returns the code and no result. The failed phases are
+/// removed from the result of a test.
 struct Fault {
   std::string call;
   kvr_code code = KVR_RES_OK;

@@ -14,8 +14,8 @@ bool has_limbs_of_defects(const Bench& bench) {
   if (is_three_phase(bench.transformer.vector_group.high)) {
     return true;
   }
-  for (const auto& legs : bench.defects.reversed_leg) {
-    if (legs[1] || legs[2]) {
+  for (const auto& windings : bench.defects.reversed_winding) {
+    if (windings[1] || windings[2]) {
       return false;
     }
   }

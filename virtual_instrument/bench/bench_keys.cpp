@@ -9,9 +9,9 @@
 #include <string_view>
 #include <utility>
 
-#include "virtual_instrument/records/time_text.h"
 #include "virtual_instrument/vocabulary/call_names.h"
 #include "virtual_instrument/vocabulary/code_names.h"
+#include "virtual_instrument/vocabulary/time_text.h"
 
 namespace virtual_instrument {
 namespace {
@@ -268,7 +268,7 @@ std::vector<Key> keys_of(Bench& bench) {
       places("leads.open", "a list of terminals, of H0 to H3 and X0 to X3", kTerminalNumbers,
              bench.defects.open_lead),
       places("leads.reversed", "a list of limb windings, of HA, HB, HC, XA, XB and XC",
-             kLimbLetters, bench.defects.reversed_leg),
+             kLimbLetters, bench.defects.reversed_winding),
 
       number("measurement.duration", measurement.duration, 0, 86400, "s"),
       whole("measurement.steps", measurement.steps, 1, 1000000),

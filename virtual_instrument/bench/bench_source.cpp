@@ -1,13 +1,33 @@
 #include "virtual_instrument/bench/bench_source.h"
 
-#include <fstream>
 #include <iostream>
-#include <sstream>
 #include <utility>
 
 #include "virtual_instrument/bench/bench_reader.h"
 
 namespace virtual_instrument {
+namespace {
+
+constexpr std::size_t kLargestFile = 1 << 20;
+
+/// The reason why a file can't be read; empty if it has been read.
+const char* trouble_with(FileState state) {
+  switch (state) {
+    case FileState::kRead:
+      break;
+    case FileState::kUnreadable:
+      return "can't be read";
+    case FileState::kFolder:
+      return "is a folder";
+    case FileState::kNotOrdinary:
+      return "is no ordinary file";
+    case FileState::kTooLarge:
+      return "is larger than 1 MiB";
+  }
+  return "";
+}
+
+}  // namespace
 
 BenchSource::BenchSource(std::filesystem::path file, Report report)
     : file_(std::move(file)),
@@ -19,19 +39,14 @@ std::shared_ptr<const Bench> BenchSource::current() {
   if (!can_change()) {
     return bench_;
   }
-  // The text itself is compared: file times are too coarse on some file systems.
-  std::ifstream stream(file_, std::ios::binary);
-  std::ostringstream text;
-  text << stream.rdbuf();
-  if (!stream.is_open()) {
-    if (!std::exchange(unreadable_, true)) {
-      report_(file_.string() + ": can't be read; expected a bench file");
-    }
-    return bench_;
+  const FileReading file = read_ordinary_file(file_, kLargestFile);
+  const FileState before = std::exchange(state_, file.state);
+  if (state_ != FileState::kRead && state_ != before) {
+    report_(file_.string() + ": " + trouble_with(state_) + "; expected a bench file");
   }
-  unreadable_ = false;
-  if (!text.str().empty() && text.str() != text_) {
-    take(text.str());
+  // Compares the text itself, since file times are too coarse on some file systems.
+  if (!file.text.empty() && file.text != text_) {
+    take(file.text);
   }
   return bench_;
 }

@@ -5,7 +5,7 @@
 
 namespace virtual_instrument {
 
-/// The transformer that stands on a bench, with the residual flux that the bench begins with.
+/// The transformer on a bench, with the residual flux from which the bench begins.
 TransformerUnit make_unit(const Bench& bench);
 
 }  // namespace virtual_instrument

@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "virtual_instrument/bench/bench_reader.h"
-#include "virtual_instrument/measurement/nested_records.h"
+#include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/single_phase_ratio.h"
-#include "virtual_instrument/measurement/test_families.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
-#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/recording/nested_records.h"
+#include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 
 namespace virtual_instrument {
@@ -25,10 +25,10 @@ void require_result(kvr_code code, const char* record_id) {
   }
 }
 
-/// The day's work: the transformer as the tests leave it, and what has been recorded of it.
-class Day {
+/// The demonstration's transformer in its state after the tests so far, and their records.
+class DemonstrationSet {
  public:
-  std::vector<DemonstrationRecord> work() {
+  std::vector<DemonstrationRecord> make() {
     excitation("demo-excitation");
     demagnetisation();
     excitation("demo-excitation2");
@@ -59,7 +59,7 @@ class Day {
     return settings;
   }
 
-  /// `make` gives the result, once there is a place for it that frees it.
+  /// Calls `make` only when the record can own its result, so that an exception leaks nothing.
   template <typename Data, typename Make>
   void keep(const char* record_id, kvr_TestType type, Data** kvr_TestRecord::*family, Make make) {
     keep(record_id, type, nameplate_setup(unit_), family, make);
@@ -104,7 +104,7 @@ class Day {
          [&] { return new kvr_TestData_GoNoGo(result); });
   }
 
-  /// The built-in instrument, with noise of this test.
+  /// The built-in instrument, with this test's noise.
   Bench bench() const {
     Bench bench = built_in_bench();
     bench.measurement = settings().measurement;
@@ -126,7 +126,7 @@ class Day {
     keep(record_id, type, &kvr_TestRecord::data_ratio_3ph, [&] { return new_data(result); });
   }
 
-  /// As an operator enters it who tests a pair of windings: no group, and the ratio to 1.
+  /// The setup that an operator enters for a pair of windings: no group, and the ratio to 1.
   kvr_TestSetup pair_setup() const {
     kvr_TestSetup setup = nameplate_setup(unit_);
     for (const int side : {kHighSide, kLowSide}) {
@@ -213,7 +213,7 @@ TransformerUnit demonstration_unit() {
   return unit;
 }
 
-std::vector<DemonstrationRecord> demonstration_records() { return Day().work(); }
+std::vector<DemonstrationRecord> demonstration_records() { return DemonstrationSet().make(); }
 
 kvr_code fill_with_demonstration(SqliteStore& store) {
   Labels labels;

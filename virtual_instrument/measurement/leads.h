@@ -7,13 +7,13 @@
 
 namespace virtual_instrument {
 
-/// KVR_RES_OK, or the code of an open lead that names the terminal.
+/// KVR_RES_OK, or the open-lead code of this terminal.
 kvr_code lead_code(const TransformerUnit& unit, int side, int terminal);
 
-/// The same for the first lead of a pair that is open.
+/// The same for the first open lead of a pair.
 kvr_code lead_code(const TransformerUnit& unit, int side, TerminalPair pair);
 
-/// An input whose lead makes no contact sees nothing.
+/// Sets the voltages of inputs whose leads make no contact to zero.
 void blind_open_leads(const TransformerUnit& unit, PeriodicState& state);
 
 }  // namespace virtual_instrument

@@ -3,7 +3,7 @@
 namespace virtual_instrument {
 
 double Noise::next() {
-  // Twelve uniform numbers have the variance 1 together.
+  // The sum of twelve uniform numbers has the variance 1.
   double sum = -6.0;
   for (int i = 0; i < 12; ++i) {
     sum += uniform();
@@ -13,7 +13,7 @@ double Noise::next() {
 
 double Noise::uniform() { return static_cast<double>(next_bits() >> 11) * 0x1p-53; }
 
-// A counter with an odd step, its bits mixed by multiplications and shifts that lose none of them.
+// A counter with an odd step; multiplications and shifts mix its bits without loss.
 std::uint64_t Noise::next_bits() {
   state_ += 0x9e3779b97f4a7c15U;
   std::uint64_t bits = state_;

@@ -4,8 +4,8 @@
 
 namespace virtual_instrument {
 
-/// A stream of random numbers that a seed fixes on every platform: it uses whole
-/// numbers and sums only, none of the standard library's distributions and none of its functions.
+/// A stream of random numbers that a seed fixes on every platform: it uses only integers and sums,
+/// and no distribution or function of the standard library.
 class Noise {
  public:
   explicit Noise(std::uint64_t seed) : state_(seed) {}
@@ -13,7 +13,7 @@ class Noise {
   /// Mean 0, standard deviation 1, never beyond 6.
   double next();
 
-  /// From 0 up to 1, all alike.
+  /// Uniform from 0 up to 1.
   double uniform();
 
  private:

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <numbers>
 
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {

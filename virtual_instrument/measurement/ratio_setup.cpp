@@ -7,7 +7,7 @@ namespace virtual_instrument {
 namespace {
 
 bool is_possible_voltage(float voltage, const InstrumentSettings& instrument) {
-  // A voltage that is not a number is no greater than anything.
+  // A voltage that is not a number fails both comparisons.
   return voltage >= instrument.minimum_voltage && voltage <= instrument.maximum_voltage;
 }
 
@@ -26,7 +26,7 @@ kvr_code check_setup(const kvr_TestSetup& setup, float test_voltage, const Bench
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   if (setup.connection_type != kConnectionHToX) {
-    return KVR_RES_TEST_CONFIG_INCOMPATIBLE;  // there is no third winding on the bench
+    return KVR_RES_TEST_CONFIG_INCOMPATIBLE;  // no unit has a third winding
   }
   const float high = setup.windings[0].voltage;
   const float low = setup.windings[1].voltage;
@@ -68,8 +68,8 @@ kvr_code check_limits(const SampledTest& test, double voltage_lead,
   }
   const Complex power = fundamental(source, test.samples_per_period) *
                         std::conj(fundamental(current, test.samples_per_period)) *
-                        unit_phasor(-voltage_lead / (2 * std::numbers::pi));
-  // Capacitance of windings and leads is there always; here it draws more than all the rest.
+                        phasor_at(-voltage_lead / (2 * std::numbers::pi));
+  // Windings and leads always have some capacitance; here its current exceeds all others.
   return -power.imag() > std::abs(power.real()) ? KVR_RES_DETECTED_CAPACITANCE : KVR_RES_OK;
 }
 

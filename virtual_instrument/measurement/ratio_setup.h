@@ -9,17 +9,17 @@
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/measurement/samples.h"
 
-// What both ratio tests make of the setup that they are asked to measure.
+// How both ratio tests check and read a setup, and what protects the instrument.
 
 namespace virtual_instrument {
 
-/// An otherwise empty result with the body of its request repeated in it.
+/// A result that is empty but for a copy of its request's body.
 template <typename Data, typename Request>
 Data repeat_request(const Request& request) {
-  constexpr std::size_t kPlace = 128;
+  constexpr std::size_t kOffset = 128;
   std::array<std::byte, sizeof(Data)> bytes{};
-  static_assert(kPlace + sizeof(request) <= sizeof(bytes));
-  std::memcpy(bytes.data() + kPlace, &request, sizeof(request));
+  static_assert(kOffset + sizeof(request) <= sizeof(bytes));
+  std::memcpy(bytes.data() + kOffset, &request, sizeof(request));
   Data data;
   std::memcpy(&data, bytes.data(), bytes.size());
   return data;
@@ -35,17 +35,17 @@ double nameplate_ratio(const kvr_TestSetup& setup);
 /// neither is known.
 std::optional<double> entered_phase_shift(const kvr_TestSetup& setup);
 
-/// Beyond this ratio of voltages the instrument does not step up.
+/// The highest ratio of voltages at which the instrument steps up.
 inline constexpr double kHighestStepUpRatio = 500;
 
-/// KVR_RES_OK, or what the instrument's protection makes of a test: a sample beyond its converters,
-/// a current or an induced voltage beyond its limits, a current that leads like a capacitor's.
-/// `voltage_lead` in rad is that of the measured voltage before the one that drives the current.
+/// KVR_RES_OK, or why the instrument's protection ends a test: a sample beyond the range of the
+/// converters, a current or an induced voltage beyond its limit, a current that leads like a
+/// capacitor's. The measured voltage leads the one that drives the current by `voltage_lead` rad.
 kvr_code check_limits(const SampledTest& test, double voltage_lead,
                       const InstrumentSettings& limits);
 
-/// Whether an automatic test, having stepped down, is better done the other way round: the low side
-/// gives too little to measure, and neither the ratio nor the high side's voltage is too much.
+/// Whether an automatic test steps up after stepping down: the voltage of the low side was too
+/// small to measure, and stepping up keeps the ratio and the high side's voltage within limits.
 bool should_step_up(const SampledTest& stepped_down, double test_voltage, const Bench& bench);
 
 }  // namespace virtual_instrument

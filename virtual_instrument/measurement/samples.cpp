@@ -55,9 +55,9 @@ double peak(const Samples& samples) {
 Complex fundamental(const Samples& samples, int samples_per_period) {
   const auto period = static_cast<std::size_t>(samples_per_period);
   std::vector<Complex> circle(period);
-  for (std::size_t place = 0; place < period; ++place) {
-    // The source is a sine whose first sample is taken one sample after it rises through zero.
-    circle[place] = unit_phasor(0.25 - static_cast<double>(place + 1) / samples_per_period);
+  for (std::size_t i = 0; i < period; ++i) {
+    // The source is a sine; its first sample is one step after its rise through zero.
+    circle[i] = phasor_at(0.25 - static_cast<double>(i + 1) / samples_per_period);
   }
   double real = 0;
   double imaginary = 0;
@@ -73,7 +73,7 @@ double measured_frequency(const Samples& samples, double sample_rate) {
   double first = 0;
   double last = 0;
   int crossings = 0;
-  double armed = 0;  // the side of zero that was left far enough for noise to count nothing twice
+  double armed = 0;  // last value beyond the threshold, so that noise adds no crossing
   const double threshold = rms(samples) / 4;
   for (std::size_t number = 1; number < samples.size(); ++number) {
     const double before = samples[number - 1];

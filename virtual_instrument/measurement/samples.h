@@ -6,15 +6,15 @@
 #include "virtual_instrument/measurement/noise.h"
 #include "virtual_instrument/model/phasor.h"
 
-// What the instrument's converters deliver, and what is computed from it. All results are made from
-// these samples; nothing is taken from the circuit behind them.
+// The samples of the instrument's converters, and functions on them. All results are computed from
+// these samples, never from the circuit.
 
 namespace virtual_instrument {
 
 enum class Side { high, low };
 
-/// What happens at the terminals during one period of steady state, in equal steps of which the
-/// first lies one step after the source's rise through zero. The side that is not excited is open
+/// The voltages and currents at the terminals during one period of steady state, in equal steps,
+/// the first one step after the source's rise through zero. The side that is not excited is open
 /// and carries no current.
 struct Waveforms {
   std::vector<double> voltage_high;  ///< V
@@ -43,7 +43,7 @@ SampledTest sample(const Waveforms& waveforms, Side excited, double frequency,
 
 double rms(const Samples& samples);
 
-/// The greatest value, up or down.
+/// The largest absolute value.
 double peak(const Samples& samples);
 
 /// The fundamental as an r.m.s. phasor. Angles count from the source's rise through zero.

@@ -25,7 +25,7 @@ constexpr bool is_single_phase_test(kvr_TestType type) {
          type == KVR_TEST_RATIO_CT || type == KVR_TEST_RATIO_PT_VT;
 }
 
-/// Current transformers are excited where their winding has many turns, as in stepping up.
+/// A CT test excites the low side, as stepping up does: a current transformer has more turns there.
 constexpr int excited_side(kvr_TestType direction) {
   return direction == KVR_TEST_RATIO_UP || direction == KVR_TEST_RATIO_CT ? kLowSide : kHighSide;
 }
@@ -33,13 +33,13 @@ constexpr int excited_side(kvr_TestType direction) {
 struct Attempt {
   kvr_code code;
   kvr_TestType direction;
-  SampledTest samples;  ///< of an attempt that could be made
+  SampledTest samples;  ///< only of an attempt without an open lead
 };
 
-class RatioTest {
+class SinglePhaseRatioTest {
  public:
-  RatioTest(const TransformerUnit& unit, const kvr_Ratio1phRequest& request, const Bench& bench,
-            Noise& noise)
+  SinglePhaseRatioTest(const TransformerUnit& unit, const kvr_Ratio1phRequest& request,
+                       const Bench& bench, Noise& noise)
       : unit_(unit),
         request_(request),
         bench_(bench),
@@ -58,7 +58,7 @@ class RatioTest {
   }
 
  private:
-  /// An automatic test steps down first, and keeps that unless stepping up promises more.
+  /// An automatic test steps down first, then steps up if should_step_up() says so.
   Attempt settled_attempt() {
     if (request_.test_type != KVR_TEST_RATIO_AUTO) {
       return attempt(request_.test_type);
@@ -113,7 +113,7 @@ class RatioTest {
     }
   }
 
-  TransformerUnit unit_;  ///< its residual flux goes from one excitation to the next
+  TransformerUnit unit_;  ///< each excitation changes its residual flux
   const kvr_Ratio1phRequest& request_;
   const Bench& bench_;
   Noise& noise_;
@@ -138,9 +138,9 @@ SinglePhaseRatio measure_single_phase_ratio(const TransformerUnit& unit,
                                             std::uint64_t seed) {
   Noise noise(seed);
   try {
-    return RatioTest(unit, request, bench, noise).run();
+    return SinglePhaseRatioTest(unit, request, bench, noise).run();
   } catch (const std::runtime_error&) {
-    // No steady state: the source would hunt for a voltage until it gave up.
+    // No steady state: a real source would try to reach its voltage, then give up.
     return {KVR_RES_NO_EXCITATION, {}, {}, unit.core.residual_flux};
   }
 }

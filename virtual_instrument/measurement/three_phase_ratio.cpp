@@ -14,7 +14,7 @@
 #include "virtual_instrument/measurement/unit_waveforms.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
 #include "virtual_instrument/model/sequence.h"
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {
@@ -50,10 +50,10 @@ struct Attempt {
   int clock;                 ///< as it was found
 };
 
-class RatioTest {
+class ThreePhaseRatioTest {
  public:
-  RatioTest(const TransformerUnit& unit, const kvr_Ratio3phRequest& request, const Bench& bench,
-            Noise& noise)
+  ThreePhaseRatioTest(const TransformerUnit& unit, const kvr_Ratio3phRequest& request,
+                      const Bench& bench, Noise& noise)
       : unit_(unit),
         request_(request),
         bench_(bench),
@@ -93,8 +93,8 @@ class RatioTest {
                                                : KVR_TESTING_MODE_3PH_1_1;
   }
 
-  PeriodicState solve(const Network& network, const std::vector<Drive>& drives) {
-    PeriodicState state = solve_network(network, drives, frequency_);
+  PeriodicState solve(const Network& network, const std::vector<VoltageSource>& sources) {
+    PeriodicState state = solve_network(network, sources, frequency_);
     for (std::size_t limb = 0; limb < 3; ++limb) {
       peaks_[limb] = std::max(peaks_[limb], state.peak_flux[limb]);
     }
@@ -147,17 +147,19 @@ class RatioTest {
       return;
     }
     const TerminalPair excited = excited_ == kHighSide ? wiring.high : wiring.low;
-    const std::vector<Drive> drives = pair_drives(excited_, excited, request_.test_voltage);
-    const PeriodicState state = solve(network, drives);
-    const auto current = course(terminal_current(state, drives, excited_, excited.plus));
+    const std::vector<VoltageSource> sources =
+        pair_sources(excited_, excited, request_.test_voltage);
+    const PeriodicState state = solve(network, sources);
+    const auto current =
+        terminal_waveform(terminal_current(state, sources, excited_, excited.plus));
     const std::vector<double> none(current.size());
     reading.pair =
-        sample({course(terminal_voltage(state, kHighSide, wiring.high)),
-                course(terminal_voltage(state, kLowSide, wiring.low)),
+        sample({terminal_waveform(terminal_voltage(state, kHighSide, wiring.high)),
+                terminal_waveform(terminal_voltage(state, kLowSide, wiring.low)),
                 excited_ == kHighSide ? current : none, excited_ == kLowSide ? current : none},
                side_name(excited_), frequency_, bench_.measurement, noise_);
     // The lines as they would lie on a three-phase source.
-    reading.high = magnitude(phasor(reading.pair.voltage_high)) * unit_phasor(-phase / 3.0);
+    reading.high = magnitude(phasor(reading.pair.voltage_high)) * phasor_at(-phase / 3.0);
     reading.low = low_line(reading, wiring.ratio);
     limit(reading);
   }
@@ -203,8 +205,8 @@ class RatioTest {
 
   /// Adds, clock by clock, how well it explains what shows while `pair` is excited.
   void add_likeness(TerminalPair pair, std::array<double, 12>& likeness) {
-    const std::vector<Drive> drives = pair_drives(kHighSide, pair, request_.test_voltage);
-    const PeriodicState state = solve(network_, drives);
+    const std::vector<VoltageSource> sources = pair_sources(kHighSide, pair, request_.test_voltage);
+    const PeriodicState state = solve(network_, sources);
     std::array<double, 3> shown{};
     for (int line = 1; line <= 3; ++line) {
       shown[index(line - 1)] = line_voltage_to_mean(state, kLowSide, line)[1].real();
@@ -219,11 +221,11 @@ class RatioTest {
 
   /// The lines of the low side if the flux of the excited limbs returns evenly through the others.
   static std::array<double, 3> expected_lines(const WindingGroup& candidate, TerminalPair pair) {
-    const auto legs = winding_legs(candidate);
-    const std::array<double, 3> turns = turns_between(legs[kHighSide], pair).value();
+    const auto windings = phase_windings(candidate);
+    const std::array<double, 3> turns = turns_between(windings[kHighSide], pair).value();
     const double mean = (turns[0] + turns[1] + turns[2]) / 3;
     const auto lines =
-        line_phasors(legs[kLowSide], {turns[0] - mean, turns[1] - mean, turns[2] - mean});
+        line_phasors(windings[kLowSide], {turns[0] - mean, turns[1] - mean, turns[2] - mean});
     return {lines[0].real(), lines[1].real(), lines[2].real()};
   }
 
@@ -231,10 +233,10 @@ class RatioTest {
     double product = 0;
     double square_a = 0;
     double square_b = 0;
-    for (std::size_t place = 0; place < 3; ++place) {
-      product += a[place] * b[place];
-      square_a += a[place] * a[place];
-      square_b += b[place] * b[place];
+    for (std::size_t i = 0; i < 3; ++i) {
+      product += a[i] * b[i];
+      square_a += a[i] * a[i];
+      square_b += b[i] * b[i];
     }
     return square_a * square_b == 0 ? 0 : product / std::sqrt(square_a * square_b);
   }
@@ -260,9 +262,9 @@ class RatioTest {
       refuse(lead_code(unit_, excited_, 0));
       return;
     }
-    const std::vector<Drive> drives = three_phase_drives();
-    const PeriodicState state = solve(network_, drives);
-    std::array<SampledTest, 3> lines = sample_lines(state, drives);
+    const std::vector<VoltageSource> sources = three_phase_sources();
+    const PeriodicState state = solve(network_, sources);
+    std::array<SampledTest, 3> lines = sample_lines(state, sources);
     find_clock(lines);
     if (detection_ != KVR_RES_OK) {
       refuse(detection_);
@@ -274,24 +276,24 @@ class RatioTest {
         continue;
       }
       if (request_.testing_mode == KVR_TESTING_MODE_3PH_3_1 && phase > 0) {
-        lines = sample_lines(state, drives);
+        lines = sample_lines(state, sources);
       }
       read_lines(phase, wirings[index(phase)], lines);
     }
   }
 
   /// The test voltage lies on the pair of the excited side that phase A is tested by.
-  std::vector<Drive> three_phase_drives() const {
+  std::vector<VoltageSource> three_phase_sources() const {
     const WindingGroup any = first_group();
     const PhaseConnection wiring = phase_connections(any).front();
     const TerminalPair pair = excited_ == kHighSide ? wiring.high : wiring.low;
     const bool to_neutral = pair.plus == 0 || pair.minus == 0;
-    std::vector<Drive> drives = balanced_drives(
+    std::vector<VoltageSource> sources = balanced_sources(
         unit_, excited_, request_.test_voltage * (to_neutral ? std::numbers::sqrt3 : 1));
     if (has_neutral(type(excited_))) {
-      drives.push_back({terminal_node(excited_, 0), 0});
+      sources.push_back({terminal_node(excited_, 0), 0});
     }
-    return drives;
+    return sources;
   }
 
   WindingGroup first_group() const {
@@ -307,14 +309,15 @@ class RatioTest {
   }
 
   std::array<SampledTest, 3> sample_lines(const PeriodicState& state,
-                                          const std::vector<Drive>& drives) {
+                                          const std::vector<VoltageSource>& sources) {
     std::array<SampledTest, 3> lines;
     for (int line = 1; line <= 3; ++line) {
-      lines[index(line - 1)] = sample({course(line_voltage(state, kHighSide, line)),
-                                       course(line_voltage(state, kLowSide, line)),
-                                       course(terminal_current(state, drives, kHighSide, line)),
-                                       course(terminal_current(state, drives, kLowSide, line))},
-                                      side_name(excited_), frequency_, bench_.measurement, noise_);
+      lines[index(line - 1)] =
+          sample({terminal_waveform(line_voltage(state, kHighSide, line)),
+                  terminal_waveform(line_voltage(state, kLowSide, line)),
+                  terminal_waveform(terminal_current(state, sources, kHighSide, line)),
+                  terminal_waveform(terminal_current(state, sources, kLowSide, line))},
+                 side_name(excited_), frequency_, bench_.measurement, noise_);
     }
     return lines;
   }
@@ -407,17 +410,17 @@ class RatioTest {
   Complex low_line(const PhaseReading& reading, Complex pair_ratio) const {
     const Complex turns =
         quotient(phasor(reading.pair.voltage_low) * pair_ratio, phasor(reading.pair.voltage_high));
-    return reading.high * turns * turns_factor(group_) * unit_phasor(-group_.clock / 12.0);
+    return reading.high * turns * turns_factor(group_) * phasor_at(-group_.clock / 12.0);
   }
 
   /// Voltage ratio of a wiring's pairs for limb windings of equal turns on a balanced source.
   Complex balanced_ratio(const PhaseConnection& wiring) const {
-    const auto legs = winding_legs(group_);
+    const auto windings = phase_windings(group_);
     const auto induced = [](const std::array<double, 3>& turns) {
-      return turns[0] + turns[1] * unit_phasor(-1.0 / 3) + turns[2] * unit_phasor(1.0 / 3);
+      return turns[0] + turns[1] * phasor_at(-1.0 / 3) + turns[2] * phasor_at(1.0 / 3);
     };
-    return quotient(induced(turns_between(legs[kHighSide], wiring.high).value()),
-                    induced(turns_between(legs[kLowSide], wiring.low).value()));
+    return quotient(induced(turns_between(windings[kHighSide], wiring.high).value()),
+                    induced(turns_between(windings[kLowSide], wiring.low).value()));
   }
 
   /// By how much the voltage of a pair leads that of its first line against the neutral.
@@ -606,7 +609,7 @@ ThreePhaseRatio measure_both(TransformerUnit unit, const kvr_Ratio3phRequest& re
                              const Bench& bench, Noise& noise) {
   kvr_Ratio3phRequest directed = request;
   directed.test_type = KVR_TEST_RATIO_DOWN;
-  const Attempt down = RatioTest(unit, directed, bench, noise).run();
+  const Attempt down = ThreePhaseRatioTest(unit, directed, bench, noise).run();
   ThreePhaseRatio result = outcome(down);
   if (!has_result(down.code)) {
     return result;
@@ -619,7 +622,7 @@ ThreePhaseRatio measure_both(TransformerUnit unit, const kvr_Ratio3phRequest& re
   unit.core.residual_flux = down.residual_flux;
   directed.test_type = KVR_TEST_RATIO_UP;
   directed.test_voltage = static_cast<float>(voltage);
-  const Attempt up = RatioTest(unit, directed, bench, noise).run(down.clock);
+  const Attempt up = ThreePhaseRatioTest(unit, directed, bench, noise).run(down.clock);
   result.residual_flux = up.residual_flux;
   if (!has_result(up.code)) {
     return result;
@@ -667,7 +670,7 @@ ThreePhaseRatio measure_three_phase_ratio(const TransformerUnit& unit,
   try {
     return request.test_type == KVR_TEST_RATIO_AUTO
                ? measure_both(unit, request, bench, noise)
-               : outcome(RatioTest(unit, request, bench, noise).run());
+               : outcome(ThreePhaseRatioTest(unit, request, bench, noise).run());
   } catch (const std::runtime_error&) {
     // No steady state: the source would hunt for a voltage until it gave up.
     return {KVR_RES_NO_EXCITATION, {}, std::nullopt, std::nullopt, {}, unit.core.residual_flux};

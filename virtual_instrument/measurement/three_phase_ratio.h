@@ -19,7 +19,7 @@ namespace virtual_instrument {
 struct ThreePhaseRatio {
   kvr_code code;  ///< accepted, KVR_RES_PARTIAL_RESULT_CHECK_STATUS included: there is a result
   kvr_TestData_Ratio_3ph data;                      ///< with nothing nested
-  std::optional<kvr_TestData_Ratio_3ph> step_up;    ///< of an automatic test, as far as it could
+  std::optional<kvr_TestData_Ratio_3ph> step_up;    ///< of an automatic test, if it was possible
   std::optional<kvr_TestData_Ratio_3ph> step_down;  ///< the same
   std::string raw_data;                             ///< empty if it was not asked for
   std::array<double, 3> residual_flux;              ///< Vs, what the test left in the limbs
@@ -28,8 +28,8 @@ struct ThreePhaseRatio {
 /// KVR_RES_OK, or the code that says why the instrument of `bench` can't do this test.
 kvr_code check_three_phase_ratio(const kvr_Ratio3phRequest& request, const Bench& bench);
 
-/// REQUIRES: the request was checked. Of the bench, the instrument and the measurement count; the
-/// unit stands in for its transformer. `seed` fixes the noise.
+/// REQUIRES: the request was checked. Uses only the instrument and the measurement of the bench;
+/// the unit replaces its transformer. `seed` fixes the noise.
 ThreePhaseRatio measure_three_phase_ratio(const TransformerUnit& unit,
                                           const kvr_Ratio3phRequest& request, const Bench& bench,
                                           std::uint64_t seed);

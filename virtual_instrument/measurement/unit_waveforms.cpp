@@ -10,17 +10,17 @@ std::size_t node_index(int side, int terminal) {
   return static_cast<std::size_t>(terminal_node(side, terminal));
 }
 
-/// Bolted, so that even the windings of a low side have far more.
+/// In ohm. Bolted: far below the windings of any low side.
 constexpr double kJumperResistance = 1e-6;
 
 }  // namespace
 
-std::vector<double> course(const Spectrum& spectrum) {
-  // A phasor's angle counts from a cosine's top, and here from a sine's rise, a quarter earlier;
-  // one step later on is where the instrument starts.
+std::vector<double> terminal_waveform(const Spectrum& spectrum) {
+  // A phasor's angle counts from the peak of a cosine, these angles from the rise of a sine, a
+  // quarter of a period earlier. The instrument starts one step after that.
   Spectrum turned = spectrum;
   for (std::size_t harmonic = 1; harmonic < turned.size(); ++harmonic) {
-    turned[harmonic] *= unit_phasor(static_cast<double>(harmonic) * (1.0 / kFinestSteps - 0.25));
+    turned[harmonic] *= phasor_at(static_cast<double>(harmonic) * (1.0 / kFinestSteps - 0.25));
   }
   return waveform(turned, kFinestSteps);
 }
@@ -40,17 +40,17 @@ Spectrum line_voltage_to_mean(const PeriodicState& state, int side, int line) {
   return voltage;
 }
 
-Spectrum terminal_current(const PeriodicState& state, const std::vector<Drive>& drives, int side,
-                          int terminal) {
-  for (std::size_t number = 0; number < drives.size(); ++number) {
-    if (drives[number].node == terminal_node(side, terminal)) {
-      return state.drive_current[number];
+Spectrum terminal_current(const PeriodicState& state, const std::vector<VoltageSource>& sources,
+                          int side, int terminal) {
+  for (std::size_t number = 0; number < sources.size(); ++number) {
+    if (sources[number].node == terminal_node(side, terminal)) {
+      return state.source_current[number];
     }
   }
   return {};
 }
 
-std::vector<Drive> pair_drives(int side, TerminalPair pair, double voltage) {
+std::vector<VoltageSource> pair_sources(int side, TerminalPair pair, double voltage) {
   return {{terminal_node(side, pair.plus), voltage * std::numbers::sqrt2},
           {terminal_node(side, pair.minus), 0}};
 }
@@ -85,7 +85,7 @@ std::vector<TerminalPair> line_pairs(const TransformerUnit& unit) {
 
 PeriodicState excite_pair(const Network& network, const PairMeasurement& measurement) {
   return solve_network(network,
-                       pair_drives(measurement.side, measurement.pair, measurement.voltage),
+                       pair_sources(measurement.side, measurement.pair, measurement.voltage),
                        measurement.frequency);
 }
 
@@ -96,12 +96,14 @@ SampledTest sample_pair(const Network& network, const PairMeasurement& measureme
 
 SampledTest sample_pair(const PeriodicState& state, const PairMeasurement& measurement,
                         const MeasurementSettings& settings, Noise& noise) {
-  const std::vector<Drive> drives =
-      pair_drives(measurement.side, measurement.pair, measurement.voltage);
-  const auto voltage = course(terminal_voltage(state, measurement.side, measurement.pair));
-  const auto other = course(terminal_voltage(state, measurement.other_side, measurement.other));
+  const std::vector<VoltageSource> sources =
+      pair_sources(measurement.side, measurement.pair, measurement.voltage);
+  const auto voltage =
+      terminal_waveform(terminal_voltage(state, measurement.side, measurement.pair));
+  const auto other =
+      terminal_waveform(terminal_voltage(state, measurement.other_side, measurement.other));
   const auto current =
-      course(terminal_current(state, drives, measurement.side, measurement.pair.plus));
+      terminal_waveform(terminal_current(state, sources, measurement.side, measurement.pair.plus));
   const std::vector<double> none(current.size());
   const bool high = measurement.side == kHighSide;
   return sample({high ? voltage : other, high ? other : voltage, high ? current : none,

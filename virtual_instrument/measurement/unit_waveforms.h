@@ -11,21 +11,20 @@ namespace virtual_instrument {
 /// Resistance of a voltage input of the instrument, in ohm.
 inline constexpr double kInputResistance = 1e9;
 
-/// One period at a terminal, in the form that sample() takes: steps of which the first lies one
-/// step after the source's rise through zero.
-std::vector<double> course(const Spectrum& spectrum);
+/// One period at a terminal, in the form that sample() takes: the first value is one step after the
+/// source's rise through zero.
+std::vector<double> terminal_waveform(const Spectrum& spectrum);
 
-/// Voltage at a terminal of a side against another terminal, or against the mean of the lines where
-/// that is given instead.
+/// Voltage at a terminal of a side against another terminal, or against the mean of the lines.
 Spectrum terminal_voltage(const PeriodicState& state, int side, TerminalPair pair);
 Spectrum line_voltage_to_mean(const PeriodicState& state, int side, int line);
 
-/// The current that the drive of a terminal's node delivers; nothing without such a drive.
-Spectrum terminal_current(const PeriodicState& state, const std::vector<Drive>& drives, int side,
-                          int terminal);
+/// The current that the source at a terminal's node delivers; zero without such a source.
+Spectrum terminal_current(const PeriodicState& state, const std::vector<VoltageSource>& sources,
+                          int side, int terminal);
 
-/// `drives` for an r.m.s. voltage between two terminals.
-std::vector<Drive> pair_drives(int side, TerminalPair pair, double voltage);
+/// Sources for an r.m.s. voltage between two terminals.
+std::vector<VoltageSource> pair_sources(int side, TerminalPair pair, double voltage);
 
 /// A jumper between two terminals.
 Branch jumper(int side, TerminalPair pair);
@@ -33,16 +32,16 @@ Branch jumper(int side, TerminalPair pair);
 /// Joins all lines of a side.
 void join_lines(Network& network, const TransformerUnit& unit, int side);
 
-/// The pairs of a side between which single phases are measured: lines to neutral, or line to line
-/// where there is no neutral. One in a single-phase unit.
+/// The pairs of a side that single-phase measurements use: line to neutral, or line to line without
+/// a neutral. One pair in a single-phase unit.
 std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, int side);
 
-/// Line to line, one pair a phase.
+/// Line to line, one pair for each phase.
 std::vector<TerminalPair> line_pairs(const TransformerUnit& unit);
 
 /// A measurement with one source between two terminals of `side`: its voltage and current in the
-/// channels of that side, and the voltage between `other`, of `other_side`, in the voltage channel
-/// that is left.
+/// channels of that side, and the voltage between `other`, of `other_side`, in the other voltage
+/// channel.
 struct PairMeasurement {
   int side;
   TerminalPair pair;
@@ -52,14 +51,14 @@ struct PairMeasurement {
   TerminalPair other;
 };
 
-/// The state that such a source brings about.
+/// The steady state under that source.
 PeriodicState excite_pair(const Network& network, const PairMeasurement& measurement);
 
-/// Its samples.
+/// Samples `state`.
 SampledTest sample_pair(const PeriodicState& state, const PairMeasurement& measurement,
                         const MeasurementSettings& settings, Noise& noise);
 
-/// Both together.
+/// Excites the pair and samples it.
 SampledTest sample_pair(const Network& network, const PairMeasurement& measurement,
                         const MeasurementSettings& settings, Noise& noise);
 

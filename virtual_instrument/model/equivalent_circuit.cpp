@@ -10,7 +10,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// Far above any winding, so that the meters of these tests take nothing that counts.
+/// Far above any winding, so that the current into the meters of these tests is negligible.
 constexpr double kMeterResistance = 1e9;
 
 /// Far below any winding.
@@ -49,13 +49,13 @@ void join_lines(Network& network, const TransformerUnit& unit, int side) {
 
 CircuitTest read(const TransformerUnit& unit, const Network& network, int side, double voltage,
                  double frequency) {
-  const std::vector<Drive> drives = balanced_drives(unit, side, voltage);
-  const PeriodicState state = solve_network(network, drives, frequency);
+  const std::vector<VoltageSource> sources = balanced_sources(unit, side, voltage);
+  const PeriodicState state = solve_network(network, sources, frequency);
   CircuitTest test{side, voltage, 0, 0};
   const std::size_t lines = is_three_phase(unit.group.high) ? 3 : 1;
   for (std::size_t line = 0; line < lines; ++line) {
-    test.current += rms_of_spectrum(state.drive_current[line]) / static_cast<double>(lines);
-    test.power += drive_power(state, line, drives[line]);
+    test.current += rms_of_spectrum(state.source_current[line]) / static_cast<double>(lines);
+    test.power += source_power(state, line, sources[line]);
   }
   return test;
 }
@@ -93,8 +93,9 @@ TransformerUnit first_guess(const UnitPlate& plate, const CircuitTest& open_circ
 
   const double current = short_circuit.current * (short_circuit.side == kHighSide ? 1 : 1 / ratio);
   const double branches = three_phase ? 3 : 1;
-  const double leg_current = plate.group.high == KVR_WINDING_D ? current / std::sqrt(3.0) : current;
-  const double square = branches * leg_current * leg_current;
+  const double winding_current =
+      plate.group.high == KVR_WINDING_D ? current / std::sqrt(3.0) : current;
+  const double square = branches * winding_current * winding_current;
   const double turns = rated_turns_ratio(unit);
   const double reactance =
       reactive_power(short_circuit, phases_root(plate.group.high)) / square / 2;
@@ -121,8 +122,8 @@ TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_
                                 const CircuitTest& short_circuit) {
   TransformerUnit unit = first_guess(plate, open_circuit, short_circuit);
   const double root = phases_root(plate.group.high);
-  // Each test also reads a little of what the other one is for, so that the parts are trimmed until
-  // the tests read right.
+  // Each part also affects the other test a little, so the parts are adjusted until both readings
+  // fit.
   constexpr double kRightEnough = 1e-10;
   double worst = 1;
   const auto correction = [&worst](double target, double reading) {
@@ -150,21 +151,22 @@ TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_
   return unit;
 }
 
-std::vector<Drive> balanced_drives(const TransformerUnit& unit, int side, double line_voltage) {
+std::vector<VoltageSource> balanced_sources(const TransformerUnit& unit, int side,
+                                            double line_voltage) {
   const double peak = line_voltage * std::numbers::sqrt2;
   if (!is_three_phase(unit.group.high)) {
     return {{terminal_node(side, 1), peak}, {terminal_node(side, 2), 0}};
   }
-  std::vector<Drive> drives;
+  std::vector<VoltageSource> sources;
   for (int terminal = 1; terminal <= 3; ++terminal) {
-    drives.push_back(
-        {terminal_node(side, terminal), peak / std::sqrt(3.0) * unit_phasor((1 - terminal) / 3.0)});
+    sources.push_back(
+        {terminal_node(side, terminal), peak / std::sqrt(3.0) * phasor_at((1 - terminal) / 3.0)});
   }
-  return drives;
+  return sources;
 }
 
-double drive_power(const PeriodicState& state, std::size_t drive, const Drive& source) {
-  return (source.voltage * std::conj(state.drive_current[drive][1])).real() / 2;
+double source_power(const PeriodicState& state, std::size_t number, const VoltageSource& source) {
+  return (source.voltage * std::conj(state.source_current[number][1])).real() / 2;
 }
 
 CircuitTest open_circuit_test(const TransformerUnit& unit, int side, double voltage,
@@ -176,7 +178,7 @@ CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double cur
                                double frequency) {
   Network network = unit_network(unit, kMeterResistance);
   join_lines(network, unit, 1 - side);
-  // The flux in the core is small and the circuit as good as linear.
+  // The flux in the core is small, so the circuit is nearly linear.
   constexpr double kRightEnough = 1e-12;
   double voltage = 0.05 * unit.rated_voltage[index(side)];
   CircuitTest test = read(unit, network, side, voltage, frequency);

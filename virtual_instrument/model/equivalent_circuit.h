@@ -2,12 +2,13 @@
 
 #include "virtual_instrument/model/transformer_unit.h"
 
-// From the figures of an open-circuit and a short-circuit test to a circuit, and back.
+// Computes a circuit from the readings of an open-circuit and a short-circuit test, and the
+// readings from a unit.
 
 namespace virtual_instrument {
 
-/// What such a test reads: line voltage and line current (their means in a three-phase unit) and
-/// the power that the unit takes.
+/// The readings of one of these tests: line voltage and line current (their means in a three-phase
+/// unit) and the power that the unit takes.
 struct CircuitTest {
   int side;        ///< the excited side
   double voltage;  ///< V, r.m.s.
@@ -15,8 +16,8 @@ struct CircuitTest {
   double power;    ///< W
 };
 
-/// A single-phase transformer, or one phase: a core in parallel, windings in series. In ohm, seen
-/// from the high side.
+/// A single-phase transformer, or one phase of a unit: the core in parallel, the windings in
+/// series. In ohm, seen from the high side.
 struct EquivalentCircuit {
   double core_resistance;
   double magnetizing_reactance;
@@ -24,13 +25,13 @@ struct EquivalentCircuit {
   double series_reactance;
 };
 
-/// The circuit that explains each test by the part that dominates it, of a single-phase unit with
-/// this ratio of rated voltages. Throws std::invalid_argument if a test took more power than its
-/// voltage and current make.
+/// The circuit of a single-phase unit with this ratio of rated voltages, if the core alone decides
+/// the open-circuit test and the windings alone the short-circuit test. Throws
+/// std::invalid_argument if the power of a test exceeds the product of its voltage and current.
 EquivalentCircuit equivalent_circuit(const CircuitTest& open_circuit,
                                      const CircuitTest& short_circuit, double ratio);
 
-/// What a nameplate and the shape of the core say of a unit.
+/// The data of a unit that its nameplate and the shape of its core give.
 struct UnitPlate {
   WindingGroup group;
   double high_voltage;  ///< V
@@ -42,8 +43,8 @@ struct UnitPlate {
   double hysteresis_share;  ///< of the core losses
 };
 
-/// A unit without saturation, faults and tap changer that reads these figures in these tests, its
-/// series impedance halved between the sides. The tests are at rated frequency and 20 degrees C.
+/// A unit without saturation, faults and tap changer that has these readings in these tests; each
+/// side has half of its series impedance. The tests are at rated frequency and 20 degrees C.
 TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_circuit,
                                 const CircuitTest& short_circuit);
 
@@ -56,9 +57,10 @@ CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double cur
                                double frequency);
 
 /// The sources that put a (three-phase, positive sequence) line voltage on a side.
-std::vector<Drive> balanced_drives(const TransformerUnit& unit, int side, double line_voltage);
+std::vector<VoltageSource> balanced_sources(const TransformerUnit& unit, int side,
+                                            double line_voltage);
 
-/// Power out of a drive, in W.
-double drive_power(const PeriodicState& state, std::size_t drive, const Drive& source);
+/// Power out of a source, in W; `number` is the index of the source.
+double source_power(const PeriodicState& state, std::size_t number, const VoltageSource& source);
 
 }  // namespace virtual_instrument

@@ -8,6 +8,8 @@
 
 namespace virtual_instrument {
 
+// Our own rather than a library's, so that every build rounds alike.
+
 /// A square matrix, stored row by row.
 template <typename Number>
 class SquareMatrix {
@@ -32,7 +34,7 @@ inline std::complex<double> reciprocal(const std::complex<double>& x) {
   return std::conj(x) / std::norm(x);
 }
 
-/// Gaussian elimination with row exchanges, kept so that any number of right sides can be solved.
+/// Gaussian elimination with row exchanges; the factors can solve any number of right sides.
 template <typename Number>
 class LinearEquations {
  public:

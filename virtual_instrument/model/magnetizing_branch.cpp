@@ -26,8 +26,8 @@ double hinge_slope(double excess, double width) {
   return (excess + width) / (2 * width);
 }
 
-/// By how much the hinge rises from `excess` to `excess + change`. Where both ends lie on the same
-/// piece of it nothing cancels out, however far from the bend that is.
+/// Rise of the hinge from `excess` to `excess + change`. With both ends on the same piece, nothing
+/// cancels, however far they are from the bend.
 double hinge_rise(double excess, double change, double width) {
   const double end = excess + change;
   if (excess >= width && end >= width) {
@@ -39,7 +39,8 @@ double hinge_rise(double excess, double change, double width) {
   return hinge(end, width) - hinge(excess, width);
 }
 
-/// What saturation adds between the residual flux and a flux beyond it, in units of its slope.
+/// The current that saturation adds between the residual flux and `flux` beyond it, divided by the
+/// slope that saturation adds.
 double saturation(const MagnetizingBranch& branch, double flux) {
   return hinge_rise(branch.residual_flux - branch.knee_flux, flux, branch.knee_width) -
          hinge_rise(-branch.residual_flux - branch.knee_flux, -flux, branch.knee_width);

@@ -2,13 +2,13 @@
 
 namespace virtual_instrument {
 
-/// The core of a transformer as one winding sees it: a core-loss conductance beside a saturating
-/// inductance with residual flux. Flux means flux linkage of that winding, in volt seconds, and
-/// counts from the residual flux.
+/// The core of a transformer as one winding sees it: a core-loss conductance parallel to a
+/// saturating inductance with residual flux. Flux is the flux linkage of that winding in volt
+/// seconds, counted from the residual flux.
 ///
-/// The magnetizing current is linear with `inductance` but for two terms. Towards zero flux, where
-/// iron is less permeable, it is greater by the fraction `low_flux_excess`, of which half is left
-/// at `low_flux`. Where the flux in the core, residual flux included, passes the knee, it grows
+/// The magnetizing current is linear with `inductance` except for two terms. Near zero flux, where
+/// iron is less permeable, it is larger by the fraction `low_flux_excess`; half of that remains at
+/// `low_flux`. Where the flux in the core, residual flux included, is beyond the knee, it grows
 /// with `saturated_inductance` instead; the bend is a parabola of half width `knee_width`.
 struct MagnetizingBranch {
   double core_conductance;      ///< S
@@ -20,7 +20,7 @@ struct MagnetizingBranch {
   double saturated_inductance;  ///< H
   double residual_flux;         ///< Vs
 
-  /// Magnetizing current in A; it never falls as the flux grows.
+  /// Magnetizing current in A; it never decreases with rising flux.
   double current(double flux) const;
 
   /// Its derivative, in A per Vs.

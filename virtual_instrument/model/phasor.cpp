@@ -8,7 +8,8 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 
-/// 1 + x*x/2*factor + ... of the sine or cosine series, from the last term that counts.
+/// The cosine series, or the sine series over its argument, summed from the last term. `square` is
+/// that of the argument.
 double alternating_series(double square, int first, int last) {
   double sum = 1;
   for (int n = last; n >= first; n -= 2) {
@@ -38,7 +39,7 @@ double arc_tangent(double x) {
 
 }  // namespace
 
-Complex unit_phasor(double turns) {
+Complex phasor_at(double turns) {
   const double whole = std::floor(turns + 0.5);
   const double rest = turns - whole;                   // -1/2 to 1/2
   const double quarters = std::floor(rest * 4 + 0.5);  // -2 to 2

@@ -2,16 +2,16 @@
 
 #include <complex>
 
-// Phasors, and the few functions of angles that the model needs. They use sums, products, quotients
-// and square roots only, which every platform rounds alike: the C library's own sine is not the
-// same everywhere, and a bench has to measure the same to the last bit.
+// Phasors, and the few functions of angles that the model needs. They use only sums, products,
+// quotients and square roots, which every platform rounds alike: the sine of the C library differs
+// between platforms, but a bench has to measure the same to the last bit.
 
 namespace virtual_instrument {
 
 using Complex = std::complex<double>;
 
 /// The phasor of magnitude 1 at an angle, given as a fraction of a full turn.
-Complex unit_phasor(double turns);
+Complex phasor_at(double turns);
 
 /// Angle of a phasor in radians, above -pi and up to pi; 0 for the phasor 0.
 double angle(Complex phasor);

@@ -7,11 +7,10 @@
 namespace virtual_instrument {
 namespace {
 
-/// Copper's resistance would vanish at this temperature below zero, were it to fall on as it does
-/// above.
+/// Copper's resistance, extrapolated linearly, vanishes at this temperature below zero.
 constexpr double kCopperConstant = 234.5;
 
-/// What insulation lets through keeps the potential of a terminal without a lead settled.
+/// Gives a terminal without a lead a defined potential.
 constexpr double kInsulationConductance = 1e-11;
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
@@ -26,9 +25,9 @@ double relative_turns(const TransformerUnit& unit, int side) {
                            : 1 / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
 }
 
-int limb_of(const Leg& leg) {
+int limb_of(const PhaseWinding& winding) {
   for (int limb = 0; limb < 3; ++limb) {
-    if (leg.turns[index(limb)] != 0) {
+    if (winding.turns[index(limb)] != 0) {
       return limb;
     }
   }
@@ -41,7 +40,7 @@ Branch winding_branch(const TransformerUnit& unit, int side, double turns) {
   const double hot = copper_factor(unit.reference_temperature, unit.temperature);
   Branch branch{};
   branch.resistance = winding.resistance * hot * std::abs(turns);
-  // Eddy currents meet the same copper: the warmer it is, the less they take.
+  // The losses of eddy currents fall as the resistance of copper rises with temperature.
   branch.eddy_resistance =
       winding.resistance * winding.stray_share / (hot * omega * omega) * std::abs(turns);
   branch.inductance = winding.leakage_inductance * turns * turns;
@@ -57,16 +56,16 @@ double sound_part(const TransformerUnit& unit, int side, int limb) {
   return part;
 }
 
-void add_legs(Network& network, const TransformerUnit& unit, int side,
-              const std::vector<Leg>& legs) {
-  for (const Leg& leg : legs) {
+void add_windings(Network& network, const TransformerUnit& unit, int side,
+                  const std::vector<PhaseWinding>& windings) {
+  for (const PhaseWinding& winding : windings) {
     const double tap = side == kHighSide ? tap_factor(unit) : 1;
-    Branch branch = winding_branch(unit, side, tap * sound_part(unit, side, limb_of(leg)));
-    branch.from = terminal_node(side, leg.terminals.plus);
-    branch.to = terminal_node(side, leg.terminals.minus);
-    const bool reversed = unit.faults.reversed_leg[index(side)][index(limb_of(leg))];
+    Branch branch = winding_branch(unit, side, tap * sound_part(unit, side, limb_of(winding)));
+    branch.from = terminal_node(side, winding.terminals.plus);
+    branch.to = terminal_node(side, winding.terminals.minus);
+    const bool reversed = unit.faults.reversed_winding[index(side)][index(limb_of(winding))];
     for (int limb = 0; limb < 3; ++limb) {
-      branch.turns[index(limb)] = (reversed ? -1 : 1) * leg.turns[index(limb)] *
+      branch.turns[index(limb)] = (reversed ? -1 : 1) * winding.turns[index(limb)] *
                                   relative_turns(unit, side) * sound_part(unit, side, limb);
     }
     network.branches.push_back(branch);
@@ -118,9 +117,9 @@ bool lead_connected(const TransformerUnit& unit, int side, int terminal) {
 Network unit_network(const TransformerUnit& unit, double input_resistance) {
   Network network{
       std::vector<double>(8, kInsulationConductance), std::vector<double>(8), {}, unit.core};
-  const auto legs = winding_legs(unit.group);
+  const auto windings = phase_windings(unit.group);
   for (const int side : {kHighSide, kLowSide}) {
-    add_legs(network, unit, side, legs[index(side)]);
+    add_windings(network, unit, side, windings[index(side)]);
     for (int terminal = 0; terminal < 4; ++terminal) {
       if (lead_connected(unit, side, terminal)) {
         network.node_conductance[index(terminal_node(side, terminal))] += 1 / input_resistance;

@@ -13,10 +13,9 @@ namespace virtual_instrument {
 
 /// A limb winding of one side; all limbs are alike.
 struct LimbWinding {
-  double resistance;          ///< ohm, to direct current, at the reference temperature
+  double resistance;          ///< ohm, direct current, at the reference temperature
   double leakage_inductance;  ///< H
-  double
-      stray_share;  ///< what stray eddies add to the resistance at rated frequency, as a fraction
+  double stray_share;  ///< increase of resistance by stray eddies at rated frequency, a fraction
 };
 
 struct TapChanger {
@@ -24,12 +23,12 @@ struct TapChanger {
   int first;
   int last;
   int middle;                    ///< position of the rated voltage
-  int position;                  ///< now
+  int position;                  ///< at present
   double step;                   ///< percent of the turns, added from one position to the next
-  double transition_resistance;  ///< ohm, bridging the contacts while they move
+  double transition_resistance;  ///< ohm, across the contacts while they move
 };
 
-/// Turns that touch each other, and so form a closed loop.
+/// Turns that touch each other and form a closed loop.
 struct ShortedTurns {
   int side;
   int limb;
@@ -38,8 +37,8 @@ struct ShortedTurns {
 };
 
 struct UnitFaults {
-  std::array<std::array<bool, 4>, 2> open_lead{};     ///< by side and terminal
-  std::array<std::array<bool, 3>, 2> reversed_leg{};  ///< by side and limb
+  std::array<std::array<bool, 4>, 2> open_lead{};         ///< by side and terminal
+  std::array<std::array<bool, 3>, 2> reversed_winding{};  ///< by side and limb
   std::vector<ShortedTurns> shorted_turns;
 };
 
@@ -48,11 +47,11 @@ struct TransformerUnit {
   std::array<double, 2> rated_voltage;  ///< V, from line to line
   double kva;
   double frequency;        ///< Hz, rated
-  double turns_deviation;  ///< percent by which the turns ratio is off the rated one
+  double turns_deviation;  ///< deviation of the turns ratio from the rated one, percent
   std::array<LimbWinding, 2> windings;
   double reference_temperature;  ///< degrees C
-  double temperature;            ///< degrees C, of the windings now
-  double impedance_percent;      ///< on the nameplate; 0 when it bears none
+  double temperature;            ///< degrees C, present temperature of the windings
+  double impedance_percent;      ///< on the nameplate; 0 if it has none
   TapChanger taps;               ///< of the high side
   Core core;                     ///< seen from a limb winding of the high side, middle tap
   double capacitance;            ///< F, from each connected terminal to earth
@@ -65,7 +64,7 @@ inline int terminal_node(int side, int terminal) { return 4 * side + terminal; }
 /// Turns of a limb winding of the high side to one of the low side, at the present tap.
 double turns_ratio(const TransformerUnit& unit);
 
-/// What the nameplate says of the same, at the middle tap.
+/// The same from the nameplate, at the middle tap.
 double rated_turns_ratio(const TransformerUnit& unit);
 
 /// Rated current of a side's lines, in A.
@@ -74,17 +73,17 @@ double rated_current(const TransformerUnit& unit, int side);
 /// Peak flux of a limb at rated voltage and frequency, in Vs.
 double rated_flux(const TransformerUnit& unit);
 
-/// By how much copper's resistance grows from one temperature to another, both in degrees C.
+/// Factor by which copper's resistance changes between two temperatures in degrees C.
 double copper_factor(double from, double to);
 
-/// The unit as a network of eight nodes, terminal_node() by terminal_node(). To each terminal whose
-/// lead makes contact an input of this resistance is connected, and what capacitance is there.
+/// The unit as a network of eight nodes, see terminal_node(). Each terminal whose lead makes
+/// contact has an input of this resistance and the unit's capacitance to earth.
 Network unit_network(const TransformerUnit& unit, double input_resistance);
 
 /// Whether a terminal exists outside the unit and its lead makes contact.
 bool lead_connected(const TransformerUnit& unit, int side, int terminal);
 
-/// The part of a test setup that the nameplate fills.
+/// The part of a test setup that comes from the nameplate.
 kvr_TestSetup nameplate_setup(const TransformerUnit& unit);
 
 }  // namespace virtual_instrument

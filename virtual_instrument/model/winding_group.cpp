@@ -30,19 +30,20 @@ constexpr SinglePhaseName kSinglePhaseNames[] = {
     {"PT", {KVR_WINDING_PT, KVR_WINDING_PT, 0}},
 };
 
-/// How the limbs serve the terminals of a winding.
+/// How limb windings connect to the terminals.
 struct Arrangement {
-  int rotation;     ///< limb that serves terminal 1
-  bool reversed;    ///< the ends of each limb winding exchanged
-  bool other_hand;  ///< delta and zigzag legs go to the next limb instead of the previous one
+  int rotation;   ///< limb of terminal 1
+  bool reversed;  ///< whether the ends of each limb winding are exchanged
+  bool
+      other_hand;  ///< windings of delta and zigzag go to the next limb instead of the previous one
 };
 
-/// The leg that starts at terminal 1 + `phase`.
-Leg leg(kvr_WindingType type, int phase, const Arrangement& arrangement) {
+/// The winding that starts at terminal 1 + `phase`.
+PhaseWinding phase_winding(kvr_WindingType type, int phase, const Arrangement& arrangement) {
   const int neighbour = arrangement.other_hand ? next_limb(phase) : previous_limb(phase);
   const int limb = (phase + arrangement.rotation) % 3;
   const int neighbour_limb = (neighbour + arrangement.rotation) % 3;
-  Leg result{{phase + 1, 0}, {}};
+  PhaseWinding result{{phase + 1, 0}, {}};
   if (type == KVR_WINDING_D) {
     result.terminals.minus = neighbour + 1;
     result.turns[index(limb)] = 1;
@@ -58,15 +59,14 @@ Leg leg(kvr_WindingType type, int phase, const Arrangement& arrangement) {
   return result;
 }
 
-std::vector<Leg> three_legs(kvr_WindingType type, const Arrangement& arrangement) {
-  return {leg(type, 0, arrangement), leg(type, 1, arrangement), leg(type, 2, arrangement)};
+std::vector<PhaseWinding> three_windings(kvr_WindingType type, const Arrangement& arrangement) {
+  return {phase_winding(type, 0, arrangement), phase_winding(type, 1, arrangement),
+          phase_winding(type, 2, arrangement)};
 }
 
-std::array<Complex, 3> balanced_phasors() {
-  return {1, unit_phasor(-1.0 / 3), unit_phasor(1.0 / 3)};
-}
+std::array<Complex, 3> balanced_phasors() { return {1, phasor_at(-1.0 / 3), phasor_at(1.0 / 3)}; }
 
-int clock_between(const std::vector<Leg>& high, const std::vector<Leg>& low) {
+int clock_between(const std::vector<PhaseWinding>& high, const std::vector<PhaseWinding>& low) {
   const Complex h = line_phasors(high, balanced_phasors())[0];
   const Complex x = line_phasors(low, balanced_phasors())[0];
   const int lag = static_cast<int>(std::lround(degrees(angle(h * std::conj(x))) / 30));
@@ -85,14 +85,15 @@ Turns cross(const Turns& a, const Turns& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
-/// The part of `turns` that sees flux: a flux that is the same in all limbs has no way back.
+/// The part of `turns` in which flux can induce a voltage: no flux is the same in all limbs, since
+/// it would have no return path.
 Turns without_mean(const Turns& turns) {
   const double mean = (turns[0] + turns[1] + turns[2]) / 3;
   return {turns[0] - mean, turns[1] - mean, turns[2] - mean};
 }
 
-/// The ratio of the voltages of two windings, if it is the same for each flux that the core, and a
-/// shorted winding if there is one, allow.
+/// The ratio of the voltages of two windings, if it is the same for each flux that the core and the
+/// shorted winding, if any, allow.
 std::optional<double> fixed_ratio(const Turns& high, const Turns& low,
                                   const std::optional<Turns>& shorted) {
   if (shorted) {
@@ -117,36 +118,37 @@ std::optional<double> fixed_ratio(const Turns& high, const Turns& low,
   return ratio;
 }
 
-/// Pairs with the turns between them that see flux.
+/// A pair with the turns between its terminals, without their mean.
 struct WoundPair {
   TerminalPair terminals;
   Turns turns;
 };
 
-std::vector<WoundPair> wound_pairs(kvr_WindingType type, const std::vector<Leg>& legs) {
+std::vector<WoundPair> wound_pairs(kvr_WindingType type,
+                                   const std::vector<PhaseWinding>& windings) {
   std::vector<WoundPair> pairs;
   for (const TerminalPair& pair : terminal_pairs(type)) {
-    if (const auto turns = turns_between(legs, pair)) {
+    if (const auto turns = turns_between(windings, pair)) {
       pairs.push_back({pair, without_mean(*turns)});
     }
   }
   return pairs;
 }
 
-/// Pairs in the order in which a phase prefers them: its own before those of the other phases.
+/// Pairs in the order that a phase prefers: its own before those of the other phases.
 std::vector<WoundPair> in_order_of(const std::vector<WoundPair>& pairs, std::size_t phase) {
   std::vector<WoundPair> ordered;
-  for (std::size_t place = 0; place < pairs.size(); ++place) {
-    ordered.push_back(pairs.size() < 3 ? pairs[place] : pairs[place / 3 * 3 + (place + phase) % 3]);
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
+    ordered.push_back(pairs.size() < 3 ? pairs[i] : pairs[i / 3 * 3 + (i + phase) % 3]);
   }
   return ordered;
 }
 
 /// How far a ratio is from 1, up or down.
-double strangeness(double ratio) { return std::max(ratio, 1 / ratio); }
+double distance_from_one(double ratio) { return std::max(ratio, 1 / ratio); }
 
-/// Takes `low` as the pair that goes with `high` if it suits better than the best so far, its
-/// terminals exchanged where that gives the voltages the same sign.
+/// Updates `best` if `high` and `low` have a fixed ratio closer to 1. Exchanges the terminals of
+/// `low` if the voltages have opposite signs.
 void match(const WoundPair& high, const WoundPair& low, const WoundPair* shorted, int shorted_side,
            std::optional<PhaseConnection>& best) {
   std::optional<Turns> shorted_turns;
@@ -156,7 +158,8 @@ void match(const WoundPair& high, const WoundPair& low, const WoundPair* shorted
     shorted_pair = shorted->terminals;
   }
   const auto ratio = fixed_ratio(high.turns, low.turns, shorted_turns);
-  if (ratio && (!best || strangeness(std::abs(*ratio)) < strangeness(best->ratio) - 1e-6)) {
+  if (ratio &&
+      (!best || distance_from_one(std::abs(*ratio)) < distance_from_one(best->ratio) - 1e-6)) {
     const TerminalPair exchanged{low.terminals.minus, low.terminals.plus};
     best = {high.terminals, *ratio > 0 ? low.terminals : exchanged, shorted_pair, shorted_side,
             std::abs(*ratio)};
@@ -198,7 +201,7 @@ bool exists(const WindingGroup& group) {
   if (is_single_phase(group.high)) {
     return is_single_phase(group.low) && group.clock % 6 == 0;
   }
-  // A star turns nothing; deltas and zigzags turn by 30 degrees one way or the other.
+  // A star shifts no phase; deltas and zigzags shift it by 30 degrees, either way.
   const bool odd = is_star(group.high) != is_star(group.low);
   return is_three_phase(group.high) && is_three_phase(group.low) && (group.clock % 2 == 1) == odd;
 }
@@ -237,16 +240,18 @@ std::optional<WindingGroup> parse_group(std::string_view name) {
   return std::nullopt;
 }
 
-std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group) {
+std::array<std::vector<PhaseWinding>, 2> phase_windings(const WindingGroup& group) {
   if (!is_three_phase(group.high)) {
     const double sign = group.clock == 6 ? -1 : 1;
-    return {std::vector<Leg>{{{1, 2}, {1, 0, 0}}}, std::vector<Leg>{{{1, 2}, {sign, 0, 0}}}};
+    return {std::vector<PhaseWinding>{{{1, 2}, {1, 0, 0}}},
+            std::vector<PhaseWinding>{{{1, 2}, {sign, 0, 0}}}};
   }
-  const std::vector<Leg> high = three_legs(group.high, {0, false, false});
+  const std::vector<PhaseWinding> high = three_windings(group.high, {0, false, false});
   for (int rotation = 0; rotation < 3; ++rotation) {
     for (const bool reversed : {false, true}) {
       for (const bool other_hand : {false, true}) {
-        const std::vector<Leg> low = three_legs(group.low, {rotation, reversed, other_hand});
+        const std::vector<PhaseWinding> low =
+            three_windings(group.low, {rotation, reversed, other_hand});
         if (clock_between(high, low) == group.clock) {
           return {high, low};
         }
@@ -256,21 +261,21 @@ std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group) {
   return {high, {}};
 }
 
-std::array<Complex, 3> line_phasors(const std::vector<Leg>& legs,
+std::array<Complex, 3> line_phasors(const std::vector<PhaseWinding>& windings,
                                     const std::array<Complex, 3>& limbs) {
-  // A delta's leg is the difference of two lines, so that three lines sum up two legs each; a
-  // star's leg is a line and the neutral.
+  // A delta's winding is the difference of two lines, so each line is the sum of two windings; a
+  // star's winding lies between a line and the neutral.
   std::array<Complex, 3> lines{};
-  for (const Leg& leg : legs) {
+  for (const PhaseWinding& winding : windings) {
     Complex voltage = 0;
     for (std::size_t limb = 0; limb < 3; ++limb) {
-      voltage += leg.turns[limb] * limbs[limb];
+      voltage += winding.turns[limb] * limbs[limb];
     }
-    if (leg.terminals.minus == 0) {
-      lines[index(leg.terminals.plus - 1)] += voltage;
+    if (winding.terminals.minus == 0) {
+      lines[index(winding.terminals.plus - 1)] += voltage;
     } else {
-      lines[index(leg.terminals.plus - 1)] += voltage / 3.0;
-      lines[index(leg.terminals.minus - 1)] -= voltage / 3.0;
+      lines[index(winding.terminals.plus - 1)] += voltage / 3.0;
+      lines[index(winding.terminals.minus - 1)] -= voltage / 3.0;
     }
   }
   const Complex mean = (lines[0] + lines[1] + lines[2]) / 3.0;
@@ -281,7 +286,7 @@ double line_voltage_factor(kvr_WindingType type) {
   if (!is_three_phase(type)) {
     return 1;
   }
-  const auto lines = line_phasors(three_legs(type, {0, false, false}), balanced_phasors());
+  const auto lines = line_phasors(three_windings(type, {0, false, false}), balanced_phasors());
   return magnitude(lines[0] - lines[1]);
 }
 
@@ -299,29 +304,29 @@ std::string pair_name(int side, TerminalPair pair) {
   return name.append("-").append(terminal_name(side, pair.minus));
 }
 
-std::optional<std::array<double, 3>> turns_between(const std::vector<Leg>& legs,
+std::optional<std::array<double, 3>> turns_between(const std::vector<PhaseWinding>& windings,
                                                    TerminalPair pair) {
   Turns turns{};
-  if (legs.empty()) {
+  if (windings.empty()) {
     return std::nullopt;
   }
-  if (legs.front().terminals.minus != 0) {  // a delta, or a single leg
-    for (const Leg& leg : legs) {
-      if (leg.terminals == pair) {
-        return leg.turns;
+  if (windings.front().terminals.minus != 0) {  // a delta, or a single winding
+    for (const PhaseWinding& winding : windings) {
+      if (winding.terminals == pair) {
+        return winding.turns;
       }
-      if (leg.terminals == TerminalPair{pair.minus, pair.plus}) {
-        return Turns{-leg.turns[0], -leg.turns[1], -leg.turns[2]};
+      if (winding.terminals == TerminalPair{pair.minus, pair.plus}) {
+        return Turns{-winding.turns[0], -winding.turns[1], -winding.turns[2]};
       }
     }
     return std::nullopt;
   }
-  for (const Leg& leg : legs) {
-    const double sign = leg.terminals.plus == pair.plus    ? 1
-                        : leg.terminals.plus == pair.minus ? -1
-                                                           : 0;
+  for (const PhaseWinding& winding : windings) {
+    const double sign = winding.terminals.plus == pair.plus    ? 1
+                        : winding.terminals.plus == pair.minus ? -1
+                                                               : 0;
     for (std::size_t limb = 0; limb < 3; ++limb) {
-      turns[limb] += sign * leg.turns[limb];
+      turns[limb] += sign * winding.turns[limb];
     }
   }
   return turns;
@@ -339,12 +344,12 @@ std::vector<TerminalPair> terminal_pairs(kvr_WindingType type) {
 }
 
 std::vector<PhaseConnection> phase_connections(const WindingGroup& group) {
-  const auto legs = winding_legs(group);
-  const auto highs = wound_pairs(group.high, legs[kHighSide]);
-  const auto lows = wound_pairs(group.low, legs[kLowSide]);
+  const auto windings = phase_windings(group);
+  const auto highs = wound_pairs(group.high, windings[kHighSide]);
+  const auto lows = wound_pairs(group.low, windings[kLowSide]);
   const std::size_t phases = is_three_phase(group.high) ? 3 : 1;
   std::vector<PhaseConnection> connections;
-  // With a neutral, lines to neutral are preferred; the lines themselves serve where those do not.
+  // With a neutral, lines to neutral are preferred; line pairs are the fallback.
   for (const std::size_t first : {highs.size() - phases, std::size_t{0}}) {
     connections.clear();
     bool shorting = false;

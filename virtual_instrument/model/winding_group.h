@@ -18,15 +18,16 @@ namespace virtual_instrument {
 inline constexpr int kHighSide = 0;
 inline constexpr int kLowSide = 1;
 
-/// Two terminals of one side, in the order in which the voltage between them is counted.
+/// Two terminals of one side; their order gives the sign of the voltage between them.
 struct TerminalPair {
   int plus;
   int minus;
   bool operator==(const TerminalPair&) const = default;
 };
 
-/// What lies between two terminals: turns on each limb, as fractions of a whole limb winding.
-struct Leg {
+/// The winding between two terminals: turns on each limb, as fractions of a whole limb winding. A
+/// zigzag winding has turns on two limbs.
+struct PhaseWinding {
   TerminalPair terminals;
   std::array<double, 3> turns;
 };
@@ -34,7 +35,7 @@ struct Leg {
 struct WindingGroup {
   kvr_WindingType high;
   kvr_WindingType low;
-  int clock;  ///< 0 to 11: by how many times 30 degrees the low side lags
+  int clock;  ///< 0 to 11: the low side lags by this many times 30 degrees
   bool operator==(const WindingGroup&) const = default;
 };
 
@@ -44,26 +45,27 @@ bool is_three_phase(kvr_WindingType type);
 /// Whether the winding has a neutral terminal.
 bool has_neutral(kvr_WindingType type);
 
-/// Whether windings can be joined so: each pair of three-phase windings has six clocks, even or odd
-/// ones; a pair of single-phase windings has 0 and 6.
+/// Whether such a group exists: each pair of three-phase windings has six clocks, even or odd ones;
+/// a pair of single-phase windings has 0 and 6.
 bool exists(const WindingGroup& group);
 
-/// Each three-phase group that exists.
+/// All three-phase groups that exist.
 std::vector<WindingGroup> three_phase_groups();
 
 /// As in "Dyn11".
 std::string group_name(const WindingGroup& group);
 
 /// The three-phase group of that name, or a single-phase unit: "Ii0", "Ii6" with its low side
-/// turned round, "CT" or "PT". None for any other name.
+/// reversed, "CT" or "PT". None for any other name.
 std::optional<WindingGroup> parse_group(std::string_view name);
 
-/// The legs of both sides; three a side, or one in a single-phase unit. REQUIRES: exists(group).
-std::array<std::vector<Leg>, 2> winding_legs(const WindingGroup& group);
+/// The phase windings of both sides: three on each side, or one in a single-phase unit. REQUIRES:
+/// exists(group).
+std::array<std::vector<PhaseWinding>, 2> phase_windings(const WindingGroup& group);
 
-/// Phasors of the terminals 1 to 3 from the voltages induced in whole limb windings, counted from
-/// the mean of the three.
-std::array<Complex, 3> line_phasors(const std::vector<Leg>& legs,
+/// Phasors of the terminals 1 to 3 against their mean, from the voltages induced in whole limb
+/// windings.
+std::array<Complex, 3> line_phasors(const std::vector<PhaseWinding>& windings,
                                     const std::array<Complex, 3>& limbs);
 
 /// Line voltage of a three-phase winding in units of its limb winding's: 1 for D, the root of 3
@@ -77,16 +79,17 @@ double turns_factor(const WindingGroup& group);
 std::string terminal_name(int side, int terminal);
 std::string pair_name(int side, TerminalPair pair);
 
-/// Turns of a side between two terminals, limb by limb; nothing if no chain of legs joins them.
-std::optional<std::array<double, 3>> turns_between(const std::vector<Leg>& legs, TerminalPair pair);
+/// Turns of a side between two terminals, by limb; none if no chain of windings joins them.
+std::optional<std::array<double, 3>> turns_between(const std::vector<PhaseWinding>& windings,
+                                                   TerminalPair pair);
 
-/// The pairs of terminals of a side: lines first, in the order in which the phases A, B, C of a
-/// delta lie, then lines to neutral. One pair in a single-phase unit.
+/// The pairs of terminals of a side: lines first, in the order of the phases A, B, C of a delta,
+/// then lines to neutral. One pair in a single-phase unit.
 std::vector<TerminalPair> terminal_pairs(kvr_WindingType type);
 
-/// How one phase is tested with a single source: a voltage between `high` shows, free of what the
-/// core does to the flux in the other limbs, between `low`. Where no two pairs have that property
-/// by themselves, shorting a third pair gives it to them.
+/// How to test one phase with a single source: the ratio of the voltages between `high` and between
+/// `low` does not depend on how the core divides the flux among the limbs. If no two pairs have
+/// that property, a third pair is shorted to get it.
 struct PhaseConnection {
   TerminalPair high;
   TerminalPair low;
@@ -95,7 +98,7 @@ struct PhaseConnection {
   double ratio;  ///< |voltage between `high` / voltage between `low`| of whole limb windings of 1:1
 };
 
-/// One connection a phase.
+/// One connection for each phase.
 std::vector<PhaseConnection> phase_connections(const WindingGroup& group);
 
 }  // namespace virtual_instrument

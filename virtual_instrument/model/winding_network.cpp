@@ -16,9 +16,9 @@ namespace {
 //
 //   force on limb k = source_force[k] + sum over l of reaction[k][l] * flux of limb l
 //
-// and in the curves of the limbs, which are taken step by step over the period. With three limbs
-// the fluxes of the outer ones are the unknowns, the middle limb carries both back, and the forces
-// from one meeting point of the limbs to the other have to agree.
+// and in the curves of the limbs, which are evaluated step by step over the period. With three
+// limbs the unknowns are the fluxes of the outer ones. The middle limb carries both back, and the
+// forces from one meeting point of the limbs to the other must be equal.
 
 constexpr int kSteps = 128;
 constexpr int kSlopeHarmonics = 2 * kHighestHarmonic;
@@ -28,21 +28,21 @@ using Limbs = std::array<Complex, 3>;
 
 std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
-/// The circle in kFinestSteps steps, the first at the angle 0.
+/// The unit circle in kFinestSteps steps, beginning at the angle 0.
 using Circle = std::array<Complex, kFinestSteps>;
 
 const Circle& circle() {
   static const Circle phasors = [] {
     Circle made;
     for (int step = 0; step < kFinestSteps; ++step) {
-      made[index(step)] = unit_phasor(static_cast<double>(step) / kFinestSteps);
+      made[index(step)] = phasor_at(static_cast<double>(step) / kFinestSteps);
     }
     return made;
   }();
   return phasors;
 }
 
-/// Adds the course of one harmonic to `values`, which hold one period.
+/// Adds the waveform of one harmonic to `values`, which hold one period.
 template <typename Values>
 void add_harmonic(Values& values, std::size_t harmonic, Complex amplitude) {
   const Circle& phasors = circle();
@@ -60,22 +60,22 @@ Complex node_admittance(const Network& network, std::size_t node, double omega) 
 /// The circuit at one harmonic, solved for the sources and for a unit flux in each limb.
 class HarmonicCircuit {
  public:
-  HarmonicCircuit(const Network& network, const std::vector<Drive>& drives, int harmonic,
+  HarmonicCircuit(const Network& network, const std::vector<VoltageSource>& sources, int harmonic,
                   double omega)
-      : network_(network), place_(network.node_conductance.size(), 0) {
-    for (const Drive& drive : drives) {
-      place_[index(drive.node)] = kDriven;
+      : network_(network), unknown_(network.node_conductance.size(), 0) {
+    for (const VoltageSource& source : sources) {
+      unknown_[index(source.node)] = kDriven;
     }
     std::size_t nodes = 0;
-    for (int& place : place_) {
-      place = place == kDriven ? kDriven : static_cast<int>(nodes++);
+    for (int& unknown : unknown_) {
+      unknown = unknown == kDriven ? kDriven : static_cast<int>(nodes++);
     }
     branch_start_ = nodes;
     const LinearEquations<Complex> equations(matrix(omega));
-    known_.assign(place_.size(), 0);
+    known_.assign(unknown_.size(), 0);
     if (harmonic == 1) {
-      for (const Drive& drive : drives) {
-        known_[index(drive.node)] = drive.voltage;
+      for (const VoltageSource& source : sources) {
+        known_[index(source.node)] = source.voltage;
       }
       source_ = equations.solve(source_side());
     } else {
@@ -90,8 +90,8 @@ class HarmonicCircuit {
   Complex reaction(int limb, int by) const { return force(reaction_[index(by)], limb); }
 
   Complex node_voltage(int node, const Limbs& flux) const {
-    const int place = place_[index(node)];
-    return place == kDriven ? known_[index(node)] : combined(index(place), flux);
+    const int unknown = unknown_[index(node)];
+    return unknown == kDriven ? known_[index(node)] : combined(index(unknown), flux);
   }
   Complex branch_current(std::size_t branch, const Limbs& flux) const {
     return combined(branch_start_ + branch, flux);
@@ -104,9 +104,10 @@ class HarmonicCircuit {
 
   SquareMatrix<Complex> matrix(double omega) const {
     SquareMatrix<Complex> cells(size());
-    for (std::size_t node = 0; node < place_.size(); ++node) {
-      if (place_[node] != kDriven) {
-        cells(index(place_[node]), index(place_[node])) = node_admittance(network_, node, omega);
+    for (std::size_t node = 0; node < unknown_.size(); ++node) {
+      if (unknown_[node] != kDriven) {
+        cells(index(unknown_[node]), index(unknown_[node])) =
+            node_admittance(network_, node, omega);
       }
     }
     for (std::size_t number = 0; number < network_.branches.size(); ++number) {
@@ -114,16 +115,16 @@ class HarmonicCircuit {
       const std::size_t row = branch_start_ + number;
       cells(row, row) = -Complex(branch.resistance + branch.eddy_resistance * omega * omega,
                                  omega * branch.inductance);
-      join(cells, row, place_[index(branch.from)], 1);
-      join(cells, row, place_[index(branch.to)], -1);
+      join(cells, row, unknown_[index(branch.from)], 1);
+      join(cells, row, unknown_[index(branch.to)], -1);
     }
     return cells;
   }
 
-  static void join(SquareMatrix<Complex>& cells, std::size_t row, int place, double sign) {
-    if (place != kDriven) {
-      cells(row, index(place)) += sign;
-      cells(index(place), row) += sign;
+  static void join(SquareMatrix<Complex>& cells, std::size_t row, int unknown, double sign) {
+    if (unknown != kDriven) {
+      cells(row, index(unknown)) += sign;
+      cells(index(unknown), row) += sign;
     }
   }
 
@@ -152,13 +153,13 @@ class HarmonicCircuit {
     return sum;
   }
 
-  Complex combined(std::size_t place, const Limbs& flux) const {
-    return source_[place] + reaction_[0][place] * flux[0] + reaction_[1][place] * flux[1] +
-           reaction_[2][place] * flux[2];
+  Complex combined(std::size_t unknown, const Limbs& flux) const {
+    return source_[unknown] + reaction_[0][unknown] * flux[0] + reaction_[1][unknown] * flux[1] +
+           reaction_[2][unknown] * flux[2];
   }
 
   const Network& network_;
-  std::vector<int> place_;  ///< of a node's voltage among the unknowns
+  std::vector<int> unknown_;  ///< index of a node's voltage among the unknowns
   std::size_t branch_start_ = 0;
   std::vector<Complex> known_;
   std::vector<Complex> source_;
@@ -194,17 +195,18 @@ std::array<double, kSteps> period_of(const Spectrum& spectrum) {
   return values;
 }
 
-/// Where the real and imaginary parts of an unknown stand; a mean has no imaginary part.
+/// The real part of an unknown is at `position`, the imaginary part after it; a mean has none.
 struct Unknown {
   int harmonic;
-  int outer;  ///< which of the free fluxes
-  std::size_t place;
+  int outer;  ///< index among the free fluxes
+  std::size_t position;
 };
 
 class PeriodicSolver {
  public:
-  PeriodicSolver(const Network& network, const std::vector<Drive>& drives, double frequency)
-      : network_(network), core_(network.core), drives_(drives), frequency_(frequency) {
+  PeriodicSolver(const Network& network, const std::vector<VoltageSource>& sources,
+                 double frequency)
+      : network_(network), core_(network.core), sources_(sources), frequency_(frequency) {
     const double omega = 2 * std::numbers::pi * frequency;
     const bool linear = is_linear(core_);
     const bool symmetrical = is_symmetrical(core_);
@@ -212,7 +214,7 @@ class PeriodicSolver {
     for (int harmonic = linear || symmetrical ? 1 : 0; harmonic <= last;
          harmonic += symmetrical ? 2 : 1) {
       if (harmonic > 0) {
-        circuits_.emplace_back(network, drives, harmonic, harmonic * omega);
+        circuits_.emplace_back(network, sources, harmonic, harmonic * omega);
       }
       for (int outer = 0; outer < free_fluxes(); ++outer) {
         unknowns_.push_back({harmonic, outer, size_});
@@ -240,7 +242,7 @@ class PeriodicSolver {
         next = moved(fluxes, step, part);
         next_balance = balance_at(next);
       }
-      // Old derivatives serve as long as they bring the balance on; making new ones costs more.
+      // Old derivatives are kept while they still reduce the residual: new ones cost more.
       const double progress = next_balance.size / balance.size;
       if (!(progress < kGoodProgress)) {
         equations.reset();
@@ -267,7 +269,7 @@ class PeriodicSolver {
 
   int free_fluxes() const { return core_.limbs == 3 ? 2 : 1; }
 
-  /// Flux in a limb by the free flux `outer`: A and C are free, B carries both back.
+  /// Share of the free flux `outer` in a limb's flux: A and C are free, B carries both back.
   double share(int limb, int outer) const {
     if (core_.limbs == 1) {
       return limb == 0 ? 1 : 0;
@@ -285,8 +287,8 @@ class PeriodicSolver {
   static std::vector<double> moved(const std::vector<double>& from, const std::vector<double>& step,
                                    double part) {
     std::vector<double> to(from);
-    for (std::size_t place = 0; place < to.size(); ++place) {
-      to[place] -= part * step[place];
+    for (std::size_t i = 0; i < to.size(); ++i) {
+      to[i] -= part * step[i];
     }
     return to;
   }
@@ -302,8 +304,8 @@ class PeriodicSolver {
   std::array<Spectrum, 3> limb_fluxes(const std::vector<double>& fluxes) const {
     std::array<Spectrum, 3> limbs{};
     for (const Unknown& unknown : unknowns_) {
-      const Complex flux(fluxes[unknown.place],
-                         unknown.harmonic == 0 ? 0 : fluxes[unknown.place + 1]);
+      const Complex flux(fluxes[unknown.position],
+                         unknown.harmonic == 0 ? 0 : fluxes[unknown.position + 1]);
       for (int limb = 0; limb < core_.limbs; ++limb) {
         limbs[index(limb)][index(unknown.harmonic)] += share(limb, unknown.outer) * flux;
       }
@@ -342,9 +344,9 @@ class PeriodicSolver {
             magnetizing[index(unknown.harmonic)] +
             loss_admittance(limb, unknown.harmonic) * flux[index(limb)][index(unknown.harmonic)];
         const Complex surplus = share(limb, unknown.outer) * (given - taken);
-        balance.residual[unknown.place] += surplus.real();
+        balance.residual[unknown.position] += surplus.real();
         if (unknown.harmonic > 0) {
-          balance.residual[unknown.place + 1] += surplus.imag();
+          balance.residual[unknown.position + 1] += surplus.imag();
         }
         balance.scale = std::max(balance.scale, magnitude(taken));
       }
@@ -365,7 +367,7 @@ class PeriodicSolver {
                                 {by_real.imag(), by_imaginary.imag()}};
     for (std::size_t r = 0; r < rows; ++r) {
       for (std::size_t c = 0; c < columns; ++c) {
-        cells(row.place + r, column.place + c) += parts[r][c];
+        cells(row.position + r, column.position + c) += parts[r][c];
       }
     }
   }
@@ -403,8 +405,8 @@ class PeriodicSolver {
     return sum;
   }
 
-  /// Subtracts what a limb's curve takes. Multiplying a course by a change of flux of harmonic m
-  /// gives harmonic h by the course's harmonics h - m and h + m.
+  /// Subtracts the derivative of a limb's curve. If a waveform is multiplied by a change of flux of
+  /// harmonic m, harmonic h of the product comes from the waveform's harmonics h - m and h + m.
   void add_curve(SquareMatrix<double>& cells, int limb,
                  const std::array<Complex, kSlopeHarmonics + 1>& slope) const {
     for (const Unknown& row : unknowns_) {
@@ -444,8 +446,8 @@ class PeriodicSolver {
         fill_harmonic(state, unknown.harmonic);
       }
     }
-    for (const Drive& drive : drives_) {
-      state.drive_current.push_back(current_into(state, drive.node));
+    for (const VoltageSource& source : sources_) {
+      state.source_current.push_back(current_into(state, source.node));
     }
     for (std::size_t limb = 0; limb < 3; ++limb) {
       Spectrum alternating = state.flux[limb];
@@ -484,7 +486,7 @@ class PeriodicSolver {
 
   const Network& network_;
   const Core& core_;
-  const std::vector<Drive>& drives_;
+  const std::vector<VoltageSource>& sources_;
   double frequency_;
   double loss_ = 0;
   std::vector<HarmonicCircuit> circuits_;
@@ -494,9 +496,9 @@ class PeriodicSolver {
 
 }  // namespace
 
-PeriodicState solve_network(const Network& network, const std::vector<Drive>& drives,
+PeriodicState solve_network(const Network& network, const std::vector<VoltageSource>& sources,
                             double frequency) {
-  return PeriodicSolver(network, drives, frequency).solve();
+  return PeriodicSolver(network, sources, frequency).solve();
 }
 
 std::vector<double> waveform(const Spectrum& spectrum, int count) {

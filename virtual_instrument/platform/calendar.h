@@ -2,12 +2,11 @@
 
 #include <cstdint>
 
-// The one thing the virtual instrument needs of the operating system beyond the standard library:
-// local time that is safe to ask for on any thread.
+// Local time that is safe on any thread; not every standard library offers that.
 
 namespace virtual_instrument {
 
-/// A moment as a calendar and a clock on the wall show it: month 1 to 12, day 1 to 31.
+/// A moment in calendar form: month 1 to 12, day 1 to 31.
 struct CalendarTime {
   int year;
   int month;

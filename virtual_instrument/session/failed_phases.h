@@ -4,14 +4,14 @@
 #include "virtual_instrument/measurement/single_phase_ratio.h"
 #include "virtual_instrument/measurement/three_phase_ratio.h"
 
-// Takes from a result what a fault of the bench has fail: the phases keep their names and their
-// places, and their status says why there is nothing else of them.
+// Removes from a result the phases that a fault of the bench names: they keep their names and
+// positions, and their status says why they have no other values.
 
 namespace virtual_instrument {
 
 void fail_phases(const Fault& fault, SinglePhaseRatio& result);
 
-/// All that is made of three phases together goes with any of them.
+/// If any phase fails, all values that need three phases are removed too.
 void fail_phases(const Fault& fault, ThreePhaseRatio& result);
 
 }  // namespace virtual_instrument

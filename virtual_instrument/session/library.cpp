@@ -6,9 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "virtual_instrument/measurement/noise.h"
-
 #include "virtual_instrument/demonstration/demonstration.h"
+#include "virtual_instrument/measurement/noise.h"
+#include "virtual_instrument/platform/process_end.h"
+#include "virtual_instrument/store/patient_lock.h"
 
 namespace virtual_instrument {
 namespace {
@@ -18,7 +19,7 @@ std::filesystem::path bench_file_of_environment() {
   return file == nullptr ? "" : file;
 }
 
-/// How often a call that hangs looks whether the bench still has it so.
+/// How often a hanging call checks whether the bench still has the fault.
 constexpr std::chrono::milliseconds kBenchPeriod{100};
 
 /// Whether a fault may strike the `count`-th call of a name.
@@ -27,7 +28,7 @@ bool is_concerned(const Fault& fault, std::string_view call, std::int64_t count)
          (fault.times == 0 || count < std::int64_t{fault.from} + fault.times);
 }
 
-/// Whether the one at `place` does: a call draws the same in every session.
+/// Whether the fault at index `place` strikes by chance: a call draws the same in every session.
 bool is_drawn(const Bench& bench, std::size_t place, std::int64_t count) {
   Noise draws((static_cast<std::uint64_t>(bench.measurement.seed) << 32) +
               static_cast<std::uint64_t>(count));
@@ -53,17 +54,35 @@ void Library::prepare_locked() {
   }
 }
 
-/// A store that can't be used is tried again: the card may be another one by now.
+/// A store that is still open is in memory, or in a file whose session is just ending.
 void Library::open_store_locked(const StoreSettings& settings) {
-  if (store_ && store_file_ == settings.file && store_->state() == KVR_RES_OK) {
-    return;
+  if (!store_ || store_file_ != settings.file || store_->state() != KVR_RES_OK) {
+    store_ = nullptr;
+    const std::u8string path(settings.file.begin(), settings.file.end());
+    store_ = std::make_shared<SqliteStore>(StoreOptions{.path = path});
+    store_file_ = settings.file;
   }
-  store_ = nullptr;
-  const std::u8string path(settings.file.begin(), settings.file.end());
-  store_ = std::make_shared<SqliteStore>(StoreOptions{.path = path});
-  store_file_ = settings.file;
   if (settings.demonstration) {
     fill_with_demonstration(*store_);
+  }
+}
+
+void Library::close_store_locked() {
+  if (store_ && !store_file_.empty()) {
+    store_->close();
+    store_ = nullptr;
+  }
+}
+
+void Library::close_store_at_process_end() noexcept {
+  constexpr std::chrono::seconds kPatience{2};
+  try {
+    const std::unique_lock lock = lock_within(mutex_, kPatience);
+    if (lock && store_) {
+      store_->close_within(kPatience);
+    }
+  } catch (...) {
+    // For example without memory: the log stays until the next start.
   }
 }
 
@@ -105,6 +124,10 @@ kvr_code Library::shut_down() {
     return KVR_RES_LIB_NOT_INITIALIZED;
   }
   ending->shut_down();
+  const std::lock_guard lock(mutex_);
+  if (!session_) {
+    close_store_locked();
+  }
   return KVR_RES_OK;
 }
 
@@ -174,5 +197,16 @@ Library& library() {
   static Library* const only = new Library(bench_file_of_environment);
   return *only;
 }
+
+namespace {
+
+/// Registered when the library is loaded, so that static objects of the program can use the store
+/// until they are destroyed.
+[[maybe_unused]] const bool kClosesStore = [] {
+  call_at_process_end([] { library().close_store_at_process_end(); });
+  return true;
+}();
+
+}  // namespace
 
 }  // namespace virtual_instrument

@@ -10,10 +10,10 @@
 #include "virtual_instrument/bench/bench_unit.h"
 #include "virtual_instrument/measurement/single_phase_ratio.h"
 #include "virtual_instrument/measurement/three_phase_ratio.h"
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/recording/record_keeper.h"
 #include "virtual_instrument/session/failed_phases.h"
-#include "virtual_instrument/session/record_keeper.h"
 #include "virtual_instrument/vocabulary/code_names.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {
@@ -109,7 +109,7 @@ std::shared_ptr<const Bench> Session::look_at_bench() {
   });
 }
 
-/// Carries out what the bench does by itself: losing the connection, pressing buttons.
+/// Applies the bench's own events: a lost connection, pressed buttons.
 void Session::look_locked(const Bench& bench) {
   if (connection_ != Connection::up) {
     return;
@@ -151,7 +151,7 @@ void Session::post_locked(kvr_code code, std::string text) {
   }
 }
 
-/// The first reason to stop is the one that the test ends with.
+/// The test ends with the first reason to stop.
 void Session::stop_test_locked(kvr_code code) {
   if (testing_ && stoppable_ && stop_code_ == KVR_RES_OK) {
     stop_code_ = code;
@@ -251,11 +251,13 @@ kvr_code Session::get_status(kvr_Status* status) {
   *status = {};
   status->device_status_code = settings.device_status_code;
   status->api_locked = flag(locked_ || settings.api_locked);
-  status->database_loaded = flag(settings.database_loaded && store_->state() == KVR_RES_OK);
+  // The database is on the card, so without the card there is none: clients see by this flag that
+  // no test can be stored.
+  status->database_loaded = flag(check_store(settings, *store_, false) == KVR_RES_OK);
   status->measurement_board_connected = flag(settings.measurement_board_connected);
   status->emergency_button_pressed = flag(settings.emergency_button_pressed);
   status->secondary_sd_mounted = flag(settings.secondary_sd_mounted);
-  status->secondary_sd_read_only = flag(settings.secondary_sd_read_only);
+  status->secondary_sd_read_only = flag(settings.secondary_sd_read_only || store_->is_read_only());
   status->primary_sd_error = flag(settings.primary_sd_error);
   status->secondary_sd_error = flag(settings.secondary_sd_error);
   return KVR_RES_OK;
@@ -352,7 +354,7 @@ kvr_code Session::run_test(const TestJob& job, kvr_TestRecord** record) {
       fault != KVR_RES_OK) {
     return fault;
   }
-  kvr_code code = KVR_RES_INTERNAL_ERROR;  // what an exception in there leaves
+  kvr_code code = KVR_RES_INTERNAL_ERROR;  // the result after an exception
   std::thread([&] {
     try {
       code = carry_out(job, seed, record);
@@ -389,7 +391,7 @@ kvr_code Session::begin_test(const Bench& bench, std::uint64_t& seed) {
   testing_ = true;
   stoppable_ = true;
   stop_code_ = KVR_RES_OK;
-  // Each test of a session has noise of its own, and the same in every session.
+  // Each test of a session has noise of its own, the same in every session.
   seed = (static_cast<std::uint64_t>(bench.measurement.seed) << 32) + test_number_++;
   return KVR_RES_OK;
 }
@@ -417,7 +419,7 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
   if (const kvr_code stopped = pass_time(job, bench->measurement); stopped != KVR_RES_OK) {
     return stopped;
   }
-  // A lead that was opened meanwhile, say, has its part in the result.
+  // For example a lead that was opened meanwhile affects the result.
   if (std::shared_ptr<const Bench> changed = benches_->current(); changed != bench) {
     bench = std::move(changed);
     if (const kvr_code fault = job.check(*bench); fault != KVR_RES_OK) {
@@ -439,7 +441,7 @@ kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestReco
   return measured.code;
 }
 
-/// The transformer keeps what tests do to its flux until the bench says otherwise.
+/// The transformer keeps the residual flux that tests leave, until the bench sets another one.
 const std::array<double, 3>& Session::residual_flux(const Bench& bench) {
   if (bench_flux_ != bench.transformer.residual_flux) {
     bench_flux_ = bench.transformer.residual_flux;
@@ -462,8 +464,8 @@ Session::Measured Session::measure(const TestJob& job, const Bench& bench, std::
   return measured;
 }
 
-/// Lets the time of the test pass and tells its progress. KVR_RES_OK if it came to its end, after
-/// which it can't be stopped any more; else the reason.
+/// Waits for the duration of the test and reports its progress. KVR_RES_OK at its end, after which
+/// it can't be stopped any more; else the reason to stop.
 kvr_code Session::pass_time(const TestJob& job, const MeasurementSettings& settings) {
   const Time begin = std::chrono::steady_clock::now();
   const auto is_stopped = [this] { return stop_code_ != KVR_RES_OK; };
@@ -504,7 +506,7 @@ kvr_code Session::store_fault(bool for_writing) {
   if (for_writing && testing_) {
     return KVR_RES_TESTING_IN_PROGRESS;
   }
-  return check_store(bench->status, for_writing);
+  return check_store(bench->status, *store_, for_writing);
 }
 
 kvr_code Session::check_record_exists(const char* record_id, bool* exists) {

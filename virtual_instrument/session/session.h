@@ -15,18 +15,17 @@
 #include "api/client_api.h"
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/bench/bench_source.h"
-#include "virtual_instrument/records/record.h"
+#include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {
 
-/// What a client has started by initialising the library and ends by shutting it down: the
-/// connection, the reservation of the instrument, the test that runs, and the thread that tells
-/// status events and looks after the bench.
+/// The time from initialising the library to shutting it down: the connection, the lock of the
+/// instrument, the running test, and the thread that reports status events and watches the bench.
 ///
 /// The functions are the exported calls of the same name, and safe on any thread, those of the
-/// callbacks included: no lock is held while a callback runs. A call out of order answers with the
-/// code that names the fault. Out parameters are touched on success alone.
+/// callbacks included: no lock is held while a callback runs. A call out of order returns the code
+/// that names the mistake. Out parameters change only on success.
 class Session : public std::enable_shared_from_this<Session> {
  public:
   Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benches,
@@ -36,7 +35,7 @@ class Session : public std::enable_shared_from_this<Session> {
   void start();
 
   /// Ends a running test and the session's thread. When it returns, no callback runs and none will
-  /// come, but for the one that it was called from. Once.
+  /// come, except the one from which it was called. Call it once.
   void shut_down();
 
   kvr_code connect(const kvr_ConnectionType* type, const char* client_name, char* firmware_version);
@@ -47,7 +46,7 @@ class Session : public std::enable_shared_from_this<Session> {
   kvr_code unlock_api();
   kvr_code cancel_operation();
 
-  /// `fault` says which phases of the result are to fail.
+  /// `fault` names the phases of the result that must fail.
   kvr_code test_ratio_1ph(const kvr_TestRequestHeader* header, const kvr_Ratio1phRequest* request,
                           const kvr_ProgressHandler* progress, const Fault& fault,
                           kvr_TestRecord** record);
@@ -87,7 +86,7 @@ class Session : public std::enable_shared_from_this<Session> {
     std::function<Measured(const TransformerUnit&, const Bench&, std::uint64_t seed)> measure;
   };
 
-  // Those whose name ends in _locked require the lock.
+  // Functions whose names end in _locked require the lock.
 
   void watch();
   std::optional<Time> next_look_locked(const Bench& bench) const;
@@ -114,24 +113,24 @@ class Session : public std::enable_shared_from_this<Session> {
   std::thread watch_;
 
   std::mutex mutex_;
-  std::condition_variable changed_;  ///< told whenever something below changes
+  std::condition_variable changed_;  ///< notified whenever something below changes
   bool ended_ = false;
   std::deque<Event> events_;
   Connection connection_ = Connection::none;
   kvr_code lost_code_ = KVR_RES_OK;
   Time connected_at_;
   bool locked_ = false;
-  bool emergency_ = false;  ///< as told last
-  bool interlock_ = false;  ///< as told last
+  bool emergency_ = false;  ///< as last reported
+  bool interlock_ = false;  ///< as last reported
   bool testing_ = false;
   bool stoppable_ = false;
-  kvr_code stop_code_ = KVR_RES_OK;  ///< why the test that runs is to end; none yet if 0
+  kvr_code stop_code_ = KVR_RES_OK;  ///< why the running test must end; 0: no reason yet
   std::thread::id test_thread_;
   std::uint64_t test_number_ = 0;
 
-  // Of the transformer under test; used by the test that runs alone.
-  std::optional<std::array<double, 3>> bench_flux_;  ///< as the bench had it last
-  std::array<double, 3> residual_flux_{};            ///< per unit, what the tests left of it
+  // The transformer under test; only the running test uses these.
+  std::optional<std::array<double, 3>> bench_flux_;  ///< the bench's last value
+  std::array<double, 3> residual_flux_{};            ///< per unit, as the tests left it
 };
 
 }  // namespace virtual_instrument

@@ -11,7 +11,7 @@
 
 namespace virtual_instrument {
 
-/// The head of a stored record and when the record was begun, in seconds since 1970.
+/// The head of a stored record and the time when the record was begun, in seconds since 1970.
 struct StoredLabel {
   kvr_TestLabel label;
   std::int64_t time;
@@ -23,15 +23,15 @@ enum class SortKey {
   kVectorGroup = kSortByVectorGroup,
 };
 
-/// A list's entries come from one new[], the list from one new.
+/// Frees a list: its entries come from one new[], the list from one new.
 struct FreeLabels {
   void operator()(kvr_TestLabelsList* list) const;
 };
 using Labels = std::unique_ptr<kvr_TestLabelsList, FreeLabels>;
 
-/// `labels`, which come in the order in which the records were begun, as a list in the order of
-/// `key`. IDs and names of vector groups are compared byte by byte. Records that are equal in the
-/// key stand in the order in which they were begun, whichever way the list runs.
+/// Makes a list in the order of `key` from `labels`, which must be in the order in which the
+/// records were begun. IDs and names of vector groups are compared byte by byte. Records with equal
+/// keys stay in the order in which they were begun, in both directions.
 Labels ordered_list(const std::vector<StoredLabel>& labels, SortKey key, bool ascending);
 
 }  // namespace virtual_instrument

@@ -8,7 +8,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// What is bound stays in place until the statement has run. SQLITE_STATIC without its cast.
+/// Bound values stay valid until the statement has run. This is SQLITE_STATIC without its cast.
 constexpr sqlite3_destructor_type kStaysInPlace = nullptr;
 
 struct CodePair {
@@ -16,9 +16,9 @@ struct CodePair {
   kvr_code code;
 };
 
-/// By extended code first, then by primary code. Anything else is a database error.
+/// Looked up by extended code first, then by primary code. All others are database errors.
 constexpr CodePair kCodes[] = {
-    // Too little room for the shared index of the write-ahead log is reported as its own failure.
+    // SQLite has its own code for too little room for the shared index of the write-ahead log.
     {SQLITE_IOERR_SHMSIZE, KVR_RES_DISK_FULL},
     {SQLITE_IOERR_NOMEM, KVR_RES_INTERNAL_ERROR},
     {SQLITE_OK, KVR_RES_OK},
@@ -47,7 +47,7 @@ void require_ok(int result) {
   }
 }
 
-/// An absolute path can't be taken for one of SQLite's special names.
+/// SQLite never interprets an absolute path as one of its special names.
 std::string name_of(const std::filesystem::path& path) {
   if (path.empty()) {
     return ":memory:";
@@ -113,7 +113,7 @@ SqliteStatement& SqliteStatement::bind(std::int64_t value) {
   return *this;
 }
 
-// A null pointer would be bound as NULL, which is not what an empty text or value is.
+// A null pointer would be bound as NULL, which differs from an empty text or value.
 SqliteStatement& SqliteStatement::bind(std::string_view text) {
   require_ok(sqlite3_bind_text64(statement_.get(), ++bound_, text.empty() ? "" : text.data(),
                                  text.size(), kStaysInPlace, SQLITE_UTF8));
@@ -194,6 +194,11 @@ void SqliteConnection::checkpoint_on_close(bool wanted) const {
   sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, wanted ? 0 : 1, nullptr);
 }
 
+void SqliteConnection::checkpoint() const {
+  sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr,
+                            nullptr);
+}
+
 SqliteTransaction::SqliteTransaction(const SqliteConnection& connection) : connection_(connection) {
   connection_.run("BEGIN IMMEDIATE");
 }
@@ -203,7 +208,7 @@ SqliteTransaction::~SqliteTransaction() {
     try {
       connection_.run("ROLLBACK");
     } catch (const StoreFailure&) {
-      // SQLite has already rolled back by itself, as it does after some failures.
+      // After some failures SQLite has already rolled back by itself.
     }
   }
 }

@@ -13,8 +13,8 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-// SQLite as the record store uses it: a connection, statements and a transaction that clean up
-// after themselves. What goes wrong is thrown as a StoreFailure with the client library's code.
+// SQLite for the record store: a connection, statements and a transaction that clean up after
+// themselves. Failures are thrown as a StoreFailure with the client library's code.
 
 namespace virtual_instrument {
 
@@ -25,8 +25,8 @@ struct StoreFailure {
 /// The client library's code for a result code of SQLite, extended or not.
 kvr_code code_of_sqlite(int result);
 
-/// One prepared statement. Parameters are bound left to right, columns are read by their position
-/// from 0; what a column refers to holds until the next step().
+/// One prepared statement. Parameters are bound left to right, columns are read by their index from
+/// 0; a view of a column is valid until the next step().
 class SqliteStatement {
  public:
   SqliteStatement(sqlite3* connection, std::string_view sql);
@@ -38,7 +38,7 @@ class SqliteStatement {
   /// Goes to the next row; false when there is none.
   bool step();
 
-  /// Runs a statement that gives no rows, or whose rows don't matter.
+  /// Runs a statement without rows, or whose rows are not needed.
   void run();
 
   std::int64_t integer(int column) const;
@@ -55,31 +55,35 @@ class SqliteStatement {
 
 enum class SqliteAccess {
   kCreate,     ///< reading and writing; a missing database is made
-  kExisting,   ///< reading and writing; only reading where the file can't be written
-  kImmutable,  ///< reading what nobody can change: no locks, no files beside the database
+  kExisting,   ///< reading and writing; only reading if the file can't be written
+  kImmutable,  ///< reading what no process can change: no locks, no files beside the database
 };
 
 class SqliteConnection {
  public:
-  /// An empty path is a database in memory. Other processes that hold the database are waited for,
-  /// each time, for as long as `patience`.
+  /// An empty path is a database in memory. Each operation waits up to `patience` for other
+  /// processes that hold the database.
   SqliteConnection(const std::filesystem::path& path, SqliteAccess access,
                    std::chrono::milliseconds patience);
 
   SqliteStatement prepare(std::string_view sql) const;
   void run(std::string_view sql) const { prepare(sql).run(); }
 
-  /// The single value that a query or pragma gives.
+  /// The single value that a query or pragma returns.
   std::int64_t integer(std::string_view sql) const;
 
   std::int64_t last_insert_id() const;
   std::int64_t changed_rows() const;
 
-  /// Whether the database can't be written, whatever was asked for.
+  /// Whether the database can't be written, in spite of the access asked for.
   bool is_read_only() const;
 
-  /// Whether closing moves what stands in the write-ahead log into the file, as it does at first.
+  /// Sets whether closing moves the write-ahead log into the file; by default it does.
   void checkpoint_on_close(bool wanted) const;
+
+  /// Moves the write-ahead log into the file, as far as other users of the file allow without
+  /// waiting. The rest stays in the log and is not lost.
+  void checkpoint() const;
 
  private:
   struct Close {
@@ -88,8 +92,8 @@ class SqliteConnection {
   std::unique_ptr<sqlite3, Close> connection_;
 };
 
-/// What happens within it happens whole, at commit(), or not at all. It holds the right to write
-/// from its beginning, so that it can't fail half way because another process writes.
+/// All changes take effect at commit(), or none do. It holds the write lock from its beginning, so
+/// that it can't fail half way because another process writes.
 class SqliteTransaction {
  public:
   explicit SqliteTransaction(const SqliteConnection& connection);

@@ -14,8 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "virtual_instrument/store/checksum.h"
-#include "virtual_instrument/store/record_codec.h"
+#include "virtual_instrument/store/patient_lock.h"
 
 namespace virtual_instrument {
 namespace {
@@ -24,7 +25,7 @@ namespace fs = std::filesystem;
 
 // ---- The file ------------------------------------------------------------------------------
 
-/// "KVRS". Tells a store from any other SQLite database.
+/// "KVRS". Distinguishes a store from any other SQLite database.
 constexpr std::uint32_t kApplicationId = 0x4B565253;
 constexpr std::int32_t kSchemaVersion = 1;
 
@@ -33,9 +34,9 @@ struct Table {
   const char* sql;
 };
 
-/// SQLite keeps these texts in the file as they stand, so they tell a version 1 as well. `head` is
-/// an entry of a list of records, `data` a record as record_codec.h writes it. Checksums guard what
-/// SQLite takes as it comes: that of a head goes on over `time` and `family`.
+/// SQLite keeps these texts in the file unchanged, so they also identify version 1. `head` is an
+/// entry of a list of records, `data` a record as record_codec.h writes it. Checksums protect
+/// content that SQLite does not check; that of a head also covers `time` and `family`.
 constexpr Table kTables[] = {
     {"records",
      "CREATE TABLE records (\n"
@@ -56,11 +57,11 @@ constexpr Table kTables[] = {
     {"tests_of_record", "CREATE INDEX tests_of_record ON tests (record, number)"},
 };
 
-/// A file up to this size is checked from end to end when it is opened. Checking a large one would
-/// keep the operator waiting, so its damage is found when it is met.
+/// A file up to this size is checked completely when it is opened. A check of a larger one would
+/// keep the operator waiting, so its damage is found only when it is read.
 constexpr std::uint64_t kCheckedWhole = 32 << 20;
 
-/// The head of a database file, as far as it tells whose it is.
+/// The part of a database file's head that identifies its owner.
 struct FileHead {
   std::array<char, 100> bytes{};
 
@@ -89,9 +90,8 @@ void require_our_version(std::int64_t application_id, std::int64_t version) {
   require(version == kSchemaVersion, KVR_RES_DATABASE_SCHEMA_NOT_UPGRADED);
 }
 
-/// Looks at the file without SQLite, which could change even a file that it is to refuse: it moves
-/// a left write-ahead log into it. An empty file is what is left of a store whose making was cut
-/// short.
+/// Checks the file without SQLite, which can change a file that we then refuse: it moves a leftover
+/// write-ahead log into it. An empty file is an interrupted creation.
 bool is_missing_or_empty(const fs::path& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
@@ -121,8 +121,8 @@ std::uint64_t size_of(const fs::path& path) {
 
 fs::path log_of(fs::path path) { return path += "-wal"; }
 
-/// Every table and the marks of a store in one transaction. Two processes can come here at once, so
-/// whoever comes second finds it done.
+/// Makes all tables and the marks of a store in one transaction. Two processes can do this at once;
+/// the second one finds it done.
 void create_tables(const SqliteConnection& database) {
   SqliteTransaction transaction(database);
   if (database.integer("SELECT count(*) FROM sqlite_schema") == 0) {
@@ -145,7 +145,7 @@ void check_schema(const SqliteConnection& database) {
   }
 }
 
-/// SQLite waits for other processes everywhere but here.
+/// This is the only place where SQLite does not wait for other processes.
 void use_log(const SqliteConnection& database, std::chrono::milliseconds patience) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
   for (;;) {
@@ -174,8 +174,8 @@ void limit_size(const SqliteConnection& database, std::uint64_t capacity) {
                std::to_string(std::max(capacity / page_size, std::uint64_t{1})));
 }
 
-/// SQLite wants files beside the database, for readers and writers to agree. On a disk on which
-/// nothing can be made it gives up.
+/// SQLite needs files beside the database to coordinate readers and writers. Where it can't make
+/// them, it fails.
 bool can_be_read(const SqliteConnection& database) {
   try {
     database.integer("PRAGMA user_version");
@@ -185,7 +185,7 @@ bool can_be_read(const SqliteConnection& database) {
   }
 }
 
-/// Opens a file without a change to it or to a log that is left beside it, whatever comes next.
+/// Opens a file without changing it or a leftover log beside it, also if a later step fails.
 std::unique_ptr<SqliteConnection> open_existing(const StoreOptions& options) {
   const bool log_is_left = size_of(log_of(options.path)) > 0;
   auto database =
@@ -205,7 +205,7 @@ std::span<const std::byte> bytes_of(const Value& value) {
   return std::as_bytes(std::span(&value, 1));
 }
 
-/// Of a record or the head of one.
+/// For a record or the head of one.
 template <class Head>
 std::string_view id_of(const Head& record) {
   const std::string_view field(record.record_id, sizeof record.record_id);
@@ -219,7 +219,7 @@ std::vector<std::byte> stored_form_of(const kvr_TestRecord& record) {
   return *std::move(form);
 }
 
-/// What the table of records holds of a record beside its ID.
+/// The columns of the table of records other than the ID.
 struct StoredHead {
   kvr_TestLabel label;
   std::int64_t time;
@@ -242,7 +242,7 @@ StoredHead head_from(const SqliteStatement& row) {
   return head;
 }
 
-/// A stored record. As long as it lives, other statements of the connection see the store as it was
+/// A stored record. While this object lives, other statements of the connection see the store as of
 /// when the record was found.
 struct FoundRecord {
   SqliteStatement row;
@@ -288,7 +288,34 @@ SqliteStore::SqliteStore(const StoreOptions& options) {
   }
 }
 
-/// Turns what is thrown into codes.
+SqliteStore::~SqliteStore() { close(); }
+
+void SqliteStore::close() {
+  const std::lock_guard lock(mutex_);
+  close_locked();
+}
+
+bool SqliteStore::close_within(std::chrono::milliseconds patience) {
+  const std::unique_lock lock = lock_within(mutex_, patience);
+  if (lock) {
+    close_locked();
+  }
+  return lock.owns_lock();
+}
+
+/// SQLite moves the log when the last connection closes. If two close at once, each sees the other
+/// as still open, so the log is moved before.
+void SqliteStore::close_locked() {
+  if (state_ == KVR_RES_OK) {
+    state_ = KVR_RES_LIB_NOT_INITIALIZED;
+  }
+  if (database_ != nullptr && keeps_log_) {
+    database_->checkpoint();
+  }
+  database_.reset();
+}
+
+/// Turns exceptions into codes.
 template <class Operation>
 kvr_code SqliteStore::guarded(Operation operation) {
   const std::lock_guard lock(mutex_);
@@ -314,7 +341,7 @@ void SqliteStore::open(const StoreOptions& options) {
   } else {
     database_ = open_existing(options);
   }
-  // SQLite undoes a making that was cut short when it first looks at the file.
+  // SQLite undoes an interrupted creation when it first reads the file.
   database_->integer("PRAGMA user_version");
   if (size_of(options.path) == 0) {
     require(!options.read_only, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
@@ -325,7 +352,8 @@ void SqliteStore::open(const StoreOptions& options) {
   if (size_of(options.path) <= kCheckedWhole) {
     check_integrity(*database_);
   }
-  if (options.read_only || database_->is_read_only()) {
+  read_only_ = options.read_only || database_->is_read_only();
+  if (read_only_) {
     database_->run("PRAGMA query_only = ON");
     return;
   }
@@ -337,6 +365,10 @@ void SqliteStore::open(const StoreOptions& options) {
     limit_size(*database_, options.capacity);
   }
   database_->checkpoint_on_close(true);
+  keeps_log_ = !in_memory;
+  if (keeps_log_) {
+    database_->checkpoint();  // the log of a killed process
+  }
 }
 
 kvr_code SqliteStore::exists(std::string_view record_id, bool& exists) {

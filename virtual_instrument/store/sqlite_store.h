@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -9,31 +10,30 @@
 
 #include "api/codes.h"
 #include "api/result_records.h"
-#include "virtual_instrument/store/record_nest.h"
+#include "record_form/record_nest.h"
 #include "virtual_instrument/store/record_order.h"
 #include "virtual_instrument/store/sqlite_connection.h"
 
 // The instrument's stored records in one SQLite file. A record is known by its ID, the text that
-// the operator gave it, and holds one test or more of one kind. Records are told apart by the exact
-// bytes of their IDs.
+// the operator gave it, and holds one test or more of one kind. Two IDs are equal only if all their
+// bytes are.
 //
-// The file is meant to outlive crashes, other processes on the same file, and people who point the
-// instrument at the wrong file: each change is one transaction that is on the disk when the call
-// returns, and a file that is not a store of this version is refused and left as it was.
-// docs/store.md describes the file.
+// The file survives crashes, other processes on the same file, and people who name a wrong file:
+// each change is one transaction that is on the disk when the call returns, and a file that is not
+// a store of this version is refused and unchanged. docs/store.md describes the file.
 
 namespace virtual_instrument {
 
 struct StoreOptions {
   std::filesystem::path path;  ///< empty: in memory, and gone with the store
   bool read_only = false;
-  std::uint64_t capacity = 0;  ///< bytes that the file may take; 0: what the disk has
-  /// How long another process that holds the file is waited for.
+  std::uint64_t capacity = 0;  ///< largest size of the file in bytes; 0: no limit but the disk
+  /// How long to wait for another process that holds the file.
   std::chrono::milliseconds patience = std::chrono::seconds(5);
 };
 
-/// Every call gives a code of the client library. Anything but KVR_RES_OK means that nothing has
-/// changed and that the output was left alone. Codes that any call can give:
+/// Every call returns a code of the client library. Any code but KVR_RES_OK means that nothing has
+/// changed, outputs included. Codes that any call can return:
 ///   KVR_RES_SQL_DATABASE_ERROR           not a database, or a damaged one
 ///   KVR_RES_DB_SCHEMA_INCOMPATIBLE       a database of something else, or of a newer version
 ///   KVR_RES_DATABASE_SCHEMA_NOT_UPGRADED a store of a version that is no longer read
@@ -42,24 +42,38 @@ struct StoreOptions {
 ///   KVR_RES_SECONDARY_SDCARD_READ_ONLY   a change of what can't be written
 ///   KVR_RES_DISK_FULL                    a change for which there is no room
 ///   KVR_RES_ANOTHER_INSTANCE_RUNNING     another process holds the file for too long
+///   KVR_RES_LIB_NOT_INITIALIZED          the store is closed
 ///
 /// Safe on any thread, and in several processes on one file.
 class SqliteStore {
  public:
-  /// Makes the file if it is missing or empty; its folder must be there. A file that can't be used
-  /// is told by state().
+  /// Makes the file if it is missing or empty; its folder must exist. state() reports a file that
+  /// can't be used.
   explicit SqliteStore(const StoreOptions& options);
+  ~SqliteStore();
+  SqliteStore(const SqliteStore&) = delete;
+  SqliteStore& operator=(const SqliteStore&) = delete;
 
-  /// KVR_RES_OK when the store can be used, else the code that every other call gives as well.
+  /// KVR_RES_OK if the store can be used, else the code that every other call returns too.
   kvr_code state() const { return state_; }
+
+  /// Whether changes are refused, because of the options or of the disk.
+  bool is_read_only() const { return read_only_; }
+
+  /// Waits for the running call and closes the store: all records are then in the one file. The log
+  /// beside it is removed unless another process uses the file.
+  void close();
+
+  /// The same, but gives up if a call still runs after `patience`. Whether the store is closed.
+  bool close_within(std::chrono::milliseconds patience);
 
   kvr_code exists(std::string_view record_id, bool& exists);
 
   /// The head of a record as lists show it. KVR_RES_RECORD_NOT_FOUND without a record of that ID.
   kvr_code head(std::string_view record_id, kvr_TestLabel& head);
 
-  /// The whole record: the tests of all its savings in the order in which they came, under the head
-  /// of the first. KVR_RES_RECORD_NOT_FOUND without a record of that ID.
+  /// The whole record: all its tests in the order in which they were saved, under the head of the
+  /// first. KVR_RES_RECORD_NOT_FOUND without a record of that ID.
   kvr_code read(std::string_view record_id, RecordNest& record);
 
   /// Keeps `record` under its own ID, begun at `time`, seconds since 1970. KVR_RES_TESTID_EXISTS
@@ -67,9 +81,9 @@ class SqliteStore {
   /// a record that has no stored form.
   kvr_code save_new(const kvr_TestRecord& record, std::int64_t time);
 
-  /// Adds the tests of `record` to the stored record of the same ID and stores the head of that
-  /// record, grown by them, in `head`. KVR_RES_RECORD_NOT_FOUND without such a record;
-  /// KVR_RES_TEST_CONFIG_INCOMPATIBLE when that one holds tests of another type or family;
+  /// Adds the tests of `record` to the stored record of the same ID and stores the updated head of
+  /// that record in `head`. KVR_RES_RECORD_NOT_FOUND without such a record;
+  /// KVR_RES_TEST_CONFIG_INCOMPATIBLE if it holds tests of another type or family;
   /// KVR_RES_DATA_INVALID as above.
   kvr_code add_test(const kvr_TestRecord& record, kvr_TestLabel& head);
 
@@ -83,13 +97,16 @@ class SqliteStore {
 
  private:
   void open(const StoreOptions& options);
+  void close_locked();
 
   template <class Operation>
   kvr_code guarded(Operation operation);
 
   std::mutex mutex_;
   std::unique_ptr<SqliteConnection> database_;
-  kvr_code state_ = KVR_RES_OK;
+  bool read_only_ = false;
+  bool keeps_log_ = false;  ///< whether there is a log that this store must move
+  std::atomic<kvr_code> state_ = KVR_RES_OK;
 };
 
 }  // namespace virtual_instrument

@@ -22,9 +22,9 @@ constexpr WindingPair kWindingPairs[] = {
 
 constexpr double kDegreesPerRadian = 57.29577951308232;
 constexpr float kShownFrom = 4;        // degrees
-constexpr float kLargest = 1'000'000;  // degrees; keeps nonsense within a whole number
+constexpr float kLargest = 1'000'000;  // degrees; limits invalid values to the range of an int
 
-/// Shifts up to 4 degrees and negative ones do not show.
+/// Shifts up to 4 degrees and negative ones are not shown.
 std::string shift_text(float phase_shift) {
   auto degrees = static_cast<float>(double{phase_shift} * kDegreesPerRadian);
   if (degrees > 180) {

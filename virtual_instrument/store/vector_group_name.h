@@ -6,8 +6,8 @@
 
 namespace virtual_instrument {
 
-/// The name of the vector group that a setup joins, as reports show it: "YNd1", with "+30" behind
-/// it for a phase shift of 30 degrees. Empty for a setup that joins no known pair of windings.
+/// The name of the vector group that a setup joins, as in reports: "YNd1", followed by "+30" for a
+/// phase shift of 30 degrees. Empty for a setup that joins no known pair of windings.
 std::string vector_group_name(const kvr_TestSetup& setup);
 
 }  // namespace virtual_instrument

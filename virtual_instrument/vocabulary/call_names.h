@@ -5,7 +5,7 @@
 
 namespace virtual_instrument {
 
-/// The exported calls, by which a bench names the ones that are to fail.
+/// The names of the exported calls, with which a bench names those that must fail.
 inline constexpr std::array<std::string_view, 22> kCallNames{
     "kvr_CancelOperation",   "kvr_CheckConnection",
     "kvr_CheckRecordExists", "kvr_ClearTestDatabase",

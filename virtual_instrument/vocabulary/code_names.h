@@ -7,10 +7,10 @@
 
 namespace virtual_instrument {
 
-/// The code with that symbolic name, as a bench writes it.
+/// The code with that symbolic name; benches use these names.
 std::optional<kvr_code> code_of_name(std::string_view name);
 
-/// Whether a client takes `code` for success: done, done with a status to look at, or done in part.
+/// Whether a client treats `code` as success: done, done with a status to check, or done in part.
 constexpr bool is_accepted_code(kvr_code code) {
   return code == KVR_RES_OK || code == KVR_RES_CHECK_ERROR_STATUS ||
          code == KVR_RES_PARTIAL_RESULT_CHECK_STATUS;

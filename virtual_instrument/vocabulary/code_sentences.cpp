@@ -216,7 +216,7 @@ constexpr bool is_in_order() {
 }
 static_assert(is_in_order(), "the search below relies on it");
 
-/// Each thread its own, so that two of them can ask at once.
+/// Each thread has its own buffer, so that two threads can call this at once.
 const char* sentence_without_name(kvr_code code) {
   constexpr std::string_view kBegin = "The code ";
   constexpr std::string_view kEnd = " has no meaning here";

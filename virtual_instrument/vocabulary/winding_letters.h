@@ -2,7 +2,7 @@
 
 #include "api/request_records.h"
 
-// The letters of windings in the name of a vector group, by the side on which they stand.
+// The letters of windings in the name of a vector group, for each side.
 
 namespace virtual_instrument {
 
@@ -19,7 +19,7 @@ inline constexpr WindingLetters kWindingLetters[] = {
     {KVR_WINDING_PT, "PT", ""},      {KVR_WINDING_A, "a", "a"},
 };
 
-/// The letters of a winding on one side; "?" for a type that there is not.
+/// The letters of a winding on one side; "?" for an unknown type.
 constexpr const char* letters_of(kvr_WindingType type, const char* WindingLetters::*side) {
   for (const WindingLetters& letters : kWindingLetters) {
     if (letters.type == type) {

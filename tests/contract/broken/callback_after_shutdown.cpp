@@ -1,5 +1,5 @@
 // breaks: silence-after-shutdown
-// The thread that tells events looks once more when the session has ended.
+// The thread that reports events reports one more after the session has ended.
 #include <thread>
 
 #include "contract/broken/good_calls.h"

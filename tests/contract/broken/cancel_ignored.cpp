@@ -1,5 +1,5 @@
 // breaks: cancel
-// Cancelling is accepted and forgotten.
+// Cancelling is accepted and does nothing.
 #include "contract/broken/good_calls.h"
 
 namespace {

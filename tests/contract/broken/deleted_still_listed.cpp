@@ -30,7 +30,7 @@ void break_calls(ClientApiTable& calls) {
   calls.kvr_ListRecords = [](kvr_TestLabelsList** list, void* filter, std::int32_t sort_key,
                              std::int32_t ascending) {
     const kvr_code code = good_kvr_ListRecords(list, filter, sort_key, ascending);
-    // In a place where it fits the order of IDs, which is the only order that is asked for here.
+    // Inserted where it fits the order of IDs, the only order that this rule asks for.
     if (code == KVR_RES_OK && deleted.record_id[0] != '\0' && sort_key == kSortByTestId) {
       auto* longer = new kvr_TestLabel[(*list)->count + 1];
       std::copy_n((*list)->entries, (*list)->count, longer);

@@ -1,5 +1,5 @@
 // breaks: events
-// A release overtakes nothing, but is overtaken by what follows.
+// A release is reported after the event that follows it.
 #include "contract/broken/good_calls.h"
 
 namespace {

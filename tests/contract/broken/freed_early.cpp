@@ -1,5 +1,5 @@
 // breaks: records-stay
-// A record's memory is used again for the next test, whether it was given back or not.
+// A record's memory is used again for the next test, even if it was not freed.
 #include <cstring>
 
 #include "contract/broken/good_calls.h"

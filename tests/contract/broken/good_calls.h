@@ -3,7 +3,7 @@
 #include "contract/client_api_table.h"
 
 // The virtual instrument's calls under other names, for libraries that break one thing and leave
-// everything else to it.
+// all else to the virtual instrument.
 
 #define KVR_DECLARE_GOOD(call) extern "C" decltype(::call) good_##call;
 KVR_EACH_CALL(KVR_DECLARE_GOOD)
@@ -15,5 +15,5 @@ inline ClientApiTable good_calls() {
 #undef KVR_GOOD
 }
 
-/// Puts something broken in the place of good calls. Each broken library has one of its own.
+/// Replaces good calls by broken ones. Each broken library defines its own.
 void break_calls(ClientApiTable& calls);

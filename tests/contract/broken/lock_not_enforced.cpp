@@ -1,5 +1,5 @@
 // breaks: lock
-// The API can be reserved by who comes second as well.
+// The API can be locked a second time while it is locked.
 #include "contract/broken/good_calls.h"
 
 void break_calls(ClientApiTable& calls) {

@@ -1,5 +1,5 @@
 // breaks: single-phase-test
-// What follows the request in a single-phase result lies four bytes further on.
+// In a single-phase result, the fields after the request lie four bytes too far on.
 #include <cstring>
 
 #include "contract/broken/good_calls.h"

@@ -1,5 +1,5 @@
 // breaks: status lock
-// The flags of the status record lie one byte further on.
+// The flags of the status record lie one byte too far on.
 #include <cstring>
 
 #include "contract/broken/good_calls.h"

@@ -1,5 +1,5 @@
 // breaks: status
-// A newer library's status record is longer than its caller's.
+// The library writes more bytes than the caller's status record has.
 #include <cstring>
 
 #include "contract/broken/good_calls.h"
@@ -7,7 +7,7 @@
 void break_calls(ClientApiTable& calls) {
   calls.kvr_GetStatus = [](kvr_Status* status) {
     const kvr_code code = good_kvr_GetStatus(status);
-    // Once, for the caller that leaves room behind its record.
+    // Only once: that caller leaves room after its record.
     static bool done = false;
     if (code == KVR_RES_OK && !done) {
       done = true;

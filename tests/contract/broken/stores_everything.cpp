@@ -1,5 +1,5 @@
 // breaks: save-modes empty-id
-// A test that is not to be stored is stored all the same.
+// A test with the save mode for not storing is stored.
 #include "contract/broken/good_calls.h"
 
 void break_calls(ClientApiTable& calls) {

@@ -1,5 +1,5 @@
 // breaks: texts
-// A text that fills its field leaves no room for its end.
+// A text fills its field without a terminator.
 #include <algorithm>
 #include <iterator>
 

@@ -1,5 +1,5 @@
 // breaks: list-order
-// Every list runs upwards.
+// Every list is in ascending order.
 #include "contract/broken/good_calls.h"
 
 void break_calls(ClientApiTable& calls) {

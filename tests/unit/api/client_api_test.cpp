@@ -38,15 +38,15 @@ bool is_name_character(char character) {
          (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
 }
 
-/// The names in `text` that begin as calls do and that are followed by `behind`.
-Names names_before(const std::string& text, char behind) {
+/// The names in `text` that begin like those of calls and are followed by `next`.
+Names names_before(const std::string& text, char next) {
   Names names;
   for (std::size_t at = text.find("kvr_"); at != std::string::npos; at = text.find("kvr_", at)) {
     std::size_t end = at;
     while (end < text.size() && is_name_character(text[end])) {
       ++end;
     }
-    if (end < text.size() && text[end] == behind) {
+    if (end < text.size() && text[end] == next) {
       names.insert(text.substr(at, end - at));
     }
     at = end;
@@ -69,7 +69,7 @@ TEST(ClientApi, TheHeaderDeclaresExactlyTheCalls) {
   EXPECT_EQ(names_before(source_text("client_api.h"), '('), kCalls);
 }
 
-// A call with another signature would be a call into another library.
+// A wrong signature would link, and fail only at run time.
 TEST(ClientApi, SignaturesAreThoseOfTheLibrary) {
   using Code = kvr_code;
   static_assert(std::is_same_v<decltype(kvr_Lib_Initialize), Code(kvr_InitParams*)>);

@@ -71,7 +71,7 @@ TEST(CodeToText, GivesTheNameOfEveryNamedCodeAndTheNumberOfAnyOther) {
   }
 }
 
-TEST(CodeToText, StandsAtTheEdgesOfBothRuns) {
+TEST(CodeToText, NamesTheFirstAndLastCodeOfBothRuns) {
   EXPECT_EQ(CodeToText(code(0)), "KVR_RES_OK");
   EXPECT_EQ(CodeToText(code(179)), "KVR_RES_GAIN_CALIBRATION_ERROR");
   EXPECT_EQ(CodeToText(code(180)), "Unknown error code 180");
@@ -81,7 +81,7 @@ TEST(CodeToText, StandsAtTheEdgesOfBothRuns) {
   EXPECT_EQ(CodeToText(code(1009)), "Unknown error code 1009");
 }
 
-TEST(CodeToText, KeepsTheSpellingThatReadersKnow) {
+TEST(CodeToText, KeepsTheSpellingOfCode126) {
   EXPECT_EQ(CodeToText(code(126)), "KVR_RES_HADRWARE_ACTIVE_DISCHARGER_ERROR");
 }
 
@@ -111,7 +111,7 @@ TEST(CodeToText, LeavesTheSlotAloneForNamedCodes) {
   EXPECT_EQ(named.data(), CodeToText(KVR_RES_OPEN_LEAD).data());
 }
 
-TEST(CodeToText, TakesNoMemoryForNamedCodes) {
+TEST(CodeToText, AllocatesNothingForNamedCodes) {
   const std::size_t before = counted_new::allocations();
   for (const NamedCode& named : kNamedCodes) {
     CodeToText(code(named.number));

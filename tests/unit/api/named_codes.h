@@ -7,8 +7,8 @@ struct NamedCode {
   const char* name;
 };
 
-/// The numbers and names that users of the library know, written out a second time: the list that
-/// the program is built from is compared with this one.
+/// The numbers and names of all codes, written out a second time: a test compares the list that the
+/// program is built from with this one.
 // clang-format off
 constexpr NamedCode kNamedCodes[] = {
     {0, "KVR_RES_OK"},

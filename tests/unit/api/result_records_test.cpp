@@ -6,7 +6,7 @@
 
 namespace {
 
-// Strides are contract too: these records stand in arrays, or inside others.
+// Sizes matter too: these records stand in arrays, or inside others.
 TEST(ResultRecords, Strides) {
   EXPECT_EQ(sizeof(kvr_TestLabel), 580U);
   EXPECT_EQ(sizeof(kvr_TestData_Ratio_Phase), 344U);
@@ -17,7 +17,7 @@ TEST(ResultRecords, Strides) {
   EXPECT_EQ(sizeof(kvr_TestData_MagneticBalance_Cell), 8U);
 }
 
-TEST(ResultRecords, HoldAllTheirListedFields) {
+TEST(ResultRecords, HoldAllTheirFields) {
   EXPECT_GE(sizeof(kvr_TestRecord), 688U);
   EXPECT_GE(sizeof(kvr_TestData_Ratio_3ph), 1744U);
   EXPECT_GE(sizeof(kvr_TestData_Ratio_1ph), 936U);

@@ -17,7 +17,7 @@ TEST(SessionRecords, Sizes) {
   EXPECT_EQ(sizeof(kvr_TestLabelsList), 16U);
 }
 
-TEST(InitParams, BytesOfWhatMainGives) {
+TEST(InitParams, BytesOfTheParametersOfTheProgram) {
   const unsigned char bytes[32] = {
       2,    0, 0, 0,  // init_mode
       1,              // debug_mode
@@ -117,7 +117,7 @@ TEST(TestLabelsList, Fields) {
   EXPECT_EQ(list.count, 7U);
 }
 
-// Callbacks are called by the library, so their types are part of the boundary.
+// The library calls the callbacks, so their types are part of the boundary.
 TEST(Callbacks, Types) {
   static_assert(std::is_same_v<kvr_StatusCallback, void (*)(void*, kvr_code, const char*)>);
   static_assert(std::is_same_v<kvr_ProgressCallback, void (*)(void*, const kvr_Progress*)>);

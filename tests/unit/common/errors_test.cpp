@@ -14,7 +14,7 @@ using testing::IsEmpty;
 
 kvr_code code(std::int32_t number) { return static_cast<kvr_code>(number); }
 
-TEST(KvrException, TellsWhereAndWhat) {
+TEST(KvrException, HoldsWhereAndWhat) {
   const kvr_exception error(KVR_RES_FILE_NOT_FOUND, "GetFileSize - cannot stat file x", kLogged,
                             "GetFileSize");
   EXPECT_STREQ(error.what(), "GetFileSize GetFileSize - cannot stat file x");
@@ -89,15 +89,15 @@ TEST(KvrException, OfTheSilentTypeIsRememberedButNotLogged) {
   EXPECT_STREQ(error.what(), "where quiet");
 }
 
-/// Whether constructing an exception built its log text: the text of an unnamed code passes through
-/// the one slot of such texts.
+/// Whether constructing an exception built its log text: that text of an unnamed code would replace
+/// the text in the shared slot.
 bool builds_its_log_text(CodeType type) {
   const std::string_view slot = CodeToText(code(200));
   const kvr_exception error(code(201), "message", type, "where");
   return slot == "Unknown error code 201";
 }
 
-TEST(KvrException, BuildsNoLogTextThatNobodyTakes) {
+TEST(KvrException, BuildsNoLogTextWithoutALoggerThatTakesIt) {
   EXPECT_FALSE(builds_its_log_text(kLogged));
   {
     const LogCapture log(plog::fatal);

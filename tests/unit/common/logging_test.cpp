@@ -54,7 +54,7 @@ TEST(ScopeLogger, IsSilentWithoutALogger) {
   const ScopeLogger scope("nobody listens", true);
 }
 
-/// The log of a section that takes `duration`, and how often it read the clock.
+/// The log of a timed section of length `duration`, and how often it read the clock.
 struct TimedSection {
   std::vector<LogLine> lines;
   int clock_readings;
@@ -108,7 +108,7 @@ TEST(TimerSection, ReadsTheClockASecondTimeOnlyForALoggerOfWarnings) {
   EXPECT_EQ(time_section(1ms, plog::verbose).clock_readings, 2);
 }
 
-/// Looks at what a record of the log holds beside its text.
+/// Keeps what a log record holds besides its text.
 class RecordProbe : public plog::IAppender {
  public:
   void write(const plog::Record& record) override {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "common/errors.h"
-#include "shell/session.h"
+#include "console/session.h"
 #include "support/byte_rows.h"
 #include "support/session_test.h"
 
@@ -140,7 +140,7 @@ TEST_F(Requests, AreNotKeptWhereTheStoreCannotBeWritten) {
   }
 }
 
-TEST_F(Requests, AreKeptWhateverElseTheStatusTells) {
+TEST_F(Requests, AreKeptWhateverElseTheStatusSays) {
   device_status.device_status_code = KVR_RES_HARDWARE_ERROR;
   device_status.api_locked = 1;
   device_status.measurement_board_connected = 0;

@@ -14,7 +14,7 @@ namespace {
 
 class RunFiles : public FlowTest {
  protected:
-  /// The rows of a record, in the notation of a series file.
+  /// The rows of a record, in the number format of a series file.
   static std::string rows(void (*write)(std::ostream&, const kvr_TestRecord&),
                           const kvr_TestRecord& record) {
     std::ostringstream file;
@@ -82,7 +82,7 @@ TEST_F(RunFiles, OfASeriesHoldNumbersWithEightDecimals) {
   EXPECT_EQ(results.read("series.csv"), series_head("columns") + "2.00000000;10000000000.00000000");
 }
 
-TEST_F(RunFiles, OfASeriesAreLostInSilence) {
+TEST_F(RunFiles, OfASeriesAreLostSilently) {
   const Console console;
   const std::string name = results.prefix() + "no such folder/series.csv";
   std::ofstream file = open_series_file(name, "columns");
@@ -347,7 +347,7 @@ TEST_F(RunFiles, PutARawTextWithoutANameIntoTheWorkingFolder) {
   EXPECT_TRUE(results.empty());
 }
 
-TEST_F(RunFiles, OfRawDataAreLostInSilence) {
+TEST_F(RunFiles, OfRawDataAreLostSilently) {
   const Console console;
   write_raw_file(results.prefix() + "no such folder/T1.csv", "raw");
   EXPECT_EQ(console.output(),

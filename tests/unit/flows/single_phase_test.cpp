@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "common/errors.h"
+#include "console/callbacks.h"
+#include "console/stop_handling.h"
 #include "flows/run_files.h"
-#include "shell/callbacks.h"
-#include "shell/stop_handling.h"
 #include "support/flow_test.h"
 
 namespace {
@@ -63,7 +63,7 @@ class SinglePhase : public FlowTest {
  protected:
   SinglePhase() { device_info.instrument_type = 2; }  // no question for the sides
 
-  /// What the flow writes behind its questions.
+  /// What the flow writes after its questions.
   std::string run(const std::string& answers) {
     const Console console(answers);
     Single_Phase();
@@ -191,7 +191,7 @@ TEST_F(SinglePhase, OfOneTestWithAllItsCalls) {
 
 // The request on the library's side.
 
-/// The body of a single-phase request, byte by byte.
+/// The expected body of a single-phase request, byte by byte.
 std::string expected_body(std::int32_t test_type, std::int32_t high, std::int32_t low, float ratio,
                           unsigned raw, float voltage) {
   return byte_rows(bytes_of(456, {
@@ -270,7 +270,7 @@ TEST_F(SinglePhase, ChangesOnlyTheVoltageFromTestToTest) {
   }
 }
 
-TEST_F(SinglePhase, HandsOverItsProgressCallbackAndAClearedPointer) {
+TEST_F(SinglePhase, PassesItsProgressCallbackAndAClearedPointer) {
   run("1\n10x2\n\nT1\n");
   for (const SeenCall& call : api.seen(ApiCall::Test_Ratio_1ph)) {
     EXPECT_EQ(call.handler.progress_callback, &on_progress);
@@ -353,7 +353,7 @@ TEST_F(SinglePhase, OfASeriesOfThree) {
   expect_nothing_kept();
 }
 
-TEST_F(SinglePhase, PausesAfterTheRecordIsGivenBack) {
+TEST_F(SinglePhase, PausesAfterTheRecordIsFreed) {
   std::size_t given_back = 0;
   clock.on_sleep = [&](const timespec*, timespec*) {
     EXPECT_EQ(api.records_given_back(), ++given_back);
@@ -374,7 +374,7 @@ TEST_F(SinglePhase, ShowsWhatItSaidBeforeItPauses) {
   EXPECT_EQ(clock.sleeps.size(), 3U);
 }
 
-// What ends a series early is the test that the signal cancels, and here it cancels none.
+// A signal ends a series through the test that it cancels; in a pause there is none.
 TEST_F(SinglePhase, PausesToTheEndThroughAStopSignal) {
   clock.on_sleep = [&](const timespec*, timespec* remainder) {
     if (clock.sleeps.size() != 2) {
@@ -593,7 +593,7 @@ TEST_F(SinglePhase, UnlocksOnceWhenAnExceptionEndsTheRun) {
                 std::string(30, 'T') +
                 "\"\n"
                 "kvr_UnlockAPI\n");
-  // The row of the first test is on the disk, and all that was said is visible: the program ends.
+  // The program ends there: the first test's row must be on the disk, and all output visible.
   EXPECT_THAT(results.read("1.2-T1.csv"),
               EndsWith(std::string(30, 'T') + ";DOWN;8.00000000;0.00000000;0.00000000;"
                                               "0.00000000;0.00000000;0.00000000;0.00000000;"
@@ -613,8 +613,8 @@ const TemporaryFolder* folder_at_the_end = nullptr;
   std::_Exit(0);
 }
 
-// The program dies of the exception where it is thrown: no stack is unwound that would write what
-// is still in the file's buffer.
+// The exception ends the program where it is thrown: no stack is unwound, so nothing writes what is
+// still in the file's buffer.
 TEST_F(SinglePhase, HasWrittenItsRowsWhereAnExceptionEndsTheProgram) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
   api.answer(ApiCall::Test_Ratio_1ph, {.record = gives("record_id = " + std::string(30, 'T') +
@@ -675,7 +675,7 @@ TEST_F(SinglePhase, JoinsRawTextsWithNothingBetween) {
   EXPECT_EQ(results.read("1.2-T1.csv.RAW.csv"), "onethree");
 }
 
-TEST_F(SinglePhase, LosesFilesInSilenceButForTheReport) {
+TEST_F(SinglePhase, LosesFilesSilentlyExceptForTheReport) {
   results_folder = results.prefix() + "no such folder/";
   const std::string series = results_folder + "1.2-T1.csv";
   EXPECT_THAT(run("1\n8x2\n\nT1\n"), testing::StartsWith("Saved data to " + series + "Testing"));
@@ -691,7 +691,7 @@ TEST_F(SinglePhase, AppendsToTheReportOfAnEarlierTest) {
   EXPECT_EQ(results.read("T1.csv"), first + first.substr(std::string("sep=;").size()));
 }
 
-// What comes in from outside while a test runs.
+// Events from outside while a test runs.
 
 TEST_F(SinglePhase, EndsWhenTheOperatorCancels) {
   api.answer(ApiCall::Test_Ratio_1ph, {.result = KVR_RES_OPERATION_CANCELLED,
@@ -703,7 +703,7 @@ TEST_F(SinglePhase, EndsWhenTheOperatorCancels) {
   EXPECT_THAT(console.output(), HasSubstr("Cancelling current operation...\n"));
   EXPECT_THAT(console.output(), HasSubstr("wording of code 7\n"));  // lines of two threads
   EXPECT_THAT(console.output(), HasSubstr("ERROR in last test"));
-  EXPECT_TRUE(stop_signal_seen);  // until the main menu comes round
+  EXPECT_TRUE(stop_signal_seen);  // until the main menu is shown again
   EXPECT_EQ(api.count(ApiCall::UnlockAPI), 1U);
 }
 

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "common/errors.h"
+#include "console/callbacks.h"
 #include "flows/requests.h"
 #include "flows/run_files.h"
-#include "shell/callbacks.h"
 #include "support/flow_test.h"
 
 namespace {
@@ -57,7 +57,7 @@ const std::string kRatio = "Nameplate ratio N:1 (leave empty for none): ";
 const std::string kTestId = "Test ID (leave empty for date/time): ";
 const std::string kLastQuestions = kPhasing + kVoltages + kRatio;
 
-/// A body of a three-phase request, byte by byte, where a test may differ from the plainest one.
+/// The expected body of a three-phase request, byte by byte; by default of the simplest test.
 struct ExpectedBody {
   std::int32_t testing_mode = 5;
   std::int32_t test_type = 4;
@@ -112,8 +112,8 @@ class ThreePhase : public FlowTest {
     EXPECT_EQ(console.unread(), "");
     return console.output();
   }
-  /// What comes behind the questions.
-  static std::string run_behind(const std::string& questions, const std::string& answers) {
+  /// The output after the questions.
+  static std::string run_after(const std::string& questions, const std::string& answers) {
     const std::string output = run(answers);
     EXPECT_TRUE(output.starts_with(questions)) << output;
     return output.substr(std::min(questions.size(), output.size()));
@@ -252,7 +252,7 @@ TEST_F(ThreePhase, TestsAllModesAsASeriesThatIsNotKept) {
   const std::string questions =
       kMenu + kMethods + kMetering + kLastQuestions + "Testing ALL test types.\n" + kTestId;
   const std::string file = results.prefix() + "1.2-T1.csv";
-  const std::string output = run_behind(questions, "2\n6\n1\n1\n\n8\n\nT1\n");
+  const std::string output = run_after(questions, "2\n6\n1\n1\n\n8\n\nT1\n");
   EXPECT_EQ(output, "Saved data to " + file +
                         "Testing at voltage: 8\n"
                         "Tests left: 2\n"
@@ -292,7 +292,7 @@ TEST_F(ThreePhase, TestsAllModesOverTheWholePlanThreeTimes) {
 TEST_F(ThreePhase, TestsAllModesOfAnEmptyPlanAsNothing) {
   const std::string questions =
       kMenu + kMethods + kMetering + kLastQuestions + "Testing ALL test types.\n" + kTestId;
-  EXPECT_EQ(run_behind(questions, "2\n6\n1\n1\n\n8x0\n\nT1\n"), "Saved RAW data to .RAW.csv");
+  EXPECT_EQ(run_after(questions, "2\n6\n1\n1\n\n8x0\n\nT1\n"), "Saved RAW data to .RAW.csv");
   EXPECT_EQ(call_lines(),
             "kvr_CheckRecordExists \"T1\" exists=false\nkvr_LockAPI\nkvr_UnlockAPI\n");
 }
@@ -375,7 +375,7 @@ TEST_F(ThreePhase, RunTakesColumnsAndPlanFromItsCaller) {
   EXPECT_THAT(results.read("1.2-T1.csv"), StartsWith(series_head("columns;of;the;caller")));
   EXPECT_THAT(save_modes(), ElementsAre(1, 2));
   EXPECT_THAT(voltages(), ElementsAre(3.0F, 6.0F));
-  // Changed in place, and the methods of the plan are not looked at.
+  // The run changes the caller's request, and ignores the methods of the plan.
   EXPECT_EQ(request.setup.raw_data_requested, 1);
   EXPECT_EQ(request.test_voltage, 6.0F);
   EXPECT_EQ(request.testing_mode, KVR_TESTING_MODE_3PH_AUTO);
@@ -454,7 +454,7 @@ TEST_F(Phasing, TakesAnAngleBeforeAD) {
   expect_angle("-30d", -0.523598776F, "-0.523599");
   expect_angle("0d", 0.0F, "0");
   expect_angle("720.5 d", 12.5750973F, "12.5751");
-  expect_angle("0x1d", 0.0174532924F, "0.0174533");  // the d is none of the number's
+  expect_angle("0x1d", 0.0174532924F, "0.0174533");  // the d does not belong to the number
   expect_angle("15degrees and d", 0.261799388F, "0.261799");
 }
 
@@ -486,7 +486,7 @@ TEST_F(Phasing, ChangesNothingElse) {
   EXPECT_EQ(byte_rows(bytes_of(request)), before);
 }
 
-TEST_F(Phasing, RestsWhereItAsksForEver) {
+TEST_F(Phasing, PausesWhereItAsksForEver) {
   end_waiting(clock, 3);
   kvr_Ratio3phRequest request{};
   const Console console("abc");

@@ -33,7 +33,7 @@ Voltages voltages_of(const VoltagePlan& plan) {
 
 class VoltagePlanPrompt : public SessionTest {
  protected:
-  /// The plan of an answer that is taken.
+  /// The plan of an answer that the prompt accepts.
   static Voltages plan_of(const std::string& answer) {
     const Console console(answer + "\n4.5\n");
     const Voltages voltages = voltages_of(prompt_voltage_plan());
@@ -81,7 +81,7 @@ TEST_F(VoltagePlanPrompt, RepeatsAVoltage) {
   EXPECT_EQ(plan_of("10x1"), Voltages{10.0F});
 }
 
-TEST_F(VoltagePlanPrompt, CountsBehindTheFirstX) {
+TEST_F(VoltagePlanPrompt, CountsAfterTheFirstX) {
   EXPECT_EQ(plan_of("1x2x3"), Voltages(2, 1.0F));
   EXPECT_EQ(plan_of("1X2x3"), Voltages(2, 1.0F));
 }
@@ -160,7 +160,7 @@ TEST_F(VoltagePlanPrompt, LeavesStandardOutputAtAPrecisionOfTwo) {
   EXPECT_EQ(console.output(), kPrompt + "12 1e+02");
 }
 
-TEST_F(VoltagePlanPrompt, RestsWhereItAsksForEver) {
+TEST_F(VoltagePlanPrompt, PausesWhereItAsksForEver) {
   end_waiting(clock, 3);
   const Console console("abc");
   EXPECT_THROW(prompt_voltage_plan(), WaitedForEver);

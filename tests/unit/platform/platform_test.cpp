@@ -31,7 +31,7 @@ TEST(CreateDirectory, AcceptsASeparatorAtTheEnd) {
   EXPECT_TRUE(fs::is_directory(folder.path() / "KVRU3"));
 }
 
-TEST(CreateDirectory, FailsForWhatIsThereOrHasNoName) {
+TEST(CreateDirectory, FailsForAPathThatExistsOrIsEmpty) {
   const TemporaryFolder folder;
   folder.write("file", "");
   EXPECT_FALSE(platform::create_directory(folder.path().string()));
@@ -47,7 +47,7 @@ TEST(FileSize, IsNotCutShort) {
   EXPECT_EQ(platform::file_size(folder.prefix() + "file"), 0x100000007);
 }
 
-TEST(FileSize, IsNoneOfWhatIsNotThere) {
+TEST(FileSize, IsNoneForAMissingFile) {
   const TemporaryFolder folder;
   EXPECT_EQ(platform::file_size(folder.prefix() + "missing"), std::nullopt);
   EXPECT_EQ(platform::file_size(""), std::nullopt);

@@ -45,7 +45,7 @@ class DocumentsFolder : public testing::Test {
     fs::create_directory(home_.path() / ".config");
     home_.write(".config/user-dirs.dirs", text);
   }
-  /// The folder told by a user-dirs.dirs of this text.
+  /// The folder that a user-dirs.dirs with this text names.
   std::optional<std::string> told_by(const std::string& text) const {
     write_user_dirs(text);
     return platform::documents_folder();
@@ -84,7 +84,7 @@ TEST_F(DocumentsFolder, StaysAsItIsWhenThere) {
   EXPECT_EQ(home_.read("Documents/file"), "kept");
 }
 
-TEST_F(DocumentsFolder, IsToldEvenWhenItCannotBeMade) {
+TEST_F(DocumentsFolder, IsReturnedEvenWhenItCannotBeMade) {
   home_.write("file", "");
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/file/Documents\"\n"), home() + "/file/Documents");
   EXPECT_FALSE(fs::exists(home() + "/file/Documents"));
@@ -115,7 +115,7 @@ TEST_F(DocumentsFolder, StandsAmongOtherLines) {
             home() + "/Papers");
 }
 
-TEST_F(DocumentsFolder, IsTheLastOneTold) {
+TEST_F(DocumentsFolder, IsTheLastOneInTheFile) {
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"$HOME/First\"\nXDG_DOCUMENTS_DIR=\"$HOME/Last\""),
             home() + "/Last");
 }
@@ -133,7 +133,7 @@ TEST_F(DocumentsFolder, EndsAtTheQuoteAndWithoutASeparator) {
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"//\"\n"), "/");
 }
 
-TEST_F(DocumentsFolder, OfAMalformedLineIsNotTaken) {
+TEST_F(DocumentsFolder, OfAMalformedLineIsIgnored) {
   const std::string ordinary = home() + "/Documents";
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"\"\n"), ordinary);
   EXPECT_EQ(told_by("XDG_DOCUMENTS_DIR=\"relative\"\n"), ordinary);
@@ -157,7 +157,7 @@ TEST_F(DocumentsFolder, IsUnknownWithoutAHome) {
   EXPECT_EQ(platform::documents_folder(), std::nullopt);
 }
 
-TEST_F(DocumentsFolder, WithoutAHomeMayStillBeTold) {
+TEST_F(DocumentsFolder, WithoutAHomeMayStillBeNamed) {
   const TemporaryFolder config;
   const std::string folder = (config.path() / "Papers").string();
   config.write("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"" + folder + "\"\n");
@@ -192,7 +192,7 @@ TEST(CreateDirectory, LeavesPermissionsToTheUmask) {
   EXPECT_EQ(fs::status(folder.path() / "one").permissions(), fs::perms(0750));
 }
 
-// Signals, each in a process of its own. Its standard error tells what happened.
+// Signals, each in a process of its own, which reports on standard error.
 
 class ConsoleEvents : public testing::Test {
  protected:
@@ -209,9 +209,14 @@ int tell_event_and_leave(unsigned long event) {
   std::_Exit(0);
 }
 
+void tell_end_and_leave(unsigned long event) {
+  std::cerr << "end after event " << event;
+  std::_Exit(0);
+}
+
 [[noreturn]] void raise_and_wait(int signal) {
-  std::signal(SIGHUP, SIG_DFL);  // whoever runs the tests may ignore it
-  platform::install_console_handler(tell_event_and_leave);
+  std::signal(SIGHUP, SIG_DFL);  // the tests may run with it ignored
+  platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
   kill(getpid(), signal);
   std::this_thread::sleep_for(std::chrono::seconds(10));
   std::_Exit(1);
@@ -220,8 +225,8 @@ int tell_event_and_leave(unsigned long event) {
 TEST_F(ConsoleEvents, OfTheKeyboardAndOfTheSystem) {
   EXPECT_EXIT(raise_and_wait(SIGINT), testing::ExitedWithCode(0), Eq("event 0"));
   EXPECT_EXIT(raise_and_wait(SIGQUIT), testing::ExitedWithCode(0), Eq("event 1"));
-  EXPECT_EXIT(raise_and_wait(SIGHUP), testing::ExitedWithCode(0), Eq("event 2"));
-  EXPECT_EXIT(raise_and_wait(SIGTERM), testing::ExitedWithCode(0), Eq("event 6"));
+  EXPECT_EXIT(raise_and_wait(SIGHUP), testing::ExitedWithCode(0), Eq("end after event 2"));
+  EXPECT_EXIT(raise_and_wait(SIGTERM), testing::ExitedWithCode(0), Eq("end after event 6"));
 }
 
 TEST_F(ConsoleEvents, LeaveOtherSignalsAlone) {
@@ -232,19 +237,145 @@ TEST_F(ConsoleEvents, LeaveAnIgnoredHangUpIgnored) {
   EXPECT_EXIT(
       {
         std::signal(SIGHUP, SIG_IGN);
-        platform::install_console_handler(tell_event_and_leave);
+        platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
         kill(getpid(), SIGHUP);
-        wait_a_moment();  // it would be told first
+        wait_a_moment();  // it would be reported first
         kill(getpid(), SIGTERM);
         std::this_thread::sleep_for(std::chrono::seconds(10));
         std::_Exit(1);
       },
-      testing::ExitedWithCode(0), Eq("event 6"));
+      testing::ExitedWithCode(0), Eq("end after event 6"));
+}
+
+std::atomic<int> ends_seen = 0;
+
+void count_ends(unsigned long event) {
+  if (event == 6) {
+    std::cerr << ends_seen << " before";
+    std::_Exit(0);
+  }
+  ++ends_seen;
+}
+
+TEST_F(ConsoleEvents, CountSeveralHangUpsAsOne) {
+  EXPECT_EXIT(
+      {
+        std::signal(SIGHUP, SIG_DFL);
+        platform::install_console_handler(tell_event_and_leave, count_ends);
+        for (int i = 0; i < 3; ++i) {
+          kill(getpid(), SIGHUP);
+          wait_a_moment();
+        }
+        kill(getpid(), SIGTERM);
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        std::_Exit(1);
+      },
+      testing::ExitedWithCode(0), Eq("1 before"));
+}
+
+/// Makes a terminal standard input or output, but not the controlling terminal; returns its
+/// keyboard end.
+int use_terminal_as(int descriptor) {
+  setsid();
+  const int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
+  grantpt(keyboard);
+  unlockpt(keyboard);
+  const int terminal = open(ptsname(keyboard), O_RDWR | O_NOCTTY);
+  dup2(terminal, descriptor);
+  close(terminal);
+  return keyboard;
+}
+
+[[noreturn]] void close_terminal_of(int descriptor) {
+  std::signal(SIGHUP, SIG_DFL);
+  use_as_standard_input("");
+  const int keyboard = use_terminal_as(descriptor);
+  platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
+  wait_a_moment();
+  std::cerr << (platform::input_terminal_is_closed() ? "closed, " : "open, ");
+  close(keyboard);
+  std::this_thread::sleep_for(std::chrono::seconds(10));
+  std::_Exit(1);
+}
+
+TEST_F(ConsoleEvents, TakeTheClosingOfAnyTerminalAsAHangUp) {
+  EXPECT_EXIT(close_terminal_of(STDIN_FILENO), testing::ExitedWithCode(0),
+              Eq("open, end after event 2"));
+  EXPECT_EXIT(close_terminal_of(STDOUT_FILENO), testing::ExitedWithCode(0),
+              Eq("open, end after event 2"));
+}
+
+TEST_F(ConsoleEvents, TakeATerminalThatWasClosedBeforeAsAHangUp) {
+  EXPECT_EXIT(
+      {
+        std::signal(SIGHUP, SIG_DFL);
+        close(use_terminal_as(STDIN_FILENO));
+        platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        std::_Exit(1);
+      },
+      testing::ExitedWithCode(0), Eq("end after event 2"));
+}
+
+void tell_whether_input_is_closed(bool ignore_hang_up, bool close_it) {
+  std::signal(SIGHUP, ignore_hang_up ? SIG_IGN : SIG_DFL);
+  const int keyboard = use_terminal_as(STDIN_FILENO);
+  platform::install_console_handler(tell_event_and_leave, [](unsigned long /*event*/) {});
+  if (close_it) {
+    close(keyboard);
+  }
+  std::cerr << (platform::input_terminal_is_closed() ? "closed" : "open");
+  std::_Exit(0);
+}
+
+TEST_F(ConsoleEvents, DistinguishAClosedTerminalFromAnOpenOne) {
+  const testing::ExitedWithCode success(0);
+  EXPECT_EXIT(tell_whether_input_is_closed(false, true), success, Eq("closed"));
+  EXPECT_EXIT(tell_whether_input_is_closed(false, false), success, Eq("open"));
+}
+
+TEST_F(ConsoleEvents, DoNotComeFromATerminalUnderNohup) {
+  EXPECT_EXIT(tell_whether_input_is_closed(true, true), testing::ExitedWithCode(0), Eq("open"));
+}
+
+// The end of the process.
+
+class EndOfProcess : public ConsoleEvents {};
+
+/// Ends the process on another thread while this one waits for a line of standard input.
+[[noreturn]] void end_while_input_is_awaited() {
+  const int keyboard = use_terminal_as(STDIN_FILENO);
+  platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
+  std::thread([] {
+    wait_a_moment();
+    platform::end_process(3);
+  }).detach();
+  std::string line;
+  std::getline(std::cin, line);
+  close(keyboard);
+  std::_Exit(1);
+}
+
+TEST_F(EndOfProcess, DoesNotWaitForAReaderOfStandardInput) {
+  EXPECT_EXIT(end_while_input_is_awaited(), testing::ExitedWithCode(3), "");
+}
+
+TEST_F(EndOfProcess, IsThatOfTheFirstThread) {
+  EXPECT_EXIT(
+      {
+        std::atexit([] {  // the first thread is in here while the second one comes
+          std::thread(platform::end_process, 4).detach();
+          wait_a_moment();
+          std::cerr << "once ";
+        });
+        platform::end_process(3);
+      },
+      testing::ExitedWithCode(3), Eq("once "));
 }
 
 std::atomic<int> events_seen = 0;
 
-/// Stays in the first event until the second one has come.
+/// Stays in the handler of the first event until the second one has come.
 int wait_for_another_event(unsigned long /*event*/) {
   if (++events_seen == 2) {
     std::cerr << "second event while the first is at work";
@@ -257,7 +388,7 @@ int wait_for_another_event(unsigned long /*event*/) {
 TEST_F(ConsoleEvents, ComeOnAThreadEach) {
   EXPECT_EXIT(
       {
-        platform::install_console_handler(wait_for_another_event);
+        platform::install_console_handler(wait_for_another_event, tell_end_and_leave);
         kill(getpid(), SIGINT);
         while (events_seen == 0) {
           std::this_thread::yield();
@@ -274,10 +405,12 @@ TEST_F(ConsoleEvents, DoNotInterruptABlockedRead) {
       {
         int ends[2];
         static_cast<void>(pipe(ends));
-        platform::install_console_handler([](unsigned long /*event*/) {
-          ++events_seen;
-          return 1;
-        });
+        platform::install_console_handler(
+            [](unsigned long /*event*/) {
+              ++events_seen;
+              return 1;
+            },
+            tell_end_and_leave);
         std::thread([&ends] {
           kill(getpid(), SIGINT);
           while (events_seen == 0) {
@@ -295,17 +428,17 @@ TEST_F(ConsoleEvents, DoNotInterruptABlockedRead) {
 TEST_F(ConsoleEvents, CanBeInstalled) {
   EXPECT_EXIT(
       {
-        std::cerr << platform::install_console_handler(tell_event_and_leave);
+        std::cerr << platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
         std::_Exit(0);
       },
       testing::ExitedWithCode(0), Eq("1"));
 }
 
-TEST_F(ConsoleEvents, GoTheirUsualWayWhereNoThreadCanTakeThem) {
+TEST_F(ConsoleEvents, HaveTheirDefaultEffectWhereNoThreadCanHandleThem) {
   EXPECT_EXIT(
       {
         refuse_new_threads();
-        std::cerr << platform::install_console_handler(tell_event_and_leave);
+        std::cerr << platform::install_console_handler(tell_event_and_leave, tell_end_and_leave);
         kill(getpid(), SIGTERM);
       },
       testing::KilledBySignal(SIGTERM), Eq("0"));
@@ -346,14 +479,14 @@ TEST_F(WaitForKey, SurvivesAClosedStandardInput) {
 
 void count_signal(int /*signal*/) { ++events_seen; }
 
-/// Has SIGUSR2 counted, and interrupt what waits for the system.
+/// Counts SIGUSR2, which interrupts blocking system calls.
 void let_a_signal_interrupt() {
   struct sigaction action {};
   action.sa_handler = count_signal;
   sigaction(SIGUSR2, &action, nullptr);
 }
 
-/// Interrupts a thread and returns once it has been.
+/// Interrupts a thread and returns once that has happened.
 void interrupt(pthread_t thread) {
   const int before = events_seen;
   pthread_kill(thread, SIGUSR2);
@@ -386,7 +519,7 @@ TEST_F(WaitForKey, GoesOnWaitingAfterASignal) {
       testing::ExitedWithCode(0), Eq("went on after the key"));
 }
 
-// With a terminal of its own: the other end of it is held by the test.
+// In a process with a terminal of its own, whose other end the test holds.
 
 bool hands_over_lines(int keyboard) {
   termios settings{};
@@ -400,16 +533,16 @@ void wait_until_unbuffered(int keyboard) {
   }
 }
 
-/// Types a key once the terminal hands over each key at once.
+/// Types a key once the terminal delivers each key at once.
 void type_unbuffered(int keyboard, const char* key) {
   wait_until_unbuffered(keyboard);
   static_cast<void>(write(keyboard, key, 1));
 }
 
-/// Makes a new pseudo-terminal the controlling terminal of the process and its standard input, and
-/// returns the end where keys are typed.
+/// Makes a new pseudo-terminal the controlling terminal and standard input of the process. Returns
+/// the end where keys are typed.
 int take_pseudo_terminal() {
-  alarm(30);  // nobody else ends what hangs outside the session of the tests
+  alarm(30);  // ends the process if it hangs, outside the session of the tests
   setsid();
   const int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
   grantpt(keyboard);
@@ -480,7 +613,7 @@ TEST_F(WaitForKey, TakesAKeyOfTheTerminalAndLeavesStandardInputAlone) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
-        use_as_standard_input("xy");  // who leads a session keeps its terminal
+        use_as_standard_input("xy");  // a session leader keeps its terminal
         std::thread typist(type_unbuffered, keyboard, "k");
         platform::wait_for_key();
         typist.join();
@@ -497,7 +630,7 @@ TEST_F(WaitForKey, TakesAByteOfStandardInputWhenTheTerminalHangsUp) {
       {
         std::signal(SIGHUP, SIG_IGN);
         const int keyboard = take_pseudo_terminal();
-        use_as_standard_input("xy");  // who leads a session keeps its terminal
+        use_as_standard_input("xy");  // a session leader keeps its terminal
         std::thread([keyboard] {
           wait_until_unbuffered(keyboard);
           wait_a_moment();
@@ -520,7 +653,7 @@ TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
         wait_until_unbuffered(keyboard);
         std::atomic<bool> taken = false;
         std::thread typist([keyboard, &taken] {
-          while (!taken) {  // what has not been read is lost when the settings are put back
+          while (!taken) {  // unread keys are lost when the settings are restored
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
             static_cast<void>(write(keyboard, "k\n", 2));
           }
@@ -535,7 +668,7 @@ TEST_F(WaitForKey, LeavesATerminalThatAnotherThreadChangedAsItIs) {
       testing::ExitedWithCode(0), Eq("restored"));
 }
 
-// On another thread, for which the main thread rests in a signal handler.
+// On another thread; the main thread then rests in a signal handler.
 
 class WaitForKeyElsewhere : public WaitForKey {
  protected:
@@ -546,7 +679,8 @@ class WaitForKeyElsewhere : public WaitForKey {
   }
 };
 
-/// How many files of the process show this, and how many of them a child process would get.
+/// The number of open files of the process whose names begin with `what`, and how many of them a
+/// child process would inherit.
 std::string open_files(const std::string& what) {
   int files = 0;
   int inherited = 0;
@@ -566,7 +700,8 @@ TEST_F(WaitForKeyElsewhere, LeavesNoFileOpen) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
-        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; },
+                                          tell_end_and_leave);
         const std::string pipes = open_files("pipe:");
         std::atomic<bool> is_over = false;
         std::thread([keyboard, &is_over] {
@@ -582,7 +717,7 @@ TEST_F(WaitForKeyElsewhere, LeavesNoFileOpen) {
         while (!is_over) {
           std::this_thread::yield();
         }
-        wait_a_moment();  // the main thread clears up when it is let go
+        wait_a_moment();  // the main thread closes its files once it is released
         std::cerr << open_files("/dev/tty") << (open_files("pipe:") == pipes ? "" : ", pipes left");
         std::_Exit(0);
       },
@@ -594,7 +729,8 @@ TEST_F(WaitForKeyElsewhere, LeavesOtherFilesAloneWhenItsSignalComesAgain) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
-        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; },
+                                          tell_end_and_leave);
         std::atomic<bool> is_over = false;
         std::thread([keyboard, &is_over] {
           std::thread typist(type_unbuffered, keyboard, "k");
@@ -607,7 +743,7 @@ TEST_F(WaitForKeyElsewhere, LeavesOtherFilesAloneWhenItsSignalComesAgain) {
         }
         wait_a_moment();
         int ends[2];
-        static_cast<void>(pipe(ends));  // with the numbers that the wait had
+        static_cast<void>(pipe(ends));  // reuses the descriptors of the wait
         raise(SIGUSR1);
         static_cast<void>(write(ends[1], "x", 1));
         char byte = '-';
@@ -622,7 +758,8 @@ TEST_F(WaitForKeyElsewhere, KeepsAPromptOfTheMainThreadFromTakingTheKey) {
   EXPECT_EXIT(
       {
         const int keyboard = take_pseudo_terminal();
-        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; },
+                                          tell_end_and_leave);
         std::thread([keyboard] {
           std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the main thread reads now
           std::thread(type_unbuffered, keyboard, "k").detach();
@@ -642,7 +779,8 @@ TEST_F(WaitForKeyElsewhere, KeepsTheMainThreadAtRestThroughSignals) {
       {
         let_a_signal_interrupt();
         const int keyboard = take_pseudo_terminal();
-        platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+        platform::install_console_handler([](unsigned long /*event*/) { return 1; },
+                                          tell_end_and_leave);
         std::atomic<int> passes = 0;
         std::atomic<bool> is_over = false;
         std::thread([&, keyboard] {
@@ -668,12 +806,12 @@ TEST_F(WaitForKeyElsewhere, KeepsTheMainThreadAtRestThroughSignals) {
       testing::ExitedWithCode(0), Eq("at rest, error number kept"));
 }
 
-/// Waits for a key while the main thread takes no signals, for a while or for good. Tells whether
-/// the wait is for the main thread first, and that it comes to its end.
+/// Waits for a key while the main thread takes no signals, for a while or for ever. Reports whether
+/// the wait begins with one for the main thread, and that it ends.
 [[noreturn]] void wait_for_a_busy_main_thread(bool is_ever_free) {
   let_a_signal_interrupt();
   const int keyboard = take_pseudo_terminal();
-  platform::install_console_handler([](unsigned long /*event*/) { return 1; });
+  platform::install_console_handler([](unsigned long /*event*/) { return 1; }, tell_end_and_leave);
   sigset_t resting;
   sigemptyset(&resting);
   sigaddset(&resting, SIGUSR1);

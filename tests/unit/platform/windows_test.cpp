@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A documents folder of this name, where the Wine that tests run under is told to look for it.
+/// A documents folder of this name, which run-under-wine gives to Wine.
 class DocumentsFolder : public testing::Test {
  protected:
   ~DocumentsFolder() override { SetEnvironmentVariableW(kVariable, nullptr); }

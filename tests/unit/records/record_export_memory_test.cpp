@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Standard output that goes nowhere: its memory must not count.
+/// Standard output that drops all text: its memory must not count.
 class NoOutput : public std::streambuf {
  public:
   NoOutput() : before_(std::cout.rdbuf(this)) {}
@@ -36,7 +36,7 @@ class NoOutput : public std::streambuf {
   std::streambuf* before_;
 };
 
-/// A store of `count` records: by turns a three-phase one, a single-phase one and an empty one.
+/// A store of `count` records: three-phase, single-phase and empty ones in turn.
 class Store {
  public:
   explicit Store(std::size_t count) : count_(count) {}
@@ -86,7 +86,7 @@ class RecordExportMemory : public FlowTest {
     api.keeps_log = false;
   }
 
-  /// What the library holds for a three-phase record until it is given back.
+  /// The bytes that the library holds for a three-phase record until it is freed.
   std::size_t bytes_of_a_kept_record() {
     const auto bytes_of_one_read = [] {
       kvr_TestRecord* record = nullptr;
@@ -97,12 +97,12 @@ class RecordExportMemory : public FlowTest {
       return bytes;
     };
     api.answer_always(ApiCall::ReadRecord, {.record = [] { return Store::record(0); }});
-    bytes_of_one_read();  // the first call of a kind leaves more than the record
+    bytes_of_one_read();  // the first call of a kind allocates more than the record
     return bytes_of_one_read();
   }
   static constexpr std::size_t kReadsBeforeExport = 2;
 
-  /// What the program itself holds while it exports a store, beyond the list and the three-phase
+  /// The bytes that the program itself holds during an export, without the list and the three-phase
   /// records, from the first record to the last.
   struct OwnBytes {
     std::size_t lowest = SIZE_MAX;
@@ -121,7 +121,7 @@ class RecordExportMemory : public FlowTest {
     OwnBytes own;
     api.on_call = [&](const SeenCall& seen) {
       if (seen.call == ApiCall::ReadRecord) {
-        // The library's own line about the call says whether the record pointer is null.
+        // The library's log line of the call says whether the record pointer is null.
         const std::size_t bytes = counted_new::live_bytes() - before - store.list_bytes() -
                                   kept * bytes_of_a_record - seen.line.size();
         own = {std::min(own.lowest, bytes), std::max(own.highest, bytes)};
@@ -132,7 +132,7 @@ class RecordExportMemory : public FlowTest {
     return own;
   }
 
-  /// As the library counts the records that it hands out.
+  /// By the library's count of the records that it returns.
   static std::vector<std::size_t> numbers_of_three_phase_records(std::size_t count) {
     std::vector<std::size_t> numbers;
     for (std::size_t index = 0; index < count; ++index) {
@@ -148,10 +148,10 @@ class RecordExportMemory : public FlowTest {
   }
 };
 
-// What is left with the library until that shuts down are all three-phase records and nothing else.
-TEST_F(RecordExportMemory, DoesNotGrowButForThreePhaseRecords) {
+// After an export the library still holds all three-phase records, and nothing else.
+TEST_F(RecordExportMemory, GrowsOnlyByThreePhaseRecords) {
   const NoOutput no_output;
-  export_store(Store(1));  // the first one ever leaves room in containers of the library
+  export_store(Store(1));  // the first export makes containers of the library grow
   start_anew();
   const std::size_t of_one = export_store(Store(1)).lowest;
   for (const std::size_t count : {1'000U, 10'000U, 100'000U}) {

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-/// The text with each @ as the letter for a phase, in UTF-8.
+/// The text with each @ replaced by the phase letter, an o with a stroke, in UTF-8.
 std::string with_phase_letters(std::string text) {
   for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@')) {
     text.replace(at, 1, "\xC3\xB8");
@@ -58,7 +58,7 @@ std::vector<std::string> columns_of(const std::string& row) {
   return columns;
 }
 
-/// A result of the record text with a prefix before each field.
+/// Record text with a prefix before each field.
 std::string with_prefix(const std::string& prefix, const std::string& fields) {
   std::istringstream lines(fields);
   std::string text;
@@ -211,7 +211,7 @@ class RecordExport : public FlowTest {
   void read_gives(const std::string& record, std::int32_t result = KVR_RES_OK) {
     api.answer(ApiCall::ReadRecord, {.result = result, .record = gives(record)});
   }
-  /// What an export writes behind its first line.
+  /// The output of an export after its first line.
   std::string run() const {
     const Console console;
     export_records();
@@ -245,7 +245,7 @@ TEST_F(RecordExport, HasHeadersOfTheirOwnLength) {
 TEST_F(RecordExport, WritesAThreePhaseRowOf74Values) {
   const std::string row = three_phase_rows(three_phase_record());
   EXPECT_EQ(row, kThreePhaseRow);
-  EXPECT_EQ(columns_of(row).size(), 75U);  // 74 values, and the line feed behind the last comma
+  EXPECT_EQ(columns_of(row).size(), 75U);  // 74 values, and the line feed after the last comma
   EXPECT_EQ(columns_of(row).back(), "\n");
 }
 
@@ -364,7 +364,7 @@ TEST_F(RecordExport, NamesTheModeOfASinglePhaseTest) {
   }
 }
 
-TEST_F(RecordExport, CutsASinglePhaseRowBehindItsMode) {
+TEST_F(RecordExport, CutsASinglePhaseRowAfterItsMode) {
   EXPECT_EQ(single_phase_rows(single_phase_record() + "data_ratio_1ph[0].phase.status = 156\n"),
             "T1,06.03.2021,STEP DOWN,wording of code 156\n");
 }
@@ -445,13 +445,14 @@ TEST_F(RecordExport, OfRecordsOfAllKinds) {
             "Record is empty\n");
   EXPECT_EQ(three_phase_file(), kThreePhaseHeader + "\n" + kThreePhaseRow);
   EXPECT_EQ(single_phase_file(), kSinglePhaseHeader + "\n" + kSinglePhaseRow);
-  // The list goes by the program's own allocator and so unseen; the three-phase record stays.
+  // The program frees the list with its own allocator, so without a call; the three-phase record is
+  // not freed.
   EXPECT_EQ(call_lines(),
             "kvr_ListRecords filter=null sort_key=1 ascending=1 list=null\n"
             "kvr_ReadRecord \"T1\" setting=1 record=null\n"
             "kvr_FreeTestRecord record=1 \"T1\"\n"
             "kvr_ReadRecord \"T3\" setting=1 record=null\n"
-            "kvr_ReadRecord \"R1\" setting=1 record=set\n"  // of T3, which is not cleared
+            "kvr_ReadRecord \"R1\" setting=1 record=set\n"  // the one of T3, which is not cleared
             "kvr_FreeTestRecord record=3 \"R1\"\n");
   EXPECT_THAT(api.complaints(), ElementsAre("record 2 was not given back"));
 }
@@ -516,7 +517,7 @@ TEST_F(RecordExport, PassesOverAReadWithoutARecord) {
   EXPECT_EQ(single_phase_file(), kSinglePhaseHeader + "\n" + kSinglePhaseRow);
 }
 
-TEST_F(RecordExport, WritesTheRecordBeforeAgainForAReadWithoutARecord) {
+TEST_F(RecordExport, WritesThePreviousRecordAgainForAReadWithoutARecord) {
   store_holds({"T3", "lost", "refused", "lost"});
   read_gives(three_phase_record());
   api.answer(ApiCall::ReadRecord, {.null = true});
@@ -532,7 +533,7 @@ TEST_F(RecordExport, WritesTheRecordBeforeAgainForAReadWithoutARecord) {
   EXPECT_EQ(api.count(ApiCall::FreeTestRecord), 0U);
 }
 
-TEST_F(RecordExport, WritesNoRecordAgainThatWasGivenBack) {
+TEST_F(RecordExport, WritesNoFreedRecordAgain) {
   store_holds({"T1", "lost"});
   read_gives(single_phase_record());
   api.answer(ApiCall::ReadRecord, {.null = true});
@@ -557,7 +558,7 @@ TEST_F(RecordExport, TakesAPartlyFailedList) {
   }
 }
 
-TEST_F(RecordExport, LosesRowsAfterAMissingWordOfTheLibrary) {
+TEST_F(RecordExport, LosesRowsAfterANullTextOfTheLibrary) {
   store_holds({"T3", "T1", "T3", "T1"});
   read_gives(three_phase_record() + "data_ratio_3ph[0].phases[1].status = 30\n");
   read_gives(single_phase_record());
@@ -584,7 +585,7 @@ TEST_F(RecordExport, ReplacesAnExportOfTheSameSecond) {
   EXPECT_EQ(single_phase_file(), kSinglePhaseHeader + "\n");
 }
 
-TEST_F(RecordExport, LosesItsFilesInSilence) {
+TEST_F(RecordExport, LosesItsFilesSilently) {
   const std::string separator(1, results.prefix().back());
   results_folder = results.prefix() + "no such folder" + separator;
   store_holds({"T1", "T3"});

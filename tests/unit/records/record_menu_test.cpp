@@ -132,7 +132,7 @@ TEST_F(RecordMenu, ListsNothingForZero) {
   EXPECT_EQ(call_lines(), "");
 }
 
-TEST_F(RecordMenu, HasNothingToGiveBackOfARefusedList) {
+TEST_F(RecordMenu, FreesNothingOfARefusedList) {
   api.answer(ApiCall::ListRecords, {.result = KVR_RES_SQL_DATABASE_ERROR});
   EXPECT_EQ(output_of(list_records, "1\n"),
             kSortMenu + "Existing test results: \n\nERROR: wording of code 13\n");
@@ -155,7 +155,7 @@ TEST_F(RecordMenu, TakesAMissingListForAnEmptyOne) {
 
 // One record.
 
-TEST_F(RecordMenu, ShowsARecordAndGivesItBack) {
+TEST_F(RecordMenu, ShowsARecordAndFreesIt) {
   const std::string record =
       "record_id = T 1\ntest_type = 1\ndata_count = 1\n"
       "data_ratio_1ph[0].direction = 1\ndata_ratio_1ph[0].phase.tnr = 16\n";
@@ -204,17 +204,17 @@ TEST_F(RecordMenu, ReadsWhateverIdIsTyped) {
 
 // Deleting.
 
-TEST_F(RecordMenu, DeletesARecordUnasked) {
+TEST_F(RecordMenu, DeletesARecordWithoutAsking) {
   EXPECT_EQ(output_of(delete_record, "T1\n"), "Test ID: Deleted!\n");
   EXPECT_EQ(call_lines(), "kvr_DeleteRecord \"T1\"\n");
 }
 
-TEST_F(RecordMenu, TellsWhyARecordIsNotDeleted) {
+TEST_F(RecordMenu, ReportsWhyARecordIsNotDeleted) {
   api.answer(ApiCall::DeleteRecord, {.result = KVR_RES_NO_PERMISSIONS});
   EXPECT_EQ(output_of(delete_record, "T1\n"), "Test ID: \nERROR: wording of code 47\n");
 }
 
-TEST_F(RecordMenu, TakesAPartlyFailedDeletionForDone) {
+TEST_F(RecordMenu, AcceptsAPartlyFailedDeletion) {
   for (const std::int32_t result : {44, 76}) {
     api.answer(ApiCall::DeleteRecord, {.result = result});
     EXPECT_EQ(output_of(delete_record, "T1\n"), "Test ID: Deleted!\n");
@@ -256,14 +256,14 @@ TEST_F(RecordMenu, ClearsNothingAtTheEndOfInput) {
   EXPECT_EQ(call_lines(), "");
 }
 
-TEST_F(RecordMenu, TellsWhyTheStoreIsNotCleared) {
+TEST_F(RecordMenu, ReportsWhyTheStoreIsNotCleared) {
   api.answer(ApiCall::ClearTestDatabase, {.result = KVR_RES_SECONDARY_SDCARD_READ_ONLY});
   const Console console("y\n");
   clear_database();
   EXPECT_EQ(console.output(), kClear + "\nERROR: wording of code 38\n");
 }
 
-TEST_F(RecordMenu, TakesAPartlyFailedClearingForDone) {
+TEST_F(RecordMenu, AcceptsAPartlyFailedClearing) {
   for (const std::int32_t result : {44, 76}) {
     api.answer(ApiCall::ClearTestDatabase, {.result = result});
     const Console console("y\n");

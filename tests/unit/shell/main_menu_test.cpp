@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "shell/session.h"
-#include "shell/stop_handling.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 #include "support/session_test.h"
 
 namespace {
@@ -25,7 +25,7 @@ class MainMenu : public SessionTest {
  protected:
   MainMenu() { actions_run = 0; }
 
-  /// What the menu writes on one pass with this status, between its title and its choices.
+  /// The menu's lines for this status, between its title and its choices.
   std::string status_lines(const kvr_Status& status) {
     raw_data_enabled = false;
     api.answer(ApiCall::GetStatus, {.device_status = status});
@@ -45,7 +45,7 @@ TEST_F(MainMenu, OfAHealthyInstrument) {
   EXPECT_EQ(call_lines(), "kvr_GetStatus\n");
 }
 
-TEST_F(MainMenu, TellsOfRawDataOnlyWhenItIsSaved) {
+TEST_F(MainMenu, ShowsRawDataOnlyWhenItIsSaved) {
   raw_data_enabled = false;
   const Console console("0\n");
   run_main_menu(kItems);
@@ -83,8 +83,8 @@ TEST_F(MainMenu, HasALineForEachTroubleOfTheInstrument) {
   EXPECT_EQ(status_lines(status), "\nDEVICE STATUS: wording of code 125\n");
 }
 
-TEST_F(MainMenu, TellsAllTroublesInOrder) {
-  kvr_Status status{};  // what should be set is clear
+TEST_F(MainMenu, ShowsAllTroublesInOrder) {
+  kvr_Status status{};  // flags that should be set are clear
   status.device_status_code = static_cast<kvr_code>(-1);
   status.api_locked = 2;  // any value but 0 is true
   status.emergency_button_pressed = 0x80;
@@ -175,7 +175,7 @@ TEST_F(MainMenu, ForgetsAStopSignalOnEachPass) {
   EXPECT_FALSE(stop_signal_seen);
 }
 
-TEST_F(MainMenu, GoesOnUnseenWithoutWordsForTheStatus) {
+TEST_F(MainMenu, GoesOnSilentlyWhenTheLibraryHasNoWordsForTheStatus) {
   kvr_Status status = healthy_status();
   status.device_status_code = KVR_RES_HARDWARE_ERROR;
   api.answer(ApiCall::GetStatus, {.device_status = status});

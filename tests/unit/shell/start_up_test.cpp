@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "console/callbacks.h"
+#include "console/session.h"
+#include "console/stop_handling.h"
 #include "platform/platform.h"
-#include "shell/callbacks.h"
 #include "shell/console_tester.h"
-#include "shell/session.h"
-#include "shell/stop_handling.h"
 #include "shell/workbench.h"
 #include "support/log_capture.h"
 #include "support/process.h"
@@ -91,18 +91,6 @@ TEST(MakeInitParams, GivesConstantsFlagsAndTheCallback) {
   }
 }
 
-TEST(ModelTierText, HasAWordForEachTier) {
-  for (std::int32_t tier = -10; tier <= 70; ++tier) {
-    const std::string expected = tier == 10   ? "BSC"
-                                 : tier == 20 ? "ADV"
-                                 : tier == 30 ? "PRO"
-                                 : tier == 40 ? "EXP"
-                                 : tier == 50 ? "TEST"
-                                              : "UNKNOWN";
-    EXPECT_EQ(model_tier_text(tier), expected) << tier;
-  }
-}
-
 // Whole runs of start-up and connection, in a home folder of their own.
 
 int menus_shown = 0;
@@ -156,7 +144,7 @@ class RunSession : public SessionTest {
     return "Console Tester 1.1.0.7\nFolder with results: " + results() +
            "\nConnecting to KVR device...\n";
   }
-  /// What a run writes behind its head.
+  /// The output of a run after its head.
   std::string run(const std::string& answers, int expected_status = 0) const {
     const Console console(answers);
     EXPECT_EQ(run_session({}, count_menu), expected_status);
@@ -164,7 +152,7 @@ class RunSession : public SessionTest {
     EXPECT_TRUE(output.starts_with(head())) << output;
     return output.substr(std::min(head().size(), output.size()));
   }
-  /// The device display for this answer, between the firmware version and the end.
+  /// The device display for this answer, from the firmware version to the end.
   std::string device_display(const kvr_DeviceInfo& info) {
     api.answer(ApiCall::ConnectAPI, {.text = ""});
     api.answer(ApiCall::GetDeviceInfo, {.device_info = info});
@@ -226,7 +214,7 @@ TEST_F(RunSession, HandsConsoleEventsToTheStopFunction) {
   EXPECT_TRUE(stop_signal_seen);
 }
 
-TEST_F(RunSession, RegistersBeforeItSaysAnything) {
+TEST_F(RunSession, RegistersBeforeAnyOutput) {
   stop_handler = nullptr;
   bool is_registered = false;
   const Console console("0\n");
@@ -349,7 +337,7 @@ TEST_F(RunSession, GoesOnToTheMenuWithoutDeviceInformation) {
 
 TEST_F(RunSession, ShowsAnUncalibratedDevice) {
   kvr_DeviceInfo info{};
-  info.calibration_old = 1;  // of no interest then
+  info.calibration_old = 1;  // not used then
   info.debug_mode = 2;
   EXPECT_EQ(device_display(info),
             "Model type: UNKNOWN\n"
@@ -395,7 +383,7 @@ TEST_F(RunSession, ShowsTextsThatFillTheirFields) {
                                       "Device is not calibrated\n");
 }
 
-// What has to be seen before a long wait.
+// The output must be visible before a long wait.
 TEST_F(RunSession, IsVisibleWhileItConnects) {
   const Console console("1\n");
   std::string seen;
@@ -434,9 +422,10 @@ TEST_F(RunSession, OfTheConsoleTester) {
 }
 
 TEST_F(RunSession, OfTheWorkbench) {
-  const Console console("1\n1\n0\n2\n0\n0\n");
+  const Console console("1\n1\n0\n2\n0\n3\n0\n0\n");
   EXPECT_EQ(run_workbench({}), 0);
-  const std::string menu = kMainMenuHead + "1. Three Phase Test\n2. Records\n0. Exit\n";
+  const std::string menu =
+      kMainMenuHead + "1. Three Phase Test\n2. Records\n3. Terminal labels\n0. Exit\n";
   EXPECT_EQ(console.output(), head() + kConnectionMenu + kUsb + kDevice + menu +
                                   "\nChoose Measurement Type\n"
                                   "1. Auto Test 3 Ph\n"
@@ -452,6 +441,13 @@ TEST_F(RunSession, OfTheWorkbench) {
                                   "3. Export records to csv\n"
                                   "4. Delete record\n"
                                   "9. Clear database\n"
+                                  "0. Cancel\n" +
+                                  menu +
+                                  "\n== Choose menu item ==\n\n"
+                                  "1. H1 H2 H3, X1 X2 X3, Y1 Y2 Y3\n"
+                                  "2. 1U 1V 1W, 2U 2V 2W, 3U 3V 3W\n"
+                                  "3. A2 B2 C2, a2 b2 c2\n"
+                                  "4. A B C, a b c\n"
                                   "0. Cancel\n" +
                                   menu + kEnd);
 }

@@ -7,10 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "api/standard_type.h"
 #include "standards/standard_tables.h"
-#include "standards/standard_type.h"
 
-// What the label tables are expected to hold, from files that list every label of every row.
+// The expected content of the label tables, from files in this folder that hold every label of
+// every row.
 
 constexpr kvr_StandardType kStandards[] = {KVR_STANDARD_H1H2, KVR_STANDARD_1U1V, KVR_STANDARD_A2B2,
                                            KVR_STANDARD_AB};
@@ -22,21 +23,21 @@ inline const char* standard_name(kvr_StandardType standard) {
 }
 
 /// A line of comma-separated values, its first two taken as its key.
-struct ListedLine {
+struct ExpectedLine {
   std::string standard;
   std::string key;
   std::string labels;  ///< as in the file, separated by commas
 };
 
 /// The lines of a file in this folder, without its heading.
-inline std::vector<ListedLine> listed_lines(const std::string& file) {
+inline std::vector<ExpectedLine> expected_lines(const std::string& file) {
   std::ifstream input(KVR_TEST_DATA_DIR "/unit/standards/" + file);
-  std::vector<ListedLine> lines;
+  std::vector<ExpectedLine> lines;
   std::string text;
   std::getline(input, text);
   while (std::getline(input, text)) {
     std::istringstream values(text);
-    ListedLine line;
+    ExpectedLine line;
     std::getline(values, line.standard, ',');
     std::getline(values, line.key, ',');
     std::getline(values, line.labels);

@@ -29,11 +29,11 @@ std::string row_text(kvr_StandardType standard, const std::string& name) {
 
 // --- Content -------------------------------------------------------------------------------------
 
-TEST(StandardTables, HoldEveryListedRowAndNoOther) {
+TEST(StandardTables, HoldEveryExpectedRowAndNoOther) {
   std::map<std::string, std::map<std::string, std::string>> expected;
   std::size_t count = 0;
   std::set<std::string> names;
-  for (const ListedLine& line : listed_lines("terminal_labels.csv")) {
+  for (const ExpectedLine& line : expected_lines("terminal_labels.csv")) {
     expected[line.standard][line.key] = line.labels;
     names.insert(line.key);
     ++count;
@@ -52,9 +52,9 @@ TEST(StandardTables, HaveTheirNumbersOfRows) {
   EXPECT_EQ(table_ab().groups.size(), 44U);
 }
 
-TEST(StandardTables, HoldEveryListedManualLabel) {
+TEST(StandardTables, HoldEveryExpectedManualLabel) {
   std::size_t count = 0;
-  for (const ListedLine& line : listed_lines("manual_labels.csv")) {
+  for (const ExpectedLine& line : expected_lines("manual_labels.csv")) {
     const auto standard = std::find_if(
         std::begin(kStandards), std::end(kStandards),
         [&](kvr_StandardType candidate) { return standard_name(candidate) == line.standard; });

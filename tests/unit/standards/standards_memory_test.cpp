@@ -59,7 +59,7 @@ TEST(GetStandardDeathTest, BuildsATableAtTheFirstRequestForIt) {
     has_failed = failing.has_failed();
   }
   const StandardTable& table = Standards::getStandard(KVR_STANDARD_AB);
-  // Each attempt got as far as the one before, and a row further: it began from nothing.
+  // Each attempt began from nothing, and built one row more than the one before.
   std::cerr << (failures >= table.groups.size() ? "built at last: " : "built too early: ")
             << table.groups.size() << " rows, " << table.manual[5].tertiary;
   std::exit(0);

@@ -35,8 +35,8 @@ TEST(GetStandard, ThrowsForAnUnknownStandard) {
 
 // --- First use -----------------------------------------------------------------------------------
 
-/// Has sixteen threads ask for every table at the same time and ends the process: with 0 when all
-/// saw the same full tables.
+/// Sixteen threads ask for every table at the same time; then the process ends, with 0 if all saw
+/// the same full tables.
 [[noreturn]] void use_tables_first_from_sixteen_threads() {
   constexpr std::ptrdiff_t kThreads = 16;
   std::latch start(kThreads);
@@ -77,7 +77,7 @@ kvr_VectorGroup group(kvr_WindingType h_type, kvr_WindingType x_type, std::int32
   return {h_type, x_type, clock, phase_shift};
 }
 
-/// The name of the row that a group gets, or of the failure.
+/// The name of the row found for a group, or the failure.
 std::string found_row(kvr_StandardType standard, const kvr_VectorGroup& wanted) {
   try {
     const VectorLabels& labels = Standards::getVectorLabels(standard, wanted);
@@ -194,7 +194,7 @@ TEST(GetVectorLabels, LogsAFailedSearch) {
   EXPECT_EQ(log.lines, expected);
 }
 
-/// Keeps the function that each record comes from.
+/// Keeps the function name of each log record.
 class FunctionCapture : private plog::IAppender {
  public:
   FunctionCapture() : logger_(plog::verbose) { logger_.addAppender(this); }
@@ -213,7 +213,7 @@ class FunctionCapture : private plog::IAppender {
 };
 
 TEST(GetVectorLabels, LogsFromTheFunctionOfItsSignature) {
-  // A record holds the signature's text. This is the signature, and what a logger shows of it.
+  // A log record holds the signature's text. Checks the signature, and what a logger shows.
   static_assert(std::is_same_v<decltype(&Standards::getVectorLabels),
                                const VectorLabels& (*)(kvr_StandardType, const kvr_VectorGroup&)>);
   FunctionCapture log;
@@ -236,7 +236,7 @@ struct Row {
   std::string lower_case_name;
 };
 
-/// The rows of a table in no particular order.
+/// The rows of a table in random order.
 std::vector<Row> shuffled_rows(kvr_StandardType standard) {
   std::vector<Row> rows;
   for (const auto& [name, labels] : Standards::getStandard(standard).groups) {
@@ -246,7 +246,7 @@ std::vector<Row> shuffled_rows(kvr_StandardType standard) {
   return rows;
 }
 
-/// The row that a name gets, found by looking at every row; or the failure.
+/// The row for a name, found by a search through all rows; or the failure.
 std::string plainly_found_row(kvr_StandardType standard, const std::string& name) {
   static const std::vector<Row> tables[] = {
       shuffled_rows(KVR_STANDARD_H1H2), shuffled_rows(KVR_STANDARD_1U1V),

@@ -10,21 +10,21 @@
 
 #include "standards/standard_tables.h"
 
-// Whether the terminals that the H standard names for a phase make physical sense. In a group with
-// the clock n, the low side lags the high side by n times 30 degrees; between the terminals that a
-// row names on both sides, a test of that phase wants voltages in phase or in opposition.
+// Checks that the terminals that the H standard names for a phase make physical sense. In a group
+// with the clock n, the low side lags the high side by n times 30 degrees; between the terminals
+// that a row names on both sides, the voltages must be in phase or in opposition.
 
 namespace {
 
 using Phasor = std::complex<double>;
 
-Phasor unit_phasor(double degrees) { return std::polar(1.0, degrees * std::numbers::pi / 180); }
+Phasor phasor_at(double degrees) { return std::polar(1.0, degrees * std::numbers::pi / 180); }
 
 /// Voltage of a terminal mark such as "H1" or "X0" against the neutral, by its number and the lag
 /// of its side. The neutral of a side without one is the middle of its triangle.
 Phasor terminal_voltage(const std::string& mark, double lag) {
   const int number = mark.at(1) - '0';
-  return number == 0 ? Phasor() : unit_phasor(-120.0 * (number - 1) - lag);
+  return number == 0 ? Phasor() : phasor_at(-120.0 * (number - 1) - lag);
 }
 
 Phasor voltage(const std::string& label, double lag) {
@@ -64,7 +64,7 @@ std::string lags_of(const VectorLabels& row, int clock) {
 /// Rows by name whose lags are neither 0 nor 180 degrees in all phases alike.
 using Lags = std::map<std::string, std::string>;
 
-// Where the low side lags (30) or leads (330) by an hour between the terminals named, and the one
+// Rows where the low side lags (30) or leads (330) by an hour between the terminals, and the one
 // row whose last phase is reversed.
 const Lags kKnownOthers = {
     {"Dy1", "30 30 30"},     {"Dy3", "30 30 30"},     {"Dy5", "30 30 30"},

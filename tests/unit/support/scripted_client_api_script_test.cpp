@@ -19,7 +19,7 @@ class Script : public testing::Test {
     load_script(script, "it", api);
   }
 
-  /// What is said about a bad script.
+  /// The error message for a bad script.
   std::string error_of(const std::string& text) {
     try {
       load(text);
@@ -186,7 +186,7 @@ TEST_F(Script, Events) {
   EXPECT_THAT(seen, testing::ElementsAre("1/2", "-3/4", "83 null", "0 a b"));
 }
 
-TEST_F(Script, ErrorsNameThePlace) {
+TEST_F(Script, ErrorsNameFileAndLine) {
   EXPECT_EQ(error_of("\nkvr_Connect: 0\n"), "it:2: 'kvr_Connect:' is no call followed by ':'");
   EXPECT_EQ(error_of("kvr_LockAPI 0\n"), "it:1: 'kvr_LockAPI' is no call followed by ':'");
   EXPECT_EQ(error_of("kvr_LockAPI:\n"), "it:1: '' is no number");

@@ -120,7 +120,7 @@ TEST_F(ScriptedApi, RefusedCallsFillNothing) {
   EXPECT_EQ(api.records_handed_out(), 0);
 }
 
-TEST_F(ScriptedApi, FillsWhatItIsToldEvenWhenItRefuses) {
+TEST_F(ScriptedApi, FillsGivenValuesEvenWhenItRefuses) {
   kvr_DeviceInfo told{};
   told.model_tier = 50;
   api.answer(ApiCall::GetDeviceInfo, {.result = 1, .device_info = told});
@@ -135,7 +135,7 @@ TEST_F(ScriptedApi, FillsWhatItIsToldEvenWhenItRefuses) {
   EXPECT_STREQ(record->record_id, "R");
 }
 
-TEST_F(ScriptedApi, CountsRecordsThatComeBack) {
+TEST_F(ScriptedApi, CountsFreedRecords) {
   kvr_TestRecord* first = nullptr;
   kvr_TestRecord* second = nullptr;
   run_test(first);
@@ -153,7 +153,7 @@ TEST_F(ScriptedApi, CountsRecordsThatComeBack) {
   EXPECT_EQ(api.complaints().size(), 2);
 }
 
-TEST_F(ScriptedApi, CountsListsThatComeBack) {
+TEST_F(ScriptedApi, CountsFreedLists) {
   kvr_TestLabel label{};
   std::strcpy(label.record_id, "T1");
   api.answer(ApiCall::ListRecords, {.labels = {{label, label}}});
@@ -168,7 +168,7 @@ TEST_F(ScriptedApi, CountsListsThatComeBack) {
   EXPECT_EQ(api.log().front().line, "kvr_ListRecords filter=null sort_key=1 ascending=1 list=null");
 }
 
-TEST_F(ScriptedApi, GivesNullWhenToldSo) {
+TEST_F(ScriptedApi, ReturnsNullWhenAnAnswerSaysSo) {
   api.answer(ApiCall::CodeToString, {.null = true});
   EXPECT_EQ(kvr_CodeToString(KVR_RES_OK), nullptr);
   EXPECT_STREQ(kvr_CodeToString(KVR_RES_RPC_ERROR), "wording of code 11");
@@ -178,7 +178,7 @@ TEST_F(ScriptedApi, GivesNullWhenToldSo) {
   EXPECT_EQ(record, nullptr);
 }
 
-TEST_F(ScriptedApi, TellsProgressAndStatusFromOtherThreads) {
+TEST_F(ScriptedApi, ReportsProgressAndStatusFromOtherThreads) {
   initialize();
   api.answer(ApiCall::Test_Ratio_1ph, {.progress = {{1, 2}, {2, 2}},
                                        .status = {{KVR_RES_OK, "text"}, {KVR_MSG_KEEP_ALIVE, {}}}});
@@ -214,7 +214,7 @@ TEST_F(ScriptedApi, AltersRecords) {
   EXPECT_EQ(record->test_count, 1);
 }
 
-TEST_F(ScriptedApi, ComplainsAboutAnswersThatNobodyAskedFor) {
+TEST_F(ScriptedApi, ComplainsAboutAnswersThatNoCallUsed) {
   api.answer(ApiCall::GetStatus, {});
   EXPECT_THAT(api.complaints(), ElementsAre("1 more answers to kvr_GetStatus than calls"));
 }

@@ -27,7 +27,7 @@ INSTANTIATE_TEST_SUITE_P(Ordinary, DegreeText,
                                          Angle{0.1F, "5.729578"}, Angle{3.5F, "-159.464767"},
                                          Angle{-3.5F, "159.464767"}));
 
-// The single that is closest to pi comes out as exactly 180 and stays; one step further is beyond.
+// The single-precision number closest to pi gives exactly 180 and stays; the next one is beyond.
 INSTANTIATE_TEST_SUITE_P(
     AtAndBeside180, DegreeText,
     testing::Values(Angle{0x1.921fb4p+1F, "179.999985"}, Angle{0x1.921fb6p+1F, "180.000000"},

@@ -165,7 +165,7 @@ TEST(EfficiencyBody, ModeIsFastForAnyValueButZero) {
   }
 }
 
-TEST(EfficiencyBody, FirstPhaseTellsOfCorrections) {
+TEST(EfficiencyBody, FirstPhaseDecidesWhetherCorrectionsAreShown) {
   const std::string corrections = "Corrections applied ( from 20.10000038 C to 75.00000000 C)\n";
   const std::string corrected = kRecord + "data_efficiency[0].phases[0].corrected = 1\n";
   EXPECT_TRUE(body_of(corrected).starts_with("Efficiency\nMode: Full\n" + corrections + "VH = "));
@@ -212,7 +212,7 @@ TEST(EfficiencyBody, WhatIsMissingHasNoLines) {
   EXPECT_EQ(body_of("data_efficiency[0] = null"), "");
 }
 
-TEST(EfficiencyBody, PairThatThereIsNotThrowsBehindTheFirstLine) {
+TEST(EfficiencyBody, UnknownPairThrowsAfterTheFirstLine) {
   OwnedRecord owned = parse_record("test_type = 13\ndata_count = 1\n" + kRecord +
                                        "data_efficiency[0].setup.connection_type = 4294967295",
                                    "record");

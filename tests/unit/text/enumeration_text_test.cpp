@@ -103,7 +103,7 @@ TEST(EnumerationText, Terminals) {
   EXPECT_EQ(Text::TerminalsText({terminal(0), terminal(13)}), "unknown(undefined)");
 }
 
-TEST(EnumerationText, TakesNoMemory) {
+TEST(EnumerationText, AllocatesNothing) {
   const std::size_t before = counted_new::allocations();
   for (std::uint32_t value = 0; value < 20; ++value) {
     for (const auto word :

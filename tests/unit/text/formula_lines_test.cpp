@@ -86,7 +86,7 @@ TEST(FormulaLines, PrefixMayEndInAColonOfItsOwn) {
             "ratio_tnr: C: (R)/(r) = 0.00000000\n");
 }
 
-TEST(ErrorLines, HaveFourDecimalsAndPutBackEight) {
+TEST(ErrorLines, HaveFourDecimalsAndRestoreEight) {
   Phases<kvr_TestData_Impedance_Phase> three;
   three.phases[0].z_percent_error = -1.00006;
   three.phases[1].status = KVR_RES_OPEN_LEAD;

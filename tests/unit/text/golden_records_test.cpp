@@ -16,8 +16,8 @@
 #include "text/text_output.h"
 #include "unit/text/text_difference.h"
 
-// Records in tests/golden/records/*.record and what they render to: the plain text in the .txt of
-// the same name, the file of a first report in its .report.
+// Renders tests/golden/records/*.record and compares: the plain text with the .txt of the same
+// name, the file of a first report with its .report.
 
 namespace {
 

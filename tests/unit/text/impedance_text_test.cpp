@@ -101,7 +101,7 @@ const std::string kThreePhaseBlock =
 
 TEST(ImpedanceBody, OfThreePhases) { EXPECT_EQ(body_of(kThreePhases), "sci\n" + kThreePhaseBlock); }
 
-TEST(ImpedanceBody, FirstPhaseOfTheFirstTestTellsOfCorrections) {
+TEST(ImpedanceBody, FirstPhaseOfTheFirstTestDecidesWhetherCorrectionsAreShown) {
   const std::string tests = "data_impedance[0].tests.tests";
   EXPECT_EQ(body_of(kThreePhases + tests + "[0].phases[0].corrected = 255\n"),
             "sci\nCorrections applied ( from 20.10000038 C to 75.00000000 C)\n" + kThreePhaseBlock);
@@ -211,7 +211,7 @@ TEST(ImpedanceBody, FailedPhaseHasOneErrorLineInEachFamily) {
 }
 
 TEST(ImpedanceBody, EmptyListHasNeitherTemperatureNorRatings) {
-  // Nor does it look at the pair.
+  // The pair is not used either.
   EXPECT_EQ(body_of("data_impedance[0].test_type = 11\n"
                     "data_impedance[0].setup.connection_type = 3\n"
                     "data_impedance[0].tests.count = 0\n"
@@ -234,7 +234,7 @@ TEST(ImpedanceBody, WhatIsMissingHasNoLines) {
             "sci\n");
 }
 
-TEST(ImpedanceBody, PairThatThereIsNotThrowsBehindTheCorrections) {
+TEST(ImpedanceBody, UnknownPairThrowsAfterTheCorrections) {
   OwnedRecord owned = parse_record("test_type = 11\ndata_count = 1\n" + kThreePhases +
                                        "data_impedance[0].tests.tests[0].phases[0].corrected = 1\n"
                                        "data_impedance[0].setup.connection_type = 3\n",

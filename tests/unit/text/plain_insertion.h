@@ -3,8 +3,8 @@
 #include <cmath>
 #include <ostream>
 
-/// Inserts a number with `<<`. A NaN is inserted as a word, since the C libraries differ on its
-/// sign; the expected one has it.
+/// Inserts a number with `<<`. A NaN is inserted as a word with its sign, since C libraries differ
+/// on that.
 inline void insert_plainly(std::ostream& out, double value) {
   if (std::isnan(value)) {
     out << (std::signbit(value) ? "-nan" : "nan");

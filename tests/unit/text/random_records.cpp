@@ -60,7 +60,7 @@ void RandomRecords::fill_text(char (&field)[size]) {
     field[i] = static_cast<char>(one_in(5) ? 1 + below(255) : '0' + below(75));
   }
   if (length < size) {
-    field[length] = '\0';  // and whatever was there before behind it
+    field[length] = '\0';  // the bytes after it keep old content
   }
 }
 
@@ -254,7 +254,7 @@ void RandomRecords::fill(kvr_TestRecord& record) {
   fill(record.setup);
   record.test_type = static_cast<kvr_TestType>(one_in(50) ? word() : below(20));
   record.data_count = below(4);
-  // The arrays that other types name are no more than addresses that must not be touched.
+  // The arrays of other types are invalid addresses that must not be read.
   const auto type = static_cast<std::uint32_t>(record.test_type);
   const std::uint32_t count = record.data_count;
   if (type == 1 || type == 2 || (type >= 4 && type <= 6) || type == 16) {

@@ -7,14 +7,14 @@
 
 #include "support/record_text.h"
 
-/// Makes records that a library might deliver, and many that none should: every kind of test,
-/// random bits and extremes in numbers and reserved bytes, texts that fill their fields, failed and
-/// untested phases, unknown types and codes, null arrays and entries, nested results. Only pointers
-/// and the counts of what they point to can be trusted. The same seed makes the same records.
+/// Makes random records, valid ones and many invalid ones: every kind of test, random bits and
+/// extremes in numbers and reserved bytes, texts that fill their fields, failed and untested
+/// phases, unknown types and codes, null arrays and entries, nested results. Only pointers and the
+/// counts of what they point to are always valid. The same seed makes the same records.
 class RandomRecords {
  public:
   explicit RandomRecords(std::uint64_t seed) : random_(std::mt19937_64(seed)) {}
-  /// From numbers of any source.
+  /// Takes its numbers from any source.
   explicit RandomRecords(std::function<std::uint64_t()> numbers) : random_(std::move(numbers)) {}
 
   OwnedRecord next();

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// What rendering leaves in a stream, and the resolver that refused, if any.
+/// The text that rendering leaves in a stream, and the resolver that refused, if any.
 struct Rendering {
   std::string text;
   std::string refusal;
@@ -59,7 +59,7 @@ TEST(RandomRecordsText, IsThatOfPlainInsertionsLineByLineAndEveryTime) {
     refused += first.refusal.empty() ? 0 : 1;
     of_type[record.test_type] += 1;
   }
-  // The records are worth the time: all kinds, refusals among them, and mostly whole texts.
+  // The records cover all kinds, some are refused, and most texts are whole.
   for (std::uint32_t type = 0; type <= 19; ++type) {
     EXPECT_GT(of_type[type], kRecords / 50) << type;
   }

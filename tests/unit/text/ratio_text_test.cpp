@@ -94,7 +94,7 @@ TEST(SinglePhaseRatioText, HasAllLinesInOrder) {
             "Induced voltage = 12.3\n");
 }
 
-TEST(SinglePhaseRatioText, TellsAFailureFirstAndAllNumbersAllTheSame) {
+TEST(SinglePhaseRatioText, ShowsAFailureFirstAndStillAllNumbers) {
   kvr_TestData_Ratio_Phase phase = single_phase();
   const std::string good = text_of(phase, 10);
   phase.status = KVR_RES_OPEN_CIRCUIT_H;
@@ -153,7 +153,7 @@ void set_names(kvr_TestData_Ratio_Phase& phase, const std::string& name, const s
   std::strcpy(phase.tvr_low, ("tx" + digit).c_str());
 }
 
-/// Every number differs from every other one that might stand in its place.
+/// Each number differs from all that could be mistaken for it.
 kvr_TestData_Ratio_3ph three_phase() {
   kvr_TestData_Ratio_3ph r{};
   r.test_type = KVR_TEST_RATIO_DOWN;
@@ -274,7 +274,7 @@ TEST(ThreePhaseRatioText, HasAllLinesInOrder) {
   EXPECT_EQ(text_of(three_phase()), std::string(kThreePhaseRatios) + kThreePhaseDetails);
 }
 
-TEST(ThreePhaseRatioText, ShortFormEndsBehindTheRmsLines) {
+TEST(ThreePhaseRatioText, ShortFormEndsAfterTheRmsLines) {
   EXPECT_EQ(text_of(three_phase(), false), kThreePhaseRatios);
 }
 
@@ -381,7 +381,7 @@ TEST(ThreePhaseRatioText, NestedResultsFollowUpThenDownAtAnyDepth) {
   }
 }
 
-TEST(ThreePhaseRatioText, PutsBackThePrecisionEvenOfAPhaseThatHasNoLines) {
+TEST(ThreePhaseRatioText, RestoresThePrecisionEvenAfterAPhaseThatHasNoLines) {
   kvr_TestData_Ratio_3ph r{};
   r.tested_phase = 7;
   std::ostringstream out;

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What is said about a text that is no record; empty if it is one.
+/// The error message for a text; empty if it is a valid record.
 std::string complaint(const std::string& text) {
   try {
     parse_record(text, "file.record");
@@ -90,7 +90,7 @@ TEST(RecordText, OutlivesItsSourceAndMoves) {
   EXPECT_STREQ(moved.get()->record_id, "T1");
 }
 
-TEST(RecordText, NumbersMayBeNone) {
+TEST(RecordText, NumbersMayBeNanOrInfinite) {
   OwnedRecord owned = parse_record(
       "data_ratio_1ph[0].phase.tnr = nan\n"
       "data_ratio_1ph[0].phase.tvr = -nan\n"
@@ -202,7 +202,7 @@ TEST(RecordText, ComplainsAboutTexts) {
   EXPECT_EQ(complaint("record_id = \\xg1"), "file.record:1: \\x wants two hexadecimal digits");
 }
 
-TEST(RecordText, ComplainsAboutWhatIsNoField) {
+TEST(RecordText, ComplainsAboutUnknownFields) {
   EXPECT_EQ(complaint("data_drm = 1"),
             "file.record:1: a pointer can be null or be gone through, not '1'");
   EXPECT_EQ(complaint("setup = 1"),

@@ -216,7 +216,7 @@ string header(const kvr_TestRecord& r) {
   return o.str();
 }
 
-/// Whether the lines of a phase are to be written; says what is wrong otherwise.
+/// Whether to write the lines of a phase; writes the phase's error line if not.
 template <typename Phase>
 bool passes(std::ostream& o, const Phase& p) {
   if (p.status == 0) {

@@ -4,11 +4,11 @@
 
 #include "api/result_records.h"
 
-// A second, plain telling of the result text: one `<<` after the other, no tables, nothing shared
-// with the program but the record layouts and the names of codes. What the program renders is
-// compared with it on random records, and measured against it.
+// A second, plain implementation of the result text: one `<<` after the other, no tables, nothing
+// shared with the program except the record layouts and the names of codes. Tests compare the
+// program's text with it on random records, and benchmarks compare their speed.
 
-/// What a setup that joins no known pair ends the text with.
+/// Thrown where a setup joins no known pair: the text ends there.
 struct BadPair {
   const char* where;
 };

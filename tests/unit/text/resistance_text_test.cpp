@@ -30,7 +30,7 @@ std::string body_of(const std::string& record) {
 
 const std::string kPoint = "data_resistance[0].sides.primary.taps[0].points[0].";
 
-/// A record with one point of its own fields.
+/// A record with one point that has these fields.
 OwnedRecord record_with_point(const std::string& fields) {
   std::string record;
   std::istringstream lines(fields);
@@ -65,7 +65,7 @@ TEST(PointText, StateIsTheLastWord) {
   EXPECT_EQ(point_text("state = 12"), kMeasured + " UNKNOWN\n");
 }
 
-TEST(PointText, StablePointHasItsTimeDirectlyBehindTheStability) {
+TEST(PointText, StablePointHasItsTimeDirectlyAfterTheStability) {
   EXPECT_EQ(point_text("state = 4"), kMeasured + "(1500 ms) STABLE\n");
   EXPECT_EQ(point_text("state = 4\nstabilization_ms = 4294967295"),
             kMeasured + "(4294967295 ms) STABLE\n");
@@ -204,7 +204,7 @@ TEST(HeatRunBody, HasItsNumberTwiceAndDataOfItsOwn) {
                              "TEST #2 \tTEST #2 \tTest duration(ms) = 8\n\n"));
 }
 
-TEST(HeatRunBody, WithoutDataHasItsNumberTwiceAllTheSame) {
+TEST(HeatRunBody, WithoutDataStillHasItsNumberTwice) {
   OwnedRecord owned = parse_record("test_type = 15\ndata_count = 1", "record");
   EXPECT_TRUE(Text::ResultsToString(owned.get()).ends_with("\nTEST #1 \tTEST #1 \t\n"));
 }

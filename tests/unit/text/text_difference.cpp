@@ -6,7 +6,7 @@
 
 namespace {
 
-/// With their line ends, so that a missing last one is a difference too.
+/// Lines keep their line ends, so that a missing last one is a difference.
 std::vector<std::string> lines_of(const std::string& text) {
   std::vector<std::string> lines;
   std::size_t begin = 0;

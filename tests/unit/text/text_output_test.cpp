@@ -75,7 +75,7 @@ TEST(RecordHeaderText, FieldsWithoutTerminatorEndWithTheirField) {
 }
 
 TEST(RecordHeaderText, OfAListEntryIsThatOfItsRecord) {
-  const auto entries = std::make_unique<kvr_TestLabel[]>(2);  // packed, as the library's are
+  const auto entries = std::make_unique<kvr_TestLabel[]>(2);  // packed, as in the library's list
   for (std::size_t i = 0; i < 2; ++i) {
     kvr_TestLabel& entry = entries[i];
     std::strcpy(entry.record_id, "T1");
@@ -93,7 +93,7 @@ TEST(RecordHeaderText, OfAListEntryIsThatOfItsRecord) {
   EXPECT_TRUE(Text::RecordHeaderToText(&entries[1]).ends_with(" \t" + std::string(23, 't')));
 }
 
-TEST(RecordHeaderText, RefusesAPairThatThereIsNot) {
+TEST(RecordHeaderText, RefusesAnUnknownPair) {
   kvr_TestLabel label{};
   label.setup.connection_type = 3;
   EXPECT_THROW(Text::RecordHeaderToText(&label), kvr_exception);
@@ -111,7 +111,7 @@ TEST(ResultsText, OfAnUndefinedTestHasItsName) {
                                                           "TEST #2 \tKVR_TEST_Undefined\n");
 }
 
-TEST(ResultsText, OfATypeThatThereIsNotHasTheTestNumbersAlone) {
+TEST(ResultsText, OfAnUnknownTypeHasTheTestNumbersAlone) {
   for (const char* const type : {"3", "7", "19", "20", "4294967295"}) {
     EXPECT_EQ(text_of("data_count = 2\ntest_type = " + std::string(type)),
               header("unknown") + "\nTEST #1 \t\nTEST #2 \t\n");
@@ -129,7 +129,7 @@ TEST(ResultsText, GoesByDataCountAlone) {
 }
 
 TEST(ResultsText, EachTypeReadsTheArrayThatItNames) {
-  // A record whose arrays all have a result that shows where it stands.
+  // A record with a result in each array that shows which array it is in.
   const std::string arrays =
       "data_count = 1\n"
       "data_ratio_1ph[0].phase.tnr = 1\n"
@@ -260,7 +260,7 @@ TEST_F(ReportFile, NewOneNamesItsSeparator) {
   EXPECT_EQ(folder_.read("report.csv"), "sep=;\n" + block_);
 }
 
-TEST_F(ReportFile, ExistingOneGrowsByABlockBehindAnEmptyLine) {
+TEST_F(ReportFile, ExistingOneGrowsByABlockAfterAnEmptyLine) {
   report(path("report.csv").c_str());
   out_.str("");
   report(path("report.csv").c_str());
@@ -312,7 +312,7 @@ TEST_F(ReportFile, OnAFullDiskCostsNothing) {
   expect_whole_text_and("");
 }
 
-TEST_F(ReportFile, EndsBeforeATimeThatCannotBeTold) {
+TEST_F(ReportFile, EndsBeforeATimeThatHasNoText) {
   clock_.now = std::numeric_limits<std::time_t>::max();
   report(path("report.csv").c_str());
   expect_whole_text_and("");

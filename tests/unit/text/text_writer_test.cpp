@@ -192,7 +192,7 @@ TEST(TextWriterTexts, FieldEndsAtItsZeroOrItsEnd) {
   EXPECT_EQ(out.str(), "full,ab,,");
 }
 
-TEST(TextWriterTexts, LongTextsKeepTheirPlace) {
+TEST(TextWriterTexts, LongTextsStayInOrder) {
   for (const std::size_t size : {4095U, 4096U, 4097U, 20000U}) {
     const std::string large(size, 'x');
     std::ostringstream out;
@@ -201,7 +201,7 @@ TEST(TextWriterTexts, LongTextsKeepTheirPlace) {
   }
 }
 
-TEST(TextWriterTexts, PiecesOfAllSizesMeetTheBufferAtAllPlaces) {
+TEST(TextWriterTexts, PiecesOfAllSizesMeetTheBufferAtAllPositions) {
   std::mt19937 random(3);
   std::ostringstream expected;
   std::ostringstream out;

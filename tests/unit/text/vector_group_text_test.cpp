@@ -82,6 +82,73 @@ TEST(VectorGroupText, TakesTheFourValuesAsOne) {
   EXPECT_EQ(VectorGroupText({KVR_WINDING_ZN, KVR_WINDING_Y, 5, 0.5235988F}), "ZNy5+30");
 }
 
+// --- vector_group_from_text ----------------------------------------------------------------------
+
+/// The name of the vector group that a text names.
+std::string name_of(std::string_view text) { return VectorGroupText(vector_group_from_text(text)); }
+
+TEST(VectorGroupFromText, TakesEveryNameOfAGroup) {
+  const kvr_WindingType types[] = {KVR_WINDING_D,  KVR_WINDING_Y,  KVR_WINDING_YN, KVR_WINDING_Z,
+                                   KVR_WINDING_ZN, KVR_WINDING_1P, KVR_WINDING_MH, KVR_WINDING_A};
+  for (const kvr_WindingType high : types) {
+    for (const kvr_WindingType low : types) {
+      for (const std::int32_t clock : {0, 1, 2, 9, 10, 11, kClockUnknown}) {
+        const std::string name = VectorGroupText(high, low, clock, 0);
+        const kvr_VectorGroup group = vector_group_from_text(name);
+        EXPECT_EQ(group.h_type, high) << name;
+        EXPECT_EQ(group.x_type, low) << name;
+        EXPECT_EQ(group.clock, clock) << name;
+        EXPECT_EQ(group.phase_shift, 0.0F) << name;
+      }
+    }
+  }
+  EXPECT_EQ(name_of("CT0"), "CT0");
+  EXPECT_EQ(name_of("PT0"), "PT0");
+}
+
+TEST(VectorGroupFromText, TakesUpperAndLowerCase) {
+  for (const char* const text : {"Dyn11", "DYN11", "dyn11", "dYN11"}) {
+    EXPECT_EQ(name_of(text), "Dyn11") << text;
+  }
+  EXPECT_EQ(name_of("ynd1"), "YNd1");
+  EXPECT_EQ(name_of("znYNx"), "ZNynX");
+  EXPECT_EQ(name_of("1ph6"), "1Ph6");
+}
+
+TEST(VectorGroupFromText, TakesAShiftInWholeDegrees) {
+  for (int degrees = 5; degrees <= 180; ++degrees) {
+    const std::string name = "YNd11+" + std::to_string(degrees);
+    EXPECT_EQ(name_of(name), name);
+  }
+  EXPECT_FLOAT_EQ(vector_group_from_text("Dy5+30").phase_shift, 0.5235988F);
+  EXPECT_EQ(name_of("dyX+6"), "DyX+6");
+  EXPECT_EQ(name_of("Dy1+4"), "Dy1");  // too small to be shown
+  EXPECT_EQ(name_of("Dy1+0"), "Dy1");
+}
+
+TEST(VectorGroupFromText, RefusesWhatNamesNone) {
+  for (const char* const text : {"",          "D",
+                                 "Dy",        "y",
+                                 "11",        "0",
+                                 "Dyn12",     "Dyn-1",
+                                 "Dyn011",    "Dyn100",
+                                 "Dyn11x",    " Dyn11",
+                                 "Dyn11 ",    "Dyn 11",
+                                 "D?11",      "D0",
+                                 "YN11",      "VREG",
+                                 "??0",       "Dyn11+",
+                                 "Dyn11+-5",  "Dyn11-30",
+                                 "Dyn11+6x",  "Dyn11+181",
+                                 "Dyn11+256", "Dyn11+99999999999",
+                                 "Dyn11+6.5", "Dyn11 30"}) {
+    expect_kvr_exception(KVR_RES_VECTOR_GROUP_INCORRECT, "vector_group_from_text",
+                         std::string("vector_group_from_text - no vector group ") + text,
+                         [text] { vector_group_from_text(text); });
+  }
+}
+
+// --- SetupVectorText -----------------------------------------------------------------------------
+
 kvr_TestSetup three_windings(std::uint32_t connection_type) {
   kvr_TestSetup setup{};
   setup.connection_type = connection_type;
@@ -104,7 +171,7 @@ TEST(SetupVectorText, IsThatOfThePairThatTheSetupJoins) {
   }
 }
 
-TEST(SetupVectorText, RefusesAPairThatThereIsNotWithTheWordsOfTheHighSide) {
+TEST(SetupVectorText, RefusesAnUnknownPairWithTheWordsOfTheHighSide) {
   const kvr_TestSetup setup = three_windings(3);
   expect_kvr_exception(KVR_RES_INCORRECT_PARAMETERS, "winding_h",
                        "Utils::winding_h - incorrect connection_type",

@@ -1,6 +1,6 @@
 #include "unit/virtual_instrument/requests.h"
 
-#include "virtual_instrument/records/text_field.h"
+#include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 

@@ -155,8 +155,8 @@ resistance = 1
   EXPECT_EQ(bench.taps.step, 1.25);
   EXPECT_THAT(bench.defects.open_lead[kHighSide], ElementsAre(false, true, false, false));
   EXPECT_THAT(bench.defects.open_lead[kLowSide], ElementsAre(true, false, false, false));
-  EXPECT_THAT(bench.defects.reversed_leg[kHighSide], ElementsAre(false, false, false));
-  EXPECT_THAT(bench.defects.reversed_leg[kLowSide], ElementsAre(false, true, false));
+  EXPECT_THAT(bench.defects.reversed_winding[kHighSide], ElementsAre(false, false, false));
+  EXPECT_THAT(bench.defects.reversed_winding[kLowSide], ElementsAre(false, true, false));
   ASSERT_EQ(bench.defects.shorted_turns.size(), 2U);
   const ShortedTurns& first = bench.defects.shorted_turns[0];
   EXPECT_EQ(first.side, kHighSide);

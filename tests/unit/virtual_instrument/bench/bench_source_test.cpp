@@ -44,7 +44,7 @@ TEST_F(BenchSourceTest, FollowsTheFile) {
   EXPECT_THAT(problems_, IsEmpty());
 }
 
-TEST_F(BenchSourceTest, TheLastGoodBenchStaysInForceAndAMistakeIsToldOnce) {
+TEST_F(BenchSourceTest, TheLastGoodBenchStaysInForceAndAMistakeIsReportedOnce) {
   write("[instrument]\nserial_number = \"one\"\n");
   EXPECT_EQ(serial(), "one");
   write("[instrument]\nserial_number = 2\n");
@@ -58,12 +58,47 @@ TEST_F(BenchSourceTest, TheLastGoodBenchStaysInForceAndAMistakeIsToldOnce) {
   EXPECT_EQ(serial(), "two");
 }
 
-TEST_F(BenchSourceTest, AMissingFileIsToldOnceAndTakenWhenItComes) {
+TEST_F(BenchSourceTest, AMissingFileIsReportedOnceAndReadWhenItComes) {
   EXPECT_EQ(serial(), "VI-000001");
   EXPECT_EQ(serial(), "VI-000001");
   EXPECT_THAT(problems_, ElementsAre(name() + ": can't be read; expected a bench file"));
   write("[instrument]\nserial_number = \"one\"\n");
   EXPECT_EQ(serial(), "one");
+}
+
+TEST_F(BenchSourceTest, AFolderIsToldOnceAndTheFileTakenThatComesInItsPlace) {
+  write("[instrument]\nserial_number = \"one\"\n");
+  EXPECT_EQ(serial(), "one");
+  std::filesystem::remove(folder_.path() / "b.toml");
+  std::filesystem::create_directory(folder_.path() / "b.toml");
+  EXPECT_EQ(serial(), "one");
+  EXPECT_EQ(serial(), "one");
+  EXPECT_THAT(problems_, ElementsAre(name() + ": is a folder; expected a bench file"));
+  std::filesystem::remove(folder_.path() / "b.toml");
+  write("[instrument]\nserial_number = \"two\"\n");
+  EXPECT_EQ(serial(), "two");
+}
+
+TEST_F(BenchSourceTest, AFileBeyondOneMebibyteIsToldOnceAndTakenOnceItIsSmaller) {
+  const std::string two = "[instrument]\nserial_number = \"two\"\n#";
+  const std::string largest = two + std::string((1 << 20) - two.size(), 'x');
+  write(largest + "x");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_THAT(problems_, ElementsAre(name() + ": is larger than 1 MiB; expected a bench file"));
+  write(largest);
+  EXPECT_EQ(serial(), "two");
+}
+
+TEST_F(BenchSourceTest, EachTroubleWithTheFileIsToldWhenItComes) {
+  EXPECT_EQ(serial(), "VI-000001");
+  std::filesystem::create_directory(folder_.path() / "b.toml");
+  EXPECT_EQ(serial(), "VI-000001");
+  std::filesystem::remove(folder_.path() / "b.toml");
+  EXPECT_EQ(serial(), "VI-000001");
+  EXPECT_THAT(problems_, ElementsAre(name() + ": can't be read; expected a bench file",
+                                     name() + ": is a folder; expected a bench file",
+                                     name() + ": can't be read; expected a bench file"));
 }
 
 TEST_F(BenchSourceTest, AnEmptyFileIsOneThatIsBeingWritten) {
@@ -73,7 +108,7 @@ TEST_F(BenchSourceTest, AnEmptyFileIsOneThatIsBeingWritten) {
   EXPECT_EQ(serial(), "one");
 }
 
-// A look that came late with the older bench would lose a connection that has just been made.
+// A late look that saw the older bench would lose a connection that has just been made.
 TEST_F(BenchSourceTest, LooksComeInTheOrderOfTheReadings) {
   write("[instrument]\nserial_number = \"one\"\n");
   std::vector<std::string> looks;
@@ -85,7 +120,7 @@ TEST_F(BenchSourceTest, LooksComeInTheOrderOfTheReadings) {
   const std::shared_ptr<const Bench> given = source_.look([&](const Bench& bench) {
     write("[instrument]\nserial_number = \"two\"\n");
     read.set_value();
-    // Ample time to come in between, if nothing held the other one back.
+    // Long enough for the other look to come first if nothing made it wait.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     looks.push_back(bench.instrument.serial_number);
   });

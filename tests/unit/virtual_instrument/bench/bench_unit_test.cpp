@@ -36,7 +36,7 @@ TransformerSettings textbook() {
   return settings;
 }
 
-/// The same with a knee, and iron that is less permeable towards zero flux.
+/// The same with a knee, and with lower permeability near zero flux.
 TransformerSettings saturating() {
   TransformerSettings settings = textbook();
   settings.low_flux_excess = 1.5;
@@ -58,7 +58,7 @@ PeriodicState excite(const TransformerUnit& unit, int side, double voltage, doub
                      {side, {1, 2}, voltage, frequency, 1 - side, {1, 2}});
 }
 
-/// Courses of one period.
+/// Waveforms of one period.
 struct Courses {
   std::vector<double> high;
   std::vector<double> low;
@@ -66,8 +66,9 @@ struct Courses {
 };
 
 Courses courses(const PeriodicState& state) {
-  return {course(terminal_voltage(state, kHighSide, {1, 2})),
-          course(terminal_voltage(state, kLowSide, {1, 2})), course(state.drive_current[0])};
+  return {terminal_waveform(terminal_voltage(state, kHighSide, {1, 2})),
+          terminal_waveform(terminal_voltage(state, kLowSide, {1, 2})),
+          terminal_waveform(state.source_current[0])};
 }
 
 struct Reading {
@@ -85,7 +86,7 @@ Reading read(const TransformerSettings& settings, int side, double voltage, doub
   return {phasor(waves.high), phasor(waves.low), phasor(waves.current), rms(waves.current)};
 }
 
-/// Percent by which the measured ratio is above the rated one.
+/// How much the measured ratio exceeds the rated one, in percent.
 double ratio_error(const Reading& reading) {
   return (std::abs(reading.high / reading.low) / (8000.0 / 240.0) - 1) * 100;
 }
@@ -101,7 +102,7 @@ TEST(BenchUnit, DrawsTheCurrentOfTheTextbookCircuit) {
   EXPECT_NEAR(read(textbook(), kHighSide, 100).current_rms, 3.357e-3, 3.357e-6);
 }
 
-// The circuit solved by complex numbers is an independent way to the same figures.
+// Complex phasors solve the same circuit independently.
 TEST(BenchUnit, AgreesWithPhasorsFromEitherSideAtEitherFrequency) {
   const TransformerSettings settings = textbook();
   const std::complex<double> j(0, 1);
@@ -121,7 +122,7 @@ TEST(BenchUnit, AgreesWithPhasorsFromEitherSideAtEitherFrequency) {
       const Reading reading = read(settings, side, 100, frequency);
       const std::complex<double> other =
           side == kHighSide ? reading.low * ratio : reading.high / ratio;
-      // The input that measures the open side draws a little, too.
+      // The input that measures the open side also draws a small current.
       EXPECT_NEAR(std::abs(reading.current - current) / std::abs(current), 0, 1e-4);
       EXPECT_NEAR(std::abs(other - induced) / std::abs(induced), 0, 1e-6);
     }
@@ -196,12 +197,12 @@ TEST(BenchUnit, FluxIsTheIntegralOfTheInducedVoltage) {
   for (std::size_t i = 0; i < flux.size(); ++i) {
     const double expected = waves.low[i] * turns_ratio(unit) * unit.core.limb.core_conductance +
                             unit.core.limb.current(flux[i] - offset);
-    // What is left are the harmonics beyond those that are solved for.
+    // The difference is harmonics above those that are solved for.
     EXPECT_NEAR(waves.current[i], expected, peak * 0.06) << i;
   }
 }
 
-// Whatever makes some sense has to find its steady state.
+// Every plausible unit must reach its steady state.
 TEST(BenchUnit, FindsASteadyStateHoweverHardItIsDriven) {
   TransformerSettings settings = saturating();
   for (const double residual : {-3.0, 0.0, 1.2}) {
@@ -225,7 +226,7 @@ TEST(BenchUnit, FindsASteadyStateHoweverHardItIsDriven) {
   }
 }
 
-// A flux offset would fade over years there, so there must be none from the beginning.
+// A flux offset would take years to fade there, so there must be none at the start.
 TEST(BenchUnit, FindsASteadyStateWithNextToNoResistance) {
   TransformerSettings settings = saturating();
   settings.high_resistance = 1e-6;

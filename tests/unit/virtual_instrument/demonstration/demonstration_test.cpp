@@ -10,13 +10,13 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/record_codec.h"
 #include "support/temporary_folder.h"
-#include "virtual_instrument/store/record_codec.h"
 
 namespace virtual_instrument {
 namespace {
 
-/// The set, stored once and read back for all tests.
+/// The demonstration set, stored once for all tests and read back.
 class DemonstrationStore : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -45,8 +45,8 @@ TEST_F(DemonstrationStore, HasEveryFamilyUnderIdsThatCanBeTyped) {
   ASSERT_EQ(store_->list(SortKey::kDateTime, true, labels), KVR_RES_OK);
   std::set<std::string_view> families;
   std::set<kvr_TestType> types;
-  for (std::uint32_t place = 0; place < labels->count; ++place) {
-    const kvr_TestLabel& label = labels->entries[place];
+  for (std::uint32_t i = 0; i < labels->count; ++i) {
+    const kvr_TestLabel& label = labels->entries[i];
     EXPECT_LE(std::strlen(label.record_id), 16U) << label.record_id;
     EXPECT_EQ(label.test_count, 1U);
     EXPECT_STREQ(label.asset_id, "T-500-11");
@@ -136,7 +136,8 @@ TEST_F(DemonstrationStore, ResistancesAgreeColdAndHot) {
   const auto readings = points_of(*cooling->data_heatrun[0]->sides->primary, 0);
   ASSERT_EQ(readings.size(), 8U);
   for (std::size_t number = 0; number < readings.size(); ++number) {
-    // Copper tells its temperature: 20 degrees C, and a rise of 60 that falls off in ten minutes.
+    // The resistance of copper gives its temperature: 20 degrees C, and a rise of 60 that decays in
+    // ten minutes.
     const double temperature = readings[number]->rm / middle * (234.5 + 20) - 234.5;
     const double minutes = static_cast<double>(number) + 1;
     EXPECT_NEAR(temperature, 20 + 60 * std::exp(-minutes / 10), 0.6);
@@ -156,7 +157,8 @@ TEST_F(DemonstrationStore, TheDayTakesTheRemanenceAway) {
   const auto& taken = before->data_ratio_3ph[0]->phases;
   const auto& left = after->data_ratio_3ph[0]->phases;
   EXPECT_LT(left[0].current_rms, taken[0].current_rms);
-  // Without it the outer limbs are alike, and the middle one, with the shorter way, takes less.
+  // Without remanence the outer limbs are alike, and the middle one, with the shorter flux path,
+  // takes less.
   const double outer = (left[0].current_rms + left[2].current_rms) / 2;
   EXPECT_GT(std::abs(taken[0].current_rms - taken[2].current_rms), outer * 0.01);
   EXPECT_NEAR(left[0].current_rms, left[2].current_rms, outer * 0.01);

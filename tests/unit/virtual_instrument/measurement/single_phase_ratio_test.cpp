@@ -81,7 +81,8 @@ TEST(SinglePhaseRatio, StepDownReadsTheTextbookCircuit) {
   EXPECT_EQ(phase.curr_x, 0);
   EXPECT_NEAR(phase.induced_voltage, phase.vol_rms_low, 1e-6);
   EXPECT_NEAR(phase.frequency, 60, 1e-4);
-  // The exciting current lags by the angle of the whole circuit: 15 + j120 and 200k beside j30k.
+  // The exciting current lags by the angle of the whole circuit: 15 + j120 in series with 200k
+  // parallel to j30k.
   EXPECT_NEAR(phase.efi * kDegrees, 81.4, 0.1);
 }
 
@@ -298,7 +299,7 @@ TEST(SinglePhaseRatio, StepUpIsRefusedForAHighRatio) {
   };
   EXPECT_EQ(code(KVR_TEST_RATIO_UP), KVR_STEPUP_1PH_RATIO_TOO_HIGH);
   EXPECT_EQ(code(KVR_TEST_RATIO_DOWN), KVR_RES_OK);
-  EXPECT_EQ(code(KVR_TEST_RATIO_AUTO), KVR_RES_OK);  // which stays with stepping down, then
+  EXPECT_EQ(code(KVR_TEST_RATIO_AUTO), KVR_RES_OK);  // so it steps down
 }
 
 TEST(SinglePhaseRatio, ASampleBeyondTheConvertersEndsTheTest) {
@@ -314,12 +315,12 @@ TEST(SinglePhaseRatio, ASampleBeyondTheConvertersEndsTheTest) {
   EXPECT_EQ(code(), KVR_RES_ADC_OVERFLOW);
 }
 
-TEST(SinglePhaseRatio, ACapacitiveObjectIsTold) {
+TEST(SinglePhaseRatio, ACapacitiveObjectIsReported) {
   Bench bench = textbook_bench();
   const auto code = [&bench](kvr_TestType type) {
     return measure_on_bench(ratio_1ph_request(type, 10), bench, 1).code;
   };
-  bench.transformer.capacitance = 50;  // 53 kohm beside a reactance of 30 kohm
+  bench.transformer.capacitance = 50;  // 53 kohm parallel to a reactance of 30 kohm
   EXPECT_EQ(code(KVR_TEST_RATIO_DOWN), KVR_RES_OK);
   bench.transformer.capacitance = 1000;
   EXPECT_EQ(code(KVR_TEST_RATIO_DOWN), KVR_RES_DETECTED_CAPACITANCE);
@@ -351,7 +352,7 @@ TEST(SinglePhaseRatio, ALowSideTurnedRoundShowsAsHalfATurn) {
            kDegrees;
   };
   EXPECT_NEAR(shift(), 0, 0.01);
-  bench.defects.reversed_leg[kLowSide][0] = true;
+  bench.defects.reversed_winding[kLowSide][0] = true;
   EXPECT_NEAR(std::abs(shift()), 180, 0.01);
   bench.transformer.vector_group.clock = 6;
   EXPECT_NEAR(shift(), 0, 0.01);
@@ -385,7 +386,7 @@ TEST(SinglePhaseRatio, EachPhaseOfAThreePhaseUnitGivesTheRatioOfItsTurns) {
   }
 }
 
-// With yokes as short as limbs, the flux of an outer limb parts 2 : 1 between the others.
+// With yokes as short as limbs, the flux of an outer limb divides 2 : 1 between the others.
 TEST(SinglePhaseRatio, AnotherPhaseSeesItsShareOfTheFlux) {
   Bench bench = built_in_bench();
   bench.measurement.noise = 0;

@@ -10,9 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "record_form/record_shape.h"
 #include "unit/virtual_instrument/model/units.h"
-#include "virtual_instrument/measurement/nested_records.h"
 #include "virtual_instrument/model/phasor.h"
+#include "virtual_instrument/recording/nested_records.h"
 
 namespace virtual_instrument {
 namespace {
@@ -139,11 +140,11 @@ TEST(ThreePhaseRatio, ReadingsOfAPhaseAgreeWithEachOther) {
     EXPECT_EQ(each.curr_x, 0);
     EXPECT_NEAR(degrees(each.phase_high), phase_angle[phase], 0.001);
     EXPECT_NEAR(std::remainder(degrees(each.phase_low) - phase_angle[phase] - 30, 360), 0, 0.15);
-    // The nearest hour stands in for a phasing that was not entered.
+    // Without an entered phasing, the deviation counts from the nearest hour.
     EXPECT_NEAR(degrees(each.phase_deviation_from_user_phasing),
                 off_clock(each.phase_shift_absolute, 11), 0.001);
   }
-  // Outer limbs take more current than the middle one, together what the unit takes: 1000 W of
+  // Outer limbs take more current than the middle one; their sum is that of the unit: 1000 W of
   // 3000 VA at rated voltage.
   const double watts_factor =
       (std::cos(result.data.phases[0].efi) + std::cos(result.data.phases[1].efi) +
@@ -368,7 +369,7 @@ TEST(ThreePhaseRatio, ANeutralThatTheUnitDoesNotHaveIsAnOpenLead) {
   EXPECT_EQ(measure(unit, request).code, KVR_RES_OPEN_LEAD_X0);
 }
 
-TEST(ThreePhaseRatio, ACapacitiveObjectIsToldInEveryMode) {
+TEST(ThreePhaseRatio, ACapacitiveObjectIsReportedInEveryMode) {
   for (const char* name : {"Dyn11", "YNd1", "Yy0", "YNyn0", "Dz0"}) {
     TransformerUnit unit = three_phase_unit();
     unit.group = parse_group(name).value();
@@ -414,11 +415,11 @@ TEST(ThreePhaseRatio, ATapOffTheMiddleShowsAsRatioError) {
 
 TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.reversed_leg[kLowSide][1] = true;
+  unit.faults.reversed_winding[kLowSide][1] = true;
   const ThreePhaseRatio result = measure(unit, step_down(unit));
   ASSERT_EQ(result.code, KVR_RES_OK);
-  // One leg of three turned round leaves a third of the positive sequence and two thirds each of
-  // the others.
+  // With one of three legs reversed, a third of the positive sequence remains, and two thirds of
+  // each other one appear.
   EXPECT_NEAR(result.data.negative_distortion_index, 2, 0.01);
   EXPECT_NEAR(result.data.zero_distortion_index, 2, 0.01);
   EXPECT_EQ(result.data.health_state, KVR_HEALTH_BAD);
@@ -427,7 +428,7 @@ TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
 TEST(ThreePhaseRatio, AReversedDeltaLegIsAShortCircuit) {
   TransformerUnit unit = three_phase_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_D, 1};
-  unit.faults.reversed_leg[kLowSide][0] = true;
+  unit.faults.reversed_winding[kLowSide][0] = true;
   kvr_Ratio3phRequest request = step_down(unit);
   request.test_voltage = 250;
   EXPECT_EQ(measure(unit, request).code, KVR_RES_EXCITATION_CURRENT_TOO_HIGH);
@@ -549,7 +550,7 @@ TEST(ThreePhaseRatio, NestsAsTheBoundaryWantsThem) {
   EXPECT_EQ(data->step_up->test_type, KVR_TEST_RATIO_UP);
   EXPECT_EQ(data->step_up->step_up, nullptr);
   EXPECT_EQ(data->setup.windings[0].voltage, 11000);
-  delete_data(data);
+  free_nest(data);
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ TEST(MagnetizingBranch, NeverFallsAndKnowsItsSlope) {
   }
 }
 
-// Far from the bend, what is left of two great currents must not be rounding errors.
+// Far above the knee, the difference of two large currents must not be rounding errors.
 TEST(MagnetizingBranch, KeepsSmallChangesExactDeepInSaturation) {
   MagnetizingBranch core = kCore;
   core.low_flux_excess = 0;

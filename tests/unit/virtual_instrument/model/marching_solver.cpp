@@ -15,10 +15,11 @@ namespace {
 //   induced = d(flux)/dt
 //   current = conductance * induced + magnetizing current(flux)
 //
-// A period is marched with a two-stage implicit Runge-Kutta method, which is of second order, stays
-// calm where core losses make the circuit stiff, and ends a step on its last stage. The derivative
-// of the state after a period by the state before it is carried along, so that Newton's method
-// finds the state that repeats: marching there would take as long as a flux offset takes to fade.
+// One period is integrated with a two-stage implicit Runge-Kutta method: second order, stable where
+// core losses make the circuit stiff, and its last stage ends the step. It also computes the
+// derivative of the state after a period by the state before, so that Newton's method finds the
+// state that repeats. Integrating until the state repeats would take as long as a flux offset takes
+// to fade.
 
 struct State {
   double flux;     ///< Vs
@@ -44,9 +45,9 @@ Gradient combine(double a, const Gradient& x, double b, const Gradient& y) {
   return {a * x.by_flux + b * y.by_flux, a * x.by_current + b * y.by_current};
 }
 
-/// One implicit stage of length `g` from `base`, at the source voltage of its end. What is left of
-/// the circuit's equations is one for the induced voltage, whose residual only ever grows with it,
-/// so Newton's method with a bracket can't miss.
+/// One implicit stage of length `g` from `base`, at the source voltage of its end. The circuit's
+/// equations reduce to one for the induced voltage. Its residual increases with that voltage, so
+/// Newton's method with a bracket always converges.
 Point stage(const ExcitedWinding& winding, double source, double g, const Point& base) {
   const MagnetizingBranch& core = winding.core;
   const double series = winding.leakage_inductance + g * winding.resistance;
@@ -82,7 +83,7 @@ Point stage(const ExcitedWinding& winding, double source, double g, const Point&
           induced};
 }
 
-/// Where a line from `from` through `to`, drawn further by `factor`, ends.
+/// The point `factor` of the way along the line from `from` to `to`; above 1 it lies beyond `to`.
 Point extrapolate(const Point& from, const Point& to, double factor) {
   return {{from.state.flux + factor * (to.state.flux - from.state.flux),
            from.state.current + factor * (to.state.current - from.state.current)},
@@ -102,7 +103,7 @@ class PeriodMarch {
     return source_.peak * std::sin(2 * std::numbers::pi * steps / kStepsPerPeriod);
   }
 
-  /// Marches one period, telling `visit` the number and the end of each step.
+  /// Integrates one period; calls `visit` with the number and the end of each step.
   template <typename Visit>
   Point march(const State& start, Visit visit) const {
     Point point{start, {1, 0}, {0, 1}, 0};
@@ -122,11 +123,11 @@ class PeriodMarch {
   const double step_;
 };
 
-/// A period from a state that may repeat, or not yet.
+/// One period from a trial state, which may not repeat yet.
 struct Trial {
   State start;
   Point end;
-  double current_scale;  ///< A, the greatest current on the way
+  double current_scale;  ///< A, the largest current within the period
 };
 
 Trial try_state(const PeriodMarch& march, const State& start) {
@@ -137,12 +138,12 @@ Trial try_state(const PeriodMarch& march, const State& start) {
   return trial;
 }
 
-/// By how much `trial` fails to repeat.
+/// The difference between the end of `trial` and its start.
 State residual(const Trial& trial) {
   return {trial.end.state.flux - trial.start.flux, trial.end.state.current - trial.start.current};
 }
 
-/// The change of its start that would make `trial` repeat, going by the derivatives of `tangent`.
+/// The change of its start that makes `trial` repeat, by the derivatives of `tangent`.
 State newton_change(const Trial& trial, const Point& tangent) {
   const auto [flux_residual, current_residual] = residual(trial);
   const double a = 1 - tangent.flux.by_flux;
@@ -154,10 +155,10 @@ State newton_change(const Trial& trial, const Point& tangent) {
           (a * current_residual - c * flux_residual) / determinant};
 }
 
-/// Newton's method for the state that repeats. The bends of the core can throw it off, so a step is
-/// halved until what is left to change by the same tangent has shrunk; and where no part of a step
-/// helps, the circuit is let run for a period. With next to no resistance that point comes at a
-/// state that repeats as well as numbers can tell, which has to do.
+/// Newton's method for the state that repeats. The knee of the core can mislead it, so a step is
+/// halved until the remaining change by the same tangent has become smaller. Where no part of a
+/// step helps, the circuit runs for one period instead. With very little resistance this happens at
+/// a state that repeats up to rounding, which is accepted.
 State repeating_state(const PeriodMarch& march, const ExcitedWinding& winding,
                       const SineSource& source) {
   constexpr int kMostSteps = 200;

@@ -4,17 +4,17 @@
 
 #include "virtual_instrument/model/magnetizing_branch.h"
 
-// A single winding on a core, solved by marching through time: another way to what the model finds
-// by balancing harmonics, for tests to hold one against the other.
+// A single winding on a core, solved by integration in time. The model solves by harmonic balance;
+// tests compare the two.
 
 namespace virtual_instrument {
 
-/// Steps into which the solver cuts a period.
+/// Steps of a period.
 inline constexpr int kStepsPerPeriod = 3 * 512;
 
 /// A winding on a sinusoidal source: source - resistance - leakage inductance - core.
 struct ExcitedWinding {
-  double resistance;          ///< ohm, above 0: without losses a flux offset would never fade
+  double resistance;          ///< ohm, above 0: without losses a flux offset would never decay
   double leakage_inductance;  ///< H
   MagnetizingBranch core;
 };

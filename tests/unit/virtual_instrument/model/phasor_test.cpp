@@ -13,16 +13,16 @@ constexpr double kPi = std::numbers::pi;
 TEST(Phasor, UnitPhasorIsCosineAndSine) {
   for (int step = -1000; step <= 1000; ++step) {
     const double turns = step / 317.0;
-    EXPECT_NEAR(unit_phasor(turns).real(), std::cos(2 * kPi * turns), 3e-15) << turns;
-    EXPECT_NEAR(unit_phasor(turns).imag(), std::sin(2 * kPi * turns), 3e-15) << turns;
+    EXPECT_NEAR(phasor_at(turns).real(), std::cos(2 * kPi * turns), 3e-15) << turns;
+    EXPECT_NEAR(phasor_at(turns).imag(), std::sin(2 * kPi * turns), 3e-15) << turns;
   }
 }
 
 TEST(Phasor, QuartersOfATurnAreExact) {
-  EXPECT_EQ(unit_phasor(0), Complex(1, 0));
-  EXPECT_EQ(unit_phasor(0.25), Complex(0, 1));
-  EXPECT_EQ(unit_phasor(0.5), Complex(-1, 0));
-  EXPECT_EQ(unit_phasor(-0.25), Complex(0, -1));
+  EXPECT_EQ(phasor_at(0), Complex(1, 0));
+  EXPECT_EQ(phasor_at(0.25), Complex(0, 1));
+  EXPECT_EQ(phasor_at(0.5), Complex(-1, 0));
+  EXPECT_EQ(phasor_at(-0.25), Complex(0, -1));
 }
 
 TEST(Phasor, AngleIsTheArcTangentInEachQuadrant) {

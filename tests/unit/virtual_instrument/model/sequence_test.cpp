@@ -18,7 +18,7 @@ TEST(Sequence, TwoOppositeCurrentsHaveTwoEqualSystems) {
 
 TEST(Sequence, ABalancedSystemIsItsOwnPositiveComponent) {
   const SequenceComponents parts =
-      sequence_components({5, 5.0 * unit_phasor(-1.0 / 3), 5.0 * unit_phasor(1.0 / 3)});
+      sequence_components({5, 5.0 * phasor_at(-1.0 / 3), 5.0 * phasor_at(1.0 / 3)});
   EXPECT_NEAR(magnitude(parts.positive - 5.0), 0, 1e-12);
   EXPECT_NEAR(magnitude(parts.negative), 0, 1e-12);
   EXPECT_NEAR(magnitude(parts.zero), 0, 1e-12);
@@ -26,7 +26,7 @@ TEST(Sequence, ABalancedSystemIsItsOwnPositiveComponent) {
 
 TEST(Sequence, ExchangedPhasesAreNegative) {
   const SequenceComponents parts =
-      sequence_components({5, 5.0 * unit_phasor(1.0 / 3), 5.0 * unit_phasor(-1.0 / 3)});
+      sequence_components({5, 5.0 * phasor_at(1.0 / 3), 5.0 * phasor_at(-1.0 / 3)});
   EXPECT_NEAR(magnitude(parts.negative - 5.0), 0, 1e-12);
   EXPECT_NEAR(magnitude(parts.positive), 0, 1e-12);
 }

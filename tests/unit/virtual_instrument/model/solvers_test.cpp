@@ -11,7 +11,7 @@
 #include "virtual_instrument/measurement/samples.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
 
-// Two solvers, one marching through time and one balancing harmonics, have to find the same state.
+// Two solvers, one by integration in time and one by harmonic balance, must find the same state.
 
 namespace virtual_instrument {
 namespace {
@@ -19,7 +19,7 @@ namespace {
 TransformerUnit saturating_unit(double residual) {
   TransformerUnit unit = single_phase_unit();
   for (LimbWinding& winding : unit.windings) {
-    winding.stray_share = 0;  // the marching solver knows no eddies
+    winding.stray_share = 0;  // the marching solver has no eddy currents
   }
   MagnetizingBranch& limb = unit.core.limb;
   limb.knee_flux = 1.15 * rated_flux(unit);
@@ -39,9 +39,9 @@ struct State {
 };
 
 State balanced(const TransformerUnit& unit, double voltage) {
-  const std::vector<Drive> drives = pair_drives(kHighSide, {1, 2}, voltage);
-  const PeriodicState state = solve_network(unit_network(unit, 1e12), drives, unit.frequency);
-  return {rms(waveform(state.drive_current[0], 256)),
+  const std::vector<VoltageSource> sources = pair_sources(kHighSide, {1, 2}, voltage);
+  const PeriodicState state = solve_network(unit_network(unit, 1e12), sources, unit.frequency);
+  return {rms(waveform(state.source_current[0], 256)),
           quotient(terminal_voltage(state, kHighSide, {1, 2})[1],
                    terminal_voltage(state, kLowSide, {1, 2})[1])};
 }

@@ -11,7 +11,7 @@
 namespace virtual_instrument {
 namespace {
 
-const std::array<Complex, 3> kBalanced = {1, unit_phasor(-1.0 / 3), unit_phasor(1.0 / 3)};
+const std::array<Complex, 3> kBalanced = {1, phasor_at(-1.0 / 3), phasor_at(1.0 / 3)};
 
 WindingGroup group(kvr_WindingType high, kvr_WindingType low, int clock) {
   return {high, low, clock};
@@ -47,15 +47,16 @@ TEST(WindingGroup, SinglePhaseWindingsAreAlikeOrOpposite) {
   EXPECT_TRUE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 0)));
   EXPECT_TRUE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 6)));
   EXPECT_FALSE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 3)));
-  EXPECT_EQ(winding_legs(group(KVR_WINDING_1P, KVR_WINDING_1P, 6))[kLowSide].front().turns[0], -1);
+  EXPECT_EQ(phase_windings(group(KVR_WINDING_1P, KVR_WINDING_1P, 6))[kLowSide].front().turns[0],
+            -1);
 }
 
 TEST(WindingGroup, TheLowSideLagsByTheClock) {
   for (const WindingGroup& each : three_phase_groups()) {
-    const auto legs = winding_legs(each);
-    ASSERT_EQ(legs[kLowSide].size(), 3U) << group_name(each);
-    const auto high = line_phasors(legs[kHighSide], kBalanced);
-    const auto low = line_phasors(legs[kLowSide], kBalanced);
+    const auto windings = phase_windings(each);
+    ASSERT_EQ(windings[kLowSide].size(), 3U) << group_name(each);
+    const auto high = line_phasors(windings[kHighSide], kBalanced);
+    const auto low = line_phasors(windings[kLowSide], kBalanced);
     for (std::size_t line = 0; line < 3; ++line) {
       const double lag = degrees(angle(high[line] * std::conj(low[line])));
       EXPECT_NEAR(std::remainder(lag - 30 * each.clock, 360), 0, 1e-9)
@@ -83,16 +84,16 @@ TEST(WindingGroup, TurnsRatioOfLineVoltages) {
   EXPECT_NEAR(turns_factor(group(KVR_WINDING_YN, KVR_WINDING_YN, 0)), 1, 1e-12);
 }
 
-/// Voltage between two terminals for given limb voltages, from the legs themselves.
-double between(const std::vector<Leg>& legs, TerminalPair pair,
+/// Voltage between two terminals for given limb voltages, from the windings themselves.
+double between(const std::vector<PhaseWinding>& windings, TerminalPair pair,
                const std::array<double, 3>& limbs) {
-  const auto turns = turns_between(legs, pair);
+  const auto turns = turns_between(windings, pair);
   return turns ? (*turns)[0] * limbs[0] + (*turns)[1] * limbs[1] + (*turns)[2] * limbs[2] : 0;
 }
 
 TEST(WindingGroup, APhaseIsTestedFreeOfWhereTheFluxReturns) {
   for (const WindingGroup& each : three_phase_groups()) {
-    const auto legs = winding_legs(each);
+    const auto windings = phase_windings(each);
     const auto phases = phase_connections(each);
     ASSERT_EQ(phases.size(), 3U);
     for (const PhaseConnection& phase : phases) {
@@ -101,11 +102,11 @@ TEST(WindingGroup, APhaseIsTestedFreeOfWhereTheFluxReturns) {
         for (int a = -4; a <= 4; ++a) {
           const std::array<double, 3> limbs = {1.0 * a, 1.0 * b, -1.0 * (a + b)};
           const bool allowed =
-              !phase.shorted || between(legs[static_cast<std::size_t>(phase.shorted_side)],
+              !phase.shorted || between(windings[static_cast<std::size_t>(phase.shorted_side)],
                                         *phase.shorted, limbs) == 0;
           if (allowed) {
-            const double high = between(legs[kHighSide], phase.high, limbs);
-            const double low = between(legs[kLowSide], phase.low, limbs);
+            const double high = between(windings[kHighSide], phase.high, limbs);
+            const double low = between(windings[kLowSide], phase.low, limbs);
             EXPECT_NEAR(high, phase.ratio * low, 1e-9) << group_name(each);
             fluxes += std::abs(low) > 0.1 ? 1 : 0;
           }
@@ -155,10 +156,10 @@ TEST(WindingGroup, NamesItsPairs) {
 }
 
 TEST(WindingGroup, TurnsBetweenTerminalsThatNoLegJoins) {
-  const auto legs = winding_legs(group(KVR_WINDING_D, KVR_WINDING_YN, 11));
-  EXPECT_EQ(turns_between(legs[kHighSide], {1, 0}), std::nullopt);
+  const auto windings = phase_windings(group(KVR_WINDING_D, KVR_WINDING_YN, 11));
+  EXPECT_EQ(turns_between(windings[kHighSide], {1, 0}), std::nullopt);
   EXPECT_EQ(turns_between({}, {1, 2}), std::nullopt);
-  EXPECT_NE(turns_between(legs[kHighSide], {3, 1}), std::nullopt);
+  EXPECT_NE(turns_between(windings[kHighSide], {3, 1}), std::nullopt);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kOmega = 2 * std::numbers::pi * 60;
 
-/// Rated 8000/240 V: 15 + j120 ohm, 0.02 + j0.15 ohm, a core of 200 kohm beside j30 kohm.
+/// Rated 8000/240 V: 15 + j120 ohm, 0.02 + j0.15 ohm, a core of 200 kohm parallel to j30 kohm.
 TransformerUnit t_circuit_unit() {
   TransformerUnit unit{};
   unit.group = {KVR_WINDING_1P, KVR_WINDING_1P, 0};
@@ -33,7 +33,7 @@ TransformerUnit t_circuit_unit() {
   return unit;
 }
 
-/// A unit of three limbs and one winding each side, all terminals within reach.
+/// A unit with three limbs and one winding on each side, whose terminals are all accessible.
 TransformerUnit three_limb_unit(double yoke_ratio) {
   TransformerUnit unit = t_circuit_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_YN, 0};
@@ -72,17 +72,17 @@ TEST(WindingNetwork, TheCircuitOfASinglePhaseUnitReadsItsTextbookError) {
   const Complex ratio = quotient(high[1], low[1]) / (8000.0 / 240);
   EXPECT_NEAR((magnitude(ratio) - 1) * 100, 0.4075, 0.01);
   EXPECT_NEAR(degrees(angle(ratio)), 0.0057, 0.001);
-  EXPECT_NEAR(fundamental_rms(state.drive_current[0]), 0.26856, 0.0001 * 0.26856);
+  EXPECT_NEAR(fundamental_rms(state.source_current[0]), 0.26856, 0.0001 * 0.26856);
   const PeriodicState reduced = excite(t_circuit_unit(), kHighSide, {1, 2}, 100);
-  EXPECT_NEAR(fundamental_rms(reduced.drive_current[0]), 3.357e-3, 0.001 * 3.357e-3);
+  EXPECT_NEAR(fundamental_rms(reduced.source_current[0]), 3.357e-3, 0.001 * 3.357e-3);
 }
 
 TEST(WindingNetwork, TheSourcesGiveWhatTheResistancesTake) {
   TransformerUnit unit = t_circuit_unit();
   const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8000);
   const double power =
-      drive_power(state, 0, {terminal_node(kHighSide, 1), 8000 * std::numbers::sqrt2});
-  const double current = fundamental_rms(state.drive_current[0]);
+      source_power(state, 0, {terminal_node(kHighSide, 1), 8000 * std::numbers::sqrt2});
+  const double current = fundamental_rms(state.source_current[0]);
   const double induced = magnitude(state.flux[0][1]) * kOmega / std::sqrt(2.0);
   EXPECT_NEAR(power, current * current * 15 + induced * induced / 200e3, power * 1e-5);
 }
@@ -107,17 +107,17 @@ TEST(WindingNetwork, EqualYokesAndLimbsShareFluxByTheirLengths) {
 
 TEST(WindingNetwork, TheMiddleLimbDrawsLessThanAnOuterOne) {
   const TransformerUnit unit = three_limb_unit(1);
-  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).drive_current[0]);
-  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).drive_current[0]);
-  const double other = fundamental_rms(excite(unit, kHighSide, {3, 0}, 84).drive_current[0]);
+  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).source_current[0]);
+  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).source_current[0]);
+  const double other = fundamental_rms(excite(unit, kHighSide, {3, 0}, 84).source_current[0]);
   EXPECT_NEAR(middle / outer, 0.75, 0.00075);
   EXPECT_NEAR(other / outer, 1, 1e-6);
 }
 
 TEST(WindingNetwork, WithoutYokesAllLimbsAreAlike) {
   const TransformerUnit unit = three_limb_unit(0);
-  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).drive_current[0]);
-  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).drive_current[0]);
+  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).source_current[0]);
+  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).source_current[0]);
   EXPECT_NEAR(middle / outer, 1, 1e-5);
 }
 
@@ -131,9 +131,9 @@ TransformerUnit saturating_unit() {
   return unit;
 }
 
-/// What the circuit's own equation leaves over, step by step, as a share of the largest current.
+/// The largest residual of the circuit's equation in a period, as a share of the largest current.
 double worst_imbalance(const TransformerUnit& unit, const PeriodicState& state) {
-  const auto current = waveform(state.drive_current[0], 512);
+  const auto current = waveform(state.source_current[0], 512);
   const auto flux = waveform(state.flux[0], 512);
   Spectrum induced{};
   for (std::size_t h = 1; h < induced.size(); ++h) {
@@ -154,10 +154,10 @@ double worst_imbalance(const TransformerUnit& unit, const PeriodicState& state) 
 TEST(WindingNetwork, CurrentFollowsTheCurveOfTheCoreInSaturation) {
   const TransformerUnit unit = saturating_unit();
   const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8800);
-  // The curve has harmonics beyond those that are solved for.
+  // The curve has harmonics above those that are solved for.
   EXPECT_LT(worst_imbalance(unit, state), 0.03);
-  EXPECT_GT(magnitude(state.drive_current[0][3]), 0.2 * magnitude(state.drive_current[0][1]));
-  EXPECT_EQ(state.drive_current[0][2], Complex{});
+  EXPECT_GT(magnitude(state.source_current[0][3]), 0.2 * magnitude(state.source_current[0][1]));
+  EXPECT_EQ(state.source_current[0][2], Complex{});
 }
 
 TEST(WindingNetwork, CurrentRisesAndRatioErrorGrowsInSaturation) {
@@ -166,7 +166,7 @@ TEST(WindingNetwork, CurrentRisesAndRatioErrorGrowsInSaturation) {
   double last_error = 0;
   for (const double voltage : {8000.0, 8800.0, 9600.0, 12000.0}) {
     const PeriodicState state = excite(unit, kHighSide, {1, 2}, voltage);
-    const double current = rms(waveform(state.drive_current[0], 256)) / voltage;
+    const double current = rms(waveform(state.source_current[0], 256)) / voltage;
     const double error = magnitude(quotient(pair_voltage(state, kHighSide, {1, 2})[1],
                                             pair_voltage(state, kLowSide, {1, 2})[1])) /
                              (8000.0 / 240) -
@@ -182,13 +182,13 @@ TEST(WindingNetwork, ResidualFluxMakesTheCurrentLopsidedButGivesItNoMean) {
   TransformerUnit unit = saturating_unit();
   unit.core.residual_flux[0] = 0.8 * rated_flux(unit);
   const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8000);
-  EXPECT_GT(magnitude(state.drive_current[0][2]), 1e-3 * magnitude(state.drive_current[0][1]));
-  EXPECT_EQ(state.drive_current[0][0], Complex{});
+  EXPECT_GT(magnitude(state.source_current[0][2]), 1e-3 * magnitude(state.source_current[0][1]));
+  EXPECT_EQ(state.source_current[0][0], Complex{});
   double mean_force = 0;
   for (const double flux : waveform(state.flux[0], 128)) {
     mean_force += magnetizing_force(unit.core, 0, flux) / 128;
   }
-  EXPECT_NEAR(mean_force, 0, 1e-6 * magnitude(state.drive_current[0][1]));
+  EXPECT_NEAR(mean_force, 0, 1e-6 * magnitude(state.source_current[0][1]));
 }
 
 TEST(WindingNetwork, ExcitationThatFadesOutTakesResidualFluxBack) {
@@ -203,9 +203,9 @@ TEST(WindingNetwork, ExcitationThatFadesOutTakesResidualFluxBack) {
 
 TEST(WindingNetwork, ShortedTurnsDrawCurrent) {
   TransformerUnit unit = t_circuit_unit();
-  const double sound = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).drive_current[0]);
+  const double sound = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).source_current[0]);
   unit.faults.shorted_turns = {{kHighSide, 0, 0.01, 0.01}};
-  const double faulty = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).drive_current[0]);
+  const double faulty = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).source_current[0]);
   EXPECT_GT(faulty, 5 * sound);
 }
 
@@ -228,7 +228,7 @@ TEST(WindingNetwork, TheSameInputsGiveTheSameBits) {
   unit.core.residual_flux[0] = 0.5 * rated_flux(unit);
   const PeriodicState first = excite(unit, kHighSide, {1, 2}, 9000);
   const PeriodicState second = excite(unit, kHighSide, {1, 2}, 9000);
-  EXPECT_EQ(first.drive_current, second.drive_current);
+  EXPECT_EQ(first.source_current, second.source_current);
   EXPECT_EQ(first.node_voltage, second.node_voltage);
   EXPECT_EQ(first.flux, second.flux);
 }
@@ -251,7 +251,7 @@ TEST(WindingNetwork, EveryBuildGivesTheSameBits) {
   unit.core.residual_flux = {0.8 * rated_flux(unit), -0.5 * rated_flux(unit),
                              -0.3 * rated_flux(unit)};
   const PeriodicState state =
-      solve_network(unit_network(unit, 1e9), balanced_drives(unit, kHighSide, 12000), 50);
+      solve_network(unit_network(unit, 1e9), balanced_sources(unit, kHighSide, 12000), 50);
   EXPECT_EQ(hash_of_bits(state), 14724067609279929251U);
 }
 

@@ -44,7 +44,7 @@ ClientTest::ClientTest() {
 }
 
 ClientTest::~ClientTest() {
-  // Left as found for the next test: the store outlives sessions.
+  // Clears the store for the next test, since the store outlives sessions.
   kvr_Lib_Shutdown();
   status_.reaction = nullptr;
   set_bench("");
@@ -56,7 +56,7 @@ ClientTest::~ClientTest() {
 }
 
 void ClientTest::set_bench(const std::string& text) {
-  // A test's own tables come first, and leave out of the others what they hold themselves.
+  // A test's own tables come first; keys that they hold are left out of the others.
   std::string bench = text;
   for (const auto& [table, keys] :
        {std::pair<std::string, std::string>{"[instrument]", "clock = 2024-03-05T11:00:00Z\n"},

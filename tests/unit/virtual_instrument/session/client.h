@@ -19,7 +19,7 @@
 
 namespace virtual_instrument {
 
-/// Takes status callbacks. Tests wait for what must come, never for a time to pass.
+/// Receives status callbacks. Tests wait for events, never for a time to pass.
 class StatusLog {
  public:
   struct Event {
@@ -54,14 +54,14 @@ struct TestAnswer {
   RecordPointer record;
 };
 
-/// A library on a bench file of the test's own, instant and without noise to begin with; not yet
+/// The library with a bench file of the test's own, at first instant and without noise; not yet
 /// started.
 class ClientTest : public testing::Test {
  protected:
   ClientTest();
   ~ClientTest() override;
 
-  /// Makes `text` the bench, over an instant one with its clock stopped at 2024-03-05 12:00.
+  /// Makes `text` the bench, on top of an instant one with its clock stopped at 2024-03-05 12:00.
   void set_bench(const std::string& text);
 
   kvr_code initialize();

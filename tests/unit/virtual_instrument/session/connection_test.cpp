@@ -171,7 +171,7 @@ TEST_F(Connection, TheApiIsReservedOnceAndReleasedOnce) {
   EXPECT_EQ(status.api_locked, 0);
 }
 
-TEST_F(Connection, TellsAboutTheLibrary) {
+TEST_F(Connection, ReportsTheLibrary) {
   start();
   kvr_ClientAPIInfo info;
   std::memset(&info, '#', sizeof(info));
@@ -179,7 +179,7 @@ TEST_F(Connection, TellsAboutTheLibrary) {
   EXPECT_STREQ(info.version, "1.0 virtual");
 }
 
-TEST_F(Connection, TellsAboutTheDevice) {
+TEST_F(Connection, ReportsTheDevice) {
   start();
   kvr_DeviceInfo info;
   std::memset(&info, '#', sizeof(info));
@@ -320,7 +320,7 @@ TEST_F(Connection, WithoutACallbackEventsAreOnlyInTheState) {
   EXPECT_EQ(kvr_CheckConnection(), KVR_RES_PEER_DISCONNECTED);
 }
 
-TEST_F(Connection, ButtonsAreToldAsTheyMove) {
+TEST_F(Connection, ButtonsAreReportedAsTheyMove) {
   start();
   set_bench("[status]\nemergency_button_pressed = true\n");
   EXPECT_EQ(status_.wait_for(1)[0].code, KVR_RES_EMERGENCY_STOP_PRESSED);

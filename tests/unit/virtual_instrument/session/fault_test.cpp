@@ -165,7 +165,7 @@ TEST_F(Faults, AHangEndsWithACancel) {
   start();
   set_bench(fault("kvr_Test_Ratio_1ph", "hang = true"));
   std::future<kvr_code> hanging = std::async(std::launch::async, [] { return test().code; });
-  // Whether it hangs already can't be seen from here; a cancel says whether it met something.
+  // Nothing shows whether the call hangs already; a cancel fails until it does.
   while (kvr_CancelOperation() != KVR_RES_OK) {
     std::this_thread::yield();
   }
@@ -180,7 +180,7 @@ TEST_F(Faults, AHangEndsWithAShutdown) {
   std::future<kvr_code> hanging =
       std::async(std::launch::async, [&] { return kvr_GetStatus(&status); });
   std::future<kvr_code> delayed = std::async(std::launch::async, [] { return kvr_LockAPI(); });
-  // One that comes only after the shutdown finds nothing to hold it back.
+  // A call that comes only after the shutdown does not hang.
   EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
   for (std::future<kvr_code>* call : {&hanging, &delayed}) {
     const kvr_code code = call->get();

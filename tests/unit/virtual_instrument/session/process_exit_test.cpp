@@ -12,8 +12,8 @@ namespace {
 
 constexpr int kStatus = 3;
 
-/// Ends the process, in a child of its own, while the library is busy on other threads. What must
-/// not happen is a crash or a wait for a test that takes an hour.
+/// Ends a child process while the library is busy on other threads. It must neither crash nor wait
+/// for a test that takes an hour.
 class ProcessExit : public ClientTest {
  protected:
   ProcessExit() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
@@ -68,7 +68,7 @@ TEST_F(ProcessExit, FromTheStatusCallbackWhileATestRuns) {
       leave();
     };
     run_long_test([this] { set_bench("[connection]\nlost = true\n"); });
-    std::promise<void>().get_future().wait();  // for the other thread to leave
+    std::promise<void>().get_future().wait();  // until the other thread ends the process
   };
   EXPECT_EXIT(lose_connection(), testing::ExitedWithCode(kStatus), "");
 }

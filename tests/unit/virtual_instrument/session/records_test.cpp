@@ -2,9 +2,12 @@
 
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
 
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/session/client.h"
+#include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {
@@ -129,7 +132,7 @@ TEST_F(Records, OtherModesAreIncorrect) {
   }
 }
 
-// A series without an ID: its first test is not stored, but gives its name to the others.
+// A series without an ID: its first test is not stored, but the others use its name.
 TEST_F(Records, ASeriesWithoutAnIdIsNamedFromDateAndTime) {
   start();
   const TestAnswer first = test("", KVR_SAVE_NOTHING);
@@ -258,6 +261,14 @@ TEST_P(CardFaults, KeepRecordsOutOfReachButNotTestsThatAreNotStored) {
   EXPECT_EQ(test("T2", KVR_SAVE_NOTHING).code, KVR_RES_OK);
 }
 
+TEST_P(CardFaults, ShowInTheStatus) {
+  start(std::string("[status]\n") + GetParam().status + "\n");
+  kvr_Status status{};
+  ASSERT_EQ(kvr_GetStatus(&status), KVR_RES_OK);
+  EXPECT_EQ(status.database_loaded, GetParam().for_writing_only ? 1 : 0);
+  EXPECT_EQ(status.secondary_sd_read_only, GetParam().for_writing_only ? 1 : 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Records, CardFaults,
     testing::Values(
@@ -284,11 +295,11 @@ TEST_F(Records, TheSameBenchAndRequestsGiveTheSameBytesTwice) {
     EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
   }
   EXPECT_EQ(runs[0], runs[1]);
-  // Two tests of one run are two measurements all the same.
+  // Two tests of one run still are two measurements.
   EXPECT_NE(runs[0].substr(0, runs[0].size() / 2), runs[0].substr(runs[0].size() / 2));
 }
 
-/// Of a bench whose records are in a file.
+/// Bench text that keeps the records in a file.
 std::string in_file(const std::filesystem::path& file) {
   return "[store]\nfile = '" + file.generic_string() + "'\n";
 }
@@ -308,6 +319,38 @@ TEST_F(Records, AreKeptInTheFileThatTheBenchNames) {
   EXPECT_TRUE(in_store);
 }
 
+TEST_F(Records, AreInTheOneFileOnceTheSessionHasEnded) {
+  start(in_file(folder_.path() / "records.db"));
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "records.db-wal"));
+  std::filesystem::copy_file(folder_.path() / "records.db", folder_.path() / "copy.db");
+  start(in_file(folder_.path() / "copy.db"));
+  EXPECT_TRUE(exists("T1"));
+}
+
+// The first shutdown is called within a test of the session that it ends.
+TEST_F(Records, OfANewSessionAreKeptWhileTheOldOneStillEnds) {
+  const std::string bench = in_file(folder_.path() / "records.db");
+  start(bench);
+  bool begun = false;
+  const auto begin_again = [&] {
+    if (!begun) {
+      begun = true;
+      EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+      start(bench);
+      EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+    }
+  };
+  std::function<void()> reaction = begin_again;
+  kvr_ProgressHandler handler{
+      [](void* context, const kvr_Progress*) { (*static_cast<std::function<void()>*>(context))(); },
+      &reaction};
+  EXPECT_EQ(test("T0", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_OPERATION_CANCELLED);
+  EXPECT_TRUE(exists("T1"));
+  EXPECT_FALSE(exists("T0"));
+}
+
 TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
   folder_.write("records.db", "no database, but a text of some length and of no use at all");
   start(in_file(folder_.path() / "records.db"));
@@ -320,6 +363,38 @@ TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
   std::filesystem::remove(folder_.path() / "records.db");
   start(in_file(folder_.path() / "records.db"));
   EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+}
+
+// Before a test begins, not at its end.
+TEST_F(Records, AStoreOnADiskThatCannotBeWrittenShowsInTheStatusAndRefusesTests) {
+  const std::filesystem::path file = folder_.path() / "records.db";
+  EXPECT_EQ(SqliteStore({.path = file}).save_new(*ratio_record("T1").get(), 0), KVR_RES_OK);
+  {
+    WatchedDisk disk;
+    disk.set_read_only();
+    start(in_file(file));
+    kvr_Status status{};
+    EXPECT_EQ(kvr_GetStatus(&status), KVR_RES_OK);
+    EXPECT_EQ(status.database_loaded, 1);
+    EXPECT_EQ(status.secondary_sd_read_only, 1);
+    EXPECT_TRUE(exists("T1"));
+    bool begun = false;
+    kvr_ProgressHandler handler{
+        [](void* context, const kvr_Progress*) { *static_cast<bool*>(context) = true; }, &begun};
+    EXPECT_EQ(test("T2", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+    EXPECT_FALSE(begun);
+    EXPECT_EQ(kvr_DeleteRecord("T1"), KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+    EXPECT_EQ(test("T2", KVR_SAVE_NOTHING).code, KVR_RES_OK);
+    EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  }
+}
+
+TEST_F(Records, ADemonstrationFillsAStoreInMemoryThatAnotherSessionHasOpened) {
+  start();
+  EXPECT_EQ(list(kSortByTestId, 1), "");
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  start("[store]\ndemonstration = true\n");
+  EXPECT_TRUE(exists("demo-ratio-auto"));
 }
 
 TEST_F(Records, ADemonstrationFillsAnEmptyStoreAlone) {

@@ -15,7 +15,7 @@
 namespace virtual_instrument {
 namespace {
 
-/// Takes progress callbacks and does something within them.
+/// Receives progress callbacks and runs a reaction within them.
 struct ProgressLog {
   std::vector<std::pair<int, int>> steps;
   std::thread::id thread;
@@ -33,7 +33,7 @@ struct ProgressLog {
   kvr_ProgressHandler handler() { return {callback, this}; }
 };
 
-/// A test that takes an hour, so that whatever ends it, time does not.
+/// A test that takes an hour, so that only the event under test ends it.
 constexpr const char* kLong = "[measurement]\nduration = 3600\nsteps = 1000000\n";
 
 class TestRun : public ClientTest {
@@ -52,7 +52,7 @@ class TestRun : public ClientTest {
   ProgressLog progress_;
 };
 
-TEST_F(TestRun, TellsItsProgressOnAThreadOfTheLibrary) {
+TEST_F(TestRun, ReportsItsProgressOnAThreadOfTheLibrary) {
   start("[measurement]\nduration = 0\nsteps = 3\n");
   EXPECT_EQ(run().code, KVR_RES_OK);
   const std::vector<std::pair<int, int>> expected{{1, 3}, {2, 3}, {3, 3}};
@@ -90,6 +90,41 @@ TEST_F(TestRun, EndsOnCancelFromAnotherThread) {
   EXPECT_EQ(answer.record, nullptr);
   EXPECT_EQ(kvr_CancelOperation(), KVR_RES_TEST_NOT_RUNNING);
   EXPECT_FALSE(stored("T1"));
+}
+
+// One step only, an hour long: nothing but the stop itself can wake the test within it.
+TEST_F(TestRun, AStopWakesATestThatWaits) {
+  start("[measurement]\nduration = 3600\nsteps = 1\n");
+  std::future<kvr_code> test_code = std::async(std::launch::async, [this] { return run().code; });
+  while (kvr_UnlockAPI() != KVR_RES_TESTING_IN_PROGRESS) {
+    std::this_thread::yield();
+  }
+  // Nothing shows whether the test waits already; it does after much less time than this.
+  EXPECT_EQ(test_code.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  EXPECT_EQ(kvr_CancelOperation(), KVR_RES_OK);
+  if (test_code.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
+    ADD_FAILURE() << "the stop did not wake the test: it waits for the end of its step";
+    kvr_Lib_Shutdown();  // wakes it in another way
+  }
+  EXPECT_EQ(test_code.get(), KVR_RES_OPERATION_CANCELLED);
+}
+
+TEST_F(TestRun, TheFirstReasonToStopIsTheOneItEndsWith) {
+  const std::string stopped = "[status]\nemergency_button_pressed = true\n";
+  start(kLong);
+  progress_.reaction = [&](const kvr_Progress&) {
+    EXPECT_EQ(kvr_CancelOperation(), KVR_RES_OK);
+    set_bench(kLong + stopped);
+    EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);  // by now the button has been seen
+  };
+  EXPECT_EQ(run().code, KVR_RES_OPERATION_CANCELLED) << "the button came after the cancel";
+  set_bench(kLong);
+  progress_.reaction = [&](const kvr_Progress&) {
+    set_bench(kLong + stopped);
+    EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);
+    EXPECT_EQ(kvr_CancelOperation(), KVR_RES_OK);
+  };
+  EXPECT_EQ(run().code, KVR_RES_EMERGENCY_STOP_PRESSED) << "the cancel came after the button";
 }
 
 TEST_F(TestRun, EndsOnCancelFromWithinEachProgressCallback) {
@@ -160,6 +195,24 @@ TEST_F(TestRun, RefusalsEndATestBeforeItBegins) {
   EXPECT_EQ(run().code, KVR_RES_API_LOCKED);
   EXPECT_TRUE(progress_.steps.empty());
   EXPECT_FALSE(stored("T1"));
+}
+
+// A test whose result could not be stored is refused before it begins.
+TEST_F(TestRun, AnIdThatIsTakenOrOfAnotherKindEndsATestBeforeItBegins) {
+  start();
+  ASSERT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_OK);
+  kvr_ProgressHandler handler = progress_.handler();
+  EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_TESTID_EXISTS);
+  EXPECT_TRUE(progress_.steps.empty()) << "the ID was found taken only after the test";
+  kvr_TestRequestHeader header = request_header("T1", KVR_SAVE_ADD_TO_RECORD);
+  kvr_Ratio1phRequest request = ratio_1ph_request(KVR_TEST_RATIO_UP, 8);
+  kvr_TestRecord* record = nullptr;
+  EXPECT_EQ(kvr_Test_Ratio_1ph(&header, &request, &handler, &record),
+            KVR_RES_TEST_CONFIG_INCOMPATIBLE);
+  EXPECT_TRUE(progress_.steps.empty()) << "the record was found unfit only after the test";
+  set_bench("[status]\nsecondary_sd_read_only = true\n");
+  EXPECT_EQ(test("T2", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
+  EXPECT_TRUE(progress_.steps.empty()) << "the card was found unfit only after the test";
 }
 
 TEST_F(TestRun, LimitsOfTheInstrumentEndIt) {
@@ -263,6 +316,22 @@ TEST_F(TestRun, ShutdownFromAnotherThreadEndsItAndWaitsForIt) {
   EXPECT_EQ(kvr_CheckConnection(), KVR_RES_LIB_NOT_INITIALIZED);
 }
 
+TEST_F(TestRun, ShutdownReturnsOnlyAfterTheCallbackThatRuns) {
+  start(kLong);
+  std::future<kvr_code> down;
+  progress_.reaction = [&](const kvr_Progress&) {
+    down = std::async(std::launch::async, kvr_Lib_Shutdown);
+    while (kvr_CheckConnection() != KVR_RES_LIB_NOT_INITIALIZED) {
+      std::this_thread::yield();
+    }
+    EXPECT_EQ(down.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout)
+        << "the shutdown did not wait for the test, whose callback still runs";
+  };
+  EXPECT_EQ(run().code, KVR_RES_OPERATION_CANCELLED);
+  EXPECT_EQ(progress_.steps.size(), 1U);
+  EXPECT_EQ(down.get(), KVR_RES_OK);
+}
+
 TEST_F(TestRun, ShutdownFromItsProgressCallbackEndsIt) {
   start(kLong);
   progress_.reaction = [](const kvr_Progress&) {
@@ -285,7 +354,7 @@ TEST_F(TestRun, ANewSessionCanBeginWithinTheCallbackThatEndedTheOldOne) {
   EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);
 }
 
-// What the console tester does: on a lost connection, from within the status callback.
+// As the console tester does on a lost connection: from within the status callback.
 TEST_F(TestRun, ShutdownFromTheStatusCallbackWhileItRuns) {
   start("[connection]\nlost_at_step = 2\n[measurement]\nduration = 0\nsteps = 3\n");
   status_.reaction = [](kvr_code code) {

@@ -9,7 +9,7 @@
 #include "virtual_instrument/model/phasor.h"
 #include "virtual_instrument/model/winding_group.h"
 
-// What a bench says of the transformer under test, seen through the exported calls.
+// The bench's settings of the transformer under test, observed through the exported calls.
 
 namespace virtual_instrument {
 namespace {
@@ -118,7 +118,7 @@ TEST_F(UnitUnderTest, AnotherResidualFluxInTheBenchBeginsAnew) {
   const double first = single_phase_error(250);
   EXPECT_LT(single_phase_error(250), first);
   set_bench(transformer(kMagnetised) + "low_voltage = 240.0\n");
-  EXPECT_LT(single_phase_error(250), first);  // it was told before
+  EXPECT_LT(single_phase_error(250), first);  // not a new residual flux: the bench had it before
   set_bench("");
   const double clean = single_phase_error(250);
   set_bench(transformer(kMagnetised));

@@ -15,7 +15,7 @@ TEST(Checksum, IsTheCommonCrc32) {
   EXPECT_EQ(crc32_of(""), 0U);
 }
 
-TEST(Checksum, GoesOnBehindEarlierBytes) {
+TEST(Checksum, ContinuesAfterEarlierBytes) {
   EXPECT_EQ(crc32(std::as_bytes(std::span("6789", 4)), crc32_of("12345")), 0xCBF43926U);
 }
 

@@ -19,7 +19,7 @@ StoredLabel stored(const char* id, std::int64_t time, kvr_WindingType high, int 
   return result;
 }
 
-/// In the order of their beginning. B and a are of one time, B and b of one vector group.
+/// In the order of their beginning. B and a have the same time, B and b the same vector group.
 std::vector<StoredLabel> samples() {
   return {stored("B", 20, KVR_WINDING_D, 5), stored("a", 20, KVR_WINDING_YN, 0),
           stored("C", -5, KVR_WINDING_D, 11), stored("b", 30, KVR_WINDING_D, 5)};
@@ -45,7 +45,7 @@ TEST(RecordOrder, GoesByTestIdByteByByte) {
 }
 
 TEST(RecordOrder, GoesByTheNameOfTheVectorGroup) {
-  // As texts: Dy11 stands before Dy5.
+  // As texts: Dy11 comes before Dy5.
   EXPECT_EQ(ids_by(SortKey::kVectorGroup, true), "CBba");
   EXPECT_EQ(ids_by(SortKey::kVectorGroup, false), "aBbC");
 }
@@ -57,7 +57,7 @@ TEST(RecordOrder, BytesAbove127ComeLast) {
   EXPECT_STREQ(list->entries[0].record_id, "z");
 }
 
-// The export gives a list back like this, and a sanitizer would tell if it may not.
+// The export frees a list like this; sanitizers report it if that is wrong.
 TEST(RecordOrder, AListCanBeDeletedByItsParts) {
   for (const std::size_t count : {0U, 3U}) {
     kvr_TestLabelsList* list =
@@ -69,7 +69,7 @@ TEST(RecordOrder, AListCanBeDeletedByItsParts) {
   }
 }
 
-TEST(RecordOrder, NoListCanBeGivenBack) { FreeLabels()(nullptr); }
+TEST(RecordOrder, ANullListCanBeFreed) { FreeLabels()(nullptr); }
 
 }  // namespace
 }  // namespace virtual_instrument

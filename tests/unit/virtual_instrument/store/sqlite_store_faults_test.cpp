@@ -9,7 +9,7 @@
 #include <string>
 
 #include "support/temporary_folder.h"
-#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/store/store_files.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
@@ -41,8 +41,8 @@ const Change kChanges[] = {
 
 struct Fault {
   const char* name;
-  int result;      // of SQLite
-  const char* in;  // the one kind of operation that fails; null for every kind
+  int result;      // SQLite's result code
+  const char* in;  // the kind of operation that fails; null for every kind
   kvr_code code;
 };
 
@@ -52,7 +52,7 @@ constexpr Fault kFaults[] = {
     {"unable to sync", SQLITE_IOERR_FSYNC, "sync", KVR_RES_SECONDARY_SDCARD_HW_ERROR},
 };
 
-/// A disk that fails from its n-th operation on, once or for ever, while it is armed.
+/// A disk whose n-th operation fails while it is armed, or all from there on.
 class FailingDisk {
  public:
   FailingDisk(const Fault& fault, bool for_ever) : fault_(fault), for_ever_(for_ever) {}
@@ -61,7 +61,7 @@ class FailingDisk {
     left_ = operation;
     has_failed_ = false;
   }
-  /// Whether it came to fail since it was armed.
+  /// Ends the failures. Whether an operation has failed since the disk was armed.
   bool disarm() {
     left_.reset();
     return has_failed_;
@@ -84,7 +84,7 @@ class FailingDisk {
   WatchedDisk disk_{[this](const DiskChange& change) { return watch(change); }};
 };
 
-/// The bytes of a closed store that holds what kBefore says.
+/// The bytes of a closed store with the content kBefore.
 const std::string& bytes_before() {
   static const std::string bytes = [] {
     TemporaryFolder folder;
@@ -102,7 +102,7 @@ const std::string& bytes_before() {
 
 constexpr int kEndOfSearch = 200;
 
-/// Fails the n-th operation of a change for every n, until the change needs no n-th one.
+/// Lets the n-th operation of a change fail, for n from 1 until the change has fewer operations.
 void try_change(const Change& change, const Fault& fault, bool for_ever) {
   FailingDisk disk(fault, for_ever);
   bool failed = true;
@@ -126,7 +126,7 @@ void try_change(const Change& change, const Fault& fault, bool for_ever) {
       if (code != KVR_RES_OK) {
         EXPECT_TRUE(bytes_of_file(file) == bytes_before());
       }
-      // The next change finds a store that works.
+      // The next change must work.
       EXPECT_EQ(store.save_new(*ratio_record("T9", 9).get(), 0), KVR_RES_OK);
     }
     EXPECT_EQ(contents_of(file), state + "T9#1:9 ");
@@ -142,7 +142,7 @@ TEST(SqliteStoreFaults, EveryOperationOfAChangeCanFail) {
   }
 }
 
-TEST(SqliteStoreFaults, EveryOperationOfTheMakingCanFail) {
+TEST(SqliteStoreFaults, EveryOperationOfCreatingAStoreCanFail) {
   for (const Fault& fault : kFaults) {
     FailingDisk disk(fault, true);
     bool failed = true;
@@ -198,7 +198,7 @@ TEST(SqliteStoreFaults, RoomOfRemovedRecordsIsUsedAgain) {
   EXPECT_EQ(store.save_new(*ratio_record("M", 1, large).get(), 0), KVR_RES_DISK_FULL);
 }
 
-TEST(SqliteCodes, HaveOneOfOurs) {
+TEST(SqliteCodes, HaveACodeOfTheLibrary) {
   struct CodeCase {
     int result;
     kvr_code code;

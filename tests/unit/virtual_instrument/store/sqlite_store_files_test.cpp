@@ -1,5 +1,5 @@
-// Files that are no store, no longer one, or one that can't be written: the code for each, and that
-// the file and its folder stay as they were.
+// Files that are no store, are damaged, or can't be written: checks the code for each, and that the
+// file and its folder are unchanged.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "support/temporary_folder.h"
-#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/store/store_files.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
@@ -34,7 +34,7 @@ Files everything_in(const fs::path& folder) {
 
 class StoreFilesTest : public testing::Test {
  protected:
-  /// Says which file differs, not how: they are long.
+  /// Reports which file differs, but not how: the files are long.
   void expect_untouched(const Files& before, const std::string& why) {
     const Files now = everything_in(folder_.path());
     for (const auto& [name, bytes] : before) {
@@ -78,7 +78,7 @@ class StoreFilesTest : public testing::Test {
     ASSERT_EQ(store.save_new(*ratio_record("T2", 3, std::string(9000, 'x')).get(), 0), KVR_RES_OK);
   }
 
-  /// The same store as a crash leaves it, with everything still in the log beside the file.
+  /// The same store after a crash, with all changes still in the log beside the file.
   void make_crashed_store() {
     TemporaryFolder elsewhere;
     const fs::path live = elsewhere.path() / "records.db";
@@ -145,8 +145,8 @@ TEST_F(StoreFilesTest, ANewerVersionIsIncompatible) {
   expect_refused(KVR_RES_DB_SCHEMA_INCOMPATIBLE, "version 2");
 }
 
-TEST_F(StoreFilesTest, ANewerVersionIsIncompatibleWhenOnlyTheLogTells) {
-  // A newer program was cut short behind its upgrade.
+TEST_F(StoreFilesTest, ANewerVersionIsIncompatibleWhenOnlyTheLogHasIt) {
+  // A newer program crashed after its upgrade.
   make_store();
   TemporaryFolder elsewhere;
   const fs::path live = elsewhere.path() / "records.db";
@@ -199,7 +199,7 @@ TEST_F(StoreFilesTest, APageOfGarbageIsADatabaseError) {
     write_file(file_, damaged);
     SqliteStore store({.path = file_});
     if (store.state() == KVR_RES_OK) {
-      // A page of nothing but raw data: its checksum tells.
+      // A page with raw data alone: only the checksum shows the damage.
       EXPECT_EQ(contents_of(store), "T1#2:1,2 T2#1:[14] ") << "page " << page;
     } else {
       expect_refused(KVR_RES_SQL_DATABASE_ERROR, "page " + std::to_string(page));
@@ -262,6 +262,15 @@ TEST_F(StoreFilesTest, ADamagedRecordLeavesTheOthersReadableAndCanBeRemoved) {
   EXPECT_EQ(contents_of(store), "");
 }
 
+// A whole and readable result of another test: only the checksum shows it.
+TEST_F(StoreFilesTest, AResultInThePlaceOfAnotherIsDamaged) {
+  make_store();
+  run_sql(file_,
+          "UPDATE tests SET data = (SELECT data FROM tests WHERE number = 2)"
+          " WHERE number = 1");
+  EXPECT_EQ(contents_of(file_), "T1#2:[14] T2#1:3 ") << "a test's checksum is not checked";
+}
+
 TEST_F(StoreFilesTest, ARecordThatLacksATestIsDamaged) {
   make_store();
   run_sql(file_, "DELETE FROM tests WHERE number = 2");
@@ -305,7 +314,7 @@ TEST_F(StoreFilesTest, ADamagedFileKeepsItsLog) {
   {
     SqliteStore store({.path = file_});
     if (store.state() == KVR_RES_OK) {
-      EXPECT_EQ(contents_of(store), kWhole);  // the log holds that page whole
+      EXPECT_EQ(contents_of(store), kWhole);  // the log holds a good copy of that page
       return;
     }
   }
@@ -387,13 +396,13 @@ TEST_F(StoreFilesTest, AFileThatAnotherHoldsIsRefusedAfterAWhile) {
     const SqliteTransaction held(other);
     EXPECT_EQ(store.save_new(*ratio_record("N").get(), 0), KVR_RES_ANOTHER_INSTANCE_RUNNING);
     EXPECT_EQ(store.remove("T1"), KVR_RES_ANOTHER_INSTANCE_RUNNING);
-    EXPECT_EQ(contents_of(store), kWhole);  // reading goes on
+    EXPECT_EQ(contents_of(store), kWhole);  // reading still works
   }
   EXPECT_EQ(store.remove("T1"), KVR_RES_OK);
 }
 
 TEST_F(StoreFilesTest, OpeningWaitsForAnotherThatIsStillMakingTheStore) {
-  // Between the tables and the log, where SQLite does not wait by itself.
+  // The other has made the tables, but not the log: SQLite does not wait there by itself.
   make_store();
   run_sql(file_, "PRAGMA journal_mode = DELETE");
   const SqliteConnection other(file_, SqliteAccess::kExisting, std::chrono::seconds(1));

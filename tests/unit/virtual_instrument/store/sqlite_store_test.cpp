@@ -11,7 +11,7 @@
 
 #include "support/record_text.h"
 #include "support/temporary_folder.h"
-#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/store/store_files.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
 
@@ -134,7 +134,7 @@ TEST_F(SqliteStoreTest, KeepsARecordWithoutResults) {
   EXPECT_EQ(read->test_type, KVR_TEST_RATIO_CT);
 }
 
-TEST_F(SqliteStoreTest, TellsIdsApartByTheirBytes) {
+TEST_F(SqliteStoreTest, DistinguishesIdsByTheirBytes) {
   const std::vector<std::string> ids = {
       "t1", "T1", "T1 ", " T1", "T'1", "\xC3\xA9", "\xE9\xFF", "12345678901234567890123456789"};
   for (const std::string& id : ids) {
@@ -210,7 +210,7 @@ TEST_F(SqliteStoreTest, ListsByThreeKeysBothWays) {
     std::int64_t time;
     kvr_WindingType high;
   };
-  // B and A are of one time, A and C of one vector group.
+  // B and A have the same time, A and C the same vector group.
   for (const Sample& sample : {Sample{"B", 20, KVR_WINDING_YN}, Sample{"A", 20, KVR_WINDING_D},
                                Sample{"C", 10, KVR_WINDING_D}}) {
     OwnedRecord record = ratio_record(sample.id);
@@ -246,7 +246,7 @@ TEST_F(SqliteStoreTest, ListsTheHeadsOfTheRecords) {
   EXPECT_EQ(std::memcmp(labels->entries, &expected, sizeof expected), 0);
 }
 
-TEST_F(SqliteStoreTest, GivesTheHeadOfARecordAndOfOneThatHasGrown) {
+TEST_F(SqliteStoreTest, ReturnsTheHeadOfARecordAndOfOneThatHasGrown) {
   kvr_TestLabel head{};
   EXPECT_EQ(store_.head("T1", head), KVR_RES_RECORD_NOT_FOUND);
   save("T1");
@@ -303,7 +303,7 @@ TEST_F(SqliteStoreTest, LeavesOneFileWhenItIsClosed) {
 }
 
 TEST_F(SqliteStoreTest, ReadsAFileOfVersion1) {
-  // Laid out by hand: what was saved once must stay readable.
+  // Written by hand, since files of older versions must stay readable.
   const fs::path file = folder_.path() / "version 1.db";
   std::string head(2 * sizeof(kvr_TestLabel), '0');
   head.replace(2 * 60, 4, "5431");  // record_id "T1"
@@ -348,7 +348,7 @@ TEST(SqliteStorePath, CanHoldAnyCharacter) {
   TemporaryFolder folder;
   std::vector<const char*> names = {"a#1%20.db", "\xC3\xA4 b.db"};
   if (fs::path::preferred_separator == '/') {
-    // What SQLite could take for something else. Windows has no such names.
+    // Names that SQLite could interpret in another way. Windows does not allow them.
     names.insert(names.end(), {"file:x.db", ":memory:", "a?mode=memory"});
   }
   for (const char* name : names) {
@@ -378,7 +378,7 @@ TEST(SqliteStoreCost, AStoredTestTakesLessThanTenMillisecondsOfProcessorTime) {
   const WatchedDisk disk;
   TemporaryFolder folder;
   SqliteStore store({.path = folder.path() / "records.db"});
-  // As many samples as ten periods of two channels give.
+  // The samples of ten periods of two channels.
   std::string raw_data;
   for (int i = 0; i < 640; ++i) {
     raw_data += "0.0001302;-338.99999;12.345678\\n";
@@ -401,7 +401,7 @@ TEST(SqliteStoreCost, AListReadsNoTests) {
   constexpr int kRecords = 200;
   fill_store(file, kRecords, *ratio_record("R", 1, std::string(60'000, 'x')).get(), true);
   ASSERT_GT(fs::file_size(file), kRecords * 60'000U);
-  // Small enough to be checked whole when it is opened, which reads all of it.
+  // Small enough to be checked completely when it is opened, which reads all of it.
   SqliteStore store({.path = file});
   const std::uint64_t before = disk.bytes_read();
 
@@ -428,7 +428,7 @@ TEST(SqliteStoreCost, ManyRecordsAreListedQuickly) {
     ASSERT_EQ(store.list(key, true, labels), KVR_RES_OK);
     const double per_record = (processor_seconds() - before) / records;
     EXPECT_EQ(labels->count, static_cast<unsigned>(records));
-    // Three microseconds in a release build; the rest is room for sanitizers.
+    // A release build needs three microseconds; the rest allows for sanitizers.
     EXPECT_LT(per_record, 100e-6);
   }
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "support/temporary_folder.h"
-#include "unit/virtual_instrument/store/sample_records.h"
+#include "unit/record_form/sample_records.h"
 #include "unit/virtual_instrument/store/store_files.h"
 #include "unit/virtual_instrument/store/watched_disk.h"
 #include "virtual_instrument/store/sqlite_store.h"
@@ -32,7 +32,7 @@ std::string id_of(int thread, int number) {
   return std::string(1, static_cast<char>('A' + thread)) + std::to_string(number);
 }
 
-/// Saves, grows, lists and reads records of its own, and removes every other one.
+/// Saves, extends, lists and reads records of its own, and removes every second one.
 void work_on(SqliteStore& store, int thread) {
   for (int number = 0; number < kRecords; ++number) {
     const std::string id = id_of(thread, number);

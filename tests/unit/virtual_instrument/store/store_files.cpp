@@ -11,13 +11,12 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "record_form/record_codec.h"
 #include "virtual_instrument/store/checksum.h"
-#include "virtual_instrument/store/record_codec.h"
 #include "virtual_instrument/store/sqlite_connection.h"
 
 namespace fs = std::filesystem;
 using virtual_instrument::Labels;
-using virtual_instrument::RecordNest;
 using virtual_instrument::SortKey;
 using virtual_instrument::SqliteStore;
 
@@ -47,16 +46,16 @@ void fill_store(const fs::path& file, int count, const kvr_TestRecord& record, b
   { SqliteStore made({.path = file}); }
   const virtual_instrument::SqliteConnection database(
       file, virtual_instrument::SqliteAccess::kExisting, std::chrono::seconds(5));
-  // No log of what a cut would undo: half the writing for a file that a test makes in one go.
+  // No journal: this halves the writing, and a file that a test makes needs no recovery.
   database.run("PRAGMA journal_mode = OFF");
   virtual_instrument::SqliteTransaction transaction(database);
   const std::string id = record.record_id;
-  const std::string family(virtual_instrument::family_of(record));
+  const std::string family(family_of(record));
   kvr_TestRecord numbered = record;
   for (std::int64_t number = 0; number < count; ++number) {
     const std::string numbered_id = id + std::to_string(number);
     numbered_id.copy(numbered.record_id, kIdSize - 1);
-    const kvr_TestLabel label = virtual_instrument::label_of(numbered);
+    const kvr_TestLabel label = label_of(numbered);
     const auto label_bytes = std::as_bytes(std::span(&label, 1));
     std::uint32_t checksum = virtual_instrument::crc32(label_bytes);
     checksum = virtual_instrument::crc32(std::as_bytes(std::span(&number, 1)), checksum);
@@ -72,7 +71,7 @@ void fill_store(const fs::path& file, int count, const kvr_TestRecord& record, b
     if (!with_tests) {
       continue;
     }
-    const auto data = virtual_instrument::encode_record(numbered).value();
+    const auto data = encode_record(numbered).value();
     database.prepare("INSERT INTO tests (record, data, data_checksum) VALUES (?, ?, ?)")
         .bind(number)
         .bind(std::span<const std::byte>(data))

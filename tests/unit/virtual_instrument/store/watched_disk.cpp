@@ -18,7 +18,7 @@ struct Disk {
 
 Disk* disk = nullptr;
 
-/// The real file follows this in memory, in the room that SQLite gives.
+/// The real file follows this struct in the memory that SQLite allocates.
 struct WatchedFile {
   sqlite3_file base;
   const char* name;
@@ -30,7 +30,7 @@ sqlite3_file* real(sqlite3_file* file) {
   return reinterpret_cast<sqlite3_file*>(reinterpret_cast<WatchedFile*>(file) + 1);
 }
 
-int told(const char* what, const char* name) {
+int report(const char* what, const char* name) {
   return disk->watch(DiskChange{what, name == nullptr ? "" : name});
 }
 
@@ -42,18 +42,18 @@ int watched_read(sqlite3_file* file, void* data, int size, sqlite3_int64 offset)
 }
 
 int watched_write(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset) {
-  const int result = told("write", name_of(file));
+  const int result = report("write", name_of(file));
   return result != SQLITE_OK ? result
                              : real(file)->pMethods->xWrite(real(file), data, size, offset);
 }
 
 int watched_truncate(sqlite3_file* file, sqlite3_int64 size) {
-  const int result = told("cut", name_of(file));
+  const int result = report("cut", name_of(file));
   return result != SQLITE_OK ? result : real(file)->pMethods->xTruncate(real(file), size);
 }
 
-/// Tests end with no power cut, and run much faster without the wait.
-int watched_sync(sqlite3_file* file, int) { return told("sync", name_of(file)); }
+/// No test needs to survive a power cut, and without the wait tests run much faster.
+int watched_sync(sqlite3_file* file, int) { return report("sync", name_of(file)); }
 
 int watched_file_size(sqlite3_file* file, sqlite3_int64* size) {
   return real(file)->pMethods->xFileSize(real(file), size);
@@ -87,7 +87,7 @@ int watched_shm_map(sqlite3_file* file, int region, int size, int extend, void v
   if (disk->read_only) {
     return SQLITE_CANTOPEN;
   }
-  const int result = extend != 0 ? told("map", name_of(file)) : SQLITE_OK;
+  const int result = extend != 0 ? report("map", name_of(file)) : SQLITE_OK;
   return result != SQLITE_OK
              ? result
              : real(file)->pMethods->xShmMap(real(file), region, size, extend, memory);
@@ -136,7 +136,7 @@ int watched_open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, 
     flags = (flags & ~(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) | SQLITE_OPEN_READONLY;
   }
   if ((flags & SQLITE_OPEN_CREATE) != 0) {
-    if (const int result = told("create", name); result != SQLITE_OK) {
+    if (const int result = report("create", name); result != SQLITE_OK) {
       return result;
     }
   }
@@ -150,7 +150,7 @@ int watched_open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, 
 
 int watched_delete(sqlite3_vfs*, const char* name, int) {
   constexpr int kNoSync = 0;
-  const int result = told("delete", name);
+  const int result = report("delete", name);
   return result != SQLITE_OK ? result : disk->real->xDelete(disk->real, name, kNoSync);
 }
 

@@ -43,7 +43,7 @@ TEST(CodeSentences, EveryNamedCodeHasAShortSentenceOfItsOwn) {
   }
 }
 
-TEST(CodeSentences, CodesWithoutANameAreToldByNumber) {
+TEST(CodeSentences, CodesWithoutANameShowTheirNumber) {
   const auto sentence = [](std::int32_t code) {
     return std::string(code_sentence(static_cast<kvr_code>(code)));
   };

@@ -1,0 +1,5 @@
+#include "support/processor_limit.h"
+
+ProcessorLimit::ProcessorLimit(int, const std::string&) {}
+
+ProcessorLimit::~ProcessorLimit() = default;
