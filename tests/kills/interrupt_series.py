@@ -252,7 +252,10 @@ class Interruption:
         # Two signals sent together may be handled in either order.
         expect(status in (STOPS[first], STOPS[second]), f"exit status {status}")
         expect(CANCELLING in self.run.text(), "no first signal")
-        self.check_cut_off()
+        if first in ENDS or second in ENDS:  # the series may have come to its end
+            check_beginnings(self.run.files(), self.sound)
+        else:
+            self.check_cut_off()
 
     def kill(self):
         self.run.start(ANSWERS)
