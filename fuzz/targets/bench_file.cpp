@@ -4,8 +4,8 @@
 #include "virtual_instrument/bench/ascii_copy.h"
 #include "virtual_instrument/bench/bench_reader.h"
 
-// A bench file: any text is either taken or told about, line by line, and reads the same twice. What
-// the parser gets of it is ASCII and still the whole text.
+// A bench file: any text is either taken or told about, line by line, and reads the same twice.
+// What the parser gets of it is ASCII and still the whole text.
 
 using namespace virtual_instrument;
 

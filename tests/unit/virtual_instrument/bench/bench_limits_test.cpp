@@ -302,7 +302,7 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
         name + " ");
   }
   for (const std::string name : {"HA", "HB", "HC", "XA", "XB", "XC"}) {
-    EXPECT_EQ(places_of(bench_of(with("leads.reversed", "[\"" + name + "\"]")).defects.reversed_leg,
+    EXPECT_EQ(places_of(bench_of(with("leads.reversed", "[\"" + name + "\"]")).defects.reversed_winding,
                         "ABC"),
               name + " ");
     const ShortedTurns turns =
