@@ -51,6 +51,13 @@ here\
 """
 
 
+def content_of(path):
+    try:
+        return path.read_text()
+    except OSError:  # the process has ended
+        return ""
+
+
 class RunnerTest(unittest.TestCase):
     """A session file of its own for each test."""
 
@@ -146,16 +153,20 @@ class RunSession(RunnerTest):
         self.assertEqual(self.run_session(text, "--program", "sh=/bin/sh"), (0, ""))
 
     def test_program_whose_output_never_ends(self):
+        question = f"Next{os.getpid()}"
         for end in ("status 0", "waiting"):
             text = ("A shell that asks for ever.\n\n---- program sh\n\n"
-                    "---- options\n-c\nyes Next\n\n---- script\n\n---- answers\n\n"
+                    f"---- options\n-c\nyes {question}\n\n---- script\n\n---- answers\n\n"
                     f"---- output\n\n---- ends with\n{end}\n\n---- no files\n")
             status, output = self.run_session(text, "--program", "sh=/bin/sh", "--seconds", "60")
             self.assertEqual(status, 1)
             self.assertIn("+more than 16777216 bytes of output, and no end: does it ask without a "
                           "pause?", output)
-            self.assertIn("+Next\n", output)
+            self.assertIn(f"+{question}\n", output)
             self.assertLess(len(output), 10000)
+            left = [path for path in pathlib.Path("/proc").glob("[0-9]*/cmdline")
+                    if content_of(path) == f"yes\0{question}\0"]
+            self.assertEqual(left, [])  # one would fill the disk
 
     def test_bad_script(self):
         text = self.rebuilt().replace("--quiet", "--debug").replace("raw=", "row=")

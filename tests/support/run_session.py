@@ -416,6 +416,13 @@ def wait_until_silent(process, output, seconds):
     return "waiting, with work" if busy else "waiting"
 
 
+def kill_with_children(process):
+    """A child that went on writing would fill the disk."""
+    if process.poll() is None:
+        os.killpg(process.pid, signal.SIGKILL)
+    process.wait()
+
+
 def wait_for_end(process, output, seconds):
     """A program's exit status, or words why it has none."""
     deadline = time.monotonic() + seconds
@@ -459,8 +466,7 @@ def run(session, start_up, arguments):
                 ended = (wait_until_silent(process, output, arguments.seconds)
                          if expects_wait else wait_for_end(process, output, arguments.seconds))
             finally:
-                process.kill()
-                process.wait()
+                kill_with_children(process)
         files = {path: content for path, content in files_below(folder).items()
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
