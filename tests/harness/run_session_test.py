@@ -3,6 +3,7 @@
 Takes what run_session.py takes before its files; they are handed on.
 """
 
+import os
 import pathlib
 import subprocess
 import sys
