@@ -150,7 +150,7 @@ TEST(GetVectorLabels, ThrowsForANameAboveTheLastRow) {
       expect_kvr_exception(
           KVR_RES_VECTOR_GROUP_INCORRECT, "getVectorLabels",
           "Standards::getVectorLabels - cannot find vector " + name,
-          [standard, &wanted = wanted] { Standards::getVectorLabels(standard, wanted); });
+          [standard, &searched = wanted] { Standards::getVectorLabels(standard, searched); });
     }
   }
 }
