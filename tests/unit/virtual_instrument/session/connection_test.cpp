@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstring>
+#include <ctime>
 #include <string>
 
 #include "unit/virtual_instrument/session/client.h"
@@ -216,6 +217,46 @@ calibration_age = 400
   set_bench("[instrument]\ncalibrated = false\n");
   ASSERT_EQ(kvr_GetDeviceInfo(&info), KVR_RES_OK);
   EXPECT_EQ(info.calibrated, 0);
+}
+
+TEST_F(Connection, ACalibrationIsOldAfterAYear) {
+  start("[instrument]\ncalibration_age = 365\nclock = 2024-03-05T11:00:00Z\n");
+  kvr_DeviceInfo info{};
+  ASSERT_EQ(kvr_GetDeviceInfo(&info), KVR_RES_OK);
+  EXPECT_EQ(info.calibration_old, 0);
+  EXPECT_EQ(info.calibration_date, 1709636400 - 365 * 86400);
+  set_bench("[instrument]\ncalibration_age = 366\nclock = 2024-03-05T11:00:00Z\n");
+  ASSERT_EQ(kvr_GetDeviceInfo(&info), KVR_RES_OK);
+  EXPECT_EQ(info.calibration_old, 1);
+}
+
+TEST_F(Connection, TheClockIsThatOfTheSystemUnlessTheBenchStopsIt) {
+  start("[instrument]\nclock = \"system\"\n");
+  kvr_DeviceInfo info{};
+  const std::time_t before = std::time(nullptr);
+  ASSERT_EQ(kvr_GetDeviceInfo(&info), KVR_RES_OK);
+  EXPECT_GE(info.device_date_time, before);
+  EXPECT_LE(info.device_date_time, std::time(nullptr));
+}
+
+// A text of an event is for people, and tells them which thing it is about.
+TEST_F(Connection, EventsNameWhatMoved) {
+  start();
+  set_bench("[status]\nemergency_button_pressed = true\ninterlock_on = true\n");
+  const auto events = status_.wait_for(2);
+  EXPECT_EQ(events[0].text, "emergency stop");
+  EXPECT_EQ(events[1].text, "interlock");
+}
+
+// What is pressed when a client connects is no event, but in force.
+TEST_F(Connection, ButtonsThatArePressedBeforeAreNoEvents) {
+  start("[status]\nemergency_button_pressed = true\ninterlock_on = true\n");
+  EXPECT_EQ(test().code, KVR_RES_EMERGENCY_STOP_PRESSED);
+  set_bench("[status]\ninterlock_on = true\n");
+  EXPECT_EQ(test().code, KVR_RES_INTERLOCK_ON);
+  EXPECT_EQ(status_.wait_for(1)[0].code, KVR_RES_EMERGENCY_STOP_RELEASED);
+  EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  EXPECT_EQ(status_.size(), 1U);
 }
 
 TEST_F(Connection, TheStatusIsHealthy) {

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "unit/virtual_instrument/session/client.h"
+#include "virtual_instrument/measurement/noise.h"
 #include "virtual_instrument/vocabulary/call_names.h"
 
 namespace virtual_instrument {
@@ -17,6 +18,17 @@ class Faults : public ClientTest {
   static std::string fault(std::string_view call, const std::string& rest) {
     return "[[faults]]\ncall = \"" + std::string(call) + "\"\n" + rest + "\n";
   }
+
+  // What the API's lock should come to by a call that no fault strikes.
+  kvr_code lock() {
+    is_locked_ = true;
+    return KVR_RES_OK;
+  }
+  kvr_code unlock() {
+    is_locked_ = false;
+    return KVR_RES_OK;
+  }
+  bool is_locked_ = false;
 };
 
 TEST_F(Faults, EveryCallWithACodeCanBeForcedForEver) {
@@ -115,6 +127,33 @@ TEST_F(Faults, StrikeByChanceAndTheSameEachTime) {
   EXPECT_EQ(struck(), std::string(200, '0'));
   set_bench(bench(100, 1));
   EXPECT_EQ(struck(), std::string(200, '1'));
+}
+
+// Each call draws once for each fault of the bench, in their order: a bench with one fault more at
+// its end strikes the same calls.
+TEST_F(Faults, ChancesAreDrawnFromTheSeedTheCallAndThePlaceOfTheFault) {
+  start();
+  set_bench("[measurement]\nseed = 3\n" + fault("kvr_UnlockAPI", "code = 19\nchance = 50") +
+            fault("kvr_LockAPI", "code = 20\nchance = 30") +
+            fault("kvr_LockAPI", "code = 22\nchance = 40") +
+            fault("kvr_UnlockAPI", "code = 23\nchance = 60"));
+  for (std::uint64_t call = 1; call <= 100; ++call) {
+    Noise draws((std::uint64_t{3} << 32) + call);
+    const double first = draws.uniform() * 100;
+    const double second = draws.uniform() * 100;
+    const double third = draws.uniform() * 100;
+    const double fourth = draws.uniform() * 100;
+    EXPECT_EQ(kvr_LockAPI(), second < 30  ? 20
+                             : third < 40 ? 22
+                             : is_locked_ ? KVR_RES_API_LOCKED
+                                          : lock())
+        << call;
+    EXPECT_EQ(kvr_UnlockAPI(), first < 50    ? 19
+                               : fourth < 60 ? 23
+                               : is_locked_  ? unlock()
+                                             : KVR_RES_API_UNLOCKED)
+        << call;
+  }
 }
 
 TEST_F(Faults, CallsAreCountedFromTheReadingOfTheBench) {
