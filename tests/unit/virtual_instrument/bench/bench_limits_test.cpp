@@ -302,9 +302,10 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
         name + " ");
   }
   for (const std::string name : {"HA", "HB", "HC", "XA", "XB", "XC"}) {
-    EXPECT_EQ(places_of(bench_of(with("leads.reversed", "[\"" + name + "\"]")).defects.reversed_winding,
-                        "ABC"),
-              name + " ");
+    EXPECT_EQ(
+        places_of(bench_of(with("leads.reversed", "[\"" + name + "\"]")).defects.reversed_winding,
+                  "ABC"),
+        name + " ");
     const ShortedTurns turns =
         bench_of(with("shorted_turns.winding", "\"" + name + "\"")).defects.shorted_turns[0];
     EXPECT_EQ((turns.side == kHighSide ? "H" : "X") + std::string(1, "ABC"[turns.limb]), name);
