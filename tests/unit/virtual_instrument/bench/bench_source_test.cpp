@@ -20,7 +20,7 @@ using testing::IsEmpty;
 
 class BenchSourceTest : public testing::Test {
  protected:
-  void write(const std::string& text) { folder_.write("b.toml", text); }
+  void write(const std::string& text) { folder_.write("b.toml", text, std::ios::binary); }
   std::string serial() { return source_.current()->instrument.serial_number; }
   std::string name() const { return (folder_.path() / "b.toml").string(); }
 
