@@ -209,7 +209,8 @@ void check_taking(SqliteStore& store) {
 /// Checks the file alone while the store is open: opening has moved the log of a kill into it.
 void check_file_alone(const std::string& file, const std::string& name, const Contents& expected) {
   const std::string copy = file + ".copy";
-  std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::remove(copy);  // MinGW's library refuses to overwrite
+  std::filesystem::copy_file(file, copy);
   SqliteStore store({.path = copy});
   check_opened(store);
   if (contents_of(store, name) != expected) {
