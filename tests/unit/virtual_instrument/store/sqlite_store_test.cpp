@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -370,30 +368,6 @@ TEST(SqliteStorePath, CanBeRelative) {
   EXPECT_THAT(files_in(folder.path()), testing::ElementsAre("records.db"));
 }
 
-double processor_seconds() {
-  return static_cast<double>(std::clock()) / static_cast<double>(CLOCKS_PER_SEC);
-}
-
-TEST(SqliteStoreCost, AStoredTestTakesLessThanTenMillisecondsOfProcessorTime) {
-  const WatchedDisk disk;
-  TemporaryFolder folder;
-  SqliteStore store({.path = folder.path() / "records.db"});
-  // The samples of ten periods of two channels.
-  std::string raw_data;
-  for (int i = 0; i < 640; ++i) {
-    raw_data += "0.0001302;-338.99999;12.345678\\n";
-  }
-  OwnedRecord test = ratio_record("T1", 10, raw_data);
-  constexpr int kTests = 100;
-
-  const double before = processor_seconds();
-  ASSERT_EQ(store.save_new(*test.get(), 0), KVR_RES_OK);
-  for (int i = 1; i < kTests; ++i) {
-    ASSERT_EQ(add_to(store, *test.get()), KVR_RES_OK);
-  }
-  EXPECT_LT((processor_seconds() - before) / kTests, 0.010);
-}
-
 TEST(SqliteStoreCost, AListReadsNoTests) {
   const WatchedDisk disk;
   TemporaryFolder folder;
@@ -410,27 +384,6 @@ TEST(SqliteStoreCost, AListReadsNoTests) {
 
   EXPECT_EQ(labels->count, 200U);
   EXPECT_LT(disk.bytes_read() - before, kRecords * 1'000U);
-}
-
-/// KVR_STORE_RECORDS sets how many records are listed, 20,000 without it.
-TEST(SqliteStoreCost, ManyRecordsAreListedQuickly) {
-  const WatchedDisk disk;
-  TemporaryFolder folder;
-  const fs::path file = folder.path() / "records.db";
-  const char* wanted = std::getenv("KVR_STORE_RECORDS");
-  const int records = wanted == nullptr ? 20'000 : std::stoi(wanted);
-  fill_store(file, records, *ratio_record("R", 1).get(), false);
-  SqliteStore store({.path = file});
-
-  for (const SortKey key : {SortKey::kDateTime, SortKey::kTestId, SortKey::kVectorGroup}) {
-    Labels labels;
-    const double before = processor_seconds();
-    ASSERT_EQ(store.list(key, true, labels), KVR_RES_OK);
-    const double per_record = (processor_seconds() - before) / records;
-    EXPECT_EQ(labels->count, static_cast<unsigned>(records));
-    // A release build needs three microseconds; the rest allows for sanitizers.
-    EXPECT_LT(per_record, 100e-6);
-  }
 }
 
 }  // namespace
