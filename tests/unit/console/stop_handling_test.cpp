@@ -8,13 +8,13 @@
 #include <cstdlib>
 #include <functional>
 #include <iostream>
-#include <latch>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <thread>
 
 #include "support/log_capture.h"
+#include "support/meeting_point.h"
 #include "support/process.h"
 #include "support/session_test.h"
 #include "support/thread_sanitizer.h"
@@ -217,7 +217,7 @@ TEST_F(StopOrTerminate, CountsAgainOnceTheSignalIsForgotten) {
 
 // The flag is set last: a signal that arrives while the first one is handled finds it clear.
 TEST_F(StopOrTerminate, CountsASignalDuringTheFirstOneAsAFirstOneToo) {
-  std::latch both_called(2);
+  MeetingPoint both_called(2);
   api.answer_always(ApiCall::CancelOperation,
                     {.meanwhile = [&] { both_called.arrive_and_wait(); }});
   const Console console;

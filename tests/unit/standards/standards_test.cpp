@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <latch>
 #include <limits>
 #include <random>
 #include <string>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "support/log_capture.h"
+#include "support/meeting_point.h"
 #include "support/thrown_exception.h"
 #include "unit/standards/label_rows.h"
 
@@ -39,7 +39,7 @@ TEST(GetStandard, ThrowsForAnUnknownStandard) {
 /// the same full tables.
 [[noreturn]] void use_tables_first_from_sixteen_threads() {
   constexpr std::ptrdiff_t kThreads = 16;
-  std::latch start(kThreads);
+  MeetingPoint start(kThreads);
   std::array<std::array<const StandardTable*, 4>, kThreads> seen{};
   std::array<std::array<std::size_t, 4>, kThreads> sizes{};
   std::vector<std::thread> threads;
