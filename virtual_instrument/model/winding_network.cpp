@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "virtual_instrument/model/index.h"
 #include "virtual_instrument/model/linear_equations.h"
 
 namespace virtual_instrument {
@@ -25,8 +26,6 @@ constexpr int kSlopeHarmonics = 2 * kHighestHarmonic;
 constexpr double kGoodProgress = 0.05;
 
 using Limbs = std::array<Complex, 3>;
-
-std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
 /// The unit circle in kFinestSteps steps, beginning at the angle 0.
 using Circle = std::array<Complex, kFinestSteps>;

@@ -283,12 +283,12 @@ TEST(BenchKeys, TakeClocksWithTheirOffsets) {
 
 /// The names of the flags that are set: a side's letter and one of `numbers` for each.
 template <std::size_t count>
-std::string places_of(const std::array<std::array<bool, count>, 2>& flags, const char* numbers) {
+std::string places_of(const BySide<std::array<bool, count>>& flags, const char* numbers) {
   std::string names;
-  for (const int side : {kHighSide, kLowSide}) {
+  for (const Side side : kSides) {
     for (std::size_t place = 0; place < count; ++place) {
-      if (flags[static_cast<std::size_t>(side)][place]) {
-        names += std::string(side == kHighSide ? "H" : "X") + numbers[place] + " ";
+      if (flags[side][place]) {
+        names += std::string(side == Side::high ? "H" : "X") + numbers[place] + " ";
       }
     }
   }
@@ -308,7 +308,7 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
         name + " ");
     const ShortedTurns turns =
         bench_of(with("shorted_turns.winding", "\"" + name + "\"")).defects.shorted_turns[0];
-    EXPECT_EQ((turns.side == kHighSide ? "H" : "X") + std::string(1, "ABC"[turns.limb]), name);
+    EXPECT_EQ((turns.side == Side::high ? "H" : "X") + std::string(1, "ABC"[turns.limb]), name);
   }
   for (const char* const other : {"[\"G1\"]", "[\"Y1\"]", "[\"H\"]", "[\"\"]", "[\"H11\"]",
                                   "[\"H/\"]", "[\"H4\"]", "[\"1H\"]", "[\"H1\", 1]"}) {

@@ -37,8 +37,8 @@ kvr_Ratio3phRequest request_for(const TransformerUnit& unit, kvr_TestType type,
   kvr_Ratio3phRequest request{};
   request.setup.windings[0].winding_type = unit.group.high;
   request.setup.windings[1].winding_type = unit.group.low;
-  request.setup.windings[0].voltage = static_cast<float>(unit.rated_voltage[0]);
-  request.setup.windings[1].voltage = static_cast<float>(unit.rated_voltage[1]);
+  request.setup.windings[0].voltage = static_cast<float>(unit.rated_voltage[Side::high]);
+  request.setup.windings[1].voltage = static_cast<float>(unit.rated_voltage[Side::low]);
   request.setup.connections[0].clock = kClockUnknown;
   request.setup.line_frequency = 50;
   request.testing_mode = mode;
@@ -68,7 +68,7 @@ class EveryGroup : public testing::TestWithParam<Course> {};
 TEST_P(EveryGroup, ReadsItsClockAndItsTurns) {
   TransformerUnit unit = three_phase_unit();
   for (const WindingGroup& group : three_phase_groups()) {
-    const double ratio = unit.rated_voltage[0] / unit.rated_voltage[1];
+    const double ratio = unit.rated_voltage[Side::high] / unit.rated_voltage[Side::low];
     unit.group = group;
     kvr_Ratio3phRequest request = request_for(unit, GetParam().type, GetParam().mode);
     request.test_voltage = GetParam().type == KVR_TEST_RATIO_UP ? 20 : 200;
@@ -82,6 +82,7 @@ TEST_P(EveryGroup, ReadsItsClockAndItsTurns) {
     for (const kvr_TestData_Ratio_Phase& phase : result.data.phases) {
       EXPECT_EQ(phase.status, KVR_RES_OK);
       EXPECT_NEAR(off_clock(phase.phase_shift_absolute, group.clock), 0, 0.15) << phase.phase_name;
+      EXPECT_NEAR(phase.phase_deviation_from_user_phasing, 0, radians(0.15)) << phase.phase_name;
       EXPECT_NEAR(phase.tnr / turns, 1, 0.005) << phase.phase_name;
       EXPECT_NEAR(phase.tvr / ratio, 1, 0.005) << phase.phase_name;
       EXPECT_NEAR(phase.tnr_error, (phase.tnr / turns - 1) * 100, 0.001);
@@ -259,7 +260,7 @@ TEST(ThreePhaseRatio, StepUpIsRefusedWhereTheHighSideWouldSeeTooMuch) {
 
 TEST(ThreePhaseRatio, StepUpIsRefusedForAHighRatio) {
   TransformerUnit unit = three_phase_unit();
-  unit.rated_voltage[kLowSide] = 11;
+  unit.rated_voltage[Side::low] = 11;
   kvr_Ratio3phRequest request = request_for(unit, KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_3_3);
   request.test_voltage = 1;
   EXPECT_EQ(measure(unit, request).code, KVR_STEPUP_RATIO_TOO_HIGH);
@@ -286,6 +287,19 @@ TEST(ThreePhaseRatio, DeviationIsCountedFromTheEnteredPhasing) {
       EXPECT_NEAR(phase.tnr, 44.0013, 0.1);
     }
     EXPECT_EQ(wrong.data.health_state, KVR_HEALTH_BAD);
+  }
+}
+
+TEST(ThreePhaseRatio, HalfATurnHasASmallDeviationFromItsClock) {
+  TransformerUnit unit = three_phase_unit();
+  unit.group = parse_group("Yy6").value();
+  for (const kvr_TestingMode mode : {KVR_TESTING_MODE_3PH_3_3, KVR_TESTING_MODE_3PH_1_1}) {
+    kvr_Ratio3phRequest request = request_for(unit, KVR_TEST_RATIO_DOWN, mode);
+    request.setup.connections[0].clock = 6;
+    for (const kvr_TestData_Ratio_Phase& phase : measure(unit, request).data.phases) {
+      EXPECT_NEAR(std::abs(phase.phase_shift_absolute), radians(180), radians(0.15));
+      EXPECT_NEAR(phase.phase_deviation_from_user_phasing, 0, radians(0.15));
+    }
   }
 }
 
@@ -331,7 +345,7 @@ TEST(ThreePhaseRatio, RefusesWhatItCannotTest) {
 TEST(ThreePhaseRatio, AnOpenLeadOfTheExcitedSideIsNamed) {
   for (int terminal = 1; terminal <= 3; ++terminal) {
     TransformerUnit unit = three_phase_unit();
-    unit.faults.open_lead[kHighSide][static_cast<std::size_t>(terminal)] = true;
+    unit.faults.open_lead[Side::high][static_cast<std::size_t>(terminal)] = true;
     EXPECT_EQ(measure(unit, step_down(unit)).code,
               static_cast<kvr_code>(KVR_RES_OPEN_LEAD_H0 + terminal));
   }
@@ -339,7 +353,7 @@ TEST(ThreePhaseRatio, AnOpenLeadOfTheExcitedSideIsNamed) {
 
 TEST(ThreePhaseRatio, AnOpenLeadOfTheOtherSideCostsOnlyItsPhase) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.open_lead[kLowSide][3] = true;
+  unit.faults.open_lead[Side::low][3] = true;
   for (const kvr_TestingMode mode : {KVR_TESTING_MODE_3PH_3_3, KVR_TESTING_MODE_3PH_1_1}) {
     kvr_Ratio3phRequest request = request_for(unit, KVR_TEST_RATIO_DOWN, mode);
     request.setup.connections[0].clock = 11;
@@ -357,7 +371,7 @@ TEST(ThreePhaseRatio, AnOpenLeadOfTheOtherSideCostsOnlyItsPhase) {
 
 TEST(ThreePhaseRatio, AnOpenNeutralCostsAllPhasesThatNeedIt) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.open_lead[kLowSide][0] = true;
+  unit.faults.open_lead[Side::low][0] = true;
   EXPECT_EQ(measure(unit, step_down(unit)).code, KVR_RES_OPEN_LEAD_X0);
 }
 
@@ -397,7 +411,7 @@ TEST(ThreePhaseRatio, ShortedTurnsRaiseCurrentAndErrorOfTheirPhase) {
   const kvr_Ratio3phRequest request =
       request_for(unit, KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1);
   const ThreePhaseRatio sound = measure(unit, request);
-  unit.faults.shorted_turns = {{kLowSide, 1, 0.03, 1e-4}};
+  unit.faults.shorted_turns = {{Side::low, 1, 0.03, 1e-4}};
   const ThreePhaseRatio faulty = measure(unit, request);
   ASSERT_EQ(faulty.code, KVR_RES_OK);
   EXPECT_GT(faulty.data.phases[1].current_rms, 5 * sound.data.phases[1].current_rms);
@@ -415,7 +429,7 @@ TEST(ThreePhaseRatio, ATapOffTheMiddleShowsAsRatioError) {
 
 TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.reversed_winding[kLowSide][1] = true;
+  unit.faults.reversed_winding[Side::low][1] = true;
   const ThreePhaseRatio result = measure(unit, step_down(unit));
   ASSERT_EQ(result.code, KVR_RES_OK);
   // With one of three legs reversed, a third of the positive sequence remains, and two thirds of
@@ -428,7 +442,7 @@ TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
 TEST(ThreePhaseRatio, AReversedDeltaLegIsAShortCircuit) {
   TransformerUnit unit = three_phase_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_D, 1};
-  unit.faults.reversed_winding[kLowSide][0] = true;
+  unit.faults.reversed_winding[Side::low][0] = true;
   kvr_Ratio3phRequest request = step_down(unit);
   request.test_voltage = 250;
   EXPECT_EQ(measure(unit, request).code, KVR_RES_EXCITATION_CURRENT_TOO_HIGH);
