@@ -101,7 +101,7 @@ std::optional<Place> place_of(std::string_view name, std::string_view numbers) {
 constexpr std::string_view kTerminalNumbers = "0123";
 constexpr std::string_view kLimbLetters = "ABC";
 
-/// A list of places, each of which sets a flag.
+/// A list of terminals or windings, each of which sets a flag.
 template <std::size_t count>
 Key places(std::string name, std::string expected, std::string_view numbers,
            BySide<std::array<bool, count>>& target) {

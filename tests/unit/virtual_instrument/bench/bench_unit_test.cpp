@@ -59,14 +59,14 @@ PeriodicState excite(const TransformerUnit& unit, Side side, double voltage,
                      {side, {1, 2}, voltage, frequency, other_side(side), {1, 2}});
 }
 
-/// Waveforms of one period.
-struct Courses {
+/// The terminals over one period.
+struct PeriodWaveforms {
   std::vector<double> high;
   std::vector<double> low;
   std::vector<double> current;
 };
 
-Courses courses(const PeriodicState& state) {
+PeriodWaveforms waveforms_of(const PeriodicState& state) {
   return {terminal_waveform(terminal_voltage(state, Side::high, {1, 2})),
           terminal_waveform(terminal_voltage(state, Side::low, {1, 2})),
           terminal_waveform(state.source_current[0])};
@@ -81,7 +81,7 @@ struct Reading {
 
 Reading read(const TransformerSettings& settings, Side side, double voltage,
              double frequency = 60) {
-  const Courses waves = courses(excite(unit_of(settings), side, voltage, frequency));
+  const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), side, voltage, frequency));
   const auto phasor = [](const std::vector<double>& channel) {
     return fundamental(channel, kFinestSteps);
   };
@@ -169,7 +169,7 @@ TEST(BenchUnit, RunsIntoSaturationOnOneSideOfTheResidualFlux) {
   const Reading clean = read(settings, Side::high, 5000);
   settings.residual_flux[0] = 0.8;
   settings.remanence_excess = 0;
-  const Courses waves = courses(excite(unit_of(settings), Side::high, 5000));
+  const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), Side::high, 5000));
   const auto [low, high] = std::minmax_element(waves.current.begin(), waves.current.end());
   EXPECT_GT(*high, -2 * *low);
   EXPECT_GT(rms(waves.current), 2 * clean.current_rms);
@@ -181,7 +181,7 @@ TEST(BenchUnit, RunsIntoSaturationOnOneSideOfTheResidualFlux) {
 
 TEST(BenchUnit, FluxIsTheIntegralOfTheInducedVoltage) {
   const TransformerUnit unit = unit_of(saturating());
-  const Courses waves = courses(excite(unit, Side::high, 10000));
+  const PeriodWaveforms waves = waveforms_of(excite(unit, Side::high, 10000));
   const double step = 1.0 / 60 / kFinestSteps;
   std::vector<double> flux;
   double sum = 0;
@@ -237,7 +237,7 @@ TEST(BenchUnit, FindsASteadyStateWithNextToNoResistance) {
     for (const double reactance : {0.0, 120.0}) {
       settings.high_reactance = reactance;
       for (const double voltage : {24.0, 8000.0}) {
-        const Courses waves = courses(excite(unit_of(settings), Side::high, voltage));
+        const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), Side::high, voltage));
         const double mean =
             std::accumulate(waves.current.begin(), waves.current.end(), 0.0) / kFinestSteps;
         EXPECT_NEAR(mean / rms(waves.current), 0, 1e-9);

@@ -40,7 +40,7 @@ TEST(Resistance, GrowsWithTheTemperatureOfCopper) {
   EXPECT_NEAR(copper_factor(20, 75), 1.2161, 0.00005);
 }
 
-TEST(Resistance, IsThatOfTheLegsBetweenTheTerminals) {
+TEST(Resistance, IsThatOfTheWindingsBetweenTheTerminals) {
   const TransformerUnit unit = three_phase_unit();
   const ResistanceTest test = resistance_test(unit, family_settings(50));
   ASSERT_EQ(test.sides[index(Side::high)].size(), 1U);

@@ -5,12 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <memory>
-#include <numbers>
 #include <string>
-#include <vector>
 
 #include "record_form/record_shape.h"
+#include "unit/virtual_instrument/measurement/three_phase_measuring.h"
 #include "unit/virtual_instrument/model/units.h"
 #include "virtual_instrument/model/phasor.h"
 #include "virtual_instrument/recording/nested_records.h"
@@ -18,52 +16,16 @@
 namespace virtual_instrument {
 namespace {
 
-Bench quiet_bench() {
-  Bench bench{};
-  bench.instrument.minimum_voltage = 0.1;
-  bench.instrument.maximum_voltage = 250;
-  bench.instrument.maximum_current = 2;
-  bench.instrument.maximum_induced_voltage = 5000;
-  bench.instrument.voltage_range = 1e6;
-  bench.instrument.current_range = 1e6;
-  bench.measurement.samples_per_period = 64;
-  bench.measurement.periods = 4;
-  bench.measurement.smallest_voltage = 0.05;
-  return bench;
-}
-
-kvr_Ratio3phRequest request_for(const TransformerUnit& unit, kvr_TestType type,
-                                kvr_TestingMode mode) {
-  kvr_Ratio3phRequest request{};
-  request.setup.windings[0].winding_type = unit.group.high;
-  request.setup.windings[1].winding_type = unit.group.low;
-  request.setup.windings[0].voltage = static_cast<float>(unit.rated_voltage[Side::high]);
-  request.setup.windings[1].voltage = static_cast<float>(unit.rated_voltage[Side::low]);
-  request.setup.connections[0].clock = kClockUnknown;
-  request.setup.line_frequency = 50;
-  request.testing_mode = mode;
-  request.test_type = type;
-  request.tested_phase = kAllPhases;
-  request.test_voltage = 100;
-  return request;
-}
-
-ThreePhaseRatio measure(const TransformerUnit& unit, const kvr_Ratio3phRequest& request,
-                        const Bench& bench = quiet_bench()) {
-  EXPECT_EQ(check_three_phase_ratio(request, bench), KVR_RES_OK);
-  return measure_three_phase_ratio(unit, request, bench, 1);
-}
-
 double off_clock(double radians, int clock) {
   return std::remainder(degrees(radians) - 30.0 * clock, 360);
 }
 
-struct Course {
+struct Direction {
   kvr_TestType type;
   kvr_TestingMode mode;
 };
 
-class EveryGroup : public testing::TestWithParam<Course> {};
+class EveryGroup : public testing::TestWithParam<Direction> {};
 
 TEST_P(EveryGroup, ReadsItsClockAndItsTurns) {
   TransformerUnit unit = three_phase_unit();
@@ -90,16 +52,12 @@ TEST_P(EveryGroup, ReadsItsClockAndItsTurns) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Courses, EveryGroup,
-                         testing::Values(Course{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_3},
-                                         Course{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_3_3},
-                                         Course{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_1},
-                                         Course{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1},
-                                         Course{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_1_1}));
-
-kvr_Ratio3phRequest step_down(const TransformerUnit& unit) {
-  return request_for(unit, KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_3);
-}
+INSTANTIATE_TEST_SUITE_P(Directions, EveryGroup,
+                         testing::Values(Direction{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_3},
+                                         Direction{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_3_3},
+                                         Direction{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_1},
+                                         Direction{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1},
+                                         Direction{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_1_1}));
 
 TEST(ThreePhaseRatio, ADyn11UnitReadsItsTurnsBetweenItsTerminals) {
   const ThreePhaseRatio result = measure(three_phase_unit(), step_down(three_phase_unit()));
@@ -427,101 +385,25 @@ TEST(ThreePhaseRatio, ATapOffTheMiddleShowsAsRatioError) {
   EXPECT_NEAR(result.data.ratio_3ph_error - sound, 5, 0.05);
 }
 
-TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
+TEST(ThreePhaseRatio, AReversedStarWindingShowsAsDistortion) {
   TransformerUnit unit = three_phase_unit();
   unit.faults.reversed_winding[Side::low][1] = true;
   const ThreePhaseRatio result = measure(unit, step_down(unit));
   ASSERT_EQ(result.code, KVR_RES_OK);
-  // With one of three legs reversed, a third of the positive sequence remains, and two thirds of
-  // each other one appear.
+  // With one of three windings reversed, a third of the positive sequence remains, and two thirds
+  // of each other one appear.
   EXPECT_NEAR(result.data.negative_distortion_index, 2, 0.01);
   EXPECT_NEAR(result.data.zero_distortion_index, 2, 0.01);
   EXPECT_EQ(result.data.health_state, KVR_HEALTH_BAD);
 }
 
-TEST(ThreePhaseRatio, AReversedDeltaLegIsAShortCircuit) {
+TEST(ThreePhaseRatio, AReversedDeltaWindingIsAShortCircuit) {
   TransformerUnit unit = three_phase_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_D, 1};
   unit.faults.reversed_winding[Side::low][0] = true;
   kvr_Ratio3phRequest request = step_down(unit);
   request.test_voltage = 250;
   EXPECT_EQ(measure(unit, request).code, KVR_RES_EXCITATION_CURRENT_TOO_HIGH);
-}
-
-// ---- series and residual flux
-
-struct Readings {
-  std::vector<double> errors;
-  std::array<double, 3> residual_flux;
-};
-
-Readings read_series(TransformerUnit unit, const std::vector<float>& voltages) {
-  Readings readings{};
-  Bench bench = quiet_bench();
-  bench.instrument.maximum_voltage = 20000;
-  bench.instrument.maximum_current = 1000;
-  kvr_Ratio3phRequest request = step_down(unit);
-  for (const float voltage : voltages) {
-    request.test_voltage = voltage;
-    const ThreePhaseRatio result = measure(unit, request, bench);
-    EXPECT_EQ(result.code, KVR_RES_OK) << voltage;
-    readings.errors.push_back(result.data.ratio_3ph_error);
-    unit.core.residual_flux = result.residual_flux;
-  }
-  readings.residual_flux = unit.core.residual_flux;
-  return readings;
-}
-
-TEST(ThreePhaseRatio, ErrorGrowsTowardsLowVoltageAndInSaturation) {
-  const std::vector<double> errors =
-      read_series(saturating_three_phase_unit(), {8, 40, 100, 250, 1000, 11000, 13000, 14000})
-          .errors;
-  EXPECT_GT(errors[0], errors[1]);
-  EXPECT_GT(errors[1], errors[2]);
-  EXPECT_GT(errors[2], errors[3]);
-  EXPECT_GT(errors[3], errors[4]);
-  EXPECT_GT(errors[6], errors[5]);
-  EXPECT_GT(errors[7], errors[6]);
-}
-
-const std::vector<float> kAscending{40, 250, 1000, 4000, 11000};
-const std::vector<float> kDescending{11000, 4000, 1000, 250, 40};
-
-double largest_difference(const TransformerUnit& unit) {
-  const std::vector<double> up = read_series(unit, kAscending).errors;
-  const std::vector<double> down = read_series(unit, kDescending).errors;
-  double largest = 0;
-  for (std::size_t number = 0; number < up.size(); ++number) {
-    largest = std::max(largest, std::abs(up[number] - down[up.size() - 1 - number]));
-  }
-  return largest;
-}
-
-TransformerUnit magnetised_unit() {
-  TransformerUnit unit = saturating_three_phase_unit();
-  const double knee = unit.core.limb.knee_flux;
-  unit.core.residual_flux = {0.8 * knee, -0.5 * knee, -0.3 * knee};
-  return unit;
-}
-
-TEST(ThreePhaseRatio, SeriesDifferWithResidualFluxOnly) {
-  EXPECT_EQ(largest_difference(saturating_three_phase_unit()), 0);
-  EXPECT_GT(largest_difference(magnetised_unit()), 0.005);
-}
-
-TEST(ThreePhaseRatio, DemagnetisingMakesSeriesAgree) {
-  TransformerUnit unit = magnetised_unit();
-  unit.core.residual_flux = demag_test(unit, family_settings(50)).residual_flux;
-  EXPECT_LT(largest_difference(unit), 1e-5);
-}
-
-TEST(ThreePhaseRatio, ExcitationTakesResidualFluxBack) {
-  const TransformerUnit unit = magnetised_unit();
-  const Readings readings = read_series(unit, {1000});
-  for (std::size_t limb = 0; limb < 3; ++limb) {
-    const double left = readings.residual_flux[limb] / unit.core.residual_flux[limb];
-    EXPECT_NEAR(left, 1 - 1000.0 / 11000 / 1.15, 0.01);
-  }
 }
 
 // ---- samples

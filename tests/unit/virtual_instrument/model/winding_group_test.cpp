@@ -154,7 +154,7 @@ TEST(WindingGroup, NamesItsPairs) {
   EXPECT_EQ(group_name(group(KVR_WINDING_1P, KVR_WINDING_1P, 0)), "1Ph0");
 }
 
-TEST(WindingGroup, TurnsBetweenTerminalsThatNoLegJoins) {
+TEST(WindingGroup, HasNoTurnsBetweenTerminalsThatNoWindingJoins) {
   const auto windings = phase_windings(group(KVR_WINDING_D, KVR_WINDING_YN, 11));
   EXPECT_EQ(turns_between(windings[Side::high], {1, 0}), std::nullopt);
   EXPECT_EQ(turns_between({}, {1, 2}), std::nullopt);

@@ -209,7 +209,7 @@ TEST(WindingNetwork, ShortedTurnsDrawCurrent) {
   EXPECT_GT(faulty, 5 * sound);
 }
 
-TEST(WindingNetwork, ResistanceToDirectCurrentFollowsFromTheLegs) {
+TEST(WindingNetwork, ResistanceToDirectCurrentFollowsFromTheWindings) {
   TransformerUnit unit = three_limb_unit(1);
   unit.windings = {LimbWinding{3, 0, 0}, LimbWinding{0.006, 0, 0}};
   const auto between = [&unit](Side side, TerminalPair pair) {
