@@ -3,7 +3,7 @@
 #include <array>
 
 #include "api/codes.h"
-#include "virtual_instrument/measurement/test_circuit.h"
+#include "virtual_instrument/measurement/ratio_circuit.h"
 #include "virtual_instrument/model/winding_group.h"
 
 // Finds the clock number of a unit by measuring. The types of its windings are known.

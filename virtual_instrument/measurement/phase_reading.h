@@ -1,8 +1,8 @@
 #pragma once
 
 #include "api/codes.h"
+#include "virtual_instrument/measurement/ratio_circuit.h"
 #include "virtual_instrument/measurement/samples.h"
-#include "virtual_instrument/measurement/test_circuit.h"
 #include "virtual_instrument/model/winding_group.h"
 
 // What one phase gives in a three-phase ratio test, with either kind of source.

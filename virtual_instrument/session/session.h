@@ -13,7 +13,7 @@
 #include "api/client_api.h"
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/bench/bench_source.h"
-#include "virtual_instrument/session/test_runner.h"
+#include "virtual_instrument/session/runner.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {

@@ -1,4 +1,4 @@
-#include "virtual_instrument/measurement/test_circuit.h"
+#include "virtual_instrument/measurement/ratio_circuit.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "virtual_instrument/session/test_runner.h"
+#include "virtual_instrument/session/runner.h"
 
 #include <chrono>
 #include <cstddef>
