@@ -4,8 +4,9 @@
 #include "virtual_instrument/bench/ascii_copy.h"
 #include "virtual_instrument/bench/bench_reader.h"
 
-// A bench file: any text is either taken or told about, line by line, and reads the same twice.
-// What the parser gets of it is ASCII and still the whole text.
+// A bench file: any text is read or has its problems reported, one a line, and a second reading
+// gives the same. The copy of the text that the parser reads is ASCII, and the text can be restored
+// from it.
 
 using namespace virtual_instrument;
 

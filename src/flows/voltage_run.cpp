@@ -66,7 +66,7 @@ class VoltageRun {
     if (raw_data_enabled) {
       write_raw_file(file_name_, raw_text_.str());
     }
-    run_file_name = "kvr";
+    run_file_name = "kvr";  // as before the first run, see console/session.h
   }
 
   void close_series_file() { series_file_.close(); }

@@ -201,17 +201,17 @@ void start_watching_terminals() {
 std::optional<pthread_t> main_thread;
 // The reading end of a pipe: the main thread rests until the writing end is closed. Each rest takes
 // the descriptor once; a stray signal finds none and cannot close a reused descriptor.
-constexpr int kNoPlace = -1;
-std::atomic<int> resting_place = kNoPlace;
+constexpr int kNoDescriptor = -1;
+std::atomic<int> rest_descriptor = kNoDescriptor;
 sem_t at_rest;
 
 void rest(int /*signal*/) {
   const int saved_errno = errno;
-  const int place = resting_place.exchange(kNoPlace);
+  const int descriptor = rest_descriptor.exchange(kNoDescriptor);
   sem_post(&at_rest);
-  for (char byte{}; read(place, &byte, sizeof byte) < 0 && errno == EINTR;) {
+  for (char byte{}; read(descriptor, &byte, sizeof byte) < 0 && errno == EINTR;) {
   }
-  close(place);
+  close(descriptor);
   errno = saved_errno;
 }
 
@@ -223,7 +223,7 @@ class MainThreadRest {
       return;
     }
     has_pipe_ = true;
-    resting_place = pipe_[0];
+    rest_descriptor = pipe_[0];
     sem_init(&at_rest, 0, 0);
     struct sigaction action {};
     action.sa_handler = rest;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 #include "api/result_records.h"
 
@@ -146,6 +147,18 @@ void for_each_family(Use use) {
   use("drm", &kvr_TestRecord::data_drm);
   use("heatrun", &kvr_TestRecord::data_heatrun);
   use("gonogo", &kvr_TestRecord::data_gonogo);
+}
+
+/// The name of a family, by the array that holds its results.
+template <class Test>
+std::string_view family_name(Test** kvr_TestRecord::*family) {
+  std::string_view found;
+  for_each_family([&](std::string_view name, auto other) {
+    if constexpr (std::is_same_v<decltype(other), Test* * kvr_TestRecord::*>) {
+      found = other == family ? name : found;
+    }
+  });
+  return found;
 }
 
 template <class Visitor>

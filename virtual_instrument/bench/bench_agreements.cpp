@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 
+#include "virtual_instrument/model/index.h"
+
 namespace virtual_instrument {
 namespace {
 
@@ -25,10 +27,9 @@ bool has_limbs_of_defects(const Bench& bench) {
 
 /// Whether each winding keeps some turns that are not shorted.
 bool has_sound_turns(const Bench& bench) {
-  std::array<std::array<double, 3>, 2> shorted{};
+  BySide<std::array<double, 3>> shorted{};
   for (const ShortedTurns& turns : bench.defects.shorted_turns) {
-    double& share =
-        shorted[static_cast<std::size_t>(turns.side)][static_cast<std::size_t>(turns.limb)];
+    double& share = shorted[turns.side][index(turns.limb)];
     share += turns.fraction;
     if (share > 0.9) {
       return false;

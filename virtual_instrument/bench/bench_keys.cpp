@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "virtual_instrument/model/index.h"
 #include "virtual_instrument/vocabulary/call_names.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 #include "virtual_instrument/vocabulary/time_text.h"
@@ -84,7 +85,7 @@ Key tap_changer(std::string name, kvr_TapChangerType& target) {
 
 /// A terminal, or the winding on a limb.
 struct Place {
-  int side;
+  Side side;
   int number;
 };
 
@@ -94,28 +95,26 @@ std::optional<Place> place_of(std::string_view name, std::string_view numbers) {
   if (number == std::string_view::npos || (name[0] != 'H' && name[0] != 'X')) {
     return std::nullopt;
   }
-  return Place{name[0] == 'H' ? kHighSide : kLowSide, static_cast<int>(number)};
+  return Place{name[0] == 'H' ? Side::high : Side::low, static_cast<int>(number)};
 }
 
 constexpr std::string_view kTerminalNumbers = "0123";
 constexpr std::string_view kLimbLetters = "ABC";
 
-/// A list of places, each of which sets a flag.
+/// A list of terminals or windings, each of which sets a flag.
 template <std::size_t count>
 Key places(std::string name, std::string expected, std::string_view numbers,
-           std::array<std::array<bool, count>, 2>& target) {
-  return {
-      std::move(name), std::move(expected), [&target, numbers](const TomlValue& value) {
-        target = {};
-        return take_texts(value, [&](const std::string& text) {
-          const auto place = place_of(text, numbers);
-          if (place) {
-            target[static_cast<std::size_t>(place->side)][static_cast<std::size_t>(place->number)] =
-                true;
-          }
-          return place.has_value();
-        });
-      }};
+           BySide<std::array<bool, count>>& target) {
+  return {std::move(name), std::move(expected), [&target, numbers](const TomlValue& value) {
+            target = {};
+            return take_texts(value, [&](const std::string& text) {
+              const auto place = place_of(text, numbers);
+              if (place) {
+                target[place->side][index(place->number)] = true;
+              }
+              return place.has_value();
+            });
+          }};
 }
 
 Key phases(std::string name, std::array<bool, 3>& target) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -10,6 +11,9 @@
 #include "virtual_instrument/platform/ordinary_file.h"
 
 namespace virtual_instrument {
+
+/// How often threads that wait for a change of the bench look at it.
+inline constexpr std::chrono::milliseconds kBenchPeriod{100};
 
 /// Holds the bench in force. With a file, each query reads the file again, so that a person can
 /// change the bench while the program runs. A file that can't be read, is no ordinary one, is

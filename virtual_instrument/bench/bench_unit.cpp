@@ -39,10 +39,10 @@ TransformerUnit make_unit(const Bench& bench) {
   unit.kva = settings.kva;
   unit.frequency = settings.frequency;
   unit.turns_deviation = settings.turns_deviation;
-  unit.windings[kHighSide] = {settings.high_resistance, settings.high_reactance / omega,
+  unit.windings[Side::high] = {settings.high_resistance, settings.high_reactance / omega,
+                               settings.stray_share};
+  unit.windings[Side::low] = {settings.low_resistance, settings.low_reactance / omega,
                               settings.stray_share};
-  unit.windings[kLowSide] = {settings.low_resistance, settings.low_reactance / omega,
-                             settings.stray_share};
   unit.reference_temperature = settings.reference_temperature;
   unit.temperature = settings.temperature;
   unit.impedance_percent = settings.impedance;

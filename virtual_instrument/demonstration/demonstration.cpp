@@ -129,11 +129,11 @@ class DemonstrationSet {
   /// The setup that an operator enters for a pair of windings: no group, and the ratio to 1.
   kvr_TestSetup pair_setup() const {
     kvr_TestSetup setup = nameplate_setup(unit_);
-    for (const int side : {kHighSide, kLowSide}) {
-      setup.windings[side].winding_type = KVR_WINDING_UNDEFINED;
+    for (const Side side : kSides) {
+      setup.windings[index(side)].winding_type = KVR_WINDING_UNDEFINED;
     }
-    setup.windings[kHighSide].voltage = static_cast<float>(rated_turns_ratio(unit_));
-    setup.windings[kLowSide].voltage = 1;
+    setup.windings[index(Side::high)].voltage = static_cast<float>(rated_turns_ratio(unit_));
+    setup.windings[index(Side::low)].voltage = 1;
     setup.connections[0].clock = kClockUnknown;
     return setup;
   }
@@ -198,7 +198,7 @@ class DemonstrationSet {
 TransformerUnit demonstration_unit() {
   TransformerUnit unit = unit_from_tests(
       {{KVR_WINDING_D, KVR_WINDING_YN, 11}, 11000, 433, 500, kFrequency, 1, 0.1, 0.6},
-      {kLowSide, 433, 4, 1000}, {kHighSide, 495, 26.243, 5500});
+      {Side::low, 433, 4, 1000}, {Side::high, 495, 26.243, 5500});
   unit.impedance_percent = 4.5;
   unit.taps = {KVR_TAP_CHANGER_OLTC, 1, 5, 3, 3, -2.5, 5};
   const double rated = rated_flux(unit);

@@ -7,12 +7,11 @@
 #include "virtual_instrument/measurement/phase_result.h"
 #include "virtual_instrument/measurement/ratio_setup.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
+#include "virtual_instrument/model/index.h"
 #include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {
-
-std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
 /// The swings of the flux, and the fraction of a swing that remains in the steel.
 constexpr double kFirstSwing = 1.2;  ///< as a multiple of the knee
@@ -42,18 +41,18 @@ LimbDemag demagnetise(double residual, double knee, double voltage) {
 }
 
 /// The side whose limb windings each lie between two terminals.
-std::optional<int> reachable_side(const WindingGroup& group) {
+std::optional<Side> reachable_side(const WindingGroup& group) {
   if (group.high == KVR_WINDING_D || group.high == KVR_WINDING_YN) {
-    return kHighSide;
+    return Side::high;
   }
   if (group.low == KVR_WINDING_D || group.low == KVR_WINDING_YN) {
-    return kLowSide;
+    return Side::low;
   }
   return std::nullopt;
 }
 
-double volts(const Network& network, const FamilySettings& settings, int side, TerminalPair excited,
-             TerminalPair measured, Noise& noise) {
+double volts(const Network& network, const FamilySettings& settings, Side side,
+             TerminalPair excited, TerminalPair measured, Noise& noise) {
   // The voltage channel of the other side reads the second pair of this side.
   return magnitude(other_voltage(sample_pair(
       network, {side, excited, settings.test_voltage, settings.line_frequency, side, measured},
@@ -82,7 +81,7 @@ Bench open_bench(const FamilySettings& settings) {
   return bench;
 }
 
-bool conducts(const TransformerUnit& unit, int side) {
+bool conducts(const TransformerUnit& unit, Side side) {
   const Network network = unit_network(unit, kInputResistance);
   constexpr double kOpen = 1e6;
   for (const TerminalPair& pair : phase_pairs(unit, side)) {
@@ -100,13 +99,13 @@ Complex smallest_impedance(const TransformerUnit& unit, const FamilySettings& se
                            Noise& noise) {
   Network network = unit_network(unit, kInputResistance);
   if (joined) {
-    join_lines(network, unit, kLowSide);
+    join_lines(network, unit, Side::low);
   }
   std::optional<Complex> smallest;
   for (const TerminalPair& pair : line_pairs(unit)) {
     const Complex z = measured_impedance(
         sample_pair(network,
-                    {kHighSide, pair, settings.test_voltage, settings.line_frequency, kLowSide,
+                    {Side::high, pair, settings.test_voltage, settings.line_frequency, Side::low,
                      line_pairs(unit).front()},
                     settings.measurement, noise));
     smallest = !smallest || magnitude(z) < magnitude(*smallest) ? z : *smallest;
@@ -138,12 +137,12 @@ DemagTest demag_test(const TransformerUnit& unit, const FamilySettings& settings
     return test;
   }
   double seconds = 0;
-  const auto pairs = phase_pairs(unit, kHighSide);
+  const auto pairs = phase_pairs(unit, Side::high);
   for (std::size_t limb = 0; limb < pairs.size(); ++limb) {
     const LimbDemag result =
         demagnetise(unit.core.residual_flux[limb], knee, settings.direct_voltage);
     kvr_TestData_Demag_Phase phase{};
-    fill_field(phase.demag_phase, pair_name(kHighSide, pairs[limb]));
+    fill_field(phase.demag_phase, pair_name(Side::high, pairs[limb]));
     phase.remanence_initial = static_cast<float>(std::abs(unit.core.residual_flux[limb]) / knee);
     phase.remanence_after_demag = static_cast<float>(std::abs(result.residual) / knee);
     test.phases.push_back(phase);
@@ -157,21 +156,21 @@ DemagTest demag_test(const TransformerUnit& unit, const FamilySettings& settings
 MagneticBalanceTest magnetic_balance_test(const TransformerUnit& unit,
                                           const FamilySettings& settings) {
   MagneticBalanceTest test{KVR_RES_TESTING_METHOD_NOT_SUPPORTED, {}};
-  const std::optional<int> side = reachable_side(unit.group);
+  const std::optional<Side> side = reachable_side(unit.group);
   if (!side) {
     return test;
   }
   test.code = KVR_RES_OK;
-  test.data.side = *side == kLowSide ? 0 : 1;
+  test.data.side = *side == Side::low ? 0 : 1;
   Noise noise(settings.seed);
   const Network network = unit_network(unit, kInputResistance);
   const auto pairs = phase_pairs(unit, *side);
-  const auto high_pairs = phase_pairs(unit, kHighSide);
-  const auto low_pairs = phase_pairs(unit, kLowSide);
+  const auto high_pairs = phase_pairs(unit, Side::high);
+  const auto low_pairs = phase_pairs(unit, Side::low);
   for (int row = 0; row < 3; ++row) {
     kvr_TestData_MagneticBalance_Row& result = test.data.rows[row];
-    fill_field(result.high_label, pair_name(kHighSide, high_pairs[index(row)]));
-    fill_field(result.low_label, pair_name(kLowSide, low_pairs[index(row)]));
+    fill_field(result.high_label, pair_name(Side::high, high_pairs[index(row)]));
+    fill_field(result.low_label, pair_name(Side::low, low_pairs[index(row)]));
     for (int column = 0; column < 3; ++column) {
       result.cell[column].value = static_cast<float>(
           volts(network, settings, *side, pairs[index(row)], pairs[index(column)], noise));
@@ -208,7 +207,7 @@ kvr_TestData_Ratio_1ph single_phase_excitation_test(const TransformerUnit& unit,
   data.reference_ratio = nameplate_ratio(data.setup);
   const SampledTest test = sample_pair(
       unit_network(unit, kInputResistance),
-      {kHighSide, {1, 2}, settings.test_voltage, settings.line_frequency, kLowSide, {1, 2}},
+      {Side::high, {1, 2}, settings.test_voltage, settings.line_frequency, Side::low, {1, 2}},
       settings.measurement, noise);
   data.phase = phase_result(test, {"A", "H1-H2", "X1-X2"},
                             {false, 1, data.reference_ratio, std::nullopt, 0});
@@ -218,9 +217,9 @@ kvr_TestData_Ratio_1ph single_phase_excitation_test(const TransformerUnit& unit,
 kvr_TestData_GoNoGo go_no_go_test(const TransformerUnit& unit, const FamilySettings& settings) {
   Noise noise(settings.seed);
   kvr_TestData_GoNoGo data{};
-  data.status_open_circuit = !conducts(unit, kHighSide)  ? KVR_RES_OPEN_CIRCUIT_H
-                             : !conducts(unit, kLowSide) ? KVR_RES_OPEN_CIRCUIT_X
-                                                         : KVR_RES_OK;
+  data.status_open_circuit = !conducts(unit, Side::high)  ? KVR_RES_OPEN_CIRCUIT_H
+                             : !conducts(unit, Side::low) ? KVR_RES_OPEN_CIRCUIT_X
+                                                          : KVR_RES_OK;
   if (data.status_open_circuit != KVR_RES_OK) {
     data.status_short_circuit = KVR_RES_NOT_TESTED;
     data.status_minimum_inductance = KVR_RES_NOT_TESTED;

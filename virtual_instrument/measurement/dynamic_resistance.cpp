@@ -40,14 +40,14 @@ struct Loop {
 };
 
 Loop loop_of(const TransformerUnit& unit, const FamilySettings& settings) {
-  const TerminalPair pair = phase_pairs(unit, kHighSide).front();
+  const TerminalPair pair = phase_pairs(unit, Side::high).front();
   const double resistance =
-      dc_resistance(unit_network(unit, kInputResistance), terminal_node(kHighSide, pair.plus),
-                    terminal_node(kHighSide, pair.minus));
-  const double low = unit.windings[kLowSide].leakage_inductance;
+      dc_resistance(unit_network(unit, kInputResistance), terminal_node(Side::high, pair.plus),
+                    terminal_node(Side::high, pair.minus));
+  const double low = unit.windings[Side::low].leakage_inductance;
   const double turns = turns_ratio(unit);
   Loop loop{};
-  loop.inductance = unit.windings[kHighSide].leakage_inductance + low * turns * turns;
+  loop.inductance = unit.windings[Side::high].leakage_inductance + low * turns * turns;
   loop.voltage = settings.direct_voltage;
   loop.source = std::max(0.0, settings.direct_voltage / settings.direct_current - resistance);
   return loop;
@@ -55,9 +55,9 @@ Loop loop_of(const TransformerUnit& unit, const FamilySettings& settings) {
 
 double tap_resistance(TransformerUnit unit, int position) {
   unit.taps.position = position;
-  const TerminalPair pair = phase_pairs(unit, kHighSide).front();
-  return dc_resistance(unit_network(unit, kInputResistance), terminal_node(kHighSide, pair.plus),
-                       terminal_node(kHighSide, pair.minus));
+  const TerminalPair pair = phase_pairs(unit, Side::high).front();
+  return dc_resistance(unit_network(unit, kInputResistance), terminal_node(Side::high, pair.plus),
+                       terminal_node(Side::high, pair.minus));
 }
 
 /// One step of the current over kSampleMs, by the exact solution of a constant circuit.

@@ -24,29 +24,29 @@ struct NoLoad {
 /// Direct-current resistance of one branch of the equivalent star.
 double star_resistance(const TransformerUnit& unit) {
   const TerminalPair pair = line_pairs(unit).front();
-  return dc_resistance(unit_network(unit, kInputResistance), terminal_node(kHighSide, pair.plus),
-                       terminal_node(kHighSide, pair.minus)) /
+  return dc_resistance(unit_network(unit, kInputResistance), terminal_node(Side::high, pair.plus),
+                       terminal_node(Side::high, pair.minus)) /
          pairs_per_star(unit);
 }
 
 NoLoad no_load(const TransformerUnit& unit, const FamilySettings& settings, double frequency,
                Noise& noise) {
-  const double voltage = unit.rated_voltage[kHighSide] * frequency / settings.line_frequency;
-  const std::vector<VoltageSource> sources = balanced_sources(unit, kHighSide, voltage);
+  const double voltage = unit.rated_voltage[Side::high] * frequency / settings.line_frequency;
+  const std::vector<VoltageSource> sources = balanced_sources(unit, Side::high, voltage);
   const PeriodicState state =
       solve_network(unit_network(unit, kInputResistance), sources, frequency);
   NoLoad result{};
   for (std::size_t line = 0; line < line_pairs(unit).size(); ++line) {
     const auto node = static_cast<std::size_t>(sources[line].node);
     const auto current = terminal_waveform(state.source_current[line]);
-    const SampledTest test =
-        sample({terminal_waveform(state.node_voltage[node]), current, current, current}, Side::high,
-               frequency, settings.measurement, noise);
-    for (std::size_t number = 0; number < test.voltage_high.size(); ++number) {
-      result.power[line] += test.voltage_high[number] * test.current_high[number] /
-                            static_cast<double>(test.voltage_high.size());
+    const Waveforms waveforms{{{terminal_waveform(state.node_voltage[node]), current}},
+                              {{current, current}}};
+    const SampledTest test = sample(waveforms, Side::high, frequency, settings.measurement, noise);
+    for (std::size_t number = 0; number < test.voltage[Side::high].size(); ++number) {
+      result.power[line] += test.voltage[Side::high][number] * test.current[Side::high][number] /
+                            static_cast<double>(test.voltage[Side::high].size());
     }
-    const double amperes = rms(test.current_high);
+    const double amperes = rms(test.current[Side::high]);
     result.copper[line] = amperes * amperes * star_resistance(unit);
   }
   return result;
@@ -54,7 +54,7 @@ NoLoad no_load(const TransformerUnit& unit, const FamilySettings& settings, doub
 
 /// Voltage of a line against the star point, V r.m.s.
 double star_voltage(const TransformerUnit& unit) {
-  return unit.rated_voltage[kHighSide] /
+  return unit.rated_voltage[Side::high] /
          (is_three_phase(unit.group.high) ? std::numbers::sqrt3 : 1);
 }
 
@@ -120,8 +120,8 @@ kvr_TestData_Efficiency efficiency_test(const TransformerUnit& unit,
     }
     result.corrected = correcting ? 1 : 0;
     fill_field(result.phase_name, kPhaseNames[phase]);
-    fill_field(result.high_side_phase, pair_name(kHighSide, phase_pairs(unit, kHighSide)[phase]));
-    fill_field(result.low_side_phase, pair_name(kLowSide, phase_pairs(unit, kLowSide)[phase]));
+    fill_field(result.high_side_phase, pair_name(Side::high, phase_pairs(unit, Side::high)[phase]));
+    fill_field(result.low_side_phase, pair_name(Side::low, phase_pairs(unit, Side::low)[phase]));
     result.ratio_tnr = static_cast<float>(turns_ratio(unit));
     const SeriesImpedance between =
         series_impedance(unit, settings, phase, settings.line_frequency, noise);
@@ -129,7 +129,7 @@ kvr_TestData_Efficiency efficiency_test(const TransformerUnit& unit,
         corrected(part_losses(unit, settings, phase, between.resistance, noise), unit.temperature,
                   settings.corrected_to);
     fill_load(result, {parts.copper / pairs_per_star(unit), parts.stray / pairs_per_star(unit)},
-              rated_current(unit, kHighSide));
+              rated_current(unit, Side::high));
     fill_no_load(result, full, half, phase, star_voltage(unit), warming);
   }
   fill_totals(data, phases, unit.kva * 1000);

@@ -22,7 +22,7 @@ kvr_TestData_Impedance_Phase phase_of(const TransformerUnit& unit, std::size_t p
   kvr_TestData_Impedance_Phase result{};
   result.status = KVR_RES_OK;
   fill_field(result.phase_name, kPhaseNames[phase]);
-  fill_field(result.high_side_phase, pair_name(kHighSide, line_pairs(unit)[phase]));
+  fill_field(result.high_side_phase, pair_name(Side::high, line_pairs(unit)[phase]));
   fill_field(result.low_side_phase, joined_lines(unit));
   const Complex z(resistance, measured.reactance);
   const double omega = 2 * std::numbers::pi * frequency;

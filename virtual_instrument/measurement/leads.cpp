@@ -4,19 +4,19 @@
 
 namespace virtual_instrument {
 
-kvr_code lead_code(const TransformerUnit& unit, int side, int terminal) {
-  const int first = side == kHighSide ? KVR_RES_OPEN_LEAD_H0 : KVR_RES_OPEN_LEAD_X0;
+kvr_code lead_code(const TransformerUnit& unit, Side side, int terminal) {
+  const int first = side == Side::high ? KVR_RES_OPEN_LEAD_H0 : KVR_RES_OPEN_LEAD_X0;
   return lead_connected(unit, side, terminal) ? KVR_RES_OK
                                               : static_cast<kvr_code>(first + terminal);
 }
 
-kvr_code lead_code(const TransformerUnit& unit, int side, TerminalPair pair) {
+kvr_code lead_code(const TransformerUnit& unit, Side side, TerminalPair pair) {
   const kvr_code code = lead_code(unit, side, pair.plus);
   return code == KVR_RES_OK ? lead_code(unit, side, pair.minus) : code;
 }
 
 void blind_open_leads(const TransformerUnit& unit, PeriodicState& state) {
-  for (const int side : {kHighSide, kLowSide}) {
+  for (const Side side : kSides) {
     for (int terminal = 0; terminal < 4; ++terminal) {
       if (!lead_connected(unit, side, terminal)) {
         state.node_voltage[static_cast<std::size_t>(terminal_node(side, terminal))] = {};

@@ -113,7 +113,8 @@ struct MagneticBalanceTest {
 MagneticBalanceTest magnetic_balance_test(const TransformerUnit& unit,
                                           const FamilySettings& settings);
 
-/// Exciting currents, limb by limb, with the low side open.
+/// Exciting currents, limb by limb, with the low side open; of one winding in the second of these.
+/// REQUIRES of the first: a three-phase unit.
 ThreePhaseRatio excitation_test(const TransformerUnit& unit, const FamilySettings& settings);
 kvr_TestData_Ratio_1ph single_phase_excitation_test(const TransformerUnit& unit,
                                                     const FamilySettings& settings);

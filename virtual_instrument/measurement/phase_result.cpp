@@ -27,14 +27,9 @@ std::string scientific(double value) {
 
 }  // namespace
 
-double folded(double radians) {
-  const double turns = std::ceil(radians / (2 * std::numbers::pi) - 0.5);
-  return radians - turns * 2 * std::numbers::pi;
-}
-
 double phase_deviation(double shift, std::optional<double> user_shift) {
   constexpr double kHour = std::numbers::pi / 6;
-  return folded(shift - user_shift.value_or(kHour * std::round(shift / kHour)));
+  return fold_angle(shift - user_shift.value_or(kHour * std::round(shift / kHour)));
 }
 
 double error_percent(double value, double reference) {
@@ -43,17 +38,16 @@ double error_percent(double value, double reference) {
 
 kvr_TestData_Ratio_Phase phase_result(const SampledTest& test, const PhaseNames& names,
                                       const RatioRules& rules) {
-  const bool from_high = test.excited == Side::high;
   const auto phasor = [&test](const Samples& samples) {
     return fundamental(samples, test.samples_per_period);
   };
-  const Complex high = phasor(test.voltage_high);
-  const Complex low = phasor(test.voltage_low);
-  const Samples& source = from_high ? test.voltage_high : test.voltage_low;
-  const Samples& current = from_high ? test.current_high : test.current_low;
-  const double rms_high = rms(test.voltage_high);
-  const double rms_low = rms(test.voltage_low);
-  const double shift = folded(angle(high) - angle(low));
+  const Complex high = phasor(test.voltage[Side::high]);
+  const Complex low = phasor(test.voltage[Side::low]);
+  const Samples& source = test.voltage[test.excited];
+  const Samples& current = test.current[test.excited];
+  const double rms_high = rms(test.voltage[Side::high]);
+  const double rms_low = rms(test.voltage[Side::low]);
+  const double shift = fold_angle(angle(high) - angle(low));
   const double turns = rules.turns_per_voltage_ratio;
   const auto ratio = [&rules](double of_high, double of_low) {
     return rules.low_to_high ? of_low / of_high : of_high / of_low;
@@ -81,14 +75,14 @@ kvr_TestData_Ratio_Phase phase_result(const SampledTest& test, const PhaseNames&
   result.phase_deviation_from_user_phasing =
       static_cast<float>(phase_deviation(shift, rules.user_shift));
   result.efi = static_cast<float>(
-      folded(angle(phasor(source)) - rules.voltage_lead - angle(phasor(current))));
-  result.voltage_rms = static_cast<float>(from_high ? rms_high : rms_low);
+      fold_angle(angle(phasor(source)) - rules.voltage_lead - angle(phasor(current))));
+  result.voltage_rms = static_cast<float>(rms(source));
   result.current_rms = static_cast<float>(rms(current));
   result.vol_rms_high = static_cast<float>(rms_high);
   result.vol_rms_low = static_cast<float>(rms_low);
-  result.curr_h = static_cast<float>(magnitude(phasor(test.current_high)));
-  result.curr_x = static_cast<float>(magnitude(phasor(test.current_low)));
-  result.induced_voltage = static_cast<float>(from_high ? rms_low : rms_high);
+  result.curr_h = static_cast<float>(magnitude(phasor(test.current[Side::high])));
+  result.curr_x = static_cast<float>(magnitude(phasor(test.current[Side::low])));
+  result.induced_voltage = static_cast<float>(rms(test.voltage[other_side(test.excited)]));
   return result;
 }
 
@@ -97,12 +91,12 @@ std::string raw_text(const SampledTest& test, const PhaseNames& names) {
                      std::string(names.high) + " and " + std::string(names.low) + ", excited " +
                      std::string(test.excited == Side::high ? names.high : names.low) + "\n" +
                      "# " + decimal(test.sample_rate, 0) + " samples per second, " +
-                     std::to_string(test.voltage_high.size()) + " samples\n" +
+                     std::to_string(test.voltage[Side::high].size()) + " samples\n" +
                      "Time s;Voltage H V;Voltage X V;Current H A;Current X A\n";
-  for (std::size_t number = 0; number < test.voltage_high.size(); ++number) {
+  for (std::size_t number = 0; number < test.voltage[Side::high].size(); ++number) {
     text += decimal(static_cast<double>(number + 1) / test.sample_rate, 8);
-    for (const Samples* channel :
-         {&test.voltage_high, &test.voltage_low, &test.current_high, &test.current_low}) {
+    for (const Samples* channel : {&test.voltage[Side::high], &test.voltage[Side::low],
+                                   &test.current[Side::high], &test.current[Side::low]}) {
       text += ";" + scientific((*channel)[number]);
     }
     text += "\n";

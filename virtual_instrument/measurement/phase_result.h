@@ -28,9 +28,6 @@ struct RatioRules {
 kvr_TestData_Ratio_Phase phase_result(const SampledTest& test, const PhaseNames& names,
                                       const RatioRules& rules);
 
-/// `radians` folded into (-pi, pi].
-double folded(double radians);
-
 /// The deviation of a phase shift from the one that the operator entered, or from the nearest hour
 /// of the clock if none was entered.
 double phase_deviation(double shift, std::optional<double> user_shift);

@@ -52,10 +52,9 @@ std::optional<double> entered_phase_shift(const kvr_TestSetup& setup) {
 
 kvr_code check_limits(const SampledTest& test, double voltage_lead,
                       const InstrumentSettings& limits) {
-  const bool from_high = test.excited == Side::high;
-  const Samples& source = from_high ? test.voltage_high : test.voltage_low;
-  const Samples& induced = from_high ? test.voltage_low : test.voltage_high;
-  const Samples& current = from_high ? test.current_high : test.current_low;
+  const Samples& source = test.voltage[test.excited];
+  const Samples& induced = test.voltage[other_side(test.excited)];
+  const Samples& current = test.current[test.excited];
   if (rms(current) > limits.maximum_current) {
     return KVR_RES_EXCITATION_CURRENT_TOO_HIGH;
   }
@@ -74,8 +73,8 @@ kvr_code check_limits(const SampledTest& test, double voltage_lead,
 }
 
 bool should_step_up(const SampledTest& stepped_down, double test_voltage, const Bench& bench) {
-  const double low = rms(stepped_down.voltage_low);
-  const double ratio = rms(stepped_down.voltage_high) / low;
+  const double low = rms(stepped_down.voltage[Side::low]);
+  const double ratio = rms(stepped_down.voltage[Side::high]) / low;
   return low < bench.measurement.smallest_voltage && ratio <= kHighestStepUpRatio &&
          test_voltage * ratio <= bench.instrument.maximum_induced_voltage;
 }

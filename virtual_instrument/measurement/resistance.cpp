@@ -4,6 +4,7 @@
 
 #include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
+#include "virtual_instrument/model/index.h"
 #include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
@@ -11,8 +12,6 @@ namespace {
 
 /// A reading counts as settled when this fraction of the change remains.
 constexpr double kSettled = 1e-4;
-
-std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
 std::uint32_t milliseconds(double seconds) {
   return static_cast<std::uint32_t>(std::lround(std::min(seconds, 4e6) * 1000));
@@ -36,7 +35,7 @@ struct DirectCircuit {
   double time_constant;  ///< s, of the current after that
 };
 
-DirectCircuit direct_circuit(const TransformerUnit& unit, const FamilySettings& settings, int side,
+DirectCircuit direct_circuit(const TransformerUnit& unit, const FamilySettings& settings, Side side,
                              TerminalPair pair) {
   const Network network = unit_network(unit, kInputResistance);
   DirectCircuit circuit{};
@@ -45,8 +44,8 @@ DirectCircuit direct_circuit(const TransformerUnit& unit, const FamilySettings& 
   // A tenth of the rated current saturates the core and doesn't warm the winding.
   circuit.current = std::min({settings.direct_current, 0.1 * rated_current(unit, side),
                               settings.direct_voltage / circuit.resistance});
-  const auto turns = turns_between(phase_windings(unit.group)[index(side)], pair).value();
-  const double relative = side == kHighSide ? 1 : 1 / turns_ratio(unit);
+  const auto turns = turns_between(phase_windings(unit.group)[side], pair).value();
+  const double relative = side == Side::high ? 1 : 1 / turns_ratio(unit);
   const double pair_turns =
       (std::abs(turns[0]) + std::abs(turns[1]) + std::abs(turns[2])) * relative;
   const MagnetizingBranch& limb = unit.core.limb;
@@ -63,7 +62,7 @@ class Bridge {
   explicit Bridge(const FamilySettings& settings) : settings_(settings), noise_(settings.seed) {}
 
   /// A reading `seconds` after the source was switched on.
-  ResistancePoint read(const DirectCircuit& circuit, int side, TerminalPair pair, double seconds) {
+  ResistancePoint read(const DirectCircuit& circuit, Side side, TerminalPair pair, double seconds) {
     const double settling = std::max(0.0, seconds - circuit.charging_time);
     const double left = exponential(-std::min(settling / circuit.time_constant, 600.0));
     ResistancePoint point{};
@@ -98,9 +97,9 @@ double settling_time(const DirectCircuit& circuit) {
   return circuit.charging_time + natural_logarithm_of_settled() * circuit.time_constant;
 }
 
-ResistanceTap read_tap(const TransformerUnit& unit, const FamilySettings& settings, int side,
+ResistanceTap read_tap(const TransformerUnit& unit, const FamilySettings& settings, Side side,
                        Bridge& bridge, double& seconds) {
-  ResistanceTap tap{side == kHighSide ? unit.taps.position : 1, {}};
+  ResistanceTap tap{side == Side::high ? unit.taps.position : 1, {}};
   for (const TerminalPair& pair : phase_pairs(unit, side)) {
     const DirectCircuit circuit = direct_circuit(unit, settings, side, pair);
     tap.points.push_back(bridge.read(circuit, side, pair, settling_time(circuit)));
@@ -121,15 +120,15 @@ ResistanceTest resistance_test(const TransformerUnit& unit, const FamilySettings
   const int last = has_taps ? unit.taps.last : unit.taps.position;
   for (int position = first; position <= last; ++position) {
     stepped.taps.position = position;
-    ResistanceTap tap = read_tap(stepped, settings, kHighSide, bridge, seconds);
+    ResistanceTap tap = read_tap(stepped, settings, Side::high, bridge, seconds);
     // Only for a changer that works under load does the test record the transition.
     if (position > first && unit.taps.type == KVR_TAP_CHANGER_OLTC) {
       tap.points.front().transition =
           kvr_TestData_Transition{KVR_RES_OK, position - 1, position, {}};
     }
-    test.sides[kHighSide].push_back(tap);
+    test.sides[index(Side::high)].push_back(tap);
   }
-  test.sides[kLowSide].push_back(read_tap(unit, settings, kLowSide, bridge, seconds));
+  test.sides[index(Side::low)].push_back(read_tap(unit, settings, Side::low, bridge, seconds));
   test.duration_ms = milliseconds(seconds);
   return test;
 }
@@ -138,15 +137,15 @@ ResistanceTest continuous_resistance_test(const TransformerUnit& unit,
                                           const FamilySettings& settings, int count,
                                           double interval) {
   Bridge bridge(settings);
-  const TerminalPair pair = phase_pairs(unit, kHighSide).front();
-  const DirectCircuit circuit = direct_circuit(unit, settings, kHighSide, pair);
+  const TerminalPair pair = phase_pairs(unit, Side::high).front();
+  const DirectCircuit circuit = direct_circuit(unit, settings, Side::high, pair);
   ResistanceTap tap{unit.taps.position, {}};
   for (int number = 1; number <= count; ++number) {
-    tap.points.push_back(bridge.read(circuit, kHighSide, pair, number * interval));
+    tap.points.push_back(bridge.read(circuit, Side::high, pair, number * interval));
   }
   ResistanceTest test{};
   test.duration_ms = milliseconds(count * interval);
-  test.sides[kHighSide].push_back(tap);
+  test.sides[index(Side::high)].push_back(tap);
   return test;
 }
 
@@ -158,9 +157,9 @@ ResistanceTest heat_run_test(TransformerUnit unit, const FamilySettings& setting
                              const CoolingCurve& curve, int count, double interval) {
   Bridge bridge(settings);
   ResistanceTest test{milliseconds(count * interval), {}};
-  for (const int side : {kHighSide, kLowSide}) {
+  for (const Side side : kSides) {
     const TerminalPair pair = phase_pairs(unit, side).front();
-    ResistanceTap tap{side == kHighSide ? unit.taps.position : 1, {}};
+    ResistanceTap tap{side == Side::high ? unit.taps.position : 1, {}};
     for (int number = 1; number <= count; ++number) {
       unit.temperature = temperature_at(curve, number * interval);
       // The source was on before the first reading, so only the temperature still changes.

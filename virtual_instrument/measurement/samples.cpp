@@ -29,10 +29,12 @@ SampledTest sample(const Waveforms& waveforms, Side excited, double frequency,
   test.sample_rate = frequency * settings.samples_per_period;
   test.samples_per_period = settings.samples_per_period;
   test.excited = excited;
-  test.voltage_high = sample_channel(waveforms.voltage_high, settings, noise);
-  test.voltage_low = sample_channel(waveforms.voltage_low, settings, noise);
-  test.current_high = sample_channel(waveforms.current_high, settings, noise);
-  test.current_low = sample_channel(waveforms.current_low, settings, noise);
+  for (const Side side : kSides) {
+    test.voltage[side] = sample_channel(waveforms.voltage[side], settings, noise);
+  }
+  for (const Side side : kSides) {
+    test.current[side] = sample_channel(waveforms.current[side], settings, noise);
+  }
   return test;
 }
 

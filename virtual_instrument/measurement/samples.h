@@ -5,22 +5,19 @@
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/measurement/noise.h"
 #include "virtual_instrument/model/phasor.h"
+#include "virtual_instrument/model/side.h"
 
 // The samples of the instrument's converters, and functions on them. All results are computed from
 // these samples, never from the circuit.
 
 namespace virtual_instrument {
 
-enum class Side { high, low };
-
 /// The voltages and currents at the terminals during one period of steady state, in equal steps,
 /// the first one step after the source's rise through zero. The side that is not excited is open
 /// and carries no current.
 struct Waveforms {
-  std::vector<double> voltage_high;  ///< V
-  std::vector<double> voltage_low;   ///< V
-  std::vector<double> current_high;  ///< A
-  std::vector<double> current_low;   ///< A
+  BySide<std::vector<double>> voltage;  ///< V
+  BySide<std::vector<double>> current;  ///< A
 };
 
 /// One channel, sampled over whole periods.
@@ -30,10 +27,8 @@ struct SampledTest {
   double sample_rate;      ///< samples per second
   int samples_per_period;  ///< a divisor of each channel's size
   Side excited;
-  Samples voltage_high;  ///< V
-  Samples voltage_low;   ///< V
-  Samples current_high;  ///< A
-  Samples current_low;   ///< A
+  BySide<Samples> voltage;  ///< V
+  BySide<Samples> current;  ///< A
 };
 
 /// Samples the terminals of a transformer excited at a frequency in Hz, with the noise of the bench

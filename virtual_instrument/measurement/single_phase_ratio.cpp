@@ -26,8 +26,8 @@ constexpr bool is_single_phase_test(kvr_TestType type) {
 }
 
 /// A CT test excites the low side, as stepping up does: a current transformer has more turns there.
-constexpr int excited_side(kvr_TestType direction) {
-  return direction == KVR_TEST_RATIO_UP || direction == KVR_TEST_RATIO_CT ? kLowSide : kHighSide;
+constexpr Side excited_side(kvr_TestType direction) {
+  return direction == KVR_TEST_RATIO_UP || direction == KVR_TEST_RATIO_CT ? Side::low : Side::high;
 }
 
 struct Attempt {
@@ -44,8 +44,7 @@ class SinglePhaseRatioTest {
         request_(request),
         bench_(bench),
         noise_(noise),
-        high_(kSelections[request.high_side_phase - 1]),
-        low_(kSelections[request.low_side_phase - 1]) {}
+        pairs_{kSelections[request.high_side_phase - 1], kSelections[request.low_side_phase - 1]} {}
 
   SinglePhaseRatio run() {
     const Attempt test = settled_attempt();
@@ -70,20 +69,20 @@ class SinglePhaseRatioTest {
   }
 
   Attempt attempt(kvr_TestType direction) {
-    Attempt made{lead_code(unit_, kHighSide, high_), direction, {}};
+    Attempt made{lead_code(unit_, Side::high, pairs_[Side::high]), direction, {}};
     if (made.code == KVR_RES_OK) {
-      made.code = lead_code(unit_, kLowSide, low_);
+      made.code = lead_code(unit_, Side::low, pairs_[Side::low]);
     }
     if (made.code != KVR_RES_OK) {
       return made;
     }
-    const int side = excited_side(direction);
+    const Side side = excited_side(direction);
     const PairMeasurement measurement{side,
-                                      side == kHighSide ? high_ : low_,
+                                      pairs_[side],
                                       request_.test_voltage,
                                       static_cast<double>(request_.setup.line_frequency),
-                                      1 - side,
-                                      side == kHighSide ? low_ : high_};
+                                      other_side(side),
+                                      pairs_[other_side(side)]};
     const PeriodicState state = excite_pair(unit_network(unit_, kInputResistance), measurement);
     unit_.core.residual_flux = residual_flux_after(unit_.core, state.peak_flux);
     made.samples = sample_pair(state, measurement, bench_.measurement, noise_);
@@ -92,16 +91,17 @@ class SinglePhaseRatioTest {
   }
 
   kvr_code limit(const Attempt& made) const {
-    const double ratio = rms(made.samples.voltage_high) / rms(made.samples.voltage_low);
+    const double ratio =
+        rms(made.samples.voltage[Side::high]) / rms(made.samples.voltage[Side::low]);
     return made.direction == KVR_TEST_RATIO_UP && ratio > kHighestStepUpRatio
                ? KVR_STEPUP_1PH_RATIO_TOO_HIGH
                : check_limits(made.samples, 0, bench_.instrument);
   }
 
   void fill(SinglePhaseRatio& result, const Attempt& test) const {
-    const std::string high = pair_name(kHighSide, high_);
-    const std::string low = pair_name(kLowSide, low_);
-    const PhaseNames names{kPhaseNames[high_.plus - 1], high, low};
+    const std::string high = pair_name(Side::high, pairs_[Side::high]);
+    const std::string low = pair_name(Side::low, pairs_[Side::low]);
+    const PhaseNames names{kPhaseNames[pairs_[Side::high].plus - 1], high, low};
     result.data.direction = test.direction;
     result.data.reference_ratio = nameplate_ratio(request_.setup);
     result.data.phase =
@@ -117,8 +117,7 @@ class SinglePhaseRatioTest {
   const kvr_Ratio1phRequest& request_;
   const Bench& bench_;
   Noise& noise_;
-  const TerminalPair high_;
-  const TerminalPair low_;
+  const BySide<TerminalPair> pairs_;
 };
 
 }  // namespace

@@ -6,7 +6,7 @@
 namespace virtual_instrument {
 namespace {
 
-std::size_t node_index(int side, int terminal) {
+std::size_t node_index(Side side, int terminal) {
   return static_cast<std::size_t>(terminal_node(side, terminal));
 }
 
@@ -25,12 +25,12 @@ std::vector<double> terminal_waveform(const Spectrum& spectrum) {
   return waveform(turned, kFinestSteps);
 }
 
-Spectrum terminal_voltage(const PeriodicState& state, int side, TerminalPair pair) {
+Spectrum terminal_voltage(const PeriodicState& state, Side side, TerminalPair pair) {
   return difference(state.node_voltage[node_index(side, pair.plus)],
                     state.node_voltage[node_index(side, pair.minus)]);
 }
 
-Spectrum line_voltage_to_mean(const PeriodicState& state, int side, int line) {
+Spectrum line_voltage_to_mean(const PeriodicState& state, Side side, int line) {
   Spectrum voltage = state.node_voltage[node_index(side, line)];
   for (std::size_t harmonic = 0; harmonic < voltage.size(); ++harmonic) {
     for (int other = 1; other <= 3; ++other) {
@@ -41,7 +41,7 @@ Spectrum line_voltage_to_mean(const PeriodicState& state, int side, int line) {
 }
 
 Spectrum terminal_current(const PeriodicState& state, const std::vector<VoltageSource>& sources,
-                          int side, int terminal) {
+                          Side side, int terminal) {
   for (std::size_t number = 0; number < sources.size(); ++number) {
     if (sources[number].node == terminal_node(side, terminal)) {
       return state.source_current[number];
@@ -50,12 +50,12 @@ Spectrum terminal_current(const PeriodicState& state, const std::vector<VoltageS
   return {};
 }
 
-std::vector<VoltageSource> pair_sources(int side, TerminalPair pair, double voltage) {
+std::vector<VoltageSource> pair_sources(Side side, TerminalPair pair, double voltage) {
   return {{terminal_node(side, pair.plus), voltage * std::numbers::sqrt2},
           {terminal_node(side, pair.minus), 0}};
 }
 
-Branch jumper(int side, TerminalPair pair) {
+Branch jumper(Side side, TerminalPair pair) {
   Branch branch{};
   branch.from = terminal_node(side, pair.plus);
   branch.to = terminal_node(side, pair.minus);
@@ -63,15 +63,15 @@ Branch jumper(int side, TerminalPair pair) {
   return branch;
 }
 
-void join_lines(Network& network, const TransformerUnit& unit, int side) {
+void join_lines(Network& network, const TransformerUnit& unit, Side side) {
   const int lines = is_three_phase(unit.group.high) ? 3 : 2;
   for (int terminal = 1; terminal < lines; ++terminal) {
     network.branches.push_back(jumper(side, {terminal, terminal + 1}));
   }
 }
 
-std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, int side) {
-  const kvr_WindingType type = side == kHighSide ? unit.group.high : unit.group.low;
+std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, Side side) {
+  const kvr_WindingType type = winding_type(unit.group, side);
   std::vector<TerminalPair> pairs = terminal_pairs(type);
   if (has_neutral(type)) {
     pairs.erase(pairs.begin(), pairs.begin() + 3);
@@ -98,32 +98,27 @@ SampledTest sample_pair(const PeriodicState& state, const PairMeasurement& measu
                         const MeasurementSettings& settings, Noise& noise) {
   const std::vector<VoltageSource> sources =
       pair_sources(measurement.side, measurement.pair, measurement.voltage);
-  const auto voltage =
+  Waveforms waveforms;
+  waveforms.voltage[measurement.side] =
       terminal_waveform(terminal_voltage(state, measurement.side, measurement.pair));
-  const auto other =
+  waveforms.voltage[other_side(measurement.side)] =
       terminal_waveform(terminal_voltage(state, measurement.other_side, measurement.other));
-  const auto current =
+  waveforms.current[measurement.side] =
       terminal_waveform(terminal_current(state, sources, measurement.side, measurement.pair.plus));
-  const std::vector<double> none(current.size());
-  const bool high = measurement.side == kHighSide;
-  return sample({high ? voltage : other, high ? other : voltage, high ? current : none,
-                 high ? none : current},
-                high ? Side::high : Side::low, measurement.frequency, settings, noise);
+  waveforms.current[other_side(measurement.side)].resize(kFinestSteps);
+  return sample(waveforms, measurement.side, measurement.frequency, settings, noise);
 }
 
 Complex excited_voltage(const SampledTest& test) {
-  return fundamental(test.excited == Side::high ? test.voltage_high : test.voltage_low,
-                     test.samples_per_period);
+  return fundamental(test.voltage[test.excited], test.samples_per_period);
 }
 
 Complex excited_current(const SampledTest& test) {
-  return fundamental(test.excited == Side::high ? test.current_high : test.current_low,
-                     test.samples_per_period);
+  return fundamental(test.current[test.excited], test.samples_per_period);
 }
 
 Complex other_voltage(const SampledTest& test) {
-  return fundamental(test.excited == Side::high ? test.voltage_low : test.voltage_high,
-                     test.samples_per_period);
+  return fundamental(test.voltage[other_side(test.excited)], test.samples_per_period);
 }
 
 Complex measured_impedance(const SampledTest& test) {

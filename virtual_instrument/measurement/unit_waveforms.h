@@ -16,25 +16,25 @@ inline constexpr double kInputResistance = 1e9;
 std::vector<double> terminal_waveform(const Spectrum& spectrum);
 
 /// Voltage at a terminal of a side against another terminal, or against the mean of the lines.
-Spectrum terminal_voltage(const PeriodicState& state, int side, TerminalPair pair);
-Spectrum line_voltage_to_mean(const PeriodicState& state, int side, int line);
+Spectrum terminal_voltage(const PeriodicState& state, Side side, TerminalPair pair);
+Spectrum line_voltage_to_mean(const PeriodicState& state, Side side, int line);
 
 /// The current that the source at a terminal's node delivers; zero without such a source.
 Spectrum terminal_current(const PeriodicState& state, const std::vector<VoltageSource>& sources,
-                          int side, int terminal);
+                          Side side, int terminal);
 
 /// Sources for an r.m.s. voltage between two terminals.
-std::vector<VoltageSource> pair_sources(int side, TerminalPair pair, double voltage);
+std::vector<VoltageSource> pair_sources(Side side, TerminalPair pair, double voltage);
 
 /// A jumper between two terminals.
-Branch jumper(int side, TerminalPair pair);
+Branch jumper(Side side, TerminalPair pair);
 
 /// Joins all lines of a side.
-void join_lines(Network& network, const TransformerUnit& unit, int side);
+void join_lines(Network& network, const TransformerUnit& unit, Side side);
 
 /// The pairs of a side that single-phase measurements use: line to neutral, or line to line without
 /// a neutral. One pair in a single-phase unit.
-std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, int side);
+std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, Side side);
 
 /// Line to line, one pair for each phase.
 std::vector<TerminalPair> line_pairs(const TransformerUnit& unit);
@@ -43,11 +43,11 @@ std::vector<TerminalPair> line_pairs(const TransformerUnit& unit);
 /// channels of that side, and the voltage between `other`, of `other_side`, in the other voltage
 /// channel.
 struct PairMeasurement {
-  int side;
+  Side side;
   TerminalPair pair;
   double voltage;    ///< V r.m.s.
   double frequency;  ///< Hz
-  int other_side;
+  Side other_side;
   TerminalPair other;
 };
 

@@ -5,13 +5,13 @@ namespace virtual_instrument {
 SeriesImpedance series_impedance(const TransformerUnit& unit, const FamilySettings& settings,
                                  std::size_t phase, double frequency, Noise& noise) {
   Network network = unit_network(unit, kInputResistance);
-  join_lines(network, unit, kLowSide);
+  join_lines(network, unit, Side::low);
   const TerminalPair pair = line_pairs(unit)[phase];
   const SampledTest test = sample_pair(
-      network, {kHighSide, pair, settings.test_voltage, frequency, kLowSide, line_pairs(unit)[0]},
+      network, {Side::high, pair, settings.test_voltage, frequency, Side::low, line_pairs(unit)[0]},
       settings.measurement, noise);
   const Complex z = measured_impedance(test);
-  return {z.real(), z.imag(), rms(test.current_high)};
+  return {z.real(), z.imag(), rms(test.current[Side::high])};
 }
 
 ResistanceParts part_losses(const TransformerUnit& unit, const FamilySettings& settings,
@@ -32,7 +32,7 @@ double pairs_per_star(const TransformerUnit& unit) {
 }
 
 double base_impedance(const TransformerUnit& unit) {
-  return unit.rated_voltage[kHighSide] * unit.rated_voltage[kHighSide] / (unit.kva * 1000);
+  return unit.rated_voltage[Side::high] * unit.rated_voltage[Side::high] / (unit.kva * 1000);
 }
 
 }  // namespace virtual_instrument

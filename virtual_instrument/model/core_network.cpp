@@ -4,10 +4,10 @@
 #include <cmath>
 #include <cstddef>
 
+#include "virtual_instrument/model/index.h"
+
 namespace virtual_instrument {
 namespace {
-
-std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
 MagnetizingBranch limb_curve(const Core& core, int limb) {
   MagnetizingBranch curve = core.limb;

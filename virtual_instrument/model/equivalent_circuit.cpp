@@ -7,6 +7,8 @@
 #include <numbers>
 #include <stdexcept>
 
+#include "virtual_instrument/model/index.h"
+
 namespace virtual_instrument {
 namespace {
 
@@ -15,8 +17,6 @@ constexpr double kMeterResistance = 1e9;
 
 /// Far below any winding.
 constexpr double kJumperResistance = 1e-6;
-
-std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
 double reactive_power(const CircuitTest& test, double phases_root) {
   const double apparent = phases_root * test.voltage * test.current;
@@ -36,7 +36,7 @@ double rms_of_spectrum(const Spectrum& spectrum) {
   return std::sqrt(sum);
 }
 
-void join_lines(Network& network, const TransformerUnit& unit, int side) {
+void join_lines(Network& network, const TransformerUnit& unit, Side side) {
   const int lines = is_three_phase(unit.group.high) ? 3 : 2;
   for (int terminal = 1; terminal < lines; ++terminal) {
     Branch jumper{};
@@ -47,7 +47,7 @@ void join_lines(Network& network, const TransformerUnit& unit, int side) {
   }
 }
 
-CircuitTest read(const TransformerUnit& unit, const Network& network, int side, double voltage,
+CircuitTest read(const TransformerUnit& unit, const Network& network, Side side, double voltage,
                  double frequency) {
   const std::vector<VoltageSource> sources = balanced_sources(unit, side, voltage);
   const PeriodicState state = solve_network(network, sources, frequency);
@@ -79,7 +79,7 @@ TransformerUnit first_guess(const UnitPlate& plate, const CircuitTest& open_circ
   core.yoke_ratio = plate.yoke_ratio;
   core.hysteresis_share = plate.hysteresis_share;
   core.reference_frequency = plate.frequency;
-  const double open_voltage = open_circuit.voltage * (open_circuit.side == kHighSide ? 1 : ratio) /
+  const double open_voltage = open_circuit.voltage * (open_circuit.side == Side::high ? 1 : ratio) /
                               line_voltage_factor(plate.group.high);
   const double limbs = three_phase ? 3 + 2 * plate.yoke_ratio : 1;
   const double limb_square = limbs * open_voltage * open_voltage;
@@ -91,7 +91,7 @@ TransformerUnit first_guess(const UnitPlate& plate, const CircuitTest& open_circ
   core.limb.knee_width = core.limb.low_flux;
   core.limb.saturated_inductance = core.limb.inductance;
 
-  const double current = short_circuit.current * (short_circuit.side == kHighSide ? 1 : 1 / ratio);
+  const double current = short_circuit.current * (short_circuit.side == Side::high ? 1 : 1 / ratio);
   const double branches = three_phase ? 3 : 1;
   const double winding_current =
       plate.group.high == KVR_WINDING_D ? current / std::sqrt(3.0) : current;
@@ -100,9 +100,9 @@ TransformerUnit first_guess(const UnitPlate& plate, const CircuitTest& open_circ
   const double reactance =
       reactive_power(short_circuit, phases_root(plate.group.high)) / square / 2;
   const double resistance = short_circuit.power / square / 2 / (1 + plate.stray_share);
-  unit.windings[kHighSide] = {resistance, reactance / omega, plate.stray_share};
-  unit.windings[kLowSide] = {resistance / (turns * turns), reactance / omega / (turns * turns),
-                             plate.stray_share};
+  unit.windings[Side::high] = {resistance, reactance / omega, plate.stray_share};
+  unit.windings[Side::low] = {resistance / (turns * turns), reactance / omega / (turns * turns),
+                              plate.stray_share};
   return unit;
 }
 
@@ -111,9 +111,9 @@ TransformerUnit first_guess(const UnitPlate& plate, const CircuitTest& open_circ
 EquivalentCircuit equivalent_circuit(const CircuitTest& open_circuit,
                                      const CircuitTest& short_circuit, double ratio) {
   const double open_square = open_circuit.voltage * open_circuit.voltage *
-                             (open_circuit.side == kHighSide ? 1 : ratio * ratio);
+                             (open_circuit.side == Side::high ? 1 : ratio * ratio);
   const double short_square = short_circuit.current * short_circuit.current /
-                              (short_circuit.side == kHighSide ? 1 : ratio * ratio);
+                              (short_circuit.side == Side::high ? 1 : ratio * ratio);
   return {open_square / open_circuit.power, open_square / reactive_power(open_circuit, 1),
           short_circuit.power / short_square, reactive_power(short_circuit, 1) / short_square};
 }
@@ -151,7 +151,7 @@ TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_
   return unit;
 }
 
-std::vector<VoltageSource> balanced_sources(const TransformerUnit& unit, int side,
+std::vector<VoltageSource> balanced_sources(const TransformerUnit& unit, Side side,
                                             double line_voltage) {
   const double peak = line_voltage * std::numbers::sqrt2;
   if (!is_three_phase(unit.group.high)) {
@@ -169,18 +169,18 @@ double source_power(const PeriodicState& state, std::size_t number, const Voltag
   return (source.voltage * std::conj(state.source_current[number][1])).real() / 2;
 }
 
-CircuitTest open_circuit_test(const TransformerUnit& unit, int side, double voltage,
+CircuitTest open_circuit_test(const TransformerUnit& unit, Side side, double voltage,
                               double frequency) {
   return read(unit, unit_network(unit, kMeterResistance), side, voltage, frequency);
 }
 
-CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double current,
+CircuitTest short_circuit_test(const TransformerUnit& unit, Side side, double current,
                                double frequency) {
   Network network = unit_network(unit, kMeterResistance);
-  join_lines(network, unit, 1 - side);
+  join_lines(network, unit, other_side(side));
   // The flux in the core is small, so the circuit is nearly linear.
   constexpr double kRightEnough = 1e-12;
-  double voltage = 0.05 * unit.rated_voltage[index(side)];
+  double voltage = 0.05 * unit.rated_voltage[side];
   CircuitTest test = read(unit, network, side, voltage, frequency);
   for (int round = 0; round < 8 && std::abs(test.current / current - 1) > kRightEnough; ++round) {
     voltage *= current / test.current;

@@ -10,7 +10,7 @@ namespace virtual_instrument {
 /// The readings of one of these tests: line voltage and line current (their means in a three-phase
 /// unit) and the power that the unit takes.
 struct CircuitTest {
-  int side;        ///< the excited side
+  Side side;       ///< the excited side
   double voltage;  ///< V, r.m.s.
   double current;  ///< A, r.m.s.
   double power;    ///< W
@@ -49,15 +49,15 @@ TransformerUnit unit_from_tests(const UnitPlate& plate, const CircuitTest& open_
                                 const CircuitTest& short_circuit);
 
 /// Excites one side with a (three-phase) voltage, the other side open.
-CircuitTest open_circuit_test(const TransformerUnit& unit, int side, double voltage,
+CircuitTest open_circuit_test(const TransformerUnit& unit, Side side, double voltage,
                               double frequency);
 
 /// Excites one side until `current` flows in its lines, all lines of the other side joined.
-CircuitTest short_circuit_test(const TransformerUnit& unit, int side, double current,
+CircuitTest short_circuit_test(const TransformerUnit& unit, Side side, double current,
                                double frequency);
 
 /// The sources that put a (three-phase, positive sequence) line voltage on a side.
-std::vector<VoltageSource> balanced_sources(const TransformerUnit& unit, int side,
+std::vector<VoltageSource> balanced_sources(const TransformerUnit& unit, Side side,
                                             double line_voltage);
 
 /// Power out of a source, in W; `number` is the index of the source.

@@ -74,7 +74,8 @@ double magnitude(Complex phasor) { return std::sqrt(std::norm(phasor)); }
 Complex quotient(Complex a, Complex b) { return a * std::conj(b) / std::norm(b); }
 
 double fold_angle(double radians) {
-  return radians - 2 * kPi * std::floor(radians / (2 * kPi) + 0.5);
+  const double turns = std::ceil(radians / (2 * kPi) - 0.5);
+  return radians - turns * 2 * kPi;
 }
 
 double radians(double degrees) { return degrees * kPi / 180; }

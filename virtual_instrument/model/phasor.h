@@ -21,7 +21,7 @@ double magnitude(Complex phasor);
 /// a / b. `b` is not 0.
 Complex quotient(Complex a, Complex b);
 
-/// The same angle between -pi and pi.
+/// The same angle above -pi and up to pi, which angle() gives too.
 double fold_angle(double radians);
 
 double radians(double degrees);

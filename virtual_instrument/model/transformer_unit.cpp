@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <numbers>
 
+#include "virtual_instrument/model/index.h"
+
 namespace virtual_instrument {
 namespace {
 
@@ -13,16 +15,14 @@ constexpr double kCopperConstant = 234.5;
 /// Gives a terminal without a lead a defined potential.
 constexpr double kInsulationConductance = 1e-11;
 
-std::size_t index(int number) { return static_cast<std::size_t>(number); }
-
 double tap_factor(const TransformerUnit& unit) {
   return 1 + (unit.taps.position - unit.taps.middle) * unit.taps.step / 100;
 }
 
 /// Turns of a limb winding in units of the high side's at the middle tap.
-double relative_turns(const TransformerUnit& unit, int side) {
-  return side == kHighSide ? tap_factor(unit)
-                           : 1 / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
+double relative_turns(const TransformerUnit& unit, Side side) {
+  return side == Side::high ? tap_factor(unit)
+                            : 1 / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
 }
 
 int limb_of(const PhaseWinding& winding) {
@@ -34,8 +34,8 @@ int limb_of(const PhaseWinding& winding) {
   return 0;
 }
 
-Branch winding_branch(const TransformerUnit& unit, int side, double turns) {
-  const LimbWinding& winding = unit.windings[index(side)];
+Branch winding_branch(const TransformerUnit& unit, Side side, double turns) {
+  const LimbWinding& winding = unit.windings[side];
   const double omega = 2 * std::numbers::pi * unit.frequency;
   const double hot = copper_factor(unit.reference_temperature, unit.temperature);
   Branch branch{};
@@ -48,7 +48,7 @@ Branch winding_branch(const TransformerUnit& unit, int side, double turns) {
 }
 
 /// Fraction of a limb winding's turns that lie outside its shorted ones.
-double sound_part(const TransformerUnit& unit, int side, int limb) {
+double sound_part(const TransformerUnit& unit, Side side, int limb) {
   double part = 1;
   for (const ShortedTurns& fault : unit.faults.shorted_turns) {
     part -= fault.side == side && fault.limb == limb ? fault.fraction : 0;
@@ -56,14 +56,14 @@ double sound_part(const TransformerUnit& unit, int side, int limb) {
   return part;
 }
 
-void add_windings(Network& network, const TransformerUnit& unit, int side,
+void add_windings(Network& network, const TransformerUnit& unit, Side side,
                   const std::vector<PhaseWinding>& windings) {
   for (const PhaseWinding& winding : windings) {
-    const double tap = side == kHighSide ? tap_factor(unit) : 1;
+    const double tap = side == Side::high ? tap_factor(unit) : 1;
     Branch branch = winding_branch(unit, side, tap * sound_part(unit, side, limb_of(winding)));
     branch.from = terminal_node(side, winding.terminals.plus);
     branch.to = terminal_node(side, winding.terminals.minus);
-    const bool reversed = unit.faults.reversed_winding[index(side)][index(limb_of(winding))];
+    const bool reversed = unit.faults.reversed_winding[side][index(limb_of(winding))];
     for (int limb = 0; limb < 3; ++limb) {
       branch.turns[index(limb)] = (reversed ? -1 : 1) * winding.turns[index(limb)] *
                                   relative_turns(unit, side) * sound_part(unit, side, limb);
@@ -79,27 +79,23 @@ void add_shorted_turns(Network& network, const TransformerUnit& unit, const Shor
   network.branches.push_back(branch);
 }
 
-kvr_WindingType winding_type(const TransformerUnit& unit, int side) {
-  return side == kHighSide ? unit.group.high : unit.group.low;
-}
-
 }  // namespace
 
 double rated_turns_ratio(const TransformerUnit& unit) {
-  return unit.rated_voltage[kHighSide] / unit.rated_voltage[kLowSide] * turns_factor(unit.group);
+  return unit.rated_voltage[Side::high] / unit.rated_voltage[Side::low] * turns_factor(unit.group);
 }
 
 double turns_ratio(const TransformerUnit& unit) {
-  return relative_turns(unit, kHighSide) / relative_turns(unit, kLowSide);
+  return relative_turns(unit, Side::high) / relative_turns(unit, Side::low);
 }
 
-double rated_current(const TransformerUnit& unit, int side) {
+double rated_current(const TransformerUnit& unit, Side side) {
   const double phases = is_three_phase(unit.group.high) ? std::sqrt(3.0) : 1;
-  return unit.kva * 1000 / (phases * unit.rated_voltage[index(side)]);
+  return unit.kva * 1000 / (phases * unit.rated_voltage[side]);
 }
 
 double rated_flux(const TransformerUnit& unit) {
-  const double limb_voltage = unit.rated_voltage[kHighSide] / line_voltage_factor(unit.group.high);
+  const double limb_voltage = unit.rated_voltage[Side::high] / line_voltage_factor(unit.group.high);
   return std::numbers::sqrt2 * limb_voltage / (2 * std::numbers::pi * unit.frequency);
 }
 
@@ -107,19 +103,19 @@ double copper_factor(double from, double to) {
   return (kCopperConstant + to) / (kCopperConstant + from);
 }
 
-bool lead_connected(const TransformerUnit& unit, int side, int terminal) {
-  const kvr_WindingType type = winding_type(unit, side);
+bool lead_connected(const TransformerUnit& unit, Side side, int terminal) {
+  const kvr_WindingType type = winding_type(unit.group, side);
   const bool outside =
       terminal == 0 ? has_neutral(type) : terminal <= (is_three_phase(type) ? 3 : 2);
-  return outside && !unit.faults.open_lead[index(side)][index(terminal)];
+  return outside && !unit.faults.open_lead[side][index(terminal)];
 }
 
 Network unit_network(const TransformerUnit& unit, double input_resistance) {
   Network network{
       std::vector<double>(8, kInsulationConductance), std::vector<double>(8), {}, unit.core};
   const auto windings = phase_windings(unit.group);
-  for (const int side : {kHighSide, kLowSide}) {
-    add_windings(network, unit, side, windings[index(side)]);
+  for (const Side side : kSides) {
+    add_windings(network, unit, side, windings[side]);
     for (int terminal = 0; terminal < 4; ++terminal) {
       if (lead_connected(unit, side, terminal)) {
         network.node_conductance[index(terminal_node(side, terminal))] += 1 / input_resistance;
@@ -135,15 +131,15 @@ Network unit_network(const TransformerUnit& unit, double input_resistance) {
 
 kvr_TestSetup nameplate_setup(const TransformerUnit& unit) {
   kvr_TestSetup setup{};
-  for (const int side : {kHighSide, kLowSide}) {
-    kvr_WindingSetup& winding = setup.windings[side];
-    winding.winding_type = winding_type(unit, side);
-    winding.voltage = static_cast<float>(unit.rated_voltage[index(side)]);
+  for (const Side side : kSides) {
+    kvr_WindingSetup& winding = setup.windings[index(side)];
+    winding.winding_type = winding_type(unit.group, side);
+    winding.voltage = static_cast<float>(unit.rated_voltage[side]);
     winding.current = static_cast<float>(rated_current(unit, side));
     winding.tap_changer = KVR_TAP_CHANGER_NONE;
     winding.winding_setting = 1;
   }
-  setup.windings[kHighSide].tap_changer = unit.taps.type;
+  setup.windings[index(Side::high)].tap_changer = unit.taps.type;
   setup.windings[2].winding_setting = 1;
   setup.connection_type = kConnectionHToX;
   setup.connections[0].clock = unit.group.clock;

@@ -30,25 +30,25 @@ struct TapChanger {
 
 /// Turns that touch each other and form a closed loop.
 struct ShortedTurns {
-  int side;
+  Side side;
   int limb;
   double fraction;    ///< of the limb winding's turns
   double resistance;  ///< ohm, of the contact
 };
 
 struct UnitFaults {
-  std::array<std::array<bool, 4>, 2> open_lead{};         ///< by side and terminal
-  std::array<std::array<bool, 3>, 2> reversed_winding{};  ///< by side and limb
+  BySide<std::array<bool, 4>> open_lead{};         ///< by side and terminal
+  BySide<std::array<bool, 3>> reversed_winding{};  ///< by side and limb
   std::vector<ShortedTurns> shorted_turns;
 };
 
 struct TransformerUnit {
   WindingGroup group;
-  std::array<double, 2> rated_voltage;  ///< V, from line to line
+  BySide<double> rated_voltage;  ///< V, from line to line
   double kva;
   double frequency;        ///< Hz, rated
   double turns_deviation;  ///< deviation of the turns ratio from the rated one, percent
-  std::array<LimbWinding, 2> windings;
+  BySide<LimbWinding> windings;
   double reference_temperature;  ///< degrees C
   double temperature;            ///< degrees C, present temperature of the windings
   double impedance_percent;      ///< on the nameplate; 0 if it has none
@@ -59,7 +59,9 @@ struct TransformerUnit {
 };
 
 /// A node of the unit's network.
-inline int terminal_node(int side, int terminal) { return 4 * side + terminal; }
+inline int terminal_node(Side side, int terminal) {
+  return side == Side::high ? terminal : 4 + terminal;
+}
 
 /// Turns of a limb winding of the high side to one of the low side, at the present tap.
 double turns_ratio(const TransformerUnit& unit);
@@ -68,7 +70,7 @@ double turns_ratio(const TransformerUnit& unit);
 double rated_turns_ratio(const TransformerUnit& unit);
 
 /// Rated current of a side's lines, in A.
-double rated_current(const TransformerUnit& unit, int side);
+double rated_current(const TransformerUnit& unit, Side side);
 
 /// Peak flux of a limb at rated voltage and frequency, in Vs.
 double rated_flux(const TransformerUnit& unit);
@@ -81,7 +83,7 @@ double copper_factor(double from, double to);
 Network unit_network(const TransformerUnit& unit, double input_resistance);
 
 /// Whether a terminal exists outside the unit and its lead makes contact.
-bool lead_connected(const TransformerUnit& unit, int side, int terminal);
+bool lead_connected(const TransformerUnit& unit, Side side, int terminal);
 
 /// The part of a test setup that comes from the nameplate.
 kvr_TestSetup nameplate_setup(const TransformerUnit& unit);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "virtual_instrument/model/index.h"
 #include "virtual_instrument/vocabulary/winding_letters.h"
 
 namespace virtual_instrument {
@@ -12,8 +13,6 @@ namespace {
 using Turns = std::array<double, 3>;
 
 constexpr double kNearlyZero = 1e-9;
-
-std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
 int next_limb(int limb) { return (limb + 1) % 3; }
 int previous_limb(int limb) { return (limb + 2) % 3; }
@@ -149,7 +148,7 @@ double distance_from_one(double ratio) { return std::max(ratio, 1 / ratio); }
 
 /// Updates `best` if `high` and `low` have a fixed ratio closer to 1. Exchanges the terminals of
 /// `low` if the voltages have opposite signs.
-void match(const WoundPair& high, const WoundPair& low, const WoundPair* shorted, int shorted_side,
+void match(const WoundPair& high, const WoundPair& low, const WoundPair* shorted, Side shorted_side,
            std::optional<PhaseConnection>& best) {
   std::optional<Turns> shorted_turns;
   std::optional<TerminalPair> shorted_pair;
@@ -161,7 +160,9 @@ void match(const WoundPair& high, const WoundPair& low, const WoundPair* shorted
   if (ratio &&
       (!best || distance_from_one(std::abs(*ratio)) < distance_from_one(best->ratio) - 1e-6)) {
     const TerminalPair exchanged{low.terminals.minus, low.terminals.plus};
-    best = {high.terminals, *ratio > 0 ? low.terminals : exchanged, shorted_pair, shorted_side,
+    best = {{high.terminals, *ratio > 0 ? low.terminals : exchanged},
+            shorted_pair,
+            shorted_side,
             std::abs(*ratio)};
   }
 }
@@ -170,23 +171,27 @@ PhaseConnection connection_of(const WoundPair& high, const std::vector<WoundPair
                               const std::vector<WoundPair>& lows) {
   std::optional<PhaseConnection> best;
   for (const WoundPair& low : lows) {
-    match(high, low, nullptr, kHighSide, best);
+    match(high, low, nullptr, Side::high, best);
   }
   if (best) {
     return *best;
   }
   for (const WoundPair& low : lows) {
-    for (const int side : {kLowSide, kHighSide}) {
-      for (const WoundPair& shorted : side == kHighSide ? highs : lows) {
+    for (const Side side : {Side::low, Side::high}) {
+      for (const WoundPair& shorted : side == Side::high ? highs : lows) {
         match(high, low, &shorted, side, best);
       }
     }
   }
   return best.value_or(
-      PhaseConnection{high.terminals, lows.front().terminals, std::nullopt, kHighSide, 1});
+      PhaseConnection{{high.terminals, lows.front().terminals}, std::nullopt, Side::high, 1});
 }
 
 }  // namespace
+
+kvr_WindingType winding_type(const WindingGroup& group, Side side) {
+  return side == Side::high ? group.high : group.low;
+}
 
 bool is_three_phase(kvr_WindingType type) {
   return type >= KVR_WINDING_D && type <= KVR_WINDING_ZN;
@@ -240,7 +245,7 @@ std::optional<WindingGroup> parse_group(std::string_view name) {
   return std::nullopt;
 }
 
-std::array<std::vector<PhaseWinding>, 2> phase_windings(const WindingGroup& group) {
+BySide<std::vector<PhaseWinding>> phase_windings(const WindingGroup& group) {
   if (!is_three_phase(group.high)) {
     const double sign = group.clock == 6 ? -1 : 1;
     return {std::vector<PhaseWinding>{{{1, 2}, {1, 0, 0}}},
@@ -294,12 +299,12 @@ double turns_factor(const WindingGroup& group) {
   return line_voltage_factor(group.low) / line_voltage_factor(group.high);
 }
 
-std::string terminal_name(int side, int terminal) {
-  std::string name(side == kHighSide ? "H" : "X");
+std::string terminal_name(Side side, int terminal) {
+  std::string name(side == Side::high ? "H" : "X");
   return name += std::to_string(terminal);
 }
 
-std::string pair_name(int side, TerminalPair pair) {
+std::string pair_name(Side side, TerminalPair pair) {
   std::string name = terminal_name(side, pair.plus);
   return name.append("-").append(terminal_name(side, pair.minus));
 }
@@ -345,8 +350,8 @@ std::vector<TerminalPair> terminal_pairs(kvr_WindingType type) {
 
 std::vector<PhaseConnection> phase_connections(const WindingGroup& group) {
   const auto windings = phase_windings(group);
-  const auto highs = wound_pairs(group.high, windings[kHighSide]);
-  const auto lows = wound_pairs(group.low, windings[kLowSide]);
+  const auto highs = wound_pairs(group.high, windings[Side::high]);
+  const auto lows = wound_pairs(group.low, windings[Side::low]);
   const std::size_t phases = is_three_phase(group.high) ? 3 : 1;
   std::vector<PhaseConnection> connections;
   // With a neutral, lines to neutral are preferred; line pairs are the fallback.

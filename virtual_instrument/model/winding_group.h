@@ -8,15 +8,12 @@
 
 #include "api/enumerations.h"
 #include "virtual_instrument/model/phasor.h"
+#include "virtual_instrument/model/side.h"
 
 // How the windings on the limbs of a core are joined to terminals. A terminal is a number from 0,
 // the neutral, to 3; a limb a number from 0 to 2, also called A, B and C.
 
 namespace virtual_instrument {
-
-/// The two sides of a unit, as indices.
-inline constexpr int kHighSide = 0;
-inline constexpr int kLowSide = 1;
 
 /// Two terminals of one side; their order gives the sign of the voltage between them.
 struct TerminalPair {
@@ -38,6 +35,8 @@ struct WindingGroup {
   int clock;  ///< 0 to 11: the low side lags by this many times 30 degrees
   bool operator==(const WindingGroup&) const = default;
 };
+
+kvr_WindingType winding_type(const WindingGroup& group, Side side);
 
 /// D, Y, YN, Z or ZN.
 bool is_three_phase(kvr_WindingType type);
@@ -61,7 +60,7 @@ std::optional<WindingGroup> parse_group(std::string_view name);
 
 /// The phase windings of both sides: three on each side, or one in a single-phase unit. REQUIRES:
 /// exists(group).
-std::array<std::vector<PhaseWinding>, 2> phase_windings(const WindingGroup& group);
+BySide<std::vector<PhaseWinding>> phase_windings(const WindingGroup& group);
 
 /// Phasors of the terminals 1 to 3 against their mean, from the voltages induced in whole limb
 /// windings.
@@ -76,8 +75,8 @@ double line_voltage_factor(kvr_WindingType type);
 double turns_factor(const WindingGroup& group);
 
 /// As in "H1" and "X1-X0".
-std::string terminal_name(int side, int terminal);
-std::string pair_name(int side, TerminalPair pair);
+std::string terminal_name(Side side, int terminal);
+std::string pair_name(Side side, TerminalPair pair);
 
 /// Turns of a side between two terminals, by limb; none if no chain of windings joins them.
 std::optional<std::array<double, 3>> turns_between(const std::vector<PhaseWinding>& windings,
@@ -87,15 +86,14 @@ std::optional<std::array<double, 3>> turns_between(const std::vector<PhaseWindin
 /// then lines to neutral. One pair in a single-phase unit.
 std::vector<TerminalPair> terminal_pairs(kvr_WindingType type);
 
-/// How to test one phase with a single source: the ratio of the voltages between `high` and between
-/// `low` does not depend on how the core divides the flux among the limbs. If no two pairs have
+/// How to test one phase with a single source: the ratio of the voltages between the `pairs` of the
+/// two sides does not depend on how the core divides the flux among the limbs. If no two pairs have
 /// that property, a third pair is shorted to get it.
 struct PhaseConnection {
-  TerminalPair high;
-  TerminalPair low;
+  BySide<TerminalPair> pairs;
   std::optional<TerminalPair> shorted;
-  int shorted_side;
-  double ratio;  ///< |voltage between `high` / voltage between `low`| of whole limb windings of 1:1
+  Side shorted_side;
+  double ratio;  ///< |voltage of the high pair / of the low one| of whole limb windings of 1:1
 };
 
 /// One connection for each phase.

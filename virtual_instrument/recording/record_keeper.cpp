@@ -55,7 +55,7 @@ kvr_code check_store(const StatusSettings& status, const SqliteStore& store, boo
   return KVR_RES_OK;
 }
 
-kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, SqliteStore& store,
+kvr_code check_saving(const kvr_TestRequestHeader& header, const TestKind& kind, SqliteStore& store,
                       const Bench& bench) {
   const std::optional<std::string> id = text_of_field(header.record_id);
   if (!id || !text_of_field(header.asset_id) || !text_of_field(header.group_id)) {
@@ -70,14 +70,14 @@ kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, Sq
   if (const kvr_code code = check_store(bench.status, store, true); code != KVR_RES_OK) {
     return code;
   }
+  const bool is_new = header.save_mode == KVR_SAVE_NEW_RECORD;
   kvr_TestLabel stored;
-  if (const kvr_code code = store.head(*id, stored); code != KVR_RES_OK) {
-    return code == KVR_RES_RECORD_NOT_FOUND ? KVR_RES_OK : code;
+  const kvr_code code =
+      is_new ? store.head(*id, stored) : store.check_addition(*id, kind.type, kind.family);
+  if (code == KVR_RES_RECORD_NOT_FOUND) {
+    return KVR_RES_OK;
   }
-  if (header.save_mode == KVR_SAVE_NEW_RECORD) {
-    return KVR_RES_TESTID_EXISTS;
-  }
-  return stored.test_type != type ? KVR_RES_TEST_CONFIG_INCOMPATIBLE : KVR_RES_OK;
+  return is_new && code == KVR_RES_OK ? KVR_RES_TESTID_EXISTS : code;
 }
 
 kvr_code keep_test(const kvr_TestRequestHeader& header, kvr_TestType type,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "api/request_records.h"
 #include "virtual_instrument/bench/bench.h"
@@ -17,8 +18,14 @@ namespace virtual_instrument {
 /// store itself.
 kvr_code check_store(const StatusSettings& status, const SqliteStore& store, bool for_writing);
 
+/// What tests of one record have in common.
+struct TestKind {
+  kvr_TestType type;
+  std::string_view family;  ///< as family_of() names it
+};
+
 /// KVR_RES_OK, or why a test with this `header` could not be kept after it is done.
-kvr_code check_saving(const kvr_TestRequestHeader& header, kvr_TestType type, SqliteStore& store,
+kvr_code check_saving(const kvr_TestRequestHeader& header, const TestKind& kind, SqliteStore& store,
                       const Bench& bench);
 
 /// Keeps a test as `header` says and sets `record` to a record with this test alone, with the head

@@ -19,24 +19,21 @@ std::filesystem::path bench_file_of_environment() {
   return file == nullptr ? "" : file;
 }
 
-/// How often a hanging call checks whether the bench still has the fault.
-constexpr std::chrono::milliseconds kBenchPeriod{100};
-
 /// Whether a fault may strike the `count`-th call of a name.
 bool is_concerned(const Fault& fault, std::string_view call, std::int64_t count) {
   return fault.call == call && count >= fault.from &&
          (fault.times == 0 || count < std::int64_t{fault.from} + fault.times);
 }
 
-/// Whether the fault at index `place` strikes by chance: a call draws the same in every session.
-bool is_drawn(const Bench& bench, std::size_t place, std::int64_t count) {
+/// Whether the fault at `index` strikes by chance: a call draws the same in every session.
+bool is_drawn(const Bench& bench, std::size_t index, std::int64_t count) {
   Noise draws((static_cast<std::uint64_t>(bench.measurement.seed) << 32) +
               static_cast<std::uint64_t>(count));
   double draw = draws.uniform();
-  for (std::size_t before = 0; before < place; ++before) {
+  for (std::size_t before = 0; before < index; ++before) {
     draw = draws.uniform();
   }
-  return draw * 100 < bench.faults[place].chance;
+  return draw * 100 < bench.faults[index].chance;
 }
 
 }  // namespace
@@ -146,9 +143,9 @@ Fault Library::next_fault_locked(std::string_view call) {
   }
   const std::int64_t count = ++call_counts_[std::string(call)];
   const std::vector<Fault>& faults = counted_bench_->faults;
-  for (std::size_t place = 0; place < faults.size(); ++place) {
-    if (is_concerned(faults[place], call, count) && is_drawn(*counted_bench_, place, count)) {
-      return faults[place];
+  for (std::size_t index = 0; index < faults.size(); ++index) {
+    if (is_concerned(faults[index], call, count) && is_drawn(*counted_bench_, index, count)) {
+      return faults[index];
     }
   }
   return {};

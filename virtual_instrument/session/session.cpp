@@ -1,33 +1,21 @@
 #include "virtual_instrument/session/session.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
-#include <ctime>
 #include <utility>
-#include <vector>
 
-#include "virtual_instrument/bench/bench_unit.h"
+#include "record_form/record_shape.h"
+#include "virtual_instrument/bench/instrument_time.h"
 #include "virtual_instrument/measurement/single_phase_ratio.h"
 #include "virtual_instrument/measurement/three_phase_ratio.h"
 #include "virtual_instrument/recording/record_keeper.h"
 #include "virtual_instrument/session/failed_phases.h"
+#include "virtual_instrument/session/steady_seconds.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 #include "virtual_instrument/vocabulary/text_field.h"
 
 namespace virtual_instrument {
 namespace {
-
-constexpr std::chrono::milliseconds kBenchPeriod{100};
-
-std::chrono::steady_clock::duration seconds(double count) {
-  return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-      std::chrono::duration<double>(count));
-}
-
-std::int64_t time_on(const InstrumentSettings& instrument) {
-  return instrument.clock.value_or(static_cast<std::int64_t>(std::time(nullptr)));
-}
 
 std::uint8_t flag(bool value) { return value ? 1 : 0; }
 
@@ -38,7 +26,8 @@ Session::Session(const kvr_InitParams& params, std::shared_ptr<BenchSource> benc
     : status_callback_(params.status_callback),
       status_context_(params.status_context),
       benches_(std::move(benches)),
-      store_(std::move(store)) {}
+      store_(std::move(store)),
+      runner_(benches_, store_, [this](std::int32_t step) { look_at_step(step); }) {}
 
 void Session::start() {
   watch_ = std::thread([self = shared_from_this()] { self->watch(); });
@@ -46,16 +35,14 @@ void Session::start() {
 
 void Session::shut_down() {
   {
-    std::unique_lock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     ended_ = true;
     connection_ = Connection::none;
     locked_ = false;
-    stop_test_locked(KVR_RES_OPERATION_CANCELLED);
+    runner_.stop(KVR_RES_OPERATION_CANCELLED);
     changed_.notify_all();
-    if (test_thread_ != std::this_thread::get_id()) {
-      changed_.wait(lock, [this] { return !testing_; });
-    }
   }
+  runner_.wait_for_end();
   if (watch_.get_id() == std::this_thread::get_id()) {
     watch_.detach();
   } else {
@@ -96,7 +83,7 @@ std::optional<Session::Time> Session::next_look_locked(const Bench& bench) const
     next = std::chrono::steady_clock::now() + kBenchPeriod;
   }
   if (connection_ == Connection::up && bench.connection.lost_after > 0) {
-    const Time lost_at = connected_at_ + seconds(bench.connection.lost_after);
+    const Time lost_at = connected_at_ + steady_seconds(bench.connection.lost_after);
     next = std::min(next.value_or(lost_at), lost_at);
   }
   return next;
@@ -115,8 +102,8 @@ void Session::look_locked(const Bench& bench) {
     return;
   }
   const double lost_after = bench.connection.lost_after;
-  if (bench.connection.lost ||
-      (lost_after > 0 && std::chrono::steady_clock::now() >= connected_at_ + seconds(lost_after))) {
+  if (bench.connection.lost || (lost_after > 0 && std::chrono::steady_clock::now() >=
+                                                      connected_at_ + steady_seconds(lost_after))) {
     lose_connection_locked(bench);
     return;
   }
@@ -130,9 +117,9 @@ void Session::look_locked(const Bench& bench) {
     post_locked(interlock_ ? KVR_RES_INTERLOCK_ON : KVR_RES_INTERLOCK_OFF, "interlock");
   }
   if (emergency_) {
-    stop_test_locked(KVR_RES_EMERGENCY_STOP_PRESSED);
+    runner_.stop(KVR_RES_EMERGENCY_STOP_PRESSED);
   } else if (interlock_) {
-    stop_test_locked(KVR_RES_INTERLOCK_ON);
+    runner_.stop(KVR_RES_INTERLOCK_ON);
   }
 }
 
@@ -140,21 +127,13 @@ void Session::lose_connection_locked(const Bench& bench) {
   connection_ = Connection::lost;
   lost_code_ = bench.connection.lost_code;
   locked_ = false;
-  stop_test_locked(lost_code_);
+  runner_.stop(lost_code_);
   post_locked(lost_code_, "instrument " + bench.instrument.serial_number);
 }
 
 void Session::post_locked(kvr_code code, std::string text) {
   if (status_callback_ != nullptr) {
     events_.push_back({code, std::move(text)});
-    changed_.notify_all();
-  }
-}
-
-/// The test ends with the first reason to stop.
-void Session::stop_test_locked(kvr_code code) {
-  if (testing_ && stoppable_ && stop_code_ == KVR_RES_OK) {
-    stop_code_ = code;
     changed_.notify_all();
   }
 }
@@ -282,19 +261,14 @@ kvr_code Session::unlock_api() {
   if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
     return fault;
   }
-  if (testing_) {
+  if (runner_.is_testing()) {
     return KVR_RES_TESTING_IN_PROGRESS;
   }
   return std::exchange(locked_, false) ? KVR_RES_OK : KVR_RES_API_UNLOCKED;
 }
 
 kvr_code Session::cancel_operation() {
-  const std::lock_guard lock(mutex_);
-  if (!testing_ || !stoppable_) {
-    return KVR_RES_TEST_NOT_RUNNING;
-  }
-  stop_test_locked(KVR_RES_OPERATION_CANCELLED);
-  return KVR_RES_OK;
+  return runner_.stop(KVR_RES_OPERATION_CANCELLED) ? KVR_RES_OK : KVR_RES_TEST_NOT_RUNNING;
 }
 
 // Tests.
@@ -307,9 +281,12 @@ kvr_code Session::test_ratio_1ph(const kvr_TestRequestHeader* header,
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   return run_test(
-      {*header, progress, request->test_type, request->setup,
+      {*header,
+       progress,
+       {request->test_type, family_name(&kvr_TestRecord::data_ratio_1ph)},
+       request->setup,
        [request](const Bench& bench) { return check_single_phase_ratio(*request, bench); },
-       [&](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
+       [&](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> MeasuredTest {
          SinglePhaseRatio outcome = measure_single_phase_ratio(unit, *request, bench, seed);
          fail_phases(fault, outcome);
          return {outcome.code, {outcome.data, std::move(outcome.raw_data)}, outcome.residual_flux};
@@ -325,9 +302,12 @@ kvr_code Session::test_ratio_3ph(const kvr_TestRequestHeader* header,
     return KVR_RES_INCORRECT_PARAMETERS;
   }
   return run_test(
-      {*header, progress, request->test_type, request->setup,
+      {*header,
+       progress,
+       {request->test_type, family_name(&kvr_TestRecord::data_ratio_3ph)},
+       request->setup,
        [request](const Bench& bench) { return check_three_phase_ratio(*request, bench); },
-       [&](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> Measured {
+       [&](const TransformerUnit& unit, const Bench& bench, std::uint64_t seed) -> MeasuredTest {
          ThreePhaseRatio outcome = measure_three_phase_ratio(unit, *request, bench, seed);
          fail_phases(fault, outcome);
          const std::array<double, 3> residual_flux = outcome.residual_flux;
@@ -339,33 +319,11 @@ kvr_code Session::test_ratio_3ph(const kvr_TestRequestHeader* header,
 
 kvr_code Session::run_test(const TestJob& job, kvr_TestRecord** record) {
   const std::shared_ptr<const Bench> bench = look_at_bench();
-  std::uint64_t seed = 0;
-  if (const kvr_code fault = begin_test(*bench, seed); fault != KVR_RES_OK) {
-    return fault;
-  }
-  struct Ending {
-    Session& session;
-    ~Ending() { session.end_test(); }
-  } const ending{*this};
-  if (const kvr_code fault = job.check(*bench); fault != KVR_RES_OK) {
-    return fault;
-  }
-  if (const kvr_code fault = check_saving(job.header, job.type, *store_, *bench);
-      fault != KVR_RES_OK) {
-    return fault;
-  }
-  kvr_code code = KVR_RES_INTERNAL_ERROR;  // the result after an exception
-  std::thread([&] {
-    try {
-      code = carry_out(job, seed, record);
-    } catch (const std::exception&) {
-      code = KVR_RES_INTERNAL_ERROR;
-    }
-  }).join();
-  return code;
+  const kvr_code fault = begin_test(*bench);
+  return fault == KVR_RES_OK ? runner_.run(job, *bench, record) : fault;
 }
 
-kvr_code Session::begin_test(const Bench& bench, std::uint64_t& seed) {
+kvr_code Session::begin_test(const Bench& bench) {
   const std::lock_guard lock(mutex_);
   if (ended_) {
     return KVR_RES_LIB_NOT_INITIALIZED;
@@ -373,7 +331,7 @@ kvr_code Session::begin_test(const Bench& bench, std::uint64_t& seed) {
   if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
     return fault;
   }
-  if (testing_) {
+  if (runner_.is_testing()) {
     return KVR_RES_TESTING_IN_PROGRESS;
   }
   if (bench.status.api_locked) {
@@ -388,111 +346,16 @@ kvr_code Session::begin_test(const Bench& bench, std::uint64_t& seed) {
   if (!bench.status.measurement_board_connected) {
     return KVR_RES_MEASUREMENT_BOARD_CONNECTION;
   }
-  testing_ = true;
-  stoppable_ = true;
-  stop_code_ = KVR_RES_OK;
-  // Each test of a session has noise of its own, the same in every session.
-  seed = (static_cast<std::uint64_t>(bench.measurement.seed) << 32) + test_number_++;
+  runner_.begin(bench.measurement);
   return KVR_RES_OK;
 }
 
-void Session::end_test() {
+void Session::look_at_step(std::int32_t step) {
+  const std::shared_ptr<const Bench> bench = look_at_bench();
   const std::lock_guard lock(mutex_);
-  testing_ = false;
-  stoppable_ = false;
-  test_thread_ = {};
-  changed_.notify_all();
-}
-
-/// The test itself, on its own thread.
-kvr_code Session::carry_out(const TestJob& job, std::uint64_t seed, kvr_TestRecord** record) {
-  {
-    const std::lock_guard lock(mutex_);
-    test_thread_ = std::this_thread::get_id();
+  if (step == bench->connection.lost_at_step && connection_ == Connection::up) {
+    lose_connection_locked(*bench);
   }
-  std::shared_ptr<const Bench> bench = benches_->current();
-  const std::array<double, 3> flux_before = residual_flux(*bench);
-  Measured measured = measure(job, *bench, seed);
-  if (!is_accepted_code(measured.code)) {
-    return measured.code;
-  }
-  if (const kvr_code stopped = pass_time(job, bench->measurement); stopped != KVR_RES_OK) {
-    return stopped;
-  }
-  // For example a lead that was opened meanwhile affects the result.
-  if (std::shared_ptr<const Bench> changed = benches_->current(); changed != bench) {
-    bench = std::move(changed);
-    if (const kvr_code fault = job.check(*bench); fault != KVR_RES_OK) {
-      return fault;
-    }
-    residual_flux_ = flux_before;
-    measured = measure(job, *bench, seed);
-    if (!is_accepted_code(measured.code)) {
-      return measured.code;
-    }
-  }
-  RecordNest result;
-  if (const kvr_code fault = keep_test(job.header, job.type, job.setup, measured.test,
-                                       time_on(bench->instrument), *store_, *bench, result);
-      fault != KVR_RES_OK) {
-    return fault;
-  }
-  *record = result.release();
-  return measured.code;
-}
-
-/// The transformer keeps the residual flux that tests leave, until the bench sets another one.
-const std::array<double, 3>& Session::residual_flux(const Bench& bench) {
-  if (bench_flux_ != bench.transformer.residual_flux) {
-    bench_flux_ = bench.transformer.residual_flux;
-    residual_flux_ = *bench_flux_;
-  }
-  return residual_flux_;
-}
-
-Session::Measured Session::measure(const TestJob& job, const Bench& bench, std::uint64_t seed) {
-  TransformerUnit unit = make_unit(bench);
-  const std::array<double, 3>& flux = residual_flux(bench);
-  const double whole = rated_flux(unit);
-  for (std::size_t limb = 0; limb < static_cast<std::size_t>(unit.core.limbs); ++limb) {
-    unit.core.residual_flux[limb] = flux[limb] * whole;
-  }
-  Measured measured = job.measure(unit, bench, seed);
-  for (std::size_t limb = 0; limb < residual_flux_.size(); ++limb) {
-    residual_flux_[limb] = measured.residual_flux[limb] / whole;
-  }
-  return measured;
-}
-
-/// Waits for the duration of the test and reports its progress. KVR_RES_OK at its end, after which
-/// it can't be stopped any more; else the reason to stop.
-kvr_code Session::pass_time(const TestJob& job, const MeasurementSettings& settings) {
-  const Time begin = std::chrono::steady_clock::now();
-  const auto is_stopped = [this] { return stop_code_ != KVR_RES_OK; };
-  for (std::int32_t step = 1; step <= settings.steps; ++step) {
-    {
-      std::unique_lock lock(mutex_);
-      changed_.wait_until(lock, begin + seconds(settings.duration * step / settings.steps),
-                          is_stopped);
-    }
-    const std::shared_ptr<const Bench> bench = look_at_bench();
-    {
-      const std::lock_guard lock(mutex_);
-      if (step == bench->connection.lost_at_step && connection_ == Connection::up) {
-        lose_connection_locked(*bench);
-      }
-      if (is_stopped()) {
-        return stop_code_;
-      }
-    }
-    if (job.progress != nullptr && job.progress->progress_callback != nullptr) {
-      const kvr_Progress progress{step, settings.steps};
-      job.progress->progress_callback(job.progress->progress_context, &progress);
-    }
-  }
-  const std::lock_guard lock(mutex_);
-  stoppable_ = false;
-  return stop_code_;
 }
 
 // Records.
@@ -503,7 +366,7 @@ kvr_code Session::store_fault(bool for_writing) {
   if (const kvr_code fault = connection_fault_locked(); fault != KVR_RES_OK) {
     return fault;
   }
-  if (for_writing && testing_) {
+  if (for_writing && runner_.is_testing()) {
     return KVR_RES_TESTING_IN_PROGRESS;
   }
   return check_store(bench->status, *store_, for_writing);

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -15,7 +13,7 @@
 #include "api/client_api.h"
 #include "virtual_instrument/bench/bench.h"
 #include "virtual_instrument/bench/bench_source.h"
-#include "virtual_instrument/recording/record.h"
+#include "virtual_instrument/session/runner.h"
 #include "virtual_instrument/store/sqlite_store.h"
 
 namespace virtual_instrument {
@@ -71,21 +69,6 @@ class Session : public std::enable_shared_from_this<Session> {
     std::string text;
   };
 
-  /// What is common to the kinds of test, and what is not.
-  struct Measured {
-    kvr_code code;
-    RecordedTest test;
-    std::array<double, 3> residual_flux;  ///< Vs, left in the limbs
-  };
-  struct TestJob {
-    const kvr_TestRequestHeader& header;
-    const kvr_ProgressHandler* progress;
-    kvr_TestType type;
-    const kvr_TestSetup& setup;
-    std::function<kvr_code(const Bench&)> check;
-    std::function<Measured(const TransformerUnit&, const Bench&, std::uint64_t seed)> measure;
-  };
-
   // Functions whose names end in _locked require the lock.
 
   void watch();
@@ -94,22 +77,18 @@ class Session : public std::enable_shared_from_this<Session> {
   void look_locked(const Bench& bench);
   void lose_connection_locked(const Bench& bench);
   void post_locked(kvr_code code, std::string text);
-  void stop_test_locked(kvr_code code);
   kvr_code connection_fault_locked() const;
   kvr_code store_fault(bool for_writing);
 
   kvr_code run_test(const TestJob& job, kvr_TestRecord** record);
-  kvr_code begin_test(const Bench& bench, std::uint64_t& seed);
-  void end_test();
-  kvr_code carry_out(const TestJob& job, std::uint64_t seed, kvr_TestRecord** record);
-  const std::array<double, 3>& residual_flux(const Bench& bench);
-  Measured measure(const TestJob& job, const Bench& bench, std::uint64_t seed);
-  kvr_code pass_time(const TestJob& job, const MeasurementSettings& settings);
+  kvr_code begin_test(const Bench& bench);
+  void look_at_step(std::int32_t step);
 
   const kvr_StatusCallback status_callback_;
   void* const status_context_;
   const std::shared_ptr<BenchSource> benches_;
   const std::shared_ptr<SqliteStore> store_;
+  TestRunner runner_;  ///< safe on any thread; may be called with the lock held
   std::thread watch_;
 
   std::mutex mutex_;
@@ -122,15 +101,6 @@ class Session : public std::enable_shared_from_this<Session> {
   bool locked_ = false;
   bool emergency_ = false;  ///< as last reported
   bool interlock_ = false;  ///< as last reported
-  bool testing_ = false;
-  bool stoppable_ = false;
-  kvr_code stop_code_ = KVR_RES_OK;  ///< why the running test must end; 0: no reason yet
-  std::thread::id test_thread_;
-  std::uint64_t test_number_ = 0;
-
-  // The transformer under test; only the running test uses these.
-  std::optional<std::array<double, 3>> bench_flux_;  ///< the bench's last value
-  std::array<double, 3> residual_flux_{};            ///< per unit, as the tests left it
 };
 
 }  // namespace virtual_instrument

@@ -88,6 +88,12 @@ int open_database(const std::filesystem::path& path, SqliteAccess access, sqlite
 
 }  // namespace
 
+void require(bool holds, kvr_code code) {
+  if (!holds) {
+    throw StoreFailure{code};
+  }
+}
+
 kvr_code code_of_sqlite(int result) {
   constexpr int kPrimary = 0xFF;
   const kvr_code* code = find_code(result);

@@ -22,6 +22,9 @@ struct StoreFailure {
   kvr_code code;
 };
 
+/// Throws a StoreFailure with `code` unless `holds`.
+void require(bool holds, kvr_code code);
+
 /// The client library's code for a result code of SQLite, extended or not.
 kvr_code code_of_sqlite(int result);
 

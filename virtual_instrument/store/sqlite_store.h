@@ -3,7 +3,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -13,6 +12,7 @@
 #include "record_form/record_nest.h"
 #include "virtual_instrument/store/record_order.h"
 #include "virtual_instrument/store/sqlite_connection.h"
+#include "virtual_instrument/store/store_file.h"
 
 // The instrument's stored records in one SQLite file. A record is known by its ID, the text that
 // the operator gave it, and holds one test or more of one kind. Two IDs are equal only if all their
@@ -23,14 +23,6 @@
 // a store of this version is refused and unchanged. docs/store.md describes the file.
 
 namespace virtual_instrument {
-
-struct StoreOptions {
-  std::filesystem::path path;  ///< empty: in memory, and gone with the store
-  bool read_only = false;
-  std::uint64_t capacity = 0;  ///< largest size of the file in bytes; 0: no limit but the disk
-  /// How long to wait for another process that holds the file.
-  std::chrono::milliseconds patience = std::chrono::seconds(5);
-};
 
 /// Every call returns a code of the client library. Any code but KVR_RES_OK means that nothing has
 /// changed, outputs included. Codes that any call can return:
@@ -87,6 +79,10 @@ class SqliteStore {
   /// KVR_RES_DATA_INVALID as above.
   kvr_code add_test(const kvr_TestRecord& record, kvr_TestLabel& head);
 
+  /// Whether add_test() would find a record to which it can add tests of `type` and of a family, as
+  /// family_of() names it: KVR_RES_OK, or the code that add_test() would return.
+  kvr_code check_addition(std::string_view record_id, kvr_TestType type, std::string_view family);
+
   /// KVR_RES_RECORD_NOT_FOUND without a record of that ID.
   kvr_code remove(std::string_view record_id);
 
@@ -96,7 +92,6 @@ class SqliteStore {
   kvr_code list(SortKey key, bool ascending, Labels& labels);
 
  private:
-  void open(const StoreOptions& options);
   void close_locked();
 
   template <class Operation>

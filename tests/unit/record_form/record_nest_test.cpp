@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/record_shape.h"
 #include "support/record_text.h"
 #include "unit/record_form/sample_records.h"
 
@@ -102,6 +103,13 @@ TEST(RecordNest, ASinglePartIsTheWholeRecord) {
   const RecordNest joined = join_records(std::move(parts));
 
   EXPECT_EQ(joined.get(), only);
+}
+
+TEST(FamilyName, IsThatOfARecordWhichHoldsTheFamily) {
+  EXPECT_EQ(family_name(&kvr_TestRecord::data_ratio_1ph), "ratio_1ph");
+  EXPECT_EQ(family_name(&kvr_TestRecord::data_ratio_3ph), "ratio_3ph");
+  EXPECT_EQ(family_name(&kvr_TestRecord::data_resistance), "resistance");
+  EXPECT_EQ(family_name(&kvr_TestRecord::data_heatrun), "heatrun");
 }
 
 }  // namespace

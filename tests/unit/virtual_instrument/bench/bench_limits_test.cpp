@@ -45,8 +45,8 @@ std::string with(const std::string& key, const std::string& value) {
   return text + name + " = " + value + "\n";
 }
 
-/// What the key expects, as it is told when it holds `value`; empty if it takes it.
-std::string told_of(const std::string& key, const std::string& value) {
+/// What the key expects, as the message says when it holds `value`; empty if it takes it.
+std::string expectation_of(const std::string& key, const std::string& value) {
   const std::string mark = ": " + key + ": expected ";
   for (const std::string& problem : problems_of(with(key, value))) {
     if (const std::size_t at = problem.find(mark); at != std::string::npos) {
@@ -67,12 +67,12 @@ std::vector<std::string> all_keys() {
   return keys;
 }
 
-TEST(BenchKeys, TellWhatTheyExpect) {
-  std::string told;
+TEST(BenchKeys, SayWhatTheyExpect) {
+  std::string messages;
   for (const std::string& key : all_keys()) {
-    told += key + ": " + told_of(key, "1979-05-27") + "\n";  // a day is what no key takes
+    messages += key + ": " + expectation_of(key, "1979-05-27") + "\n";  // no key takes a day
   }
-  EXPECT_EQ(told, R"(instrument.type: a whole number from -2147483648 to 2147483647
+  EXPECT_EQ(messages, R"(instrument.type: a whole number from -2147483648 to 2147483647
 instrument.serial_number: a text of at most 20 characters
 instrument.hardware_version: a text of at most 20 characters
 instrument.software_version: a text of at most 20 characters
@@ -177,15 +177,15 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 TEST(BenchKeys, TakeNumbersUpToTheirLimitsAndNoFurther) {
   int numbers = 0;
   for (const std::string& key : all_keys()) {
-    const std::string expected = told_of(key, "1979-05-27");
+    const std::string expected = expectation_of(key, "1979-05-27");
     double low = 0;
     double high = 0;
     if (std::sscanf(expected.c_str(), "a number from %lg to %lg", &low, &high) == 2) {
-      EXPECT_EQ(told_of(key, exact(std::nextafter(low, -kInfinity))), expected);
-      EXPECT_NE(told_of(key, exact(low)), expected) << key;
-      EXPECT_NE(told_of(key, exact(high)), expected) << key;
-      EXPECT_EQ(told_of(key, exact(std::nextafter(high, kInfinity))), expected);
-      EXPECT_EQ(told_of(key, "nan"), expected);
+      EXPECT_EQ(expectation_of(key, exact(std::nextafter(low, -kInfinity))), expected);
+      EXPECT_NE(expectation_of(key, exact(low)), expected) << key;
+      EXPECT_NE(expectation_of(key, exact(high)), expected) << key;
+      EXPECT_EQ(expectation_of(key, exact(std::nextafter(high, kInfinity))), expected);
+      EXPECT_EQ(expectation_of(key, "nan"), expected);
       ++numbers;
     }
   }
@@ -195,16 +195,16 @@ TEST(BenchKeys, TakeNumbersUpToTheirLimitsAndNoFurther) {
 TEST(BenchKeys, TakeWholeNumbersUpToTheirLimitsAndNoFurther) {
   int numbers = 0;
   for (const std::string& key : all_keys()) {
-    const std::string expected = told_of(key, "1979-05-27");
+    const std::string expected = expectation_of(key, "1979-05-27");
     long long low = 0;
     long long high = 0;
     if (std::sscanf(expected.c_str(), "a whole number from %lld to %lld", &low, &high) == 2 ||
         std::sscanf(expected.c_str(), "a power of two from %lld to %lld", &low, &high) == 2) {
-      EXPECT_EQ(told_of(key, std::to_string(low - 1)), expected);
-      EXPECT_NE(told_of(key, std::to_string(low)), expected) << key;
-      EXPECT_NE(told_of(key, std::to_string(high)), expected) << key;
-      EXPECT_EQ(told_of(key, std::to_string(high + 1)), expected);
-      EXPECT_EQ(told_of(key, std::to_string(low) + ".0"), expected);
+      EXPECT_EQ(expectation_of(key, std::to_string(low - 1)), expected);
+      EXPECT_NE(expectation_of(key, std::to_string(low)), expected) << key;
+      EXPECT_NE(expectation_of(key, std::to_string(high)), expected) << key;
+      EXPECT_EQ(expectation_of(key, std::to_string(high + 1)), expected);
+      EXPECT_EQ(expectation_of(key, std::to_string(low) + ".0"), expected);
       ++numbers;
     }
   }
@@ -215,7 +215,7 @@ TEST(BenchKeys, TakePowersOfTwoOfTheirRangeAlone) {
   const std::string key = "measurement.samples_per_period";
   std::string taken;
   for (int value = 1; value <= 1024; ++value) {
-    if (told_of(key, std::to_string(value)).empty()) {
+    if (expectation_of(key, std::to_string(value)).empty()) {
       taken += std::to_string(value) + " ";
     }
   }
@@ -227,23 +227,23 @@ TEST(BenchKeys, TakeTextsUpToTheirLongest) {
   for (const char* const name :
        {"serial_number", "hardware_version", "software_version", "firmware_version"}) {
     const std::string key = std::string("instrument.") + name;
-    EXPECT_EQ(told_of(key, quoted(20)), "") << key;
-    EXPECT_EQ(told_of(key, quoted(21)), "a text of at most 20 characters") << key;
+    EXPECT_EQ(expectation_of(key, quoted(20)), "") << key;
+    EXPECT_EQ(expectation_of(key, quoted(21)), "a text of at most 20 characters") << key;
   }
-  EXPECT_EQ(told_of("store.file", quoted(4096)), "");
-  EXPECT_EQ(told_of("store.file", quoted(4097)), "a text of at most 4096 characters");
+  EXPECT_EQ(expectation_of("store.file", quoted(4096)), "");
+  EXPECT_EQ(expectation_of("store.file", quoted(4097)), "a text of at most 4096 characters");
   EXPECT_EQ(bench_of(with("store.file", quoted(4096))).store.file, std::string(4096, 'x'));
 }
 
 TEST(BenchKeys, TakeResidualFluxUpToTenTimesTheRatedOne) {
   const std::string key = "transformer.residual_flux";
   for (const char* const flux : {"10", "-10", "[10, -10, 0]", "[0, 10, -10]", "[-10, 0, 10]"}) {
-    EXPECT_EQ(told_of(key, flux), "") << flux;
+    EXPECT_EQ(expectation_of(key, flux), "") << flux;
   }
   for (const char* const flux :
        {"10.001", "-10.001", "[10.001, 0, 0]", "[0, -10.001, 0]", "[0, 0, 10.001]", "[\"0\", 0, 0]",
         "[0, true, 0]", "[0, 0]", "[0, 0, 0, 0]", "[]"}) {
-    EXPECT_NE(told_of(key, flux), "") << flux;
+    EXPECT_NE(expectation_of(key, flux), "") << flux;
   }
   EXPECT_THAT(bench_of(with(key, "-0.5")).transformer.residual_flux, ElementsAre(-0.5, 0.25, 0.25));
 }
@@ -256,7 +256,7 @@ TEST(BenchKeys, TakeCodesByNameAndByNumber) {
     EXPECT_EQ(bench_of(with(key, std::to_string(number))).connection.refused, number);
   }
   for (const char* const other : {"2147483648", "-2147483649", "1.0", "\"\"", "true"}) {
-    EXPECT_NE(told_of(key, other), "") << other;
+    EXPECT_NE(expectation_of(key, other), "") << other;
   }
   EXPECT_EQ(bench_of(with("connection.lost_code", "1")).connection.lost_code, 1);
   EXPECT_EQ(bench_of(with("faults.phase_code", "-1")).faults[0].phase_code, -1);
@@ -278,17 +278,17 @@ TEST(BenchKeys, TakeClocksWithTheirOffsets) {
   EXPECT_EQ(clock("2024-03-05T12:34:56-05:30"), 1709661896);
   EXPECT_EQ(clock("1969-12-31T23:59:59Z"), -1);
   EXPECT_EQ(clock("\"system\""), std::nullopt);
-  EXPECT_NE(told_of("instrument.clock", "\"System\""), "");
+  EXPECT_NE(expectation_of("instrument.clock", "\"System\""), "");
 }
 
 /// The names of the flags that are set: a side's letter and one of `numbers` for each.
 template <std::size_t count>
-std::string places_of(const std::array<std::array<bool, count>, 2>& flags, const char* numbers) {
+std::string places_of(const BySide<std::array<bool, count>>& flags, const char* numbers) {
   std::string names;
-  for (const int side : {kHighSide, kLowSide}) {
+  for (const Side side : kSides) {
     for (std::size_t place = 0; place < count; ++place) {
-      if (flags[static_cast<std::size_t>(side)][place]) {
-        names += std::string(side == kHighSide ? "H" : "X") + numbers[place] + " ";
+      if (flags[side][place]) {
+        names += std::string(side == Side::high ? "H" : "X") + numbers[place] + " ";
       }
     }
   }
@@ -308,14 +308,14 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
         name + " ");
     const ShortedTurns turns =
         bench_of(with("shorted_turns.winding", "\"" + name + "\"")).defects.shorted_turns[0];
-    EXPECT_EQ((turns.side == kHighSide ? "H" : "X") + std::string(1, "ABC"[turns.limb]), name);
+    EXPECT_EQ((turns.side == Side::high ? "H" : "X") + std::string(1, "ABC"[turns.limb]), name);
   }
   for (const char* const other : {"[\"G1\"]", "[\"Y1\"]", "[\"H\"]", "[\"\"]", "[\"H11\"]",
                                   "[\"H/\"]", "[\"H4\"]", "[\"1H\"]", "[\"H1\", 1]"}) {
-    EXPECT_NE(told_of("leads.open", other), "") << other;
+    EXPECT_NE(expectation_of("leads.open", other), "") << other;
   }
   for (const char* const other : {"\"H1\"", "\"HD\"", "\"A\"", "\"\"", "\"HAA\"", "1"}) {
-    EXPECT_NE(told_of("shorted_turns.winding", other), "") << other;
+    EXPECT_NE(expectation_of("shorted_turns.winding", other), "") << other;
   }
 }
 
@@ -328,7 +328,7 @@ TEST(BenchKeys, TakePhasesByName) {
   EXPECT_THAT(phases("[\"B\"]"), ElementsAre(false, true, false));
   EXPECT_THAT(phases("[\"C\", \"A\"]"), ElementsAre(true, false, true));
   for (const char* const other : {"[\"\"]", "[\"D\"]", "[\"a\"]", "[\"BC\"]", "\"A\"", "[1]"}) {
-    EXPECT_NE(told_of("faults.failed_phases", other), "") << other;
+    EXPECT_NE(expectation_of("faults.failed_phases", other), "") << other;
   }
 }
 
@@ -397,18 +397,18 @@ TEST(BenchAgreements, AreToldOnceEachThingByItselfIsGood) {
 
 TEST(BenchProblems, NameEveryCharacterThatWouldLeaveItsLine) {
   std::string key;
-  std::string told;
+  std::string shown;
   for (int character = 1; character < 0x80; ++character) {
     if (character < ' ' || character == 0x7f) {
       char text[8];
       std::snprintf(text, sizeof text, "\\u00%02x", static_cast<unsigned>(character));
       key += text;
       std::snprintf(text, sizeof text, "\\x%02x", static_cast<unsigned>(character));
-      told += text;
+      shown += text;
     }
   }
   EXPECT_THAT(problems_of("[store]\n\"" + key + " ~\" = 1\n"),
-              ElementsAre("b.toml:2: store." + told +
+              ElementsAre("b.toml:2: store." + shown +
                           " ~: no such key; expected one of file, demonstration, "
                           "empty_id_format"));
 }

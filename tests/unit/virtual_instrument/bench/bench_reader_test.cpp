@@ -153,17 +153,17 @@ resistance = 1
   EXPECT_EQ(bench.taps.last, 17);
   EXPECT_EQ(bench.taps.position, 12);
   EXPECT_EQ(bench.taps.step, 1.25);
-  EXPECT_THAT(bench.defects.open_lead[kHighSide], ElementsAre(false, true, false, false));
-  EXPECT_THAT(bench.defects.open_lead[kLowSide], ElementsAre(true, false, false, false));
-  EXPECT_THAT(bench.defects.reversed_winding[kHighSide], ElementsAre(false, false, false));
-  EXPECT_THAT(bench.defects.reversed_winding[kLowSide], ElementsAre(false, true, false));
+  EXPECT_THAT(bench.defects.open_lead[Side::high], ElementsAre(false, true, false, false));
+  EXPECT_THAT(bench.defects.open_lead[Side::low], ElementsAre(true, false, false, false));
+  EXPECT_THAT(bench.defects.reversed_winding[Side::high], ElementsAre(false, false, false));
+  EXPECT_THAT(bench.defects.reversed_winding[Side::low], ElementsAre(false, true, false));
   ASSERT_EQ(bench.defects.shorted_turns.size(), 2U);
   const ShortedTurns& first = bench.defects.shorted_turns[0];
-  EXPECT_EQ(first.side, kHighSide);
+  EXPECT_EQ(first.side, Side::high);
   EXPECT_EQ(first.limb, 2);
   EXPECT_EQ(first.fraction, 0.025);
   EXPECT_EQ(first.resistance, 0.001);
-  EXPECT_EQ(bench.defects.shorted_turns[1].side, kLowSide);
+  EXPECT_EQ(bench.defects.shorted_turns[1].side, Side::low);
 }
 
 TEST(BenchReader, ReadsResidualFluxLimbByLimb) {

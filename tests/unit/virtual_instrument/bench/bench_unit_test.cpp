@@ -53,21 +53,22 @@ TransformerUnit unit_of(const TransformerSettings& settings) {
   return make_unit(bench);
 }
 
-PeriodicState excite(const TransformerUnit& unit, int side, double voltage, double frequency = 60) {
+PeriodicState excite(const TransformerUnit& unit, Side side, double voltage,
+                     double frequency = 60) {
   return excite_pair(unit_network(unit, kInputResistance),
-                     {side, {1, 2}, voltage, frequency, 1 - side, {1, 2}});
+                     {side, {1, 2}, voltage, frequency, other_side(side), {1, 2}});
 }
 
-/// Waveforms of one period.
-struct Courses {
+/// The terminals over one period.
+struct PeriodWaveforms {
   std::vector<double> high;
   std::vector<double> low;
   std::vector<double> current;
 };
 
-Courses courses(const PeriodicState& state) {
-  return {terminal_waveform(terminal_voltage(state, kHighSide, {1, 2})),
-          terminal_waveform(terminal_voltage(state, kLowSide, {1, 2})),
+PeriodWaveforms waveforms_of(const PeriodicState& state) {
+  return {terminal_waveform(terminal_voltage(state, Side::high, {1, 2})),
+          terminal_waveform(terminal_voltage(state, Side::low, {1, 2})),
           terminal_waveform(state.source_current[0])};
 }
 
@@ -78,8 +79,9 @@ struct Reading {
   double current_rms;
 };
 
-Reading read(const TransformerSettings& settings, int side, double voltage, double frequency = 60) {
-  const Courses waves = courses(excite(unit_of(settings), side, voltage, frequency));
+Reading read(const TransformerSettings& settings, Side side, double voltage,
+             double frequency = 60) {
+  const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), side, voltage, frequency));
   const auto phasor = [](const std::vector<double>& channel) {
     return fundamental(channel, kFinestSteps);
   };
@@ -92,28 +94,28 @@ double ratio_error(const Reading& reading) {
 }
 
 TEST(BenchUnit, ReadsTheErrorOfTheTextbookCircuit) {
-  const Reading reading = read(textbook(), kHighSide, 8000);
+  const Reading reading = read(textbook(), Side::high, 8000);
   EXPECT_NEAR(ratio_error(reading), 0.4075, 0.0005);
   EXPECT_NEAR(std::arg(reading.high / reading.low) * kDegrees, 0.0057, 0.0001);
 }
 
 TEST(BenchUnit, DrawsTheCurrentOfTheTextbookCircuit) {
-  EXPECT_NEAR(read(textbook(), kHighSide, 8000).current_rms, 0.26856, 0.26856e-4);
-  EXPECT_NEAR(read(textbook(), kHighSide, 100).current_rms, 3.357e-3, 3.357e-6);
+  EXPECT_NEAR(read(textbook(), Side::high, 8000).current_rms, 0.26856, 0.26856e-4);
+  EXPECT_NEAR(read(textbook(), Side::high, 100).current_rms, 3.357e-3, 3.357e-6);
 }
 
 // Complex phasors solve the same circuit independently.
 TEST(BenchUnit, AgreesWithPhasorsFromEitherSideAtEitherFrequency) {
   const TransformerSettings settings = textbook();
   const std::complex<double> j(0, 1);
-  for (const int side : {kHighSide, kLowSide}) {
+  for (const Side side : kSides) {
     for (const double frequency : {50.0, 60.0}) {
       const double k = frequency / settings.frequency;
       const double ratio = 8000.0 / 240.0;
-      const double seen = side == kHighSide ? 1 : 1 / (ratio * ratio);
+      const double seen = side == Side::high ? 1 : 1 / (ratio * ratio);
       const std::complex<double> series =
-          side == kHighSide ? settings.high_resistance + j * k * settings.high_reactance
-                            : settings.low_resistance + j * k * settings.low_reactance;
+          side == Side::high ? settings.high_resistance + j * k * settings.high_reactance
+                             : settings.low_resistance + j * k * settings.low_reactance;
       const std::complex<double> shunt =
           seen / (1 / settings.core_resistance + 1.0 / (j * k * settings.magnetizing_reactance));
       const std::complex<double> current = 100.0 / (series + shunt);
@@ -121,7 +123,7 @@ TEST(BenchUnit, AgreesWithPhasorsFromEitherSideAtEitherFrequency) {
 
       const Reading reading = read(settings, side, 100, frequency);
       const std::complex<double> other =
-          side == kHighSide ? reading.low * ratio : reading.high / ratio;
+          side == Side::high ? reading.low * ratio : reading.high / ratio;
       // The input that measures the open side also draws a small current.
       EXPECT_NEAR(std::abs(reading.current - current) / std::abs(current), 0, 1e-4);
       EXPECT_NEAR(std::abs(other - induced) / std::abs(induced), 0, 1e-6);
@@ -130,15 +132,15 @@ TEST(BenchUnit, AgreesWithPhasorsFromEitherSideAtEitherFrequency) {
 }
 
 TEST(BenchUnit, PutsTheAskedVoltageOnTheExcitedTerminals) {
-  EXPECT_NEAR(std::abs(read(saturating(), kHighSide, 47).high), 47, 1e-9);
-  EXPECT_NEAR(std::abs(read(saturating(), kLowSide, 47).low), 47, 1e-9);
-  EXPECT_NEAR(std::arg(read(saturating(), kLowSide, 47).low), 0, 1e-12);
+  EXPECT_NEAR(std::abs(read(saturating(), Side::high, 47).high), 47, 1e-9);
+  EXPECT_NEAR(std::abs(read(saturating(), Side::low, 47).low), 47, 1e-9);
+  EXPECT_NEAR(std::arg(read(saturating(), Side::low, 47).low), 0, 1e-12);
 }
 
 TEST(BenchUnit, ErrsMoreTowardsLowVoltage) {
-  double last = ratio_error(read(saturating(), kHighSide, 4000));
+  double last = ratio_error(read(saturating(), Side::high, 4000));
   for (const double voltage : {1000.0, 250.0, 50.0, 10.0, 1.0}) {
-    const double error = ratio_error(read(saturating(), kHighSide, voltage));
+    const double error = ratio_error(read(saturating(), Side::high, voltage));
     EXPECT_GT(error, last) << voltage;
     last = error;
   }
@@ -146,9 +148,9 @@ TEST(BenchUnit, ErrsMoreTowardsLowVoltage) {
 }
 
 TEST(BenchUnit, ErrsMoreInSaturation) {
-  double last = ratio_error(read(saturating(), kHighSide, 8000));
+  double last = ratio_error(read(saturating(), Side::high, 8000));
   for (const double voltage : {9500.0, 11000.0, 16000.0}) {
-    const double error = ratio_error(read(saturating(), kHighSide, voltage));
+    const double error = ratio_error(read(saturating(), Side::high, voltage));
     EXPECT_GT(error, last) << voltage;
     last = error;
   }
@@ -158,16 +160,16 @@ TEST(BenchUnit, DistortsTheCurrentInSaturationOnly) {
   const auto distortion = [](const Reading& reading) {
     return std::sqrt(std::pow(reading.current_rms / std::abs(reading.current), 2) - 1);
   };
-  EXPECT_LT(distortion(read(saturating(), kHighSide, 5000)), 0.05);
-  EXPECT_GT(distortion(read(saturating(), kHighSide, 11000)), 0.5);
+  EXPECT_LT(distortion(read(saturating(), Side::high, 5000)), 0.05);
+  EXPECT_GT(distortion(read(saturating(), Side::high, 11000)), 0.5);
 }
 
 TEST(BenchUnit, RunsIntoSaturationOnOneSideOfTheResidualFlux) {
   TransformerSettings settings = saturating();
-  const Reading clean = read(settings, kHighSide, 5000);
+  const Reading clean = read(settings, Side::high, 5000);
   settings.residual_flux[0] = 0.8;
   settings.remanence_excess = 0;
-  const Courses waves = courses(excite(unit_of(settings), kHighSide, 5000));
+  const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), Side::high, 5000));
   const auto [low, high] = std::minmax_element(waves.current.begin(), waves.current.end());
   EXPECT_GT(*high, -2 * *low);
   EXPECT_GT(rms(waves.current), 2 * clean.current_rms);
@@ -179,7 +181,7 @@ TEST(BenchUnit, RunsIntoSaturationOnOneSideOfTheResidualFlux) {
 
 TEST(BenchUnit, FluxIsTheIntegralOfTheInducedVoltage) {
   const TransformerUnit unit = unit_of(saturating());
-  const Courses waves = courses(excite(unit, kHighSide, 10000));
+  const PeriodWaveforms waves = waveforms_of(excite(unit, Side::high, 10000));
   const double step = 1.0 / 60 / kFinestSteps;
   std::vector<double> flux;
   double sum = 0;
@@ -216,7 +218,7 @@ TEST(BenchUnit, FindsASteadyStateHoweverHardItIsDriven) {
           for (const double voltage : {1e-3, 240.0, 600.0, 1e4}) {
             SCOPED_TRACE(testing::Message() << residual << " " << reactance << " " << saturated
                                             << " " << width << " " << voltage);
-            const Reading reading = read(settings, kLowSide, voltage);
+            const Reading reading = read(settings, Side::low, voltage);
             EXPECT_GT(reading.current_rms, 0);
             EXPECT_LE(reading.current_rms, 2 * voltage / settings.low_resistance);
           }
@@ -235,7 +237,7 @@ TEST(BenchUnit, FindsASteadyStateWithNextToNoResistance) {
     for (const double reactance : {0.0, 120.0}) {
       settings.high_reactance = reactance;
       for (const double voltage : {24.0, 8000.0}) {
-        const Courses waves = courses(excite(unit_of(settings), kHighSide, voltage));
+        const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), Side::high, voltage));
         const double mean =
             std::accumulate(waves.current.begin(), waves.current.end(), 0.0) / kFinestSteps;
         EXPECT_NEAR(mean / rms(waves.current), 0, 1e-9);

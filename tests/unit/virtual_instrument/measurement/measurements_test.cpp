@@ -24,8 +24,8 @@ TransformerUnit with_tap_changer(TransformerUnit unit, kvr_TapChangerType type) 
   return unit;
 }
 
-double first_reading(const ResistanceTest& test, int side) {
-  return test.sides[static_cast<std::size_t>(side)].front().points.front().data.rm;
+double first_reading(const ResistanceTest& test, Side side) {
+  return test.sides[index(side)].front().points.front().data.rm;
 }
 
 // ---- resistance
@@ -33,55 +33,57 @@ double first_reading(const ResistanceTest& test, int side) {
 TEST(Resistance, GrowsWithTheTemperatureOfCopper) {
   TransformerUnit unit = three_phase_unit();
   const FamilySettings settings = family_settings(50);
-  const double cold = first_reading(resistance_test(unit, settings), kHighSide);
+  const double cold = first_reading(resistance_test(unit, settings), Side::high);
   unit.temperature = 75;
-  const double hot = first_reading(resistance_test(unit, settings), kHighSide);
+  const double hot = first_reading(resistance_test(unit, settings), Side::high);
   EXPECT_NEAR(hot / cold, 1.2161, 0.00005);
   EXPECT_NEAR(copper_factor(20, 75), 1.2161, 0.00005);
 }
 
-TEST(Resistance, IsThatOfTheLegsBetweenTheTerminals) {
+TEST(Resistance, IsThatOfTheWindingsBetweenTheTerminals) {
   const TransformerUnit unit = three_phase_unit();
   const ResistanceTest test = resistance_test(unit, family_settings(50));
-  ASSERT_EQ(test.sides[kHighSide].size(), 1U);
-  const ResistanceTap& high = test.sides[kHighSide].front();
+  ASSERT_EQ(test.sides[index(Side::high)].size(), 1U);
+  const ResistanceTap& high = test.sides[index(Side::high)].front();
   ASSERT_EQ(high.points.size(), 3U);
   const char* const names[] = {"H1-H3", "H2-H1", "H3-H2"};
   for (std::size_t phase = 0; phase < 3; ++phase) {
     const kvr_TestData_Point& point = high.points[phase].data;
     EXPECT_STREQ(point.name, names[phase]);
-    EXPECT_NEAR(point.rm, unit.windings[kHighSide].resistance * 2 / 3, point.rm * 2e-4);
+    EXPECT_NEAR(point.rm, unit.windings[Side::high].resistance * 2 / 3, point.rm * 2e-4);
     EXPECT_NEAR(point.ua / point.ia, point.rm, point.rm * 1e-6);
     EXPECT_EQ(point.state, KVR_POINT_STABLE);
     EXPECT_EQ(point.error, KVR_RES_OK);
     EXPECT_NEAR(point.stability, 0.01, 1e-5);
     EXPECT_GT(point.stabilization_ms, 0U);
   }
-  const ResistanceTap& low = test.sides[kLowSide].front();
+  const ResistanceTap& low = test.sides[index(Side::low)].front();
   EXPECT_STREQ(low.points[2].data.name, "X3-X0");
-  EXPECT_NEAR(low.points[2].data.rm, unit.windings[kLowSide].resistance, 1e-6);
+  EXPECT_NEAR(low.points[2].data.rm, unit.windings[Side::low].resistance, 1e-6);
   EXPECT_TRUE(test.sides[2].empty());
 }
 
 TEST(Resistance, CurrentStaysWithinTheSourceAndATenthOfTheRated) {
   FamilySettings settings = family_settings(50);
   const TransformerUnit unit = three_phase_unit();
-  const auto high = resistance_test(unit, settings).sides[kHighSide].front().points.front().data;
-  EXPECT_NEAR(high.ia, 0.1 * rated_current(unit, kHighSide), 1e-4);
+  const auto high =
+      resistance_test(unit, settings).sides[index(Side::high)].front().points.front().data;
+  EXPECT_NEAR(high.ia, 0.1 * rated_current(unit, Side::high), 1e-4);
   settings.direct_voltage = 0.5;
-  const auto weak = resistance_test(unit, settings).sides[kHighSide].front().points.front().data;
+  const auto weak =
+      resistance_test(unit, settings).sides[index(Side::high)].front().points.front().data;
   EXPECT_NEAR(weak.ua, 0.5, 1e-4);
 }
 
 TEST(Resistance, FallsFromTapToTapAsTurnsDo) {
   const TransformerUnit unit = with_tap_changer(three_phase_unit(), KVR_TAP_CHANGER_OLTC);
   const ResistanceTest test = resistance_test(unit, family_settings(50));
-  ASSERT_EQ(test.sides[kHighSide].size(), 5U);
+  ASSERT_EQ(test.sides[index(Side::high)].size(), 5U);
   for (std::size_t i = 0; i < 5; ++i) {
-    const ResistanceTap& tap = test.sides[kHighSide][i];
+    const ResistanceTap& tap = test.sides[index(Side::high)][i];
     EXPECT_EQ(tap.tap, static_cast<int>(i) + 1);
     const double turns = 1 + (static_cast<double>(i) - 2) * -0.025;
-    EXPECT_NEAR(tap.points[0].data.rm, unit.windings[0].resistance * 2 / 3 * turns, 1e-3);
+    EXPECT_NEAR(tap.points[0].data.rm, unit.windings[Side::high].resistance * 2 / 3 * turns, 1e-3);
     ASSERT_EQ(tap.points[0].transition.has_value(), i > 0);
     if (i > 0) {
       EXPECT_EQ(tap.points[0].transition->status, KVR_RES_OK);
@@ -92,7 +94,7 @@ TEST(Resistance, FallsFromTapToTapAsTurnsDo) {
   }
   const auto off_load = with_tap_changer(three_phase_unit(), KVR_TAP_CHANGER_DETC);
   const ResistanceTest unwatched = resistance_test(off_load, family_settings(50));
-  for (const ResistanceTap& tap : unwatched.sides[kHighSide]) {
+  for (const ResistanceTap& tap : unwatched.sides[index(Side::high)]) {
     EXPECT_FALSE(tap.points[0].transition.has_value());
   }
 }
@@ -100,26 +102,26 @@ TEST(Resistance, FallsFromTapToTapAsTurnsDo) {
 TEST(Resistance, OfASinglePhaseUnitHasOnePoint) {
   const TransformerUnit unit = single_phase_unit();
   const ResistanceTest test = resistance_test(unit, family_settings(60));
-  ASSERT_EQ(test.sides[kHighSide].front().points.size(), 1U);
-  EXPECT_STREQ(test.sides[kHighSide].front().points[0].data.name, "H1-H2");
-  EXPECT_NEAR(first_reading(test, kHighSide), unit.windings[kHighSide].resistance, 0.01);
+  ASSERT_EQ(test.sides[index(Side::high)].front().points.size(), 1U);
+  EXPECT_STREQ(test.sides[index(Side::high)].front().points[0].data.name, "H1-H2");
+  EXPECT_NEAR(first_reading(test, Side::high), unit.windings[Side::high].resistance, 0.01);
 }
 
 TEST(Resistance, NoiseIsThatOfTheSeed) {
   FamilySettings settings = family_settings(50);
   settings.measurement.noise = 1;
   const TransformerUnit unit = three_phase_unit();
-  const double first = first_reading(resistance_test(unit, settings), kHighSide);
-  EXPECT_EQ(first, first_reading(resistance_test(unit, settings), kHighSide));
+  const double first = first_reading(resistance_test(unit, settings), Side::high);
+  EXPECT_EQ(first, first_reading(resistance_test(unit, settings), Side::high));
   settings.seed = 2;
-  EXPECT_NE(first, first_reading(resistance_test(unit, settings), kHighSide));
-  EXPECT_NEAR(first, unit.windings[0].resistance * 2 / 3, first * 0.005);
+  EXPECT_NE(first, first_reading(resistance_test(unit, settings), Side::high));
+  EXPECT_NEAR(first, unit.windings[Side::high].resistance * 2 / 3, first * 0.005);
 }
 
 TEST(Resistance, ContinuousReadingsFallAsTheCurrentSettles) {
   const TransformerUnit unit = saturating_three_phase_unit();
   const ResistanceTest test = continuous_resistance_test(unit, family_settings(50), 40, 0.5);
-  const auto& points = test.sides[kHighSide].front().points;
+  const auto& points = test.sides[index(Side::high)].front().points;
   ASSERT_EQ(points.size(), 40U);
   EXPECT_EQ(test.duration_ms, 20000U);
   EXPECT_EQ(points.front().data.state, KVR_POINT_CHARGING);
@@ -128,7 +130,7 @@ TEST(Resistance, ContinuousReadingsFallAsTheCurrentSettles) {
     EXPECT_LE(points[number].data.rm, points[number - 1].data.rm);
     EXPECT_GE(points[number].data.state, points[number - 1].data.state);
   }
-  EXPECT_NEAR(points.back().data.rm, unit.windings[0].resistance * 2 / 3,
+  EXPECT_NEAR(points.back().data.rm, unit.windings[Side::high].resistance * 2 / 3,
               kPermille * points.back().data.rm);
 }
 
@@ -136,8 +138,8 @@ TEST(HeatRun, FollowsTheCoolingCurve) {
   const CoolingCurve curve{25, 60, 600};
   TransformerUnit unit = three_phase_unit();
   const ResistanceTest test = heat_run_test(unit, family_settings(50), curve, 10, 60);
-  for (const int side : {kHighSide, kLowSide}) {
-    const auto& points = test.sides[static_cast<std::size_t>(side)].front().points;
+  for (const Side side : kSides) {
+    const auto& points = test.sides[index(side)].front().points;
     ASSERT_EQ(points.size(), 10U);
     unit.temperature = 20;
     const double cold = first_reading(resistance_test(unit, family_settings(50)), side);
@@ -289,7 +291,7 @@ TEST(Efficiency, LoadLossesAgreeWithTheImpedanceTest) {
   const FamilySettings settings = family_settings(50);
   const kvr_TestData_Efficiency data = efficiency_test(unit, settings);
   const ImpedanceTest impedance = short_circuit_impedance_test(unit, settings);
-  const double current = rated_current(unit, kHighSide);
+  const double current = rated_current(unit, Side::high);
   EXPECT_EQ(data.phases[0].corrected, 1);
   for (std::size_t phase = 0; phase < 3; ++phase) {
     EXPECT_NEAR(data.phases[phase].load_losses,
@@ -331,7 +333,7 @@ TEST(MagneticBalance, SharesTheVoltageAsTheCoreSharesFlux) {
 
 TEST(MagneticBalance, ShowsShortedTurns) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.shorted_turns = {{kLowSide, 2, 0.02, 0}};
+  unit.faults.shorted_turns = {{Side::low, 2, 0.02, 0}};
   const MagneticBalanceTest test = magnetic_balance_test(unit, family_settings(50));
   EXPECT_GT(test.data.max_imbalance, 10);
   EXPECT_LT(test.data.rows[0].cell[2].value, 10);  // no flux passes the faulty limb
@@ -373,14 +375,14 @@ TEST(GoNoGo, AHealthyUnitGoes) {
 
 TEST(GoNoGo, FaultsShow) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.shorted_turns = {{kHighSide, 0, 0.2, 0}};
+  unit.faults.shorted_turns = {{Side::high, 0, 0.2, 0}};
   EXPECT_EQ(go_no_go_test(unit, family_settings(50)).status_short_circuit, KVR_RES_SHORT_CIRCUIT_H);
   unit = three_phase_unit();
-  unit.faults.open_lead[kLowSide][2] = true;
+  unit.faults.open_lead[Side::low][2] = true;
   const kvr_TestData_GoNoGo open = go_no_go_test(unit, family_settings(50));
   EXPECT_EQ(open.status_open_circuit, KVR_RES_OPEN_CIRCUIT_X);
   EXPECT_EQ(open.status_short_circuit, KVR_RES_NOT_TESTED);
-  unit.faults.open_lead[kHighSide][1] = true;
+  unit.faults.open_lead[Side::high][1] = true;
   EXPECT_EQ(go_no_go_test(unit, family_settings(50)).status_open_circuit, KVR_RES_OPEN_CIRCUIT_H);
   FamilySettings settings = family_settings(50);
   settings.minimum_inductance = 1e6;

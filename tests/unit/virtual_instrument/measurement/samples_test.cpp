@@ -61,13 +61,13 @@ class SampleTest : public testing::Test {
     settings_.periods = 4;
     settings_.samples_per_period = kPerPeriod;
     settings_.noise = 0;
-    waves_.voltage_high.resize(kStepsPerPeriod);
+    waves_.voltage[Side::high].resize(kStepsPerPeriod);
     for (int i = 0; i < kStepsPerPeriod; ++i) {
-      waves_.voltage_high[static_cast<std::size_t>(i)] =
+      waves_.voltage[Side::high][static_cast<std::size_t>(i)] =
           std::sin(2 * std::numbers::pi * (i + 1) / kStepsPerPeriod);
     }
-    waves_.voltage_low = waves_.current_high = waves_.voltage_high;
-    waves_.current_low.assign(kStepsPerPeriod, 0.0);
+    waves_.voltage[Side::low] = waves_.current[Side::high] = waves_.voltage[Side::high];
+    waves_.current[Side::low].assign(kStepsPerPeriod, 0.0);
   }
 
   SampledTest sampled() {
@@ -81,12 +81,12 @@ class SampleTest : public testing::Test {
 
 TEST_F(SampleTest, RepeatsThePeriod) {
   const SampledTest test = sampled();
-  EXPECT_EQ(test.voltage_high.size(), 4U * kPerPeriod);
+  EXPECT_EQ(test.voltage[Side::high].size(), 4U * kPerPeriod);
   EXPECT_EQ(test.sample_rate, 60 * kPerPeriod);
   EXPECT_EQ(test.samples_per_period, kPerPeriod);
   EXPECT_EQ(test.excited, Side::low);
-  for (std::size_t i = 0; i < test.voltage_high.size(); ++i) {
-    EXPECT_NEAR(test.voltage_high[i],
+  for (std::size_t i = 0; i < test.voltage[Side::high].size(); ++i) {
+    EXPECT_NEAR(test.voltage[Side::high][i],
                 std::sin(2 * std::numbers::pi * static_cast<double>(i + 1) / kPerPeriod), 1e-12);
   }
 }
@@ -96,20 +96,20 @@ TEST_F(SampleTest, NoiseIsAShareOfEachChannelOnItsOwn) {
   settings_.periods = 100;
   const SampledTest test = sampled();
   double squares = 0;
-  for (std::size_t i = 0; i < test.voltage_high.size(); ++i) {
+  for (std::size_t i = 0; i < test.voltage[Side::high].size(); ++i) {
     const double angle = 2 * std::numbers::pi * static_cast<double>(i + 1) / kPerPeriod;
-    squares += std::pow(test.voltage_high[i] - std::sin(angle), 2);
+    squares += std::pow(test.voltage[Side::high][i] - std::sin(angle), 2);
   }
-  EXPECT_NEAR(std::sqrt(squares / static_cast<double>(test.voltage_high.size())),
+  EXPECT_NEAR(std::sqrt(squares / static_cast<double>(test.voltage[Side::high].size())),
               0.01 / std::numbers::sqrt2, 0.0003);
-  EXPECT_NE(test.voltage_high, test.voltage_low);
-  EXPECT_EQ(test.current_low, Samples(test.current_low.size(), 0.0));
+  EXPECT_NE(test.voltage[Side::high], test.voltage[Side::low]);
+  EXPECT_EQ(test.current[Side::low], Samples(test.current[Side::low].size(), 0.0));
 }
 
 TEST_F(SampleTest, EveryNumberOfSamplesFitsThePeriod) {
   for (std::int32_t count = 16; count <= 512; count *= 2) {
     settings_.samples_per_period = count;
-    EXPECT_EQ(sampled().voltage_high.size(), 4U * static_cast<std::size_t>(count));
+    EXPECT_EQ(sampled().voltage[Side::high].size(), 4U * static_cast<std::size_t>(count));
   }
 }
 

@@ -338,10 +338,10 @@ TEST(SinglePhaseRatio, AnOpenLeadIsNamed) {
   EXPECT_EQ(code(1, 1), KVR_RES_OK);
   EXPECT_EQ(code(2, 1), KVR_RES_OPEN_LEAD_H3);  // the unit has no third terminal
   EXPECT_EQ(code(1, 4), KVR_RES_OPEN_LEAD_X0);
-  bench.defects.open_lead[kHighSide][2] = true;
+  bench.defects.open_lead[Side::high][2] = true;
   EXPECT_EQ(code(1, 1), KVR_RES_OPEN_LEAD_H2);
   bench.defects.open_lead = {};
-  bench.defects.open_lead[kLowSide][1] = true;
+  bench.defects.open_lead[Side::low][1] = true;
   EXPECT_EQ(code(1, 1), KVR_RES_OPEN_LEAD_X1);
 }
 
@@ -352,7 +352,7 @@ TEST(SinglePhaseRatio, ALowSideTurnedRoundShowsAsHalfATurn) {
            kDegrees;
   };
   EXPECT_NEAR(shift(), 0, 0.01);
-  bench.defects.reversed_winding[kLowSide][0] = true;
+  bench.defects.reversed_winding[Side::low][0] = true;
   EXPECT_NEAR(std::abs(shift()), 180, 0.01);
   bench.transformer.vector_group.clock = 6;
   EXPECT_NEAR(shift(), 0, 0.01);
@@ -409,7 +409,7 @@ TEST(SinglePhaseRatio, ShortedTurnsRaiseTheCurrent) {
     return measure(ratio_1ph_request(KVR_TEST_RATIO_DOWN, 100), bench).phase.current_rms;
   };
   const double sound = current();
-  bench.defects.shorted_turns = {{kLowSide, 0, 0.05, 1e-3}};
+  bench.defects.shorted_turns = {{Side::low, 0, 0.05, 1e-3}};
   EXPECT_GT(current(), 10 * sound);
 }
 
@@ -436,19 +436,21 @@ TEST(SinglePhaseRatio, WithoutASteadyStateThereIsNoExcitation) {
             KVR_RES_NO_EXCITATION);
 }
 
-TEST(PhaseResult, FoldsAngles) {
-  EXPECT_DOUBLE_EQ(folded(0.5), 0.5);
-  EXPECT_NEAR(folded(0.5 + 2 * std::numbers::pi), 0.5, 1e-12);
-  EXPECT_NEAR(folded(-0.5 - 4 * std::numbers::pi), -0.5, 1e-12);
-  EXPECT_NEAR(folded(4), 4 - 2 * std::numbers::pi, 1e-12);
-  EXPECT_DOUBLE_EQ(folded(std::numbers::pi), std::numbers::pi);
-}
-
 TEST(PhaseResult, DeviationIsFromWhatWasEnteredOrTheNearestHour) {
   EXPECT_NEAR(phase_deviation(0.01, std::nullopt), 0.01, 1e-12);
   EXPECT_NEAR(phase_deviation(std::numbers::pi / 6 - 0.01, std::nullopt), -0.01, 1e-12);
   EXPECT_NEAR(phase_deviation(0.01, std::numbers::pi / 6), 0.01 - std::numbers::pi / 6, 1e-12);
   EXPECT_NEAR(phase_deviation(-3.1, 11 * std::numbers::pi / 6), -3.1 + std::numbers::pi / 6, 1e-12);
+}
+
+TEST(PhaseResult, DeviationAtHalfATurnIsTheSameFromEitherSide) {
+  constexpr double kPi = std::numbers::pi;
+  for (const double shift : {kPi, -kPi}) {
+    EXPECT_NEAR(phase_deviation(shift, std::nullopt), 0, 1e-15);
+    EXPECT_NEAR(phase_deviation(shift, kPi), 0, 1e-15);
+  }
+  EXPECT_NEAR(phase_deviation(kPi - 0.01, kPi), -0.01, 1e-12);
+  EXPECT_NEAR(phase_deviation(-kPi + 0.01, kPi), 0.01, 1e-12);
 }
 
 }  // namespace

@@ -5,12 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <memory>
-#include <numbers>
 #include <string>
-#include <vector>
 
 #include "record_form/record_shape.h"
+#include "unit/virtual_instrument/measurement/three_phase_measuring.h"
 #include "unit/virtual_instrument/model/units.h"
 #include "virtual_instrument/model/phasor.h"
 #include "virtual_instrument/recording/nested_records.h"
@@ -18,57 +16,21 @@
 namespace virtual_instrument {
 namespace {
 
-Bench quiet_bench() {
-  Bench bench{};
-  bench.instrument.minimum_voltage = 0.1;
-  bench.instrument.maximum_voltage = 250;
-  bench.instrument.maximum_current = 2;
-  bench.instrument.maximum_induced_voltage = 5000;
-  bench.instrument.voltage_range = 1e6;
-  bench.instrument.current_range = 1e6;
-  bench.measurement.samples_per_period = 64;
-  bench.measurement.periods = 4;
-  bench.measurement.smallest_voltage = 0.05;
-  return bench;
-}
-
-kvr_Ratio3phRequest request_for(const TransformerUnit& unit, kvr_TestType type,
-                                kvr_TestingMode mode) {
-  kvr_Ratio3phRequest request{};
-  request.setup.windings[0].winding_type = unit.group.high;
-  request.setup.windings[1].winding_type = unit.group.low;
-  request.setup.windings[0].voltage = static_cast<float>(unit.rated_voltage[0]);
-  request.setup.windings[1].voltage = static_cast<float>(unit.rated_voltage[1]);
-  request.setup.connections[0].clock = kClockUnknown;
-  request.setup.line_frequency = 50;
-  request.testing_mode = mode;
-  request.test_type = type;
-  request.tested_phase = kAllPhases;
-  request.test_voltage = 100;
-  return request;
-}
-
-ThreePhaseRatio measure(const TransformerUnit& unit, const kvr_Ratio3phRequest& request,
-                        const Bench& bench = quiet_bench()) {
-  EXPECT_EQ(check_three_phase_ratio(request, bench), KVR_RES_OK);
-  return measure_three_phase_ratio(unit, request, bench, 1);
-}
-
 double off_clock(double radians, int clock) {
   return std::remainder(degrees(radians) - 30.0 * clock, 360);
 }
 
-struct Course {
+struct Direction {
   kvr_TestType type;
   kvr_TestingMode mode;
 };
 
-class EveryGroup : public testing::TestWithParam<Course> {};
+class EveryGroup : public testing::TestWithParam<Direction> {};
 
 TEST_P(EveryGroup, ReadsItsClockAndItsTurns) {
   TransformerUnit unit = three_phase_unit();
   for (const WindingGroup& group : three_phase_groups()) {
-    const double ratio = unit.rated_voltage[0] / unit.rated_voltage[1];
+    const double ratio = unit.rated_voltage[Side::high] / unit.rated_voltage[Side::low];
     unit.group = group;
     kvr_Ratio3phRequest request = request_for(unit, GetParam().type, GetParam().mode);
     request.test_voltage = GetParam().type == KVR_TEST_RATIO_UP ? 20 : 200;
@@ -82,6 +44,7 @@ TEST_P(EveryGroup, ReadsItsClockAndItsTurns) {
     for (const kvr_TestData_Ratio_Phase& phase : result.data.phases) {
       EXPECT_EQ(phase.status, KVR_RES_OK);
       EXPECT_NEAR(off_clock(phase.phase_shift_absolute, group.clock), 0, 0.15) << phase.phase_name;
+      EXPECT_NEAR(phase.phase_deviation_from_user_phasing, 0, radians(0.15)) << phase.phase_name;
       EXPECT_NEAR(phase.tnr / turns, 1, 0.005) << phase.phase_name;
       EXPECT_NEAR(phase.tvr / ratio, 1, 0.005) << phase.phase_name;
       EXPECT_NEAR(phase.tnr_error, (phase.tnr / turns - 1) * 100, 0.001);
@@ -89,16 +52,12 @@ TEST_P(EveryGroup, ReadsItsClockAndItsTurns) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Courses, EveryGroup,
-                         testing::Values(Course{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_3},
-                                         Course{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_3_3},
-                                         Course{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_1},
-                                         Course{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1},
-                                         Course{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_1_1}));
-
-kvr_Ratio3phRequest step_down(const TransformerUnit& unit) {
-  return request_for(unit, KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_3);
-}
+INSTANTIATE_TEST_SUITE_P(Directions, EveryGroup,
+                         testing::Values(Direction{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_3},
+                                         Direction{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_3_3},
+                                         Direction{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_3_1},
+                                         Direction{KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1},
+                                         Direction{KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_1_1}));
 
 TEST(ThreePhaseRatio, ADyn11UnitReadsItsTurnsBetweenItsTerminals) {
   const ThreePhaseRatio result = measure(three_phase_unit(), step_down(three_phase_unit()));
@@ -259,7 +218,7 @@ TEST(ThreePhaseRatio, StepUpIsRefusedWhereTheHighSideWouldSeeTooMuch) {
 
 TEST(ThreePhaseRatio, StepUpIsRefusedForAHighRatio) {
   TransformerUnit unit = three_phase_unit();
-  unit.rated_voltage[kLowSide] = 11;
+  unit.rated_voltage[Side::low] = 11;
   kvr_Ratio3phRequest request = request_for(unit, KVR_TEST_RATIO_UP, KVR_TESTING_MODE_3PH_3_3);
   request.test_voltage = 1;
   EXPECT_EQ(measure(unit, request).code, KVR_STEPUP_RATIO_TOO_HIGH);
@@ -286,6 +245,19 @@ TEST(ThreePhaseRatio, DeviationIsCountedFromTheEnteredPhasing) {
       EXPECT_NEAR(phase.tnr, 44.0013, 0.1);
     }
     EXPECT_EQ(wrong.data.health_state, KVR_HEALTH_BAD);
+  }
+}
+
+TEST(ThreePhaseRatio, HalfATurnHasASmallDeviationFromItsClock) {
+  TransformerUnit unit = three_phase_unit();
+  unit.group = parse_group("Yy6").value();
+  for (const kvr_TestingMode mode : {KVR_TESTING_MODE_3PH_3_3, KVR_TESTING_MODE_3PH_1_1}) {
+    kvr_Ratio3phRequest request = request_for(unit, KVR_TEST_RATIO_DOWN, mode);
+    request.setup.connections[0].clock = 6;
+    for (const kvr_TestData_Ratio_Phase& phase : measure(unit, request).data.phases) {
+      EXPECT_NEAR(std::abs(phase.phase_shift_absolute), radians(180), radians(0.15));
+      EXPECT_NEAR(phase.phase_deviation_from_user_phasing, 0, radians(0.15));
+    }
   }
 }
 
@@ -331,7 +303,7 @@ TEST(ThreePhaseRatio, RefusesWhatItCannotTest) {
 TEST(ThreePhaseRatio, AnOpenLeadOfTheExcitedSideIsNamed) {
   for (int terminal = 1; terminal <= 3; ++terminal) {
     TransformerUnit unit = three_phase_unit();
-    unit.faults.open_lead[kHighSide][static_cast<std::size_t>(terminal)] = true;
+    unit.faults.open_lead[Side::high][static_cast<std::size_t>(terminal)] = true;
     EXPECT_EQ(measure(unit, step_down(unit)).code,
               static_cast<kvr_code>(KVR_RES_OPEN_LEAD_H0 + terminal));
   }
@@ -339,7 +311,7 @@ TEST(ThreePhaseRatio, AnOpenLeadOfTheExcitedSideIsNamed) {
 
 TEST(ThreePhaseRatio, AnOpenLeadOfTheOtherSideCostsOnlyItsPhase) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.open_lead[kLowSide][3] = true;
+  unit.faults.open_lead[Side::low][3] = true;
   for (const kvr_TestingMode mode : {KVR_TESTING_MODE_3PH_3_3, KVR_TESTING_MODE_3PH_1_1}) {
     kvr_Ratio3phRequest request = request_for(unit, KVR_TEST_RATIO_DOWN, mode);
     request.setup.connections[0].clock = 11;
@@ -357,7 +329,7 @@ TEST(ThreePhaseRatio, AnOpenLeadOfTheOtherSideCostsOnlyItsPhase) {
 
 TEST(ThreePhaseRatio, AnOpenNeutralCostsAllPhasesThatNeedIt) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.open_lead[kLowSide][0] = true;
+  unit.faults.open_lead[Side::low][0] = true;
   EXPECT_EQ(measure(unit, step_down(unit)).code, KVR_RES_OPEN_LEAD_X0);
 }
 
@@ -397,7 +369,7 @@ TEST(ThreePhaseRatio, ShortedTurnsRaiseCurrentAndErrorOfTheirPhase) {
   const kvr_Ratio3phRequest request =
       request_for(unit, KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1);
   const ThreePhaseRatio sound = measure(unit, request);
-  unit.faults.shorted_turns = {{kLowSide, 1, 0.03, 1e-4}};
+  unit.faults.shorted_turns = {{Side::low, 1, 0.03, 1e-4}};
   const ThreePhaseRatio faulty = measure(unit, request);
   ASSERT_EQ(faulty.code, KVR_RES_OK);
   EXPECT_GT(faulty.data.phases[1].current_rms, 5 * sound.data.phases[1].current_rms);
@@ -413,101 +385,25 @@ TEST(ThreePhaseRatio, ATapOffTheMiddleShowsAsRatioError) {
   EXPECT_NEAR(result.data.ratio_3ph_error - sound, 5, 0.05);
 }
 
-TEST(ThreePhaseRatio, AReversedStarLegShowsAsDistortion) {
+TEST(ThreePhaseRatio, AReversedStarWindingShowsAsDistortion) {
   TransformerUnit unit = three_phase_unit();
-  unit.faults.reversed_winding[kLowSide][1] = true;
+  unit.faults.reversed_winding[Side::low][1] = true;
   const ThreePhaseRatio result = measure(unit, step_down(unit));
   ASSERT_EQ(result.code, KVR_RES_OK);
-  // With one of three legs reversed, a third of the positive sequence remains, and two thirds of
-  // each other one appear.
+  // With one of three windings reversed, a third of the positive sequence remains, and two thirds
+  // of each other one appear.
   EXPECT_NEAR(result.data.negative_distortion_index, 2, 0.01);
   EXPECT_NEAR(result.data.zero_distortion_index, 2, 0.01);
   EXPECT_EQ(result.data.health_state, KVR_HEALTH_BAD);
 }
 
-TEST(ThreePhaseRatio, AReversedDeltaLegIsAShortCircuit) {
+TEST(ThreePhaseRatio, AReversedDeltaWindingIsAShortCircuit) {
   TransformerUnit unit = three_phase_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_D, 1};
-  unit.faults.reversed_winding[kLowSide][0] = true;
+  unit.faults.reversed_winding[Side::low][0] = true;
   kvr_Ratio3phRequest request = step_down(unit);
   request.test_voltage = 250;
   EXPECT_EQ(measure(unit, request).code, KVR_RES_EXCITATION_CURRENT_TOO_HIGH);
-}
-
-// ---- series and residual flux
-
-struct Readings {
-  std::vector<double> errors;
-  std::array<double, 3> residual_flux;
-};
-
-Readings read_series(TransformerUnit unit, const std::vector<float>& voltages) {
-  Readings readings{};
-  Bench bench = quiet_bench();
-  bench.instrument.maximum_voltage = 20000;
-  bench.instrument.maximum_current = 1000;
-  kvr_Ratio3phRequest request = step_down(unit);
-  for (const float voltage : voltages) {
-    request.test_voltage = voltage;
-    const ThreePhaseRatio result = measure(unit, request, bench);
-    EXPECT_EQ(result.code, KVR_RES_OK) << voltage;
-    readings.errors.push_back(result.data.ratio_3ph_error);
-    unit.core.residual_flux = result.residual_flux;
-  }
-  readings.residual_flux = unit.core.residual_flux;
-  return readings;
-}
-
-TEST(ThreePhaseRatio, ErrorGrowsTowardsLowVoltageAndInSaturation) {
-  const std::vector<double> errors =
-      read_series(saturating_three_phase_unit(), {8, 40, 100, 250, 1000, 11000, 13000, 14000})
-          .errors;
-  EXPECT_GT(errors[0], errors[1]);
-  EXPECT_GT(errors[1], errors[2]);
-  EXPECT_GT(errors[2], errors[3]);
-  EXPECT_GT(errors[3], errors[4]);
-  EXPECT_GT(errors[6], errors[5]);
-  EXPECT_GT(errors[7], errors[6]);
-}
-
-const std::vector<float> kAscending{40, 250, 1000, 4000, 11000};
-const std::vector<float> kDescending{11000, 4000, 1000, 250, 40};
-
-double largest_difference(const TransformerUnit& unit) {
-  const std::vector<double> up = read_series(unit, kAscending).errors;
-  const std::vector<double> down = read_series(unit, kDescending).errors;
-  double largest = 0;
-  for (std::size_t number = 0; number < up.size(); ++number) {
-    largest = std::max(largest, std::abs(up[number] - down[up.size() - 1 - number]));
-  }
-  return largest;
-}
-
-TransformerUnit magnetised_unit() {
-  TransformerUnit unit = saturating_three_phase_unit();
-  const double knee = unit.core.limb.knee_flux;
-  unit.core.residual_flux = {0.8 * knee, -0.5 * knee, -0.3 * knee};
-  return unit;
-}
-
-TEST(ThreePhaseRatio, SeriesDifferWithResidualFluxOnly) {
-  EXPECT_EQ(largest_difference(saturating_three_phase_unit()), 0);
-  EXPECT_GT(largest_difference(magnetised_unit()), 0.005);
-}
-
-TEST(ThreePhaseRatio, DemagnetisingMakesSeriesAgree) {
-  TransformerUnit unit = magnetised_unit();
-  unit.core.residual_flux = demag_test(unit, family_settings(50)).residual_flux;
-  EXPECT_LT(largest_difference(unit), 1e-5);
-}
-
-TEST(ThreePhaseRatio, ExcitationTakesResidualFluxBack) {
-  const TransformerUnit unit = magnetised_unit();
-  const Readings readings = read_series(unit, {1000});
-  for (std::size_t limb = 0; limb < 3; ++limb) {
-    const double left = readings.residual_flux[limb] / unit.core.residual_flux[limb];
-    EXPECT_NEAR(left, 1 - 1000.0 / 11000 / 1.15, 0.01);
-  }
 }
 
 // ---- samples

@@ -22,17 +22,17 @@ struct TestedUnit {
 };
 
 const TestedUnit kUnit20kva = {{{KVR_WINDING_1P, KVR_WINDING_1P, 0}, 8000, 240, 20, 60, 0, 0, 0.5},
-                               {kHighSide, 8000, 0.214, 400},
-                               {kHighSide, 489, 2.5, 240}};
+                               {Side::high, 8000, 0.214, 400},
+                               {Side::high, 489, 2.5, 240}};
 
 const TestedUnit kUnit50kva = {{{KVR_WINDING_1P, KVR_WINDING_1P, 0}, 2400, 120, 50, 60, 0, 0, 0.5},
-                               {kLowSide, 120, 9.65, 396},
-                               {kHighSide, 92, 20.8, 810}};
+                               {Side::low, 120, 9.65, 396},
+                               {Side::high, 92, 20.8, 810}};
 
 const TestedUnit kUnitDyn11 = {
     {{KVR_WINDING_D, KVR_WINDING_YN, 11}, 11000, 433, 500, 50, 1, 0.1, 0.6},
-    {kLowSide, 433, 12, 1000},
-    {kHighSide, 495, 26.243, 5500}};
+    {Side::low, 433, 12, 1000},
+    {Side::high, 495, 26.243, 5500}};
 
 TEST(EquivalentCircuit, FollowsFromTestsOnTheHighSide) {
   const EquivalentCircuit circuit =
@@ -53,9 +53,9 @@ TEST(EquivalentCircuit, IsSeenFromTheHighSideWhereTheLowSideWasTested) {
 }
 
 TEST(EquivalentCircuit, RefusesMorePowerThanVoltageAndCurrentMake) {
-  EXPECT_THROW(equivalent_circuit({kHighSide, 100, 1, 101}, {kHighSide, 10, 1, 5}, 1),
+  EXPECT_THROW(equivalent_circuit({Side::high, 100, 1, 101}, {Side::high, 10, 1, 5}, 1),
                std::invalid_argument);
-  EXPECT_THROW(equivalent_circuit({kHighSide, 100, 1, 10}, {kHighSide, 10, 1, 0}, 1),
+  EXPECT_THROW(equivalent_circuit({Side::high, 100, 1, 10}, {Side::high, 10, 1, 0}, 1),
                std::invalid_argument);
 }
 
@@ -81,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(Units, UnitFromTests, testing::Values(kUnit20kva, kUnit
 TEST(UnitFromTests, LeavesTheTestsOfTheOtherSideToTheCircuit) {
   const TransformerUnit unit =
       unit_from_tests(kUnit50kva.plate, kUnit50kva.open_circuit, kUnit50kva.short_circuit);
-  const CircuitTest open = open_circuit_test(unit, kHighSide, 2400, 60);
+  const CircuitTest open = open_circuit_test(unit, Side::high, 2400, 60);
   expect_near_share(open.current, 9.65 / 20, kPermille);
   expect_near_share(open.power, 396, kPermille);
 }

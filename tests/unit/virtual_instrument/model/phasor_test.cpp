@@ -42,9 +42,20 @@ TEST(Phasor, QuotientUndoesTheProduct) {
   EXPECT_EQ(magnitude(a), 5);
 }
 
+TEST(Phasor, HalfATurnIsPositive) {
+  EXPECT_EQ(fold_angle(kPi), kPi);
+  EXPECT_EQ(fold_angle(-kPi), kPi);
+  EXPECT_EQ(fold_angle(3 * kPi), kPi);
+  EXPECT_EQ(fold_angle(-3 * kPi), kPi);
+  EXPECT_EQ(angle(-1), kPi);
+  EXPECT_EQ(angle(Complex(-1, -0.0)), kPi);
+}
+
 TEST(Phasor, FoldingKeepsAnglesWithinHalfATurn) {
   EXPECT_NEAR(fold_angle(3 * kPi / 2), -kPi / 2, 1e-15);
   EXPECT_NEAR(fold_angle(-3 * kPi / 2), kPi / 2, 1e-15);
+  EXPECT_NEAR(fold_angle(0.5 + 2 * kPi), 0.5, 1e-15);
+  EXPECT_NEAR(fold_angle(-0.5 - 4 * kPi), -0.5, 1e-15);
   EXPECT_EQ(fold_angle(1.0), 1.0);
   EXPECT_NEAR(degrees(radians(30)), 30, 1e-14);
 }

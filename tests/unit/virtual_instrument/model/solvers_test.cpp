@@ -39,11 +39,11 @@ struct State {
 };
 
 State balanced(const TransformerUnit& unit, double voltage) {
-  const std::vector<VoltageSource> sources = pair_sources(kHighSide, {1, 2}, voltage);
+  const std::vector<VoltageSource> sources = pair_sources(Side::high, {1, 2}, voltage);
   const PeriodicState state = solve_network(unit_network(unit, 1e12), sources, unit.frequency);
   return {rms(waveform(state.source_current[0], 256)),
-          quotient(terminal_voltage(state, kHighSide, {1, 2})[1],
-                   terminal_voltage(state, kLowSide, {1, 2})[1])};
+          quotient(terminal_voltage(state, Side::high, {1, 2})[1],
+                   terminal_voltage(state, Side::low, {1, 2})[1])};
 }
 
 std::complex<double> phasor(const std::vector<double>& period) {
@@ -51,7 +51,7 @@ std::complex<double> phasor(const std::vector<double>& period) {
 }
 
 State marched(const TransformerUnit& unit, double voltage) {
-  const LimbWinding& high = unit.windings[kHighSide];
+  const LimbWinding& high = unit.windings[Side::high];
   const SteadyState state =
       solve_steady_state({high.resistance, high.leakage_inductance, unit.core.limb},
                          {std::numbers::sqrt2 * voltage, 2 * std::numbers::pi * unit.frequency});

@@ -8,7 +8,7 @@ namespace virtual_instrument {
 inline TransformerUnit three_phase_unit() {
   static const TransformerUnit unit =
       unit_from_tests({{KVR_WINDING_D, KVR_WINDING_YN, 11}, 11000, 433, 500, 50, 1, 0.1, 0.6},
-                      {kLowSide, 433, 4, 1000}, {kHighSide, 495, 26.243, 5500});
+                      {Side::low, 433, 4, 1000}, {Side::high, 495, 26.243, 5500});
   return unit;
 }
 
@@ -29,7 +29,7 @@ inline TransformerUnit saturating_three_phase_unit() {
 inline TransformerUnit single_phase_unit() {
   static const TransformerUnit unit =
       unit_from_tests({{KVR_WINDING_1P, KVR_WINDING_1P, 0}, 8000, 240, 20, 60, 0, 0.1, 0.5},
-                      {kHighSide, 8000, 0.214, 400}, {kHighSide, 489, 2.5, 240});
+                      {Side::high, 8000, 0.214, 400}, {Side::high, 489, 2.5, 240});
   return unit;
 }
 

@@ -47,16 +47,16 @@ TEST(WindingGroup, SinglePhaseWindingsAreAlikeOrOpposite) {
   EXPECT_TRUE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 0)));
   EXPECT_TRUE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 6)));
   EXPECT_FALSE(exists(group(KVR_WINDING_1P, KVR_WINDING_1P, 3)));
-  EXPECT_EQ(phase_windings(group(KVR_WINDING_1P, KVR_WINDING_1P, 6))[kLowSide].front().turns[0],
+  EXPECT_EQ(phase_windings(group(KVR_WINDING_1P, KVR_WINDING_1P, 6))[Side::low].front().turns[0],
             -1);
 }
 
 TEST(WindingGroup, TheLowSideLagsByTheClock) {
   for (const WindingGroup& each : three_phase_groups()) {
     const auto windings = phase_windings(each);
-    ASSERT_EQ(windings[kLowSide].size(), 3U) << group_name(each);
-    const auto high = line_phasors(windings[kHighSide], kBalanced);
-    const auto low = line_phasors(windings[kLowSide], kBalanced);
+    ASSERT_EQ(windings[Side::low].size(), 3U) << group_name(each);
+    const auto high = line_phasors(windings[Side::high], kBalanced);
+    const auto low = line_phasors(windings[Side::low], kBalanced);
     for (std::size_t line = 0; line < 3; ++line) {
       const double lag = degrees(angle(high[line] * std::conj(low[line])));
       EXPECT_NEAR(std::remainder(lag - 30 * each.clock, 360), 0, 1e-9)
@@ -102,11 +102,10 @@ TEST(WindingGroup, APhaseIsTestedFreeOfWhereTheFluxReturns) {
         for (int a = -4; a <= 4; ++a) {
           const std::array<double, 3> limbs = {1.0 * a, 1.0 * b, -1.0 * (a + b)};
           const bool allowed =
-              !phase.shorted || between(windings[static_cast<std::size_t>(phase.shorted_side)],
-                                        *phase.shorted, limbs) == 0;
+              !phase.shorted || between(windings[phase.shorted_side], *phase.shorted, limbs) == 0;
           if (allowed) {
-            const double high = between(windings[kHighSide], phase.high, limbs);
-            const double low = between(windings[kLowSide], phase.low, limbs);
+            const double high = between(windings[Side::high], phase.pairs[Side::high], limbs);
+            const double low = between(windings[Side::low], phase.pairs[Side::low], limbs);
             EXPECT_NEAR(high, phase.ratio * low, 1e-9) << group_name(each);
             fluxes += std::abs(low) > 0.1 ? 1 : 0;
           }
@@ -128,8 +127,8 @@ class PhaseA : public testing::TestWithParam<NamedPairs> {};
 
 TEST_P(PhaseA, IsTestedBetweenItsTerminals) {
   const PhaseConnection phase = phase_connections(GetParam().group).front();
-  EXPECT_EQ(pair_name(kHighSide, phase.high), GetParam().high);
-  EXPECT_EQ(pair_name(kLowSide, phase.low), GetParam().low);
+  EXPECT_EQ(pair_name(Side::high, phase.pairs[Side::high]), GetParam().high);
+  EXPECT_EQ(pair_name(Side::low, phase.pairs[Side::low]), GetParam().low);
   EXPECT_EQ(phase.shorted ? pair_name(phase.shorted_side, *phase.shorted) : "", GetParam().shorted);
 }
 
@@ -149,17 +148,17 @@ INSTANTIATE_TEST_SUITE_P(
                     NamedPairs{{KVR_WINDING_1P, KVR_WINDING_1P, 6}, "H1-H2", "X2-X1", ""}));
 
 TEST(WindingGroup, NamesItsPairs) {
-  EXPECT_EQ(pair_name(kHighSide, {1, 3}), "H1-H3");
-  EXPECT_EQ(pair_name(kLowSide, {0, 2}), "X0-X2");
+  EXPECT_EQ(pair_name(Side::high, {1, 3}), "H1-H3");
+  EXPECT_EQ(pair_name(Side::low, {0, 2}), "X0-X2");
   EXPECT_EQ(group_name(group(KVR_WINDING_ZN, KVR_WINDING_YN, 11)), "ZNyn11");
   EXPECT_EQ(group_name(group(KVR_WINDING_1P, KVR_WINDING_1P, 0)), "1Ph0");
 }
 
-TEST(WindingGroup, TurnsBetweenTerminalsThatNoLegJoins) {
+TEST(WindingGroup, HasNoTurnsBetweenTerminalsThatNoWindingJoins) {
   const auto windings = phase_windings(group(KVR_WINDING_D, KVR_WINDING_YN, 11));
-  EXPECT_EQ(turns_between(windings[kHighSide], {1, 0}), std::nullopt);
+  EXPECT_EQ(turns_between(windings[Side::high], {1, 0}), std::nullopt);
   EXPECT_EQ(turns_between({}, {1, 2}), std::nullopt);
-  EXPECT_NE(turns_between(windings[kHighSide], {3, 1}), std::nullopt);
+  EXPECT_NE(turns_between(windings[Side::high], {3, 1}), std::nullopt);
 }
 
 }  // namespace

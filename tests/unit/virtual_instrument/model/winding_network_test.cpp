@@ -53,12 +53,12 @@ double rms(const std::vector<double>& values) {
   return std::sqrt(sum / static_cast<double>(values.size()));
 }
 
-Spectrum pair_voltage(const PeriodicState& state, int side, TerminalPair pair) {
+Spectrum pair_voltage(const PeriodicState& state, Side side, TerminalPair pair) {
   return difference(state.node_voltage[static_cast<std::size_t>(terminal_node(side, pair.plus))],
                     state.node_voltage[static_cast<std::size_t>(terminal_node(side, pair.minus))]);
 }
 
-PeriodicState excite(const TransformerUnit& unit, int side, TerminalPair pair, double voltage) {
+PeriodicState excite(const TransformerUnit& unit, Side side, TerminalPair pair, double voltage) {
   return solve_network(unit_network(unit, 1e12),
                        {{terminal_node(side, pair.plus), voltage * std::numbers::sqrt2},
                         {terminal_node(side, pair.minus), 0}},
@@ -66,22 +66,22 @@ PeriodicState excite(const TransformerUnit& unit, int side, TerminalPair pair, d
 }
 
 TEST(WindingNetwork, TheCircuitOfASinglePhaseUnitReadsItsTextbookError) {
-  const PeriodicState state = excite(t_circuit_unit(), kHighSide, {1, 2}, 8000);
-  const Spectrum high = pair_voltage(state, kHighSide, {1, 2});
-  const Spectrum low = pair_voltage(state, kLowSide, {1, 2});
+  const PeriodicState state = excite(t_circuit_unit(), Side::high, {1, 2}, 8000);
+  const Spectrum high = pair_voltage(state, Side::high, {1, 2});
+  const Spectrum low = pair_voltage(state, Side::low, {1, 2});
   const Complex ratio = quotient(high[1], low[1]) / (8000.0 / 240);
   EXPECT_NEAR((magnitude(ratio) - 1) * 100, 0.4075, 0.01);
   EXPECT_NEAR(degrees(angle(ratio)), 0.0057, 0.001);
   EXPECT_NEAR(fundamental_rms(state.source_current[0]), 0.26856, 0.0001 * 0.26856);
-  const PeriodicState reduced = excite(t_circuit_unit(), kHighSide, {1, 2}, 100);
+  const PeriodicState reduced = excite(t_circuit_unit(), Side::high, {1, 2}, 100);
   EXPECT_NEAR(fundamental_rms(reduced.source_current[0]), 3.357e-3, 0.001 * 3.357e-3);
 }
 
 TEST(WindingNetwork, TheSourcesGiveWhatTheResistancesTake) {
   TransformerUnit unit = t_circuit_unit();
-  const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8000);
+  const PeriodicState state = excite(unit, Side::high, {1, 2}, 8000);
   const double power =
-      source_power(state, 0, {terminal_node(kHighSide, 1), 8000 * std::numbers::sqrt2});
+      source_power(state, 0, {terminal_node(Side::high, 1), 8000 * std::numbers::sqrt2});
   const double current = fundamental_rms(state.source_current[0]);
   const double induced = magnitude(state.flux[0][1]) * kOmega / std::sqrt(2.0);
   EXPECT_NEAR(power, current * current * 15 + induced * induced / 200e3, power * 1e-5);
@@ -96,9 +96,9 @@ TEST(WindingNetwork, EqualYokesAndLimbsShareFluxByTheirLengths) {
   const TransformerUnit unit = three_limb_unit(1);
   const Balance balances[] = {{0, {84, -56, -28}}, {1, {-42, 84, -42}}, {2, {-28, -56, 84}}};
   for (const Balance& balance : balances) {
-    const PeriodicState state = excite(unit, kHighSide, {balance.limb + 1, 0}, 84);
+    const PeriodicState state = excite(unit, Side::high, {balance.limb + 1, 0}, 84);
     for (int limb = 0; limb < 3; ++limb) {
-      const Complex volts = pair_voltage(state, kHighSide, {limb + 1, 0})[1] / std::sqrt(2.0);
+      const Complex volts = pair_voltage(state, Side::high, {limb + 1, 0})[1] / std::sqrt(2.0);
       EXPECT_NEAR(volts.real(), balance.volts[static_cast<std::size_t>(limb)], 0.084);
       EXPECT_NEAR(volts.imag(), 0, 0.084);
     }
@@ -107,17 +107,17 @@ TEST(WindingNetwork, EqualYokesAndLimbsShareFluxByTheirLengths) {
 
 TEST(WindingNetwork, TheMiddleLimbDrawsLessThanAnOuterOne) {
   const TransformerUnit unit = three_limb_unit(1);
-  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).source_current[0]);
-  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).source_current[0]);
-  const double other = fundamental_rms(excite(unit, kHighSide, {3, 0}, 84).source_current[0]);
+  const double outer = fundamental_rms(excite(unit, Side::high, {1, 0}, 84).source_current[0]);
+  const double middle = fundamental_rms(excite(unit, Side::high, {2, 0}, 84).source_current[0]);
+  const double other = fundamental_rms(excite(unit, Side::high, {3, 0}, 84).source_current[0]);
   EXPECT_NEAR(middle / outer, 0.75, 0.00075);
   EXPECT_NEAR(other / outer, 1, 1e-6);
 }
 
 TEST(WindingNetwork, WithoutYokesAllLimbsAreAlike) {
   const TransformerUnit unit = three_limb_unit(0);
-  const double outer = fundamental_rms(excite(unit, kHighSide, {1, 0}, 84).source_current[0]);
-  const double middle = fundamental_rms(excite(unit, kHighSide, {2, 0}, 84).source_current[0]);
+  const double outer = fundamental_rms(excite(unit, Side::high, {1, 0}, 84).source_current[0]);
+  const double middle = fundamental_rms(excite(unit, Side::high, {2, 0}, 84).source_current[0]);
   EXPECT_NEAR(middle / outer, 1, 1e-5);
 }
 
@@ -153,7 +153,7 @@ double worst_imbalance(const TransformerUnit& unit, const PeriodicState& state) 
 
 TEST(WindingNetwork, CurrentFollowsTheCurveOfTheCoreInSaturation) {
   const TransformerUnit unit = saturating_unit();
-  const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8800);
+  const PeriodicState state = excite(unit, Side::high, {1, 2}, 8800);
   // The curve has harmonics above those that are solved for.
   EXPECT_LT(worst_imbalance(unit, state), 0.03);
   EXPECT_GT(magnitude(state.source_current[0][3]), 0.2 * magnitude(state.source_current[0][1]));
@@ -165,10 +165,10 @@ TEST(WindingNetwork, CurrentRisesAndRatioErrorGrowsInSaturation) {
   double last_current = 0;
   double last_error = 0;
   for (const double voltage : {8000.0, 8800.0, 9600.0, 12000.0}) {
-    const PeriodicState state = excite(unit, kHighSide, {1, 2}, voltage);
+    const PeriodicState state = excite(unit, Side::high, {1, 2}, voltage);
     const double current = rms(waveform(state.source_current[0], 256)) / voltage;
-    const double error = magnitude(quotient(pair_voltage(state, kHighSide, {1, 2})[1],
-                                            pair_voltage(state, kLowSide, {1, 2})[1])) /
+    const double error = magnitude(quotient(pair_voltage(state, Side::high, {1, 2})[1],
+                                            pair_voltage(state, Side::low, {1, 2})[1])) /
                              (8000.0 / 240) -
                          1;
     EXPECT_GT(current, last_current) << voltage;
@@ -181,7 +181,7 @@ TEST(WindingNetwork, CurrentRisesAndRatioErrorGrowsInSaturation) {
 TEST(WindingNetwork, ResidualFluxMakesTheCurrentLopsidedButGivesItNoMean) {
   TransformerUnit unit = saturating_unit();
   unit.core.residual_flux[0] = 0.8 * rated_flux(unit);
-  const PeriodicState state = excite(unit, kHighSide, {1, 2}, 8000);
+  const PeriodicState state = excite(unit, Side::high, {1, 2}, 8000);
   EXPECT_GT(magnitude(state.source_current[0][2]), 1e-3 * magnitude(state.source_current[0][1]));
   EXPECT_EQ(state.source_current[0][0], Complex{});
   double mean_force = 0;
@@ -203,31 +203,31 @@ TEST(WindingNetwork, ExcitationThatFadesOutTakesResidualFluxBack) {
 
 TEST(WindingNetwork, ShortedTurnsDrawCurrent) {
   TransformerUnit unit = t_circuit_unit();
-  const double sound = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).source_current[0]);
-  unit.faults.shorted_turns = {{kHighSide, 0, 0.01, 0.01}};
-  const double faulty = fundamental_rms(excite(unit, kHighSide, {1, 2}, 100).source_current[0]);
+  const double sound = fundamental_rms(excite(unit, Side::high, {1, 2}, 100).source_current[0]);
+  unit.faults.shorted_turns = {{Side::high, 0, 0.01, 0.01}};
+  const double faulty = fundamental_rms(excite(unit, Side::high, {1, 2}, 100).source_current[0]);
   EXPECT_GT(faulty, 5 * sound);
 }
 
-TEST(WindingNetwork, ResistanceToDirectCurrentFollowsFromTheLegs) {
+TEST(WindingNetwork, ResistanceToDirectCurrentFollowsFromTheWindings) {
   TransformerUnit unit = three_limb_unit(1);
   unit.windings = {LimbWinding{3, 0, 0}, LimbWinding{0.006, 0, 0}};
-  const auto between = [&unit](int side, TerminalPair pair) {
+  const auto between = [&unit](Side side, TerminalPair pair) {
     return dc_resistance(unit_network(unit, 1e12), terminal_node(side, pair.plus),
                          terminal_node(side, pair.minus));
   };
-  EXPECT_NEAR(between(kHighSide, {1, 0}), 3, 1e-6);
-  EXPECT_NEAR(between(kHighSide, {1, 3}), 6, 1e-6);
+  EXPECT_NEAR(between(Side::high, {1, 0}), 3, 1e-6);
+  EXPECT_NEAR(between(Side::high, {1, 3}), 6, 1e-6);
   unit.group = {KVR_WINDING_D, KVR_WINDING_YN, 11};
-  EXPECT_NEAR(between(kHighSide, {1, 3}), 2, 1e-6);
-  EXPECT_NEAR(between(kLowSide, {1, 2}), 0.012, 1e-8);
+  EXPECT_NEAR(between(Side::high, {1, 3}), 2, 1e-6);
+  EXPECT_NEAR(between(Side::low, {1, 2}), 0.012, 1e-8);
 }
 
 TEST(WindingNetwork, TheSameInputsGiveTheSameBits) {
   TransformerUnit unit = saturating_unit();
   unit.core.residual_flux[0] = 0.5 * rated_flux(unit);
-  const PeriodicState first = excite(unit, kHighSide, {1, 2}, 9000);
-  const PeriodicState second = excite(unit, kHighSide, {1, 2}, 9000);
+  const PeriodicState first = excite(unit, Side::high, {1, 2}, 9000);
+  const PeriodicState second = excite(unit, Side::high, {1, 2}, 9000);
   EXPECT_EQ(first.source_current, second.source_current);
   EXPECT_EQ(first.node_voltage, second.node_voltage);
   EXPECT_EQ(first.flux, second.flux);
@@ -251,7 +251,7 @@ TEST(WindingNetwork, EveryBuildGivesTheSameBits) {
   unit.core.residual_flux = {0.8 * rated_flux(unit), -0.5 * rated_flux(unit),
                              -0.3 * rated_flux(unit)};
   const PeriodicState state =
-      solve_network(unit_network(unit, 1e9), balanced_sources(unit, kHighSide, 12000), 50);
+      solve_network(unit_network(unit, 1e9), balanced_sources(unit, Side::high, 12000), 50);
   EXPECT_EQ(hash_of_bits(state), 14724067609279929251U);
 }
 

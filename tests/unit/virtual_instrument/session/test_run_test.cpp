@@ -210,6 +210,9 @@ TEST_F(TestRun, AnIdThatIsTakenOrOfAnotherKindEndsATestBeforeItBegins) {
   EXPECT_EQ(kvr_Test_Ratio_1ph(&header, &request, &handler, &record),
             KVR_RES_TEST_CONFIG_INCOMPATIBLE);
   EXPECT_TRUE(progress_.steps.empty()) << "the record was found unfit only after the test";
+  EXPECT_EQ(test_3ph("T1", KVR_SAVE_ADD_TO_RECORD, &handler).code,
+            KVR_RES_TEST_CONFIG_INCOMPATIBLE);
+  EXPECT_TRUE(progress_.steps.empty()) << "the other family was found unfit only after the test";
   set_bench("[status]\nsecondary_sd_read_only = true\n");
   EXPECT_EQ(test("T2", KVR_SAVE_NEW_RECORD, &handler).code, KVR_RES_SECONDARY_SDCARD_READ_ONLY);
   EXPECT_TRUE(progress_.steps.empty()) << "the card was found unfit only after the test";
@@ -374,10 +377,10 @@ TEST_F(TestRun, NoCallbackComesAfterShutdown) {
     set_bench(i % 2 == 0 ? "[status]\nemergency_button_pressed = true\n" : "");
     kvr_CheckConnection();
     EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
-    const std::size_t told = status_.size();
+    const std::size_t reported = status_.size();
     ASSERT_EQ(initialize(), KVR_RES_OK);
     ASSERT_EQ(connect(), KVR_RES_OK);
-    EXPECT_EQ(status_.size(), told);
+    EXPECT_EQ(status_.size(), reported);
   }
 }
 

@@ -102,6 +102,18 @@ TEST_F(SqliteStoreTest, AddsNoTestOfAnotherFamilyOrType) {
   EXPECT_EQ(contents_of(store_), "T1#1:1 ");
 }
 
+TEST_F(SqliteStoreTest, SaysBeforehandWhetherATestCanBeAdded) {
+  EXPECT_EQ(store_.check_addition("T1", KVR_TEST_RATIO_DOWN, "ratio_1ph"),
+            KVR_RES_RECORD_NOT_FOUND);
+  EXPECT_EQ(save("T1", 1), KVR_RES_OK);
+  EXPECT_EQ(store_.check_addition("T1", KVR_TEST_RATIO_DOWN, "ratio_1ph"), KVR_RES_OK);
+  EXPECT_EQ(store_.check_addition("T1", KVR_TEST_RATIO_UP, "ratio_1ph"),
+            KVR_RES_TEST_CONFIG_INCOMPATIBLE);
+  EXPECT_EQ(store_.check_addition("T1", KVR_TEST_RATIO_DOWN, "ratio_3ph"),
+            KVR_RES_TEST_CONFIG_INCOMPATIBLE);
+  EXPECT_EQ(contents_of(store_), "T1#1:1 ");
+}
+
 TEST_F(SqliteStoreTest, KeepsRecordsOfEveryFamily) {
   const std::vector<std::string> results = {
       "data_ratio_3ph[0].step_up.ratio_3ph = 1", "data_ratio_1ph[0].phase.tnr = 1",
