@@ -1,78 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <vector>
 
 #include "platform/platform.h"
 #include "support/counted_new.h"
 #include "support/log_capture.h"
-#include "support/process.h"
-#include "support/temporary_folder.h"
-#include "support/thrown_exception.h"
+#include "unit/utils/file_helpers.h"
 #include "utils/utils.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-
-const bool kIsWindows = platform::kPathSeparator == '\\';
-
-using LogLines = std::vector<LogLine>;
-
-class FileHelpers : public testing::Test {
- protected:
-  std::string in_folder(const std::string& name) const { return folder.prefix() + name; }
-
-  std::string make_file(const std::string& name, const std::string& content = "") const {
-    folder.write(name, content);
-    return in_folder(name);
-  }
-
-  std::string make_folder(const std::string& name) const {
-    fs::create_directory(folder.path() / name);
-    return in_folder(name);
-  }
-
-  /// A path that no user can open.
-  std::string make_link_loop(const std::string& name) const {
-    if (kIsWindows) {
-      return in_folder(name + "?");  // no links there, but an invalid name
-    }
-    fs::create_symlink(in_folder(name + "-back"), in_folder(name));
-    fs::create_symlink(in_folder(name), in_folder(name + "-back"));
-    return in_folder(name);
-  }
-
-  TemporaryFolder folder;
-};
-
-/// Runs `operation` with a logger attached; each of its allocations fails in turn. Expects that
-/// after one of these failures the last line of the log is `expected`.
-template <class Operation>
-void expect_logged_memory_failure(const LogLine& expected, Operation operation) {
-  bool logged = false;
-  for (std::size_t nth = 1;; ++nth) {
-    LogCapture log;
-    log.lines.reserve(8);
-    const std::size_t live = counted_new::live_blocks();
-    counted_new::Failing failing(nth);
-    try {
-      operation();
-    } catch (const std::bad_alloc&) {
-      // The log statements themselves allocate memory.
-    }
-    if (!failing.has_failed()) {
-      break;
-    }
-    logged = logged || (!log.lines.empty() && log.lines.back() == expected);
-    log.lines.clear();
-    EXPECT_EQ(counted_new::live_blocks(), live) << "allocation " << nth;
-  }
-  EXPECT_TRUE(logged);
-}
 
 // --- SyncFS, UtilDeleteFile ----------------------------------------------------------------------
 
@@ -221,64 +159,6 @@ TEST_F(FileHelpers, UtilCopyFileFailsOnAnException) {
       [&] { Utils::UtilCopyFile(source, target); });
 }
 
-// --- WriteToDevice, WriteFileData ----------------------------------------------------------------
-
-TEST_F(FileHelpers, WriteToDeviceAppends) {
-  const std::string file = in_folder("file");
-  LogCapture log;
-  EXPECT_TRUE(Utils::WriteToDevice(file, "a"));
-  EXPECT_EQ(log.lines,
-            (LogLines{{plog::debug, "WriteToDevice BEGIN"}, {plog::debug, "WriteToDevice END"}}));
-  EXPECT_TRUE(Utils::WriteToDevice(file, "a"));
-  EXPECT_EQ(folder.read("file"), "aa");
-}
-
-TEST_F(FileHelpers, WriteToDeviceFailsWhereNothingCanBeOpened) {
-  const std::string inner = make_folder("inner");
-  LogCapture log;
-  EXPECT_FALSE(Utils::WriteToDevice(inner, "a"));
-  EXPECT_EQ(log.lines, (LogLines{{plog::debug, "WriteToDevice BEGIN"},
-                                 {plog::warning, "Could not write to " + inner},
-                                 {plog::debug, "WriteToDevice END"}}));
-  EXPECT_FALSE(Utils::WriteToDevice(in_folder("missing/file"), "a"));
-  EXPECT_FALSE(Utils::WriteToDevice("", "a"));
-}
-
-TEST_F(FileHelpers, WriteFileDataReplaces) {
-  const std::string file = in_folder("file");
-  LogCapture log;
-  Utils::WriteFileData(file, "a");
-  EXPECT_EQ(log.lines,
-            (LogLines{{plog::debug, "WriteFileData BEGIN"}, {plog::debug, "WriteFileData END"}}));
-  Utils::WriteFileData(file, "a");
-  EXPECT_EQ(folder.read("file"), "a");
-  Utils::WriteFileData(file, "");
-  EXPECT_EQ(folder.read("file"), "");
-}
-
-TEST_F(FileHelpers, WriteFileDataThrowsWhereNothingCanBeOpened) {
-  const std::string inner = make_folder("inner");
-  LogCapture log;
-  expect_kvr_exception(KVR_RES_INTERNAL_ERROR, "WriteFileData",
-                       "Cannot open file for write: " + inner,
-                       [&] { Utils::WriteFileData(inner, "a"); });
-  EXPECT_EQ(log.lines, (LogLines{{plog::debug, "WriteFileData BEGIN"},
-                                 {plog::error,
-                                  "Exception code: KVR_RES_INTERNAL_ERROR message: "
-                                  "Cannot open file for write: " +
-                                      inner + "\r\n"},
-                                 {plog::debug, "WriteFileData END"}}));
-}
-
-TEST_F(FileHelpers, WritersDoNotNoticeAFullDevice) {
-  if (!fs::exists("/dev/full")) {
-    GTEST_SKIP() << "this system has no device that is always full";
-  }
-  const std::string large(1U << 20U, 'x');
-  EXPECT_TRUE(Utils::WriteToDevice("/dev/full", large));
-  EXPECT_NO_THROW(Utils::WriteFileData("/dev/full", large));
-}
-
 // --- FileExists ----------------------------------------------------------------------------------
 
 TEST_F(FileHelpers, FileExistsForFilesThatCanBeRead) {
@@ -322,145 +202,6 @@ TEST_F(FileHelpers, FileExistsLeavesTheFileAlone) {
   EXPECT_FALSE(FileExists(in_folder("missing")));
   EXPECT_EQ(folder.read("file"), "content");
   EXPECT_FALSE(fs::exists(in_folder("missing")));
-}
-
-// --- ReadTextFile, ReadFlagFile ------------------------------------------------------------------
-
-TEST_F(FileHelpers, ReadTextFileStripsWhiteSpaceAtBothEnds) {
-  EXPECT_EQ(Utils::ReadTextFile(make_file("file", "\n\t first\nsecond \v\f\r\n")), "first\nsecond");
-  EXPECT_EQ(Utils::ReadTextFile(make_file("zero", std::string(" a\0b ", 5))),
-            std::string("a\0b", 3));
-  EXPECT_EQ(Utils::ReadTextFile(make_file("blank", " \n ")), "");
-  EXPECT_EQ(Utils::ReadTextFile(make_file("empty")), "");
-}
-
-TEST_F(FileHelpers, ReadTextFileReadsALargeFile) {
-  const std::string large(3U << 20U, 'x');
-  EXPECT_TRUE(Utils::ReadTextFile(make_file("large", large)) == large);
-}
-
-TEST_F(FileHelpers, ReadTextFileIsEmptyAndSilentForAMissingFile) {
-  LogCapture log;
-  EXPECT_EQ(Utils::ReadTextFile(in_folder("missing")), "");
-  EXPECT_EQ(Utils::ReadTextFile(make_link_loop("loop")), "");
-  EXPECT_EQ(log.lines, LogLines{});
-}
-
-TEST_F(FileHelpers, ReadTextFileIsEmptyForAFolder) {
-  const std::string inner = make_folder("inner");
-  const bool folders_can_be_opened = std::ifstream(inner).good();
-  LogCapture log;
-  EXPECT_EQ(Utils::ReadTextFile(inner), "");
-  ASSERT_EQ(log.lines.size(), folders_can_be_opened ? 1U : 0U);
-  if (folders_can_be_opened) {
-    EXPECT_EQ(log.lines[0].severity, plog::error);
-    const std::string beginning = "Utils::ReadFileData reading file: " + inner + " exception: ";
-    EXPECT_EQ(log.lines[0].text.substr(0, beginning.size()), beginning);
-    EXPECT_GT(log.lines[0].text.size(), beginning.size());
-  }
-}
-
-TEST_F(FileHelpers, ReadTextFileIsEmptyAfterAnException) {
-  const std::string file = make_file("file", "text");
-  {
-    counted_new::Failing failing(1, counted_new::Failing::kForEver);
-    EXPECT_EQ(Utils::ReadTextFile(file), "");
-  }
-  expect_logged_memory_failure(
-      {plog::error, "Utils::ReadFileData reading file: " + file + " exception: std::bad_alloc"},
-      [&] { Utils::ReadTextFile(file); });
-}
-
-TEST_F(FileHelpers, ReadFlagFileIsTrueForATextThatBeginsWithOne) {
-  for (const char* text : {"1", "10", " 1 ", "\n1", "\t\r\n1x"}) {
-    EXPECT_TRUE(ReadFlagFile(make_file("flag", text))) << '"' << text << '"';
-  }
-  for (const char* text : {"0", "", "true", "01", "-1", " "}) {
-    EXPECT_FALSE(ReadFlagFile(make_file("flag", text))) << '"' << text << '"';
-  }
-  EXPECT_FALSE(ReadFlagFile(in_folder("missing")));
-  EXPECT_FALSE(ReadFlagFile(folder.prefix()));
-}
-
-// --- GetFileSize ---------------------------------------------------------------------------------
-
-TEST_F(FileHelpers, GetFileSizeCountsBytes) {
-  EXPECT_EQ(Utils::GetFileSize(make_file("empty")), 0);
-  EXPECT_EQ(Utils::GetFileSize(make_file("file", "abcd")), 4);
-}
-
-TEST_F(FileHelpers, GetFileSizeThrowsForAMissingFile) {
-  for (const std::string& path : {in_folder("missing"), make_link_loop("loop"), std::string()}) {
-    expect_kvr_exception(KVR_RES_FILE_NOT_FOUND, "GetFileSize",
-                         "GetFileSize - cannot stat file " + path,
-                         [&] { Utils::GetFileSize(path); });
-  }
-}
-
-TEST_F(FileHelpers, GetFileSizeOfAFolderIsWhatTheSystemSays) {
-  const std::string inner = make_folder("inner");
-  EXPECT_EQ(Utils::GetFileSize(inner), platform::file_size(inner));
-}
-
-TEST_F(FileHelpers, GetFileSizeIsThatOfThirtyTwoBits) {
-  const std::string file = make_file("large");
-  const std::pair<std::uintmax_t, std::int64_t> sizes[] = {
-      {0x7FFFFFFFU, 2147483647}, {0x80000000U, -2147483648LL}, {0xFFFFFFFFU, -1}};
-  for (const auto& [size, expected] : sizes) {
-    fs::resize_file(file, size);  // takes no space: it has no content
-    EXPECT_EQ(Utils::GetFileSize(file), expected) << size;
-  }
-  fs::resize_file(file, 0x100000007U);
-  EXPECT_EQ(Utils::GetFileSize(file), 7);
-}
-
-// --- ExecSystem ----------------------------------------------------------------------------------
-
-TEST_F(FileHelpers, ExecSystemIsTrueForACommandThatSucceeds) {
-  LogCapture log;
-  EXPECT_TRUE(Utils::ExecSystem("exit 0", false));
-  EXPECT_TRUE(Utils::ExecSystem("exit 0", true));
-  EXPECT_EQ(log.lines, (LogLines{{plog::debug, "exit 0"}, {plog::debug, "exit 0"}}));
-}
-
-TEST_F(FileHelpers, ExecSystemThrowsForACommandThatFails) {
-  expect_kvr_exception(KVR_RES_INTERNAL_ERROR, "ExecSystem",
-                       "system command failed with error: 3 command: exit 3",
-                       [] { Utils::ExecSystem("exit 3", false); });
-}
-
-TEST_F(FileHelpers, ExecSystemIsFalseWhereItMustNotThrow) {
-  LogCapture log;
-  EXPECT_FALSE(Utils::ExecSystem("exit 3", true));
-  EXPECT_EQ(log.lines,
-            (LogLines{{plog::debug, "exit 3"}, {plog::warning, "command exit 3 failed. res: 3"}}));
-}
-
-TEST_F(FileHelpers, ExecSystemSeesACommandThatIsKilled) {
-  if (kIsWindows) {
-    GTEST_SKIP() << "commands are not killed by signals here";
-  }
-  LogCapture log;
-  EXPECT_FALSE(Utils::ExecSystem("kill -9 $$", true));
-  EXPECT_EQ(log.lines.back(), (LogLine{plog::warning, "command kill -9 $$ failed. res: 9"}));
-  expect_kvr_exception(KVR_RES_INTERNAL_ERROR, "ExecSystem",
-                       "system command failed with error: 9 command: kill -9 $$",
-                       [] { Utils::ExecSystem("kill -9 $$", false); });
-}
-
-TEST_F(FileHelpers, ExecSystemSeesACommandThatDoesNotExist) {
-  const std::string command =
-      kIsWindows ? "no-such-command-of-ours 2>nul" : "no-such-command-of-ours 2>/dev/null";
-  EXPECT_FALSE(Utils::ExecSystem(command, true));
-  try {
-    Utils::ExecSystem(command, false);
-    FAIL() << "nothing thrown";
-  } catch (const kvr_exception& exception) {
-    // Windows and Wine give different numbers here.
-    const std::string status = kIsWindows ? std::to_string(std::system(command.c_str())) : "127";
-    EXPECT_EQ(exception.what(),
-              "ExecSystem system command failed with error: " + status + " command: " + command);
-  }
 }
 
 // --- RemoveAll, ClearDirectory -------------------------------------------------------------------
@@ -545,62 +286,6 @@ TEST_F(FileHelpers, NamesAreBytes) {
     EXPECT_TRUE(fs::is_empty(inner));
     EXPECT_TRUE(RemoveAll(inner));
   }
-}
-
-// --- The environment -----------------------------------------------------------------------------
-
-/// Sets an environment variable and restores it at the end.
-class Environment {
- public:
-  Environment(const std::string& name, const std::string& value)
-      : name_(name), before_(platform::environment_text(name.c_str(), 32768)) {
-    set_environment(name_, value);
-  }
-  ~Environment() { set_environment(name_, before_); }
-  Environment(const Environment&) = delete;
-  Environment& operator=(const Environment&) = delete;
-
- private:
-  std::string name_;
-  std::string before_;
-};
-
-TEST_F(FileHelpers, TempDirectoryTextIsTheSystemsTemporaryFolder) {
-  EXPECT_EQ(TempDirectoryText(), fs::temp_directory_path().string());
-  if (kIsWindows) {
-    return;  // its variables have other names, and the folder need not exist
-  }
-  const std::string own = make_folder("tmp-\xC3\xBC");
-  const Environment environment("TMPDIR", own);
-  EXPECT_EQ(TempDirectoryText(), own);
-}
-
-TEST_F(FileHelpers, TempDirectoryTextIsEmptyWhenThereIsNone) {
-  if (kIsWindows) {
-    GTEST_SKIP() << "the system answers with a folder whether it exists or not";
-  }
-  const Environment environment("TMPDIR", in_folder("missing"));
-  EXPECT_EQ(TempDirectoryText(), "");
-}
-
-TEST_F(FileHelpers, AppDataPathIsTheVariable) {
-  const Environment environment("APPDATA", "C:\\Users\\Test\\AppData");
-  EXPECT_EQ(AppDataPath(), "C:\\Users\\Test\\AppData");
-}
-
-TEST_F(FileHelpers, AppDataPathHasAtMost259Bytes) {
-  const std::string longest(259, 'a');
-  {
-    const Environment environment("APPDATA", longest);
-    EXPECT_EQ(AppDataPath(), longest);
-  }
-  const Environment environment("APPDATA", longest + 'a');
-  EXPECT_EQ(AppDataPath(), "");
-}
-
-TEST_F(FileHelpers, AppDataPathIsEmptyWhenUnset) {
-  const Environment environment("APPDATA", "");
-  EXPECT_EQ(AppDataPath(), "");
 }
 
 }  // namespace
