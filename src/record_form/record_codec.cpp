@@ -26,6 +26,8 @@ struct FormHeader {
   bool operator==(const FormHeader&) const = default;
 };
 
+constexpr FormHeader kPlainHeader{{'K', 'V', 'R', 'P'}, 1};
+
 /// Bytes of padding after a record's last member. They are stored as zero, whatever they hold.
 template <class Record>
 constexpr std::ptrdiff_t kPadding = 0;
@@ -42,6 +44,9 @@ constexpr std::ptrdiff_t kPadding<kvr_TestData_Drm> = 4;
 
 /// Steps within steps are walked by recursion, so their depth has a limit.
 constexpr int kDeepestNest = 32;
+constexpr int kDeepestPlainNest = 1000;
+/// A record that leads back to itself would have no end.
+constexpr std::size_t kMostPlainBytes = std::size_t{64} << 20U;
 
 /// Thrown for a record that can't be encoded or bytes that can't be decoded.
 struct NoStoredForm {};
@@ -59,6 +64,8 @@ void require_terminated(const char (&field)[size]) {
 
 class Encoder {
  public:
+  explicit Encoder(bool plain = false) : plain_(plain) {}
+
   std::vector<std::byte> take() { return std::move(bytes_); }
 
   template <class Value>
@@ -68,7 +75,8 @@ class Encoder {
 
   template <class Record>
   void record(const Record& record) {
-    require(++depth_ <= kDeepestNest);
+    require(++depth_ <= (plain_ ? kDeepestPlainNest : kDeepestNest));
+    require(!plain_ || bytes_.size() <= kMostPlainBytes);
     Record copy;
     std::memcpy(&copy, &record, sizeof copy);
     clear_links(copy);
@@ -81,7 +89,9 @@ class Encoder {
 
   template <std::size_t size>
   void name(const char (&field)[size]) {
-    require_terminated(field);
+    if (!plain_) {
+      require_terminated(field);
+    }
   }
 
   template <class Record>
@@ -125,6 +135,7 @@ class Encoder {
     bytes_.insert(bytes_.end(), first, first + size);
   }
 
+  bool plain_;
   std::vector<std::byte> bytes_;
   int depth_ = 0;
 };
@@ -133,7 +144,8 @@ class Encoder {
 /// come, so that a record can be freed when decoding stops part way.
 class Decoder {
  public:
-  explicit Decoder(std::span<const std::byte> bytes) : rest_(bytes) {}
+  explicit Decoder(std::span<const std::byte> bytes, bool plain = false)
+      : plain_(plain), rest_(bytes) {}
 
   bool at_end() const { return rest_.empty(); }
 
@@ -144,7 +156,7 @@ class Decoder {
 
   template <class Record>
   void record(Record& record) {
-    require(++depth_ <= kDeepestNest);
+    require(++depth_ <= (plain_ ? kDeepestPlainNest : kDeepestNest));
     const std::span<const std::byte> block = take(sizeof record);
     require(std::all_of(block.end() - kPadding<Record>, block.end(),
                         [](std::byte byte) { return byte == std::byte{0}; }));
@@ -158,7 +170,9 @@ class Decoder {
 
   template <std::size_t size>
   void name(const char (&field)[size]) {
-    require_terminated(field);
+    if (!plain_) {
+      require_terminated(field);
+    }
   }
 
   template <class Record>
@@ -219,17 +233,16 @@ class Decoder {
     return taken;
   }
 
+  bool plain_;
   std::span<const std::byte> rest_;
   std::size_t owed_ = 0;  ///< least bytes that the rest of the arrays begun so far takes
   int depth_ = 0;
 };
 
-}  // namespace
-
-std::optional<std::vector<std::byte>> encode_record(const kvr_TestRecord& record) {
+std::optional<std::vector<std::byte>> encode(const kvr_TestRecord& record, bool plain) {
   try {
-    Encoder encoder;
-    encoder.value(FormHeader{});
+    Encoder encoder(plain);
+    encoder.value(plain ? kPlainHeader : FormHeader{});
     encoder.record(record);
     return encoder.take();
   } catch (const NoStoredForm&) {
@@ -237,12 +250,12 @@ std::optional<std::vector<std::byte>> encode_record(const kvr_TestRecord& record
   }
 }
 
-RecordNest decode_record(std::span<const std::byte> bytes) {
+RecordNest decode(std::span<const std::byte> bytes, bool plain) {
   try {
-    Decoder decoder(bytes);
+    Decoder decoder(bytes, plain);
     FormHeader header;
     decoder.value(header);
-    require(header == FormHeader{});
+    require(header == (plain ? kPlainHeader : FormHeader{}));
     RecordNest record(new kvr_TestRecord{});
     decoder.record(*record);
     require(decoder.at_end());
@@ -251,3 +264,17 @@ RecordNest decode_record(std::span<const std::byte> bytes) {
     return nullptr;
   }
 }
+
+}  // namespace
+
+std::optional<std::vector<std::byte>> encode_record(const kvr_TestRecord& record) {
+  return encode(record, false);
+}
+
+RecordNest decode_record(std::span<const std::byte> bytes) { return decode(bytes, false); }
+
+std::optional<std::vector<std::byte>> encode_plain_record(const kvr_TestRecord& record) {
+  return encode(record, true);
+}
+
+RecordNest decode_plain_record(std::span<const std::byte> bytes) { return decode(bytes, true); }

@@ -66,6 +66,39 @@ std::string_view family_of(const kvr_TestRecord& record) {
   return found;
 }
 
+bool type_names_family(kvr_TestType type, std::string_view family) {
+  switch (type) {
+    case KVR_TEST_RATIO_DOWN:
+    case KVR_TEST_RATIO_UP:
+    case KVR_TEST_RATIO_AUTO:
+    case KVR_TEST_RATIO_CT:
+    case KVR_TEST_RATIO_PT_VT:
+    case KVR_TEST_EXCITATION:
+      return family == "ratio_3ph" || family == "ratio_1ph";
+    case KVR_TEST_RESISTANCE:
+    case KVR_TEST_RESISTANCE_CONT:
+      return family == "resistance";
+    case KVR_TEST_SCI:
+    case KVR_TEST_FRSL:
+      return family == "impedance";
+    case KVR_TEST_DEMAG:
+      return family == "demag";
+    case KVR_TEST_EFFICIENCY:
+      return family == "efficiency";
+    case KVR_TEST_MBALANCE:
+      return family == "mbalance";
+    case KVR_TEST_HEATRUN:
+      return family == "heatrun";
+    case KVR_TEST_GONOGO:
+      return family == "gonogo";
+    case KVR_TEST_DRM:
+      return family == "drm";
+    case KVR_TEST_UNDEFINED:
+      break;
+  }
+  return false;
+}
+
 RecordNest join_records(std::vector<RecordNest> parts) {
   if (parts.size() == 1) {
     return std::move(parts.front());

@@ -28,6 +28,9 @@ kvr_TestLabel label_of(const kvr_TestRecord& record);
 /// families can't share a record: its arrays run side by side.
 std::string_view family_of(const kvr_TestRecord& record);
 
+/// Whether a reader of a record of that type uses the array of that family.
+bool type_names_family(kvr_TestType type, std::string_view family);
+
 /// One record with the tests of all `parts`, in order, under the head of the first; raw data texts
 /// are joined. `parts` must not be empty.
 RecordNest join_records(std::vector<RecordNest> parts);

@@ -16,6 +16,8 @@ What goes in:
                             see scripted_client_api_script.h
   ---- bench [NAME]         or it is the virtual instrument with this bench, the built-in one if
                             empty; after the named one of virtual_instrument/bench/, if any
+  ---- tape NAME            or it is the player with the tape NAME.kvrtape beside the session, which
+                            has to be played whole
   ---- program NAME         another program than console-tester
   ---- called NAME          what its command line calls it; not on windows
   ---- not on windows       the file is skipped there, for the reason given
@@ -48,6 +50,7 @@ alone, which goes to the main menu once and leaves it.
 import argparse
 import dataclasses
 import difflib
+import json
 import os
 import pathlib
 import re
@@ -67,8 +70,8 @@ MOST_OUTPUT = 16 << 20  # bytes; a program that says more asks again and again, 
 SHOWN_OF_TOO_MUCH = 4000  # bytes
 PASSED, FAILED, SKIPPED = 0, 1, 77  # exit statuses
 RESULTS_FOLDER = "home/Documents/KVRU3"
-INPUT_SECTIONS = ("begins at main menu", "options", "environment", "script", "bench", "program",
-                  "called", "not on", "given file", "given folder", "answers")
+INPUT_SECTIONS = ("begins at main menu", "options", "environment", "script", "bench", "tape",
+                  "program", "called", "not on", "given file", "given folder", "answers")
 EXPECTED_SECTIONS = ("output", "error output", "ends with", "file", "some file", "no files",
                      "calls", "complaints")
 
@@ -116,6 +119,7 @@ class Session:
     """The description and the sections, as (name, argument, lines)."""
 
     def __init__(self, text):
+        self.path = None
         self.description = []
         self.sections = []
         lines = self.description
@@ -157,6 +161,7 @@ class Session:
 
     def with_sections(self, sections):
         result = Session.__new__(Session)
+        result.path = self.path
         result.description = self.description
         result.sections = list(sections)
         return result
@@ -342,8 +347,15 @@ def environment_of(session, folder, libraries, system):
                    if not name.startswith(("KVR_", "XDG_", "LC_", "LANG"))}
     environment.update(TZ="CET-1", LC_ALL="C", KVR_CALL_LOG=system.path(folder / "calls"))
     scripted = session.has("script")
-    if scripted == session.has("bench"):
-        raise BadSession("one section 'script' or one section 'bench'")
+    if [scripted, session.has("bench"), session.has("tape")].count(True) != 1:
+        raise BadSession("one section 'script', one section 'bench' or one section 'tape'")
+    if session.has("tape"):
+        if not libraries["player"]:
+            raise BadSession("the session plays a tape, and --player is not given")
+        environment.update(system.environment(folder, libraries["player"]))
+        environment.update(KVR_TAPE_FILE=system.path(tape_of(session)),
+                           KVR_TAPE_RECEIPT=system.path(folder / "receipt"))
+        return with_lines(environment, session, folder, system)
     environment.update(
         system.environment(folder, libraries["scripted" if scripted else "instrument"]))
     name = "script" if scripted else "bench"
@@ -353,6 +365,24 @@ def environment_of(session, folder, libraries, system):
     if scripted or content:
         (folder / name).write_text("\n".join(content) + "\n", encoding="latin-1")
         environment[f"KVR_{name.upper()}_FILE"] = system.path(folder / name)
+    return with_lines(environment, session, folder, system)
+
+
+def tape_of(session):
+    return session.path.resolve().parent / f"{session.all('tape')[0][0]}.kvrtape"
+
+
+def check_receipt(session, folder):
+    """A tape that was not played whole proves nothing."""
+    if session.has("tape"):
+        receipt = folder / "receipt"
+        played = json.loads(receipt.read_text()) if receipt.exists() else {}
+        if not played.get("complete") or played.get("divergence"):
+            raise BadSession(f"the tape was not played whole: {played}")
+
+
+def with_lines(environment, session, folder, system):
+    """The environment with the lines of the section of that name."""
     for line in session.one("environment", []):
         name, _, value = line.partition("=")
         if line.startswith("-"):
@@ -435,8 +465,8 @@ def wait_for_end(process, output, seconds):
     return f"not ended after {seconds} s"
 
 
-def run(session, start_up, arguments):
-    """Runs a session and returns its results."""
+def run(session, start_up, arguments, adjust=lambda environment, system: None):
+    """Runs a session, in an environment that `adjust` may change, and returns its results."""
     name = (session.all("program") or [("console-tester", [])])[0][0]
     if name not in arguments.programs:
         raise BadSession(f"no program '{name}'")
@@ -451,6 +481,7 @@ def run(session, start_up, arguments):
         folder = pathlib.Path(temporary).resolve()
         given = prepare(session, folder, system)
         environment = environment_of(session, folder, arguments.libraries, system)
+        adjust(environment, system)
         answers = folder / "answers"
         answers.write_bytes(start_up.answers + decode(session.one("answers")))
         options = [filled_in(decode([line])[:-1].decode("latin-1"), folder, system)
@@ -467,6 +498,7 @@ def run(session, start_up, arguments):
                          if expects_wait else wait_for_end(process, output, arguments.seconds))
             finally:
                 kill_with_children(process)
+        check_receipt(session, folder)
         files = {path: content for path, content in files_below(folder).items()
                  if given.get(path) != content}
         files.update({path: None for path in given if not place_of(path, folder).exists()})
@@ -544,10 +576,16 @@ def difference(expected, seen):
                                      "expected", "seen", lineterm="", n=5))
 
 
+def read_session(path):
+    session = Session(path.read_text(encoding="latin-1"))
+    session.path = path
+    return session
+
+
 def check(path, arguments):
     """Runs one file and returns the exit status for it."""
     try:
-        session = Session(path.read_text(encoding="latin-1"))
+        session = read_session(path)
         start_up = start_up_of(session, arguments.start_ups)
         seen = run(session, start_up, arguments)
     except Skipped as reason:
@@ -579,6 +617,7 @@ def main():
                         help="where a program of that name is")
     parser.add_argument("--scripted", required=True, help="folder of the scripted library")
     parser.add_argument("--instrument", required=True, help="folder of the virtual instrument")
+    parser.add_argument("--player", help="folder of the library that plays tapes")
     parser.add_argument("--launcher", default="",
                         help="command that starts a program; one that ends in .exe is taken for a "
                         "Windows program under Wine")
@@ -593,7 +632,8 @@ def main():
     arguments.programs = {name: os.path.abspath(path) for name, path in
                           (each.split("=", 1) for each in arguments.program)}
     arguments.libraries = {"scripted": os.path.abspath(arguments.scripted),
-                           "instrument": os.path.abspath(arguments.instrument)}
+                           "instrument": os.path.abspath(arguments.instrument),
+                           "player": arguments.player and os.path.abspath(arguments.player)}
     arguments.launcher = arguments.launcher.split()
     # Start-ups first: when all files are rebuilt, the other sessions use the new start-ups.
     files = sorted(arguments.files,

@@ -1,0 +1,124 @@
+#include "tape/player/holdings.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "record_form/record_codec.h"
+#include "record_form/record_nest.h"
+#include "record_form/record_shape.h"
+
+namespace tape {
+namespace {
+
+/// The export walks `test_count` entries and the text `data_count`; both find what is there, and
+/// null after it.
+std::size_t entries_of(const kvr_TestRecord& record) {
+  return std::max({record.data_count, std::min(record.test_count, std::uint32_t{1} << 20U), 1U});
+}
+
+RecordNest record_of(const Value& value) {
+  const auto bytes = std::as_bytes(std::span(value.bytes));
+  RecordNest record;
+  if (value.content == Value::Content::kForm) {
+    record = decode_record(bytes);
+  } else if (value.content == Value::Content::kBlocks) {
+    record = decode_plain_record(bytes);
+  } else if (value.content == Value::Content::kHead) {
+    record.reset(new kvr_TestRecord{});
+    std::memcpy(record.get(), value.bytes.data(), sizeof *record);
+    clear_links(*record);
+  }
+  if (record == nullptr) {
+    record.reset(new kvr_TestRecord{});
+  }
+  const std::size_t entries = entries_of(*record);
+  std::uint32_t bit = 1;
+  for_each_family([&](std::string_view, auto family) {
+    auto*& array = (*record).*family;
+    using Link = std::remove_reference_t<decltype(*array)>;
+    if (array != nullptr || (value.others & bit) != 0) {
+      auto* longer = new Link[entries]{};
+      if (array != nullptr) {
+        std::copy_n(array, record->data_count, longer);
+      }
+      delete[] array;
+      array = longer;
+    }
+    bit <<= 1U;
+  });
+  if (value.raw && record->raw_data == nullptr) {
+    record->raw_data = new_text(*value.raw);
+  }
+  return record;
+}
+
+/// The record behind a pointer that the client has gets another content.
+void replace(kvr_TestRecord& old, kvr_TestRecord* content) {
+  FreeLinks visitor;
+  describe(old, visitor);
+  std::memcpy(&old, content, sizeof old);
+  delete content;
+}
+
+}  // namespace
+
+kvr_TestRecord* Holdings::hand_out_record(const Value& value) {
+  if (value.kind != Value::Kind::kRecord) {
+    return nullptr;
+  }
+  const std::lock_guard lock(mutex_);
+  kvr_TestRecord*& record = records_[value.number];
+  if (record == nullptr) {
+    record = record_of(value).release();
+    record_names_.set(record, value.number);
+  } else if (value.content != Value::Content::kNone) {
+    replace(*record, record_of(value).release());
+  }
+  return record;
+}
+
+kvr_TestLabelsList* Holdings::hand_out_list(const Value& value) {
+  if (value.kind != Value::Kind::kList) {
+    return nullptr;
+  }
+  const std::lock_guard lock(mutex_);
+  kvr_TestLabelsList*& list = lists_[value.number];
+  if (list == nullptr) {
+    const std::size_t count = value.bytes.size() / sizeof(kvr_TestLabel);
+    // One new[] and one new: the record export frees them by delete[] and delete.
+    list = new kvr_TestLabelsList{nullptr, static_cast<std::uint32_t>(count)};
+    if (value.has_entries) {
+      list->entries = new kvr_TestLabel[count];
+      std::copy_n(value.bytes.data(), value.bytes.size(), reinterpret_cast<char*>(list->entries));
+    }
+    list_names_.set(list, value.number);
+  }
+  return list;
+}
+
+void Holdings::free_record(std::int64_t name) {
+  const std::lock_guard lock(mutex_);
+  if (const auto found = records_.find(name); found != records_.end()) {
+    ::free_record(found->second);
+    records_.erase(found);
+  }
+}
+
+void Holdings::free_list(std::int64_t name) {
+  const std::lock_guard lock(mutex_);
+  if (const auto found = lists_.find(name); found != lists_.end()) {
+    if (found->second != nullptr) {
+      delete[] found->second->entries;
+      delete found->second;
+    }
+    lists_.erase(found);
+  }
+}
+
+const char* Holdings::keep(const std::string& text) {
+  const std::lock_guard lock(mutex_);
+  return texts_.insert(text).first->c_str();
+}
+
+}  // namespace tape
