@@ -22,6 +22,8 @@ endfunction()
 stage_headers(plog)
 stage_headers(toml++)
 stage_headers(utf8cpp)
+stage_headers(CLI)
+stage_headers(nlohmann)
 find_path(plog_description cmake/plog/plogConfig.cmake PATH_SUFFIXES share
           NO_CMAKE_FIND_ROOT_PATH NO_CACHE REQUIRED)
 file(COPY ${plog_description}/cmake/plog DESTINATION ${staged_packages}/share/cmake)

@@ -25,6 +25,9 @@ struct Value {
   std::string layout;        ///< of a block
   std::string bytes;         ///< of a text, block, record (without raw data) or list
   std::optional<std::string> raw;  ///< of a record: its raw data
+  /// Of a record whose arrays are longer than it says: what it says. Its content says how long they
+  /// are.
+  std::optional<std::uint32_t> data_count;
   bool has_entries = false;        ///< of a list: the entries are kept
 
   bool operator==(const Value&) const = default;

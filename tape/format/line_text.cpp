@@ -91,6 +91,9 @@ void write_record(std::string& text, const Value& value) {
     if (value.others != 0) {
       record.number("others", value.others);
     }
+    if (value.data_count) {
+      record.number("data_count", *value.data_count);
+    }
     if (value.raw) {
       record.text("raw", *value.raw);
     }

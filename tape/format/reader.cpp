@@ -138,6 +138,9 @@ Value record_of(const Json& json, std::string_view key) {
   if (json.contains("others")) {
     value.others = static_cast<std::uint32_t>(number_at(json, "others", 0, 1023));
   }
+  if (json.contains("data_count")) {
+    value.data_count = static_cast<std::uint32_t>(number_at(json, "data_count", 0, UINT32_MAX));
+  }
   if (json.contains("raw")) {
     value.raw = c_text_of(json.at("raw"), "raw");
   }

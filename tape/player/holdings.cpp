@@ -54,7 +54,8 @@ RecordNest record_of(const Value& value) {
 }
 
 /// The record behind a pointer that the client has gets another content.
-void replace(kvr_TestRecord& old, kvr_TestRecord* content) {
+void replace(kvr_TestRecord& old, std::uint32_t entries, kvr_TestRecord* content) {
+  old.data_count = entries;
   FreeLinks visitor;
   describe(old, visitor);
   std::memcpy(&old, content, sizeof old);
@@ -68,14 +69,21 @@ kvr_TestRecord* Holdings::hand_out_record(const Value& value) {
     return nullptr;
   }
   const std::lock_guard lock(mutex_);
-  kvr_TestRecord*& record = records_[value.number];
-  if (record == nullptr) {
-    record = record_of(value).release();
-    record_names_.set(record, value.number);
-  } else if (value.content != Value::Content::kNone) {
-    replace(*record, record_of(value).release());
+  Held& held = records_[value.number];
+  if (held.record != nullptr && value.content == Value::Content::kNone) {
+    return held.record;
   }
-  return record;
+  kvr_TestRecord* made = record_of(value).release();
+  const std::uint32_t entries = made->data_count;
+  made->data_count = value.data_count.value_or(entries);
+  if (held.record == nullptr) {
+    held.record = made;
+    record_names_.set(made, value.number);
+  } else {
+    replace(*held.record, held.entries, made);
+  }
+  held.entries = entries;
+  return held.record;
 }
 
 kvr_TestLabelsList* Holdings::hand_out_list(const Value& value) {
@@ -100,7 +108,8 @@ kvr_TestLabelsList* Holdings::hand_out_list(const Value& value) {
 void Holdings::free_record(std::int64_t name) {
   const std::lock_guard lock(mutex_);
   if (const auto found = records_.find(name); found != records_.end()) {
-    ::free_record(found->second);
+    found->second.record->data_count = found->second.entries;
+    ::free_record(found->second.record);
     records_.erase(found);
   }
 }

@@ -34,7 +34,12 @@ class Holdings {
   std::mutex mutex_;
   Names record_names_;
   Names list_names_;
-  std::map<std::int64_t, kvr_TestRecord*> records_;
+  struct Held {
+    kvr_TestRecord* record = nullptr;
+    std::uint32_t entries = 0;  ///< of its arrays, whatever its count says to the client
+  };
+
+  std::map<std::int64_t, Held> records_;
   std::map<std::int64_t, kvr_TestLabelsList*> lists_;
   std::set<std::string> texts_;
 };

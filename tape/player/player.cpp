@@ -38,11 +38,28 @@ Player::Player(Tape tape, PlayerOptions options)
   skip_passed();
 }
 
+Player::~Player() {
+  {
+    const Lock lock(mutex_);
+    over_ = true;
+  }
+  changed_.notify_all();
+  for (std::thread& thread : threads_) {
+    thread.join();
+  }
+}
+
 const Event& Player::call(std::string_view name, const Fields& fields) {
   Lock lock(mutex_);
+  if (over_) {
+    throw PlayEnded{};
+  }
   Track& track = track_of_this_thread(name, fields);
   accept_call(track, name, fields);
   for (;;) {
+    if (over_) {
+      throw PlayEnded{};
+    }
     if (is_due(track)) {
       const auto release = release_time(due_);
       if (std::chrono::steady_clock::now() < release) {
@@ -119,7 +136,13 @@ void Player::skip_passed() {
   Track& track = tracks_[number];
   if (!track.taken && track.next == 0) {
     track.taken = true;
-    std::thread([this, number] { run_library_thread(number); }).detach();
+    threads_.emplace_back([this, number] {
+      try {
+        run_library_thread(number);
+      } catch (const PlayEnded&) {
+        // said by the thread that has diverged
+      }
+    });
   }
 }
 
@@ -127,7 +150,7 @@ void Player::run_library_thread(int number) {
   thread_on_tape = number;
   Lock lock(mutex_);
   Track& track = tracks_[number];
-  while (!track.at_end()) {
+  while (!track.at_end() && !over_) {
     if (!is_due(track)) {
       changed_.wait(lock);
       continue;
@@ -147,7 +170,7 @@ void Player::deliver(Track& track, Lock& lock) {
   lock.unlock();
   options_.on_callback(event);
   lock.lock();
-  if (track.at_end()) {
+  if (over_ || track.at_end()) {
     return;  // the recorded process ended within this callback
   }
   const Event& next = next_of(track);
@@ -216,6 +239,7 @@ bool Player::rest_is_of_library() const {
 
 void Player::diverge(Divergence divergence) {
   over_ = true;
+  changed_.notify_all();
   std::vector<std::string> lines;
   for (std::size_t i = 0; i < passed_.size(); ++i) {
     if (passed_[i] && tape_.events[i].thread != 0) {

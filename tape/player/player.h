@@ -7,6 +7,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tape/format/reader.h"
@@ -21,7 +22,7 @@ struct PlayerOptions {
   std::chrono::milliseconds patience{10000};  ///< after which a waiting call counts as stuck
   bool recorded_speed = false;                ///< waits as long as the recording did
 
-  /// Takes a divergence; must not return. The lock of the player is held.
+  /// Takes a divergence; must not return but may throw PlayEnded. The lock of the player is held.
   std::function<void(const Divergence&)> on_divergence;
   /// Runs a callback of the client.
   std::function<void(const Event&)> on_callback;
@@ -29,9 +30,15 @@ struct PlayerOptions {
   std::function<void()> on_complete;
 };
 
+/// Thrown out of calls after a divergence, where that does not end the process.
+struct PlayEnded {};
+
 class Player {
  public:
   Player(Tape tape, PlayerOptions options);
+  ~Player();
+  Player(const Player&) = delete;
+  Player& operator=(const Player&) = delete;
 
   /// A call of the client on this thread: returns the line with its outputs when its time has come.
   const Event& call(std::string_view name, const Fields& fields);
@@ -78,6 +85,7 @@ class Player {
   std::size_t expected_ = 0;
   std::size_t served_ = 0;
   bool over_ = false;
+  std::vector<std::thread> threads_;  ///< of the library
   std::chrono::steady_clock::time_point last_pass_;
 };
 

@@ -45,11 +45,11 @@ class Output {
   char before_[size];
 };
 
-auto record_output(kvr_TestRecord* const* record) {
-  return [record](kvr_code code) {
+auto record_output(kvr_TestRecord* const* record, bool is_stored = false) {
+  return [record, is_stored](kvr_code code) {
     Fields fields = code_fields(code);
     const kvr_TestRecord* handed_out = record == nullptr ? nullptr : *record;
-    fields.push_back({"record", recorder().record_output(is_accepted(code), handed_out)});
+    fields.push_back({"record", recorder().record_output(is_accepted(code), handed_out, is_stored)});
     return fields;
   };
 }
@@ -211,7 +211,7 @@ kvr_code kvr_ReadRecord(const char* record_id, std::int32_t setting, kvr_TestRec
   return record_call(
       "kvr_ReadRecord", [&] { return read_fields(record_id, setting, record); },
       [&](const CallTable& real) { return real.kvr_ReadRecord(record_id, setting, record); },
-      record_output(record));
+      record_output(record, true));
 }
 
 kvr_code kvr_DeleteRecord(const char* record_id) {

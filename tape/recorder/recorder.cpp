@@ -111,12 +111,12 @@ void Recorder::leave(EventKind kind, std::string_view name, std::uint64_t number
   }
 }
 
-Value Recorder::record_output(bool accepted, const kvr_TestRecord* record) {
+Value Recorder::record_output(bool accepted, const kvr_TestRecord* record, bool is_stored) {
   if (record == nullptr) {
     return {};
   }
   const std::int64_t name = records.name_of(record);
-  return accepted ? record_content(name, *record) : record_reference(name);
+  return accepted ? record_content(name, *record, is_stored) : record_reference(name);
 }
 
 Value Recorder::list_output(bool accepted, const kvr_TestLabelsList* list) {

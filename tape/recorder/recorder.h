@@ -27,7 +27,7 @@ class Recorder {
   void close(bool patient) { writer_.close(patient); }
 
   /// What an output pointer is after a call. A refused one is never followed.
-  Value record_output(bool accepted, const kvr_TestRecord* record);
+  Value record_output(bool accepted, const kvr_TestRecord* record, bool is_stored);
   Value list_output(bool accepted, const kvr_TestLabelsList* list);
 
   Names records;

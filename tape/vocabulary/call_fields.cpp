@@ -13,6 +13,9 @@ Value block(std::string_view name, const Record* record) {
   return Value::block(name, record, sizeof(Record));
 }
 
+/// More than any record holds: a count above it is taken for a damaged one.
+constexpr std::uint32_t kMostTests = 65536;
+
 Value set_or_null(const void* pointer) { return Value::of(pointer == nullptr ? 0 : 1); }
 
 /// The record without its addresses: each pointer becomes 0 or 1.
@@ -137,7 +140,7 @@ Value list_reference(std::int64_t number) {
   return value;
 }
 
-Value record_content(std::int64_t number, const kvr_TestRecord& record) {
+Value record_content(std::int64_t number, const kvr_TestRecord& record, bool is_stored) {
   Value value = record_reference(number);
   kvr_TestRecord named;
   std::memcpy(&named, &record, sizeof named);
@@ -149,6 +152,11 @@ Value record_content(std::int64_t number, const kvr_TestRecord& record) {
     }
     bit <<= 1U;
   });
+  if (is_stored && named.test_count > named.data_count && named.test_count <= kMostTests &&
+      type_names_family(named.test_type, "ratio_3ph")) {
+    value.data_count = named.data_count;
+    named.data_count = named.test_count;
+  }
   if (named.raw_data != nullptr) {
     value.raw = named.raw_data;
     named.raw_data = nullptr;

@@ -37,7 +37,9 @@ Value list_reference(std::int64_t number);
 
 /// The content of a record under that name: the arrays that its test type names, its texts and its
 /// raw data. Nothing else of it is touched.
-Value record_content(std::int64_t number, const kvr_TestRecord& record);
+/// A stored record is also read by exports, which walk `test_count` entries of the arrays of ratio
+/// tests.
+Value record_content(std::int64_t number, const kvr_TestRecord& record, bool is_stored);
 Value list_content(std::int64_t number, const kvr_TestLabelsList& list);
 
 }  // namespace tape

@@ -8,32 +8,10 @@
 #include "record_form/record_codec.h"
 #include "record_form/record_shape.h"
 #include "tape/vocabulary/layouts.h"
+#include "tape/vocabulary/record_names.h"
 
 namespace tape {
 namespace {
-
-#define KVR_NAME(record) \
-  std::string_view name_of(const record&) { return #record; }
-KVR_NAME(kvr_TestRecord)
-KVR_NAME(kvr_TestData_Ratio_3ph)
-KVR_NAME(kvr_TestData_Ratio_1ph)
-KVR_NAME(kvr_TestData_MagneticBalance)
-KVR_NAME(kvr_TestData_Resistance)
-KVR_NAME(kvr_TestData_Sides)
-KVR_NAME(kvr_TestData_Taps)
-KVR_NAME(kvr_TestData_Tap)
-KVR_NAME(kvr_TestData_Point)
-KVR_NAME(kvr_TestData_Transition)
-KVR_NAME(kvr_TestData_Demag)
-KVR_NAME(kvr_TestData_Demag_Phase)
-KVR_NAME(kvr_TestData_Efficiency)
-KVR_NAME(kvr_TestData_Impedance)
-KVR_NAME(kvr_TestData_Impedance_List)
-KVR_NAME(kvr_TestData_Impedance_SingleTest)
-KVR_NAME(kvr_TestData_Drm)
-KVR_NAME(kvr_TestData_Drm_Transition)
-KVR_NAME(kvr_TestData_GoNoGo)
-#undef KVR_NAME
 
 /// Visitor of record_shape.h that lists the parts of a nest.
 class PartLister {
@@ -178,14 +156,14 @@ void compare_texts(BlockComparison& comparison, const std::string& field, const 
   const auto [one, other] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
   const auto at = static_cast<std::size_t>(one - first.begin());
   const std::size_t from = at < 10 ? 0 : at - 10;
-  comparison.add(field + " at character " + std::to_string(at), quoted(first.substr(from), 40),
-                 quoted(second.substr(from), 40));
+  comparison.add(field + " at character " + std::to_string(at), in_quotes(first.substr(from), 40),
+                 in_quotes(second.substr(from), 40));
 }
 
 void compare_records(BlockComparison& comparison, const std::string& field, const Value& first,
                      const Value& second) {
   if (first.number != second.number || first.content != second.content ||
-      first.others != second.others) {
+      first.others != second.others || first.data_count != second.data_count) {
     comparison.add(field, value_text(first), value_text(second));
   }
   const std::vector<RecordPart> one = parts_of(first);
@@ -291,7 +269,7 @@ std::string value_text(const Value& value) {
     case Value::Kind::kNumber:
       return std::to_string(value.number);
     case Value::Kind::kText:
-      return quoted(value.bytes);
+      return in_quotes(value.bytes);
     case Value::Kind::kBlock:
       return value.layout + " (" + std::to_string(value.bytes.size()) + " bytes)";
     case Value::Kind::kRecord: {

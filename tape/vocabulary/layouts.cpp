@@ -98,7 +98,7 @@ std::string member_text(const PlainMember& member, std::string_view record) {
   const std::string_view bytes = record.substr(member.member.offset, member.member.size);
   switch (member.member.type) {
     case MemberType::kText:
-      return quoted(bytes.substr(0, bytes.find('\0')));
+      return in_quotes(bytes.substr(0, bytes.find('\0')));
     case MemberType::kReal:
       return bytes.size() == sizeof(float) ? number_text<float>(bytes) : number_text<double>(bytes);
     case MemberType::kCode:
@@ -122,7 +122,7 @@ std::string hexadecimal(std::string_view bytes, std::size_t most) {
   return text + (bytes.size() > most ? " ..." : "");
 }
 
-std::string quoted(std::string_view text, std::size_t most) {
+std::string in_quotes(std::string_view text, std::size_t most) {
   std::string result = "\"";
   for (const char letter : text.substr(0, most)) {
     if (letter == '"' || letter == '\\') {

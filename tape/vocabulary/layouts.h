@@ -58,6 +58,6 @@ std::string member_text(const PlainMember& member, std::string_view record);
 std::string hexadecimal(std::string_view bytes, std::size_t most = 16);
 
 /// A text in quotes; bytes that don't print as \xHH.
-std::string quoted(std::string_view text, std::size_t most = 200);
+std::string in_quotes(std::string_view text, std::size_t most = 200);
 
 }  // namespace tape

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tape/format/reader.h"
+#include "tape/vocabulary/call_table.h"
+#include "tape/vocabulary/names.h"
+
+// Makes the calls of a tape's client of another library, each thread of the client on a thread of
+// its own, and compares what comes back with the tape field by field.
+namespace tape {
+
+/// Fields that may differ: by "CALL.FIELD", where "*" stands for any call and a last "*" for the rest
+/// of a name.
+class Tolerance {
+ public:
+  /// Reads {"fields": ["kvr_GetDeviceInfo.info.device_date_time", ...]}; allows nothing if empty.
+  explicit Tolerance(const std::string& file);
+
+  bool allows(const std::string& call, const std::string& field) const;
+
+ private:
+  std::set<std::string> fields_;
+};
+
+class Retracing {
+ public:
+  Retracing(const Tape& tape, const CallTable& calls, const Tolerance& tolerance);
+
+  /// All differences, in the order in which they were seen.
+  std::vector<std::string> run();
+
+ private:
+  void run_thread(const std::vector<std::size_t>& lines);
+  void wait_for_turn(std::size_t line);
+  void happened(std::size_t line);
+  Fields make_call(const Event& event);
+  Fields call_test(const Event& event);
+  Fields call_with_record(const Event& event);
+  Fields call_with_output(const Event& event);
+  void free_held(const Event& event, Fields& outputs);
+  Value record_output(kvr_code code, const kvr_TestRecord* record, bool is_stored);
+  void compare(const Event& recorded, const Fields& now);
+  void on_callback(const std::string& name, const Fields& fields);
+  const Event* answer_to(std::size_t line) const;
+
+  static void on_status(void* context, kvr_code code, const char* text);
+  static void on_progress(void* context, const kvr_Progress* progress);
+
+  const Tape& tape_;
+  const CallTable& calls_;
+  const Tolerance& tolerance_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<bool> happened_;
+  std::map<std::uint64_t, std::size_t> returns_;   ///< line of the return of a call
+  std::vector<std::size_t> callbacks_;             ///< lines of callbacks that are still to come
+  std::map<std::size_t, std::vector<std::size_t>> within_;  ///< calls made within a callback
+  std::map<std::int64_t, kvr_TestRecord*> records_;
+  std::map<std::int64_t, kvr_TestLabelsList*> lists_;
+  Names record_names_;
+  Names list_names_;
+  std::vector<std::string> found_;
+};
+
+}  // namespace tape
