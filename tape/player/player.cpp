@@ -262,8 +262,12 @@ void Player::diverge_at_call(Track* track, std::string_view name, const Fields& 
         other.lines.begin() + static_cast<std::ptrdiff_t>(from), other.lines.end(),
         [&](std::size_t line) { return same_call(tape_.events[line], name, fields); });
   };
+  const bool elsewhere = std::any_of(tracks_.begin(), tracks_.end(), [&](const auto& each) {
+    return &each.second != track && !each.second.at_end() &&
+           same_call(next_of(each.second), name, fields);
+  });
   if (track == nullptr || track->at_end()) {
-    divergence.form = "extra call";
+    divergence.form = elsewhere ? "wrong thread" : "extra call";
     divergence.recorded = "nothing more on this thread";
     if (!tape_.events.empty() && tape_.events.back().kind == EventKind::kFull) {
       divergence.recorded += "; the recording had stopped: " + tape_.events.back().name;
@@ -273,18 +277,15 @@ void Player::diverge_at_call(Track* track, std::string_view name, const Fields& 
   const Event& next = next_of(*track);
   divergence.line = next.line;
   divergence.recorded = in_words(next);
-  divergence.form = "wrong call";
-  if (next.kind != EventKind::kCall) {
-    divergence.form = "extra call";
-  } else if (next.name == name) {
+  if (next.kind == EventKind::kCall && next.name == name) {
+    divergence.form = "wrong call";
     divergence.fields = differences(next.fields, fields, 10);
+  } else if (elsewhere) {
+    divergence.form = "wrong thread";
   } else if (later(*track, track->next)) {
     divergence.form = "missing call";
-  } else if (std::any_of(tracks_.begin(), tracks_.end(), [&](const auto& each) {
-               return &each.second != track && !each.second.at_end() &&
-                      same_call(next_of(each.second), name, fields);
-             })) {
-    divergence.form = "wrong thread";
+  } else {
+    divergence.form = "extra call";
   }
   diverge(std::move(divergence));
 }

@@ -98,8 +98,7 @@ int show(const ShowOptions& options, std::ostream& out) {
       << tape.header.library << ", " << tape.header.library_size << " bytes, SHA-256 "
       << tape.header.library_sha256 << '\n';
   for (const Event& event : tape.events) {
-    const bool is_numbered = is_of_client(event.kind) || is_of_library(event.kind);
-    if (is_numbered && (event.number < options.first || event.number > options.last)) {
+    if (event.number < options.first || event.number > options.last) {
       continue;
     }
     out << event.number << "  " << seconds_text(event.time) << " s  thread " << event.thread

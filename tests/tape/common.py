@@ -34,8 +34,8 @@ class Place:
     def environment(self, **extra):
         kept = {name: value for name, value in os.environ.items()
                 if not name.startswith(("KVR_", "XDG_", "LC_", "LANG"))}
-        kept.update(HOME=str(self.folder), TZ="CET-1", LC_ALL="C",
-                    **{name: str(value) for name, value in extra.items()})
+        kept.update(HOME=str(self.folder), TZ="CET-1", LC_ALL="C")
+        kept.update({name: str(value) for name, value in extra.items()})
         return kept
 
     def run(self, command, stdin=b"", **extra):

@@ -47,10 +47,24 @@ def check_divergences(place, wrong, tape):
     text = expect("wrong", "wrong call", ANSWERS.replace(b"\n8\n", b"\n9\n", 1))
     wrong.that(re.search(r"request\.test_voltage: recorded 8 \(00 00 00 41\), now 9 ", text),
                f"the field of a wrong call: {text}")
-    expect("early", "early end", b"1\n" + TEST % FIRST + b"0\n",
-           lambda lines: [line for line in lines
-                          if '"kvr_Lib_Shutdown"' not in line and '"close"' not in line] +
-           [line for line in lines if '"kvr_Lib_Shutdown"' in line][:0])
+    def with_lines(where, *added):
+        def change(lines):
+            at = next(i for i, line in enumerate(lines) if where in line)
+            return lines[:at] + [line + "\n" for line in added] + lines[at:]
+        return change
+
+    lock = ('{"call":"kvr_LockAPI","n":9999,"t":1,"thread":1}',
+            '{"return":"kvr_LockAPI","n":9999,"t":1,"thread":1,"code":0}')
+    cancel = ('{"call":"kvr_CancelOperation","n":9999,"t":1,"thread":9}',
+              '{"return":"kvr_CancelOperation","n":9999,"t":1,"thread":9,"code":0}')
+    expect("early", "early end", ANSWERS, with_lines('"close"', *lock))
+    expect("missing", "missing call", ANSWERS, with_lines('"call":"kvr_Lib_Shutdown"', *lock))
+    text = expect("stuck", "stuck", ANSWERS,
+                  with_lines('"return":"kvr_Test_Ratio_1ph"', *cancel), KVR_TAPE_PATIENCE=1)
+    wrong.that("thread 9: kvr_CancelOperation is called" in text, f"what it waits for: {text}")
+    expect("wrong_thread", "wrong thread", ANSWERS, lambda lines: [
+        line.replace('"thread":1', '"thread":9') if '"kvr_Lib_Shutdown"' in line else line
+        for line in lines])
     expect("extra", "extra call", ANSWERS,
            lambda lines: [line for line in lines if '"kvr_Lib_Shutdown"' not in line])
     text = expect("unanswered", "unanswered call", ANSWERS,
@@ -58,9 +72,8 @@ def check_divergences(place, wrong, tape):
                                             if '"return":"kvr_Test_Ratio_1ph"' in line)],
                   KVR_TAPE_PATIENCE=1)
 
-    def without_lock(lines):
-        return [line for line in lines if '"kvr_LockAPI"' not in line]
-    expect("wrong_too", "wrong call", ANSWERS, without_lock)
+    expect("without_lock", "extra call", ANSWERS,
+           lambda lines: [line for line in lines if '"kvr_LockAPI"' not in line])
     shutil.copy(tape, place.folder / "bad.kvrtape")
     (place.folder / "bad.kvrtape").write_bytes(tape.read_bytes().replace(b'"n":2,', b'"n":1,', 1))
     played = place.play(place.folder / "bad.kvrtape", ANSWERS)
@@ -94,11 +107,11 @@ def main():
         tape = place.folder / "one.kvrtape"
         tool = pathlib.Path(arguments.tool)
         recorded = place.tool("record", "-o", tape, "--library", arguments.instrument,
-                              arguments.program, stdin=ANSWERS, KVR_BENCH_FILE=bench)
+                              "--", arguments.program, stdin=ANSWERS, KVR_BENCH_FILE=bench)
         wrong.that(recorded.returncode == 0, f"record with {tool}: {recorded.stderr!r}")
         wrong.that(tape.stat().st_mode & 0o777 == 0o600, "only the owner may read a tape")
         again = place.tool("record", "-o", tape, "--library", arguments.instrument,
-                           arguments.program, stdin=ANSWERS, KVR_BENCH_FILE=bench)
+                           "--", arguments.program, stdin=ANSWERS, KVR_BENCH_FILE=bench)
         wrong.that(again.returncode == 2 and b"exists" in again.stderr, "a tape is not overwritten")
         checked = place.tool("check", tape)
         wrong.that(checked.returncode == 0 and b"kvr_Test_Ratio_1ph: 2\n" in checked.stdout and
@@ -111,7 +124,7 @@ def main():
         wrong.that(len(few) == 5, f"show --calls: {few}")
         wrong.that(place.tool("diff", tape, tape).stdout == b"", "a tape is like itself")
         shutil.rmtree(place.folder / "Documents")
-        played = place.tool("play", tape, "--answers", arguments.program)
+        played = place.tool("play", tape, "--answers", "--", arguments.program)
         wrong.that(played.returncode == 0 and played.stdout == recorded.stdout,
                    f"play: {played.returncode} {played.stderr!r}")
         receipt = json.loads(pathlib.Path(f"{tape}.receipt.json").read_text())
