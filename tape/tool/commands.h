@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-// The commands of kvr-tape. Each writes its results to `out`, throws TapeError for a tape that can't
-// be read and CommandError for what else is wrong, and returns the exit status.
+// The commands of kvr-tape. Each writes its results to `out`, throws TapeError for a tape that
+// can't be read and CommandError for what else is wrong, and returns the exit status.
 namespace tape {
 
 inline constexpr int kFine = 0;

@@ -56,12 +56,15 @@ class Commands {
                            [this] { return tape::record(record_, std::cerr); });
     record->add_option("-o", record_.tape, "the tape, a file that does not exist yet");
     record->add_option("--library", record_.library, "the client library, by its path");
-    record->add_option("program", record_.program, "after two dashes, the program and its arguments")->required();
+    record
+        ->add_option("program", record_.program, "after two dashes, the program and its arguments")
+        ->required();
     CLI::App* play = add("play", "run a program on a tape, without any other library",
                          [this] { return tape::play(play_, std::cerr); });
     play->add_flag("--answers", play_.answers, "type what was typed when it was recorded");
     play->add_option("tape", play_.tape)->required();
-    play->add_option("program", play_.program, "after two dashes, the program and its arguments")->required();
+    play->add_option("program", play_.program, "after two dashes, the program and its arguments")
+        ->required();
     CLI::App* retrace = add("retrace", "make a tape's calls of another library and compare",
                             [this] { return tape::retrace(retrace_, std::cout); });
     retrace->add_option("tape", retrace_.tape)->required();

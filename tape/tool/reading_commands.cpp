@@ -101,8 +101,8 @@ int show(const ShowOptions& options, std::ostream& out) {
     if (event.number < options.first || event.number > options.last) {
       continue;
     }
-    out << event.number << "  " << seconds_text(event.time) << " s  thread " << event.thread
-        << "  " << verb(event.kind)
+    out << event.number << "  " << seconds_text(event.time) << " s  thread " << event.thread << "  "
+        << verb(event.kind)
         << (event.kind == EventKind::kTyped ? in_quotes(event.name) : event.name);
     for (const Field& field : event.fields) {
       out << "  " << field.name << "=" << shown(field);

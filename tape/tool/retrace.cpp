@@ -15,11 +15,10 @@ CallTable load(const std::string& file) {
     throw CommandError{error};
   }
   CallTable calls;
-#define KVR_FIND(call)                                                               \
-  calls.call =                                                                       \
-      reinterpret_cast<decltype(calls.call)>(platform::find_function(library, #call)); \
-  if (calls.call == nullptr) {                                                       \
-    throw CommandError{file + " has no " #call};                                     \
+#define KVR_FIND(call)                                                                          \
+  calls.call = reinterpret_cast<decltype(calls.call)>(platform::find_function(library, #call)); \
+  if (calls.call == nullptr) {                                                                  \
+    throw CommandError{file + " has no " #call};                                                \
   }
   KVR_EACH_CALL(KVR_FIND)
 #undef KVR_FIND
@@ -56,7 +55,8 @@ int retrace(const RetraceOptions& options, std::ostream& out) {
   const Tolerance tolerance(options.tolerance);
   const CallTable calls = load(options.library);
   if (runs_tests(tape) && !options.energise && !is_virtual(calls)) {
-    throw CommandError{"the tape runs tests, and this is no virtual instrument: --energise allows it"};
+    throw CommandError{
+        "the tape runs tests, and this is no virtual instrument: --energise allows it"};
   }
   const std::vector<std::string> found = Retracing(tape, calls, tolerance).run();
   for (const std::string& each : found) {

@@ -34,6 +34,16 @@ const char* text_at(const Event& event, std::string_view name) {
   return value.kind == Value::Kind::kNothing ? nullptr : value.bytes.c_str();
 }
 
+/// What stands after the end of the firmware's text is the client's.
+Fields without_rests(Fields fields) {
+  for (Field& field : fields) {
+    if (field.value.layout == kFirmwareText) {
+      field.value.bytes.resize(std::min(field.value.bytes.find('\0'), field.value.bytes.size()));
+    }
+  }
+  return fields;
+}
+
 /// A request as a record of its own; null where null was recorded.
 template <class Record>
 struct Argument {
@@ -167,7 +177,7 @@ const Event* Retracing::answer_to(std::size_t line) const {
 
 void Retracing::compare(const Event& recorded, const Fields& now) {
   const std::lock_guard lock(mutex_);
-  for (const Difference& each : differences(recorded.fields, now)) {
+  for (const Difference& each : differences(without_rests(recorded.fields), without_rests(now))) {
     if (!tolerance_.allows(recorded.name, each.field)) {
       found_.push_back("line " + std::to_string(recorded.line) + ", " + recorded.name + ", " +
                        each.field + ": recorded " + each.first + ", now " + each.second);
@@ -224,22 +234,61 @@ Fields Retracing::make_call(const Event& event) {
   return call_with_output(event);
 }
 
-/// Where a line of the tape names what a pointer is, it stands here: of this library, or null.
-Value Retracing::record_output(kvr_code code, const kvr_TestRecord* record, bool is_stored) {
+const Value& Retracing::recorded_output(const Event& event, std::string_view name) const {
+  const auto answer = returns_.find(event.number);
+  return at(tape_.events[answer->second], name);
+}
+
+/// What this library hands out takes the name of what was recorded there, so that the tape's frees
+/// and references find it. Anything else gets a name that is on no tape.
+std::int64_t Retracing::name_of(const void* pointer, const Value& recorded) {
+  const std::lock_guard lock(mutex_);
+  const auto known = names_.find(pointer);
+  if (known != names_.end()) {
+    return known->second;
+  }
+  std::int64_t name = recorded.number;
+  if (recorded.kind == Value::Kind::kNothing || held_.contains(name)) {
+    name = INT64_MAX - static_cast<std::int64_t>(names_.size());
+  }
+  names_[pointer] = name;
+  held_[name] = const_cast<void*>(pointer);
+  return name;
+}
+
+/// What an output pointer was before a call that was refused: what it was after it, since it was
+/// left alone.
+void* Retracing::pointer_before(const Value& recorded) {
+  if (recorded.kind == Value::Kind::kNothing || recorded.content != Value::Content::kNone ||
+      recorded.has_entries) {
+    return nullptr;
+  }
+  const std::lock_guard lock(mutex_);
+  void*& held = held_[recorded.number];
+  if (held == nullptr) {
+    marks_.push_back(std::make_unique<char>());
+    held = marks_.back().get();
+    names_[held] = recorded.number;
+  }
+  return held;
+}
+
+Value Retracing::record_output(const Event& event, kvr_code code, kvr_TestRecord* record,
+                               bool is_stored) {
   if (record == nullptr) {
     return {};
   }
-  const std::int64_t name = record_names_.name_of(record);
+  const std::int64_t name = name_of(record, recorded_output(event, "record"));
   return is_accepted(code) ? record_content(name, *record, is_stored) : record_reference(name);
 }
 
 Fields Retracing::call_test(const Event& event) {
   Argument<kvr_TestRequestHeader> header(at(event, "header"));
   Argument<kvr_ProgressHandler> recorded(at(event, "progress"));
-  kvr_ProgressHandler handler{
-      recorded.record.progress_callback == nullptr ? nullptr : on_progress, this};
+  kvr_ProgressHandler handler{recorded.record.progress_callback == nullptr ? nullptr : on_progress,
+                              this};
   kvr_ProgressHandler* progress = recorded.is_null ? nullptr : &handler;
-  kvr_TestRecord* record = nullptr;
+  auto* record = static_cast<kvr_TestRecord*>(pointer_before(recorded_output(event, "record")));
   kvr_TestRecord** output = is_set(event, "record") ? &record : nullptr;
   kvr_code code{};
   if (event.name == "kvr_Test_Ratio_1ph") {
@@ -250,9 +299,7 @@ Fields Retracing::call_test(const Event& event) {
     code = calls_.kvr_Test_Ratio_3ph(header.pointer(), request.pointer(), progress, output);
   }
   Fields outputs = code_fields(code);
-  outputs.push_back({"record", record_output(code, record, false)});
-  const std::lock_guard lock(mutex_);
-  records_[outputs.back().value.number] = record;
+  outputs.push_back({"record", record_output(event, code, record, false)});
   return outputs;
 }
 
@@ -272,9 +319,9 @@ Fields Retracing::call_with_output(const Event& event) {
     auto* type_or_null = at(event, "type").kind == Value::Kind::kNothing ? nullptr : &type;
     char firmware[kFirmwareTextSize] = {};
     fill("firmware_version", kFirmwareText, firmware, [&](auto* output) {
-      return calls_.kvr_ConnectAPI(type_or_null, static_cast<std::int32_t>(at(event, "setting").number),
-                                   text_at(event, "client_name"),
-                                   output == nullptr ? nullptr : *output);
+      return calls_.kvr_ConnectAPI(
+          type_or_null, static_cast<std::int32_t>(at(event, "setting").number),
+          text_at(event, "client_name"), output == nullptr ? nullptr : *output);
     });
   } else if (name == "kvr_GetClientAPIInfo") {
     kvr_ClientAPIInfo info{};
@@ -303,28 +350,25 @@ Fields Retracing::call_with_record(const Event& event) {
     outputs.push_back(
         {"exists", wanted && (is_accepted(code) || exists) ? Value::of(exists) : Value()});
   } else if (name == "kvr_ReadRecord") {
-    kvr_TestRecord* record = nullptr;
+    auto* record = static_cast<kvr_TestRecord*>(pointer_before(recorded_output(event, "record")));
     const kvr_code code = calls_.kvr_ReadRecord(
         text_at(event, "record_id"), static_cast<std::int32_t>(at(event, "setting").number),
         is_set(event, "record") ? &record : nullptr);
     outputs = code_fields(code);
-    outputs.push_back({"record", record_output(code, record, true)});
-    const std::lock_guard lock(mutex_);
-    records_[outputs.back().value.number] = record;
+    outputs.push_back({"record", record_output(event, code, record, true)});
   } else if (name == "kvr_ListRecords") {
-    kvr_TestLabelsList* list = nullptr;
-    const kvr_code code = calls_.kvr_ListRecords(
-        is_set(event, "list") ? &list : nullptr, nullptr,
-        static_cast<std::int32_t>(at(event, "sort_key").number),
-        static_cast<std::int32_t>(at(event, "ascending").number));
+    const Value& recorded = recorded_output(event, "list");
+    auto* list = static_cast<kvr_TestLabelsList*>(pointer_before(recorded));
+    const kvr_code code =
+        calls_.kvr_ListRecords(is_set(event, "list") ? &list : nullptr, nullptr,
+                               static_cast<std::int32_t>(at(event, "sort_key").number),
+                               static_cast<std::int32_t>(at(event, "ascending").number));
     outputs = code_fields(code);
     Value value;
     if (list != nullptr) {
-      value = is_accepted(code) ? list_content(list_names_.rename(list), *list)
-                                : list_reference(list_names_.name_of(list));
+      const std::int64_t named = name_of(list, recorded);
+      value = is_accepted(code) ? list_content(named, *list) : list_reference(named);
     }
-    const std::lock_guard lock(mutex_);
-    lists_[value.number] = list;
     outputs.push_back({"list", std::move(value)});
   } else {
     free_held(event, outputs);
@@ -335,20 +379,18 @@ Fields Retracing::call_with_record(const Event& event) {
 void Retracing::free_held(const Event& event, Fields& outputs) {
   const bool of_list = event.name == "kvr_FreeTestLabelsList";
   const std::int64_t name = at(event, of_list ? "list" : "record").number;
-  kvr_TestRecord* record = nullptr;
-  kvr_TestLabelsList* list = nullptr;
+  void* held = nullptr;
   {
     const std::lock_guard lock(mutex_);
-    record = of_list ? nullptr : std::exchange(records_[name], nullptr);
-    list = of_list ? std::exchange(lists_[name], nullptr) : nullptr;
+    held = name < 0 || at(event, of_list ? "list" : "record").kind == Value::Kind::kNothing
+               ? nullptr
+               : std::exchange(held_[name], nullptr);
+    held_.erase(name);
+    names_.erase(held);
   }
-  if (of_list) {
-    list_names_.release(list);
-    outputs = code_fields(calls_.kvr_FreeTestLabelsList(list));
-  } else {
-    record_names_.release(record);
-    outputs = code_fields(calls_.kvr_FreeTestRecord(record));
-  }
+  outputs =
+      code_fields(of_list ? calls_.kvr_FreeTestLabelsList(static_cast<kvr_TestLabelsList*>(held))
+                          : calls_.kvr_FreeTestRecord(static_cast<kvr_TestRecord*>(held)));
 }
 
 /// Takes the next recorded callback of that name, compares it, and makes the calls within it.

@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -9,14 +10,13 @@
 
 #include "tape/format/reader.h"
 #include "tape/vocabulary/call_table.h"
-#include "tape/vocabulary/names.h"
 
 // Makes the calls of a tape's client of another library, each thread of the client on a thread of
 // its own, and compares what comes back with the tape field by field.
 namespace tape {
 
-/// Fields that may differ: by "CALL.FIELD", where "*" stands for any call and a last "*" for the rest
-/// of a name.
+/// Fields that may differ: by "CALL.FIELD", where "*" stands for any call and a last "*" for the
+/// rest of a name.
 class Tolerance {
  public:
   /// Reads {"fields": ["kvr_GetDeviceInfo.info.device_date_time", ...]}; allows nothing if empty.
@@ -44,7 +44,10 @@ class Retracing {
   Fields call_with_record(const Event& event);
   Fields call_with_output(const Event& event);
   void free_held(const Event& event, Fields& outputs);
-  Value record_output(kvr_code code, const kvr_TestRecord* record, bool is_stored);
+  std::int64_t name_of(const void* pointer, const Value& recorded);
+  void* pointer_before(const Value& recorded);
+  Value record_output(const Event& event, kvr_code code, kvr_TestRecord* record, bool is_stored);
+  const Value& recorded_output(const Event& event, std::string_view name) const;
   void compare(const Event& recorded, const Fields& now);
   void on_callback(const std::string& name, const Fields& fields);
   const Event* answer_to(std::size_t line) const;
@@ -58,13 +61,14 @@ class Retracing {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<bool> happened_;
-  std::map<std::uint64_t, std::size_t> returns_;   ///< line of the return of a call
-  std::vector<std::size_t> callbacks_;             ///< lines of callbacks that are still to come
+  std::map<std::uint64_t, std::size_t> returns_;  ///< line of the return of a call
+  std::vector<std::size_t> callbacks_;            ///< lines of callbacks that are still to come
   std::map<std::size_t, std::vector<std::size_t>> within_;  ///< calls made within a callback
-  std::map<std::int64_t, kvr_TestRecord*> records_;
-  std::map<std::int64_t, kvr_TestLabelsList*> lists_;
-  Names record_names_;
-  Names list_names_;
+  std::map<const void*, std::int64_t>
+      names_;                           ///< what this library handed out, by its name on the tape
+  std::map<std::int64_t, void*> held_;  ///< the same the other way round
+  std::vector<std::unique_ptr<char>>
+      marks_;  ///< addresses that stand for what no library handed out
   std::vector<std::string> found_;
 };
 

@@ -50,8 +50,8 @@ void add_typed(const std::string& file, const std::string& typed) {
   std::ofstream(file, std::ios::app | std::ios::binary) << line_of(event);
 }
 
-/// What was typed, as a program reads it from a pipe: Enter is a line feed there, and keys that only
-/// a terminal understands are left out.
+/// What was typed, as a program reads it from a pipe: Enter is a line feed there, and keys that
+/// only a terminal understands are left out.
 std::string answers_of(const Tape& tape) {
   std::string answers;
   for (const Event& event : tape.events) {
@@ -68,8 +68,8 @@ std::string answers_of(const Tape& tape) {
 
 fs::path library_folder(const std::string& name) {
   const fs::path here = platform::own_program().parent_path();
-  for (const fs::path& folder : {here / ".." / "lib" / "kvr-console-tester" / name,
-                                 here / name, here / ".." / name}) {
+  for (const fs::path& folder :
+       {here / ".." / "lib" / "kvr-console-tester" / name, here / name, here / ".." / name}) {
     if (fs::exists(folder / platform::kClientLibraryName)) {
       return fs::canonical(folder);
     }
@@ -86,8 +86,8 @@ int record(const RecordOptions& options, std::ostream& out) {
   if (fs::exists(file)) {
     throw CommandError{file + " exists"};
   }
-  const fs::path library = options.library.empty() ? library_of(options.program.front())
-                                                   : fs::absolute(options.library);
+  const fs::path library =
+      options.library.empty() ? library_of(options.program.front()) : fs::absolute(options.library);
   platform::Program program = with_library(options.program, library_folder("recorder"));
   program.environment.emplace_back("KVR_TAPE_FILE", fs::absolute(file).string());
   program.environment.emplace_back("KVR_TAPE_LIBRARY", library.string());

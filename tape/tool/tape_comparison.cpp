@@ -22,10 +22,10 @@ const Event* event_at(const Tape& tape, std::size_t at) {
 }
 
 std::string described(const Event* event) {
-  return event == nullptr ? "the end of the tape"
-                          : std::string(key_of(event->kind)) + " " + event->name + " on thread " +
-                                std::to_string(event->thread) + ", number " +
-                                std::to_string(event->number);
+  return event == nullptr
+             ? "the end of the tape"
+             : std::string(key_of(event->kind)) + " " + event->name + " on thread " +
+                   std::to_string(event->thread) + ", number " + std::to_string(event->number);
 }
 
 bool same_line(const Event* first, const Event* second) {
@@ -38,7 +38,8 @@ void compare_headers(const TapeHeader& first, const TapeHeader& second,
                      std::vector<std::string>& found) {
   const auto compare = [&](const char* key, const std::string& one, const std::string& other) {
     if (one != other) {
-      found.push_back(std::string("line 1, ") + key + ": " + in_quotes(one) + ", " + in_quotes(other));
+      found.push_back(std::string("line 1, ") + key + ": " + in_quotes(one) + ", " +
+                      in_quotes(other));
     }
   };
   compare("layouts", first.layouts, second.layouts);
@@ -92,7 +93,8 @@ std::vector<std::string> shortcomings(const Tape& tape) {
   for (const auto& [number, event] : open) {
     found.push_back(place_of(*event) + ": not answered");
   }
-  if (tape.events.empty() || std::none_of(tape.events.begin(), tape.events.end(), [](const Event& e) {
+  if (tape.events.empty() ||
+      std::none_of(tape.events.begin(), tape.events.end(), [](const Event& e) {
         return e.kind == EventKind::kClose || e.kind == EventKind::kFull;
       })) {
     found.push_back("no line says that the process ended in order");

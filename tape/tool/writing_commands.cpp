@@ -69,8 +69,8 @@ std::string record_id_of(const Event& event) {
 /// Numbers of the calls and callbacks that are about other records than the one that is wanted, and
 /// of all that happened on their threads within them.
 std::set<std::uint64_t> lines_of_others(const Tape& tape, const std::string& record_id) {
-  std::map<std::uint64_t, std::string> about;    // what a call turns out to be about
-  std::map<std::int64_t, std::string> held;      // records by name
+  std::map<std::uint64_t, std::string> about;  // what a call turns out to be about
+  std::map<std::int64_t, std::string> held;    // records by name
   for (const Event& event : tape.events) {
     const std::string id = record_id_of(event);
     if (!id.empty()) {
@@ -89,7 +89,7 @@ std::set<std::uint64_t> lines_of_others(const Tape& tape, const std::string& rec
   }
   std::set<std::uint64_t> others;
   std::map<int, std::uint64_t> dropped;  // by thread: the outermost call that is dropped
-  std::uint64_t blocking = 0;            // a dropped test, to which callbacks on other threads belong
+  std::uint64_t blocking = 0;  // a dropped test, to which callbacks on other threads belong
   for (const Event& event : tape.events) {
     const bool enters = event.kind == EventKind::kCall || event.kind == EventKind::kCallback;
     const auto found = about.find(event.number);

@@ -1,6 +1,7 @@
 #include "tape/vocabulary/call_fields.h"
 
 #include <cstring>
+#include <vector>
 
 #include "record_form/record_codec.h"
 #include "record_form/record_shape.h"
@@ -152,9 +153,16 @@ Value record_content(std::int64_t number, const kvr_TestRecord& record, bool is_
     }
     bit <<= 1U;
   });
+  std::vector<kvr_TestData_Ratio_1ph*> other;
   if (is_stored && named.test_count > named.data_count && named.test_count <= kMostTests &&
       type_names_family(named.test_type, "ratio_3ph")) {
     value.data_count = named.data_count;
+    if (named.data_ratio_3ph != nullptr && named.data_ratio_1ph != nullptr) {
+      // An export walks the first of both; the other one ends where the record says.
+      other.assign(named.data_ratio_1ph, named.data_ratio_1ph + named.data_count);
+      other.resize(named.test_count);
+      named.data_ratio_1ph = other.data();
+    }
     named.data_count = named.test_count;
   }
   if (named.raw_data != nullptr) {
