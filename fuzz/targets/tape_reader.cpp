@@ -8,8 +8,8 @@
 #include "unit/tape/sample_tape.h"
 
 // The reader of tapes: whatever it takes must come out of the writer as a tape that says the same.
-// With an odd first byte the input changes bytes of a sample tape, three bytes a change: where, in two
-// bytes, and to what. Otherwise it is the tape itself.
+// With an odd first byte the input changes bytes of a sample tape, three bytes a change: where, in
+// two bytes, and to what. Otherwise it is the tape itself.
 
 namespace {
 

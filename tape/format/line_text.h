@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tape/format/event.h"
+#include "tape/vocabulary/event.h"
 
 // Events as lines of a tape, each with its line feed. A text is bytes, and each byte is written as
 // the character of that number, so every text comes back as it was.

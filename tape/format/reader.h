@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tape/format/event.h"
+#include "tape/vocabulary/event.h"
 
 // Tapes from files. Any bytes are safe to read: every length is bounded, and what is wrong is
 // reported with its line and key.

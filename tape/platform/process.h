@@ -10,7 +10,7 @@
 namespace tape::platform {
 
 struct Program {
-  std::vector<std::string> arguments;  ///< with its name
+  std::vector<std::string> arguments;                            ///< with its name
   std::vector<std::pair<std::string, std::string>> environment;  ///< set for it
   std::optional<std::string> input;  ///< its standard input, in place of our own
 };

@@ -1,7 +1,7 @@
 #include <windows.h>
 
-#include <cstdio>
 #include <process.h>
+#include <cstdio>
 
 #include "tape/platform/process.h"
 

@@ -9,8 +9,8 @@ std::string Divergence::text() const {
   for (const Difference& field : fields) {
     text += "  " + field.field + ": recorded " + field.first + ", now " + field.second + "\n";
   }
-  for (const std::string& line : before) {
-    text += "  before: " + line + "\n";
+  for (const std::string& each : before) {
+    text += "  before: " + each + "\n";
   }
   return text;
 }

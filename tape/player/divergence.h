@@ -4,8 +4,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tape/format/event.h"
 #include "tape/vocabulary/differences.h"
+#include "tape/vocabulary/event.h"
 
 // Where a client leaves what was recorded.
 namespace tape {

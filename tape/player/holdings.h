@@ -6,7 +6,7 @@
 #include <string>
 
 #include "api/client_api.h"
-#include "tape/format/event.h"
+#include "tape/vocabulary/event.h"
 #include "tape/vocabulary/names.h"
 
 // The player's copies of the records and lists that the client holds, under their names on the

@@ -49,7 +49,8 @@ auto record_output(kvr_TestRecord* const* record, bool is_stored = false) {
   return [record, is_stored](kvr_code code) {
     Fields fields = code_fields(code);
     const kvr_TestRecord* handed_out = record == nullptr ? nullptr : *record;
-    fields.push_back({"record", recorder().record_output(is_accepted(code), handed_out, is_stored)});
+    fields.push_back(
+        {"record", recorder().record_output(is_accepted(code), handed_out, is_stored)});
     return fields;
   };
 }

@@ -5,8 +5,8 @@
 #include <mutex>
 #include <string>
 
-#include "tape/format/event.h"
 #include "tape/platform/system.h"
+#include "tape/vocabulary/event.h"
 
 // Writes a tape while it happens: each line is in the file before the call that it reports goes on.
 // When the file can't grow, one line says so on the tape and on standard error, and nothing more is

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "api/client_api.h"
-#include "tape/format/event.h"
+#include "tape/vocabulary/event.h"
 
 // What goes into a call and what comes out of it as fields of an event, one function a shape. The
 // recorder and the player describe calls with these, so that they can be compared byte by byte.

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tape/format/event.h"
+#include "tape/vocabulary/event.h"
 
 // What differs between two descriptions of a call or of its outputs: the field by name, both values
 // as numbers or texts, and both in bytes.

@@ -89,28 +89,22 @@ Member make_member(std::string_view name, std::size_t offset, std::string_view u
                                         offsetof(Record, member) __VA_OPT__(, ) __VA_ARGS__)
 
 // clang-format off
-template <>
-std::vector<Member> members<kvr_InitParams>() {
-  using Record = kvr_InitParams;
-  return {
+template <> std::vector<Member> members<kvr_InitParams>() {
+  using Record = kvr_InitParams; return {
       KVR_FIELD(init_mode), KVR_FIELD(debug_mode), KVR_FIELD(quiet_mode),
       KVR_FIELD(init_setting_a), KVR_FIELD(init_setting_b), KVR_FIELD(status_callback),
       KVR_FIELD(status_context),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_ClientAPIInfo>() {
-  using Record = kvr_ClientAPIInfo;
-  return {
+template <> std::vector<Member> members<kvr_ClientAPIInfo>() {
+  using Record = kvr_ClientAPIInfo; return {
       KVR_FIELD(api_info_head), KVR_FIELD(version),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_DeviceInfo>() {
-  using Record = kvr_DeviceInfo;
-  return {
+template <> std::vector<Member> members<kvr_DeviceInfo>() {
+  using Record = kvr_DeviceInfo; return {
       KVR_FIELD(instrument_type), KVR_FIELD(serial_number), KVR_FIELD(hardware_version),
       KVR_FIELD(software_version), KVR_FIELD(firmware_version), KVR_FIELD(debug_mode),
       KVR_FIELD(device_date_time), KVR_FIELD(calibrated), KVR_FIELD(calibration_old),
@@ -118,10 +112,8 @@ std::vector<Member> members<kvr_DeviceInfo>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_Status>() {
-  using Record = kvr_Status;
-  return {
+template <> std::vector<Member> members<kvr_Status>() {
+  using Record = kvr_Status; return {
       KVR_FIELD(device_status_code), KVR_FIELD(api_locked), KVR_FIELD(database_loaded),
       KVR_FIELD(measurement_board_connected), KVR_FIELD(emergency_button_pressed),
       KVR_FIELD(secondary_sd_mounted), KVR_FIELD(secondary_sd_read_only),
@@ -129,43 +121,33 @@ std::vector<Member> members<kvr_Status>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_Progress>() {
-  using Record = kvr_Progress;
-  return {
+template <> std::vector<Member> members<kvr_Progress>() {
+  using Record = kvr_Progress; return {
       KVR_FIELD(current), KVR_FIELD(total),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_ProgressHandler>() {
-  using Record = kvr_ProgressHandler;
-  return {
+template <> std::vector<Member> members<kvr_ProgressHandler>() {
+  using Record = kvr_ProgressHandler; return {
       KVR_FIELD(progress_callback), KVR_FIELD(progress_context),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_WindingSetup>() {
-  using Record = kvr_WindingSetup;
-  return {
+template <> std::vector<Member> members<kvr_WindingSetup>() {
+  using Record = kvr_WindingSetup; return {
       KVR_FIELD(winding_type), KVR_FIELD(voltage, "V"), KVR_FIELD(current, "A"),
       KVR_FIELD(phase_shift, "rad"), KVR_FIELD(tap_changer), KVR_FIELD(winding_setting),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_ConnectionSetup>() {
-  using Record = kvr_ConnectionSetup;
-  return {
+template <> std::vector<Member> members<kvr_ConnectionSetup>() {
+  using Record = kvr_ConnectionSetup; return {
       KVR_FIELD(clock), KVR_FIELD(kva),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestSetup>() {
-  using Record = kvr_TestSetup;
-  return {
+template <> std::vector<Member> members<kvr_TestSetup>() {
+  using Record = kvr_TestSetup; return {
       KVR_FIELD(windings), KVR_FIELD(connection_type), KVR_FIELD(connections),
       KVR_FIELD(line_frequency, "Hz"), KVR_FIELD(setup_value_a), KVR_FIELD(setup_value_b),
       KVR_FIELD(temperature_from, "degrees C"), KVR_FIELD(temperature_to, "degrees C"),
@@ -174,19 +156,15 @@ std::vector<Member> members<kvr_TestSetup>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestRequestHeader>() {
-  using Record = kvr_TestRequestHeader;
-  return {
+template <> std::vector<Member> members<kvr_TestRequestHeader>() {
+  using Record = kvr_TestRequestHeader; return {
       KVR_FIELD(asset_id), KVR_FIELD(group_id), KVR_FIELD(record_id), KVR_FIELD(save_mode),
       KVR_FIELD(save_reserved),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_Ratio1phRequest>() {
-  using Record = kvr_Ratio1phRequest;
-  return {
+template <> std::vector<Member> members<kvr_Ratio1phRequest>() {
+  using Record = kvr_Ratio1phRequest; return {
       KVR_FIELD(test_type), KVR_FIELD(high_side_phase), KVR_FIELD(low_side_phase),
       KVR_FIELD(high_side_extra), KVR_FIELD(low_side_extra), KVR_FIELD(setup),
       KVR_FIELD(test_voltage, "V"), KVR_FIELD(request_flag_a), KVR_FIELD(request_flag_b),
@@ -194,20 +172,16 @@ std::vector<Member> members<kvr_Ratio1phRequest>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_Ratio3phRequest>() {
-  using Record = kvr_Ratio3phRequest;
-  return {
+template <> std::vector<Member> members<kvr_Ratio3phRequest>() {
+  using Record = kvr_Ratio3phRequest; return {
       KVR_FIELD(setup), KVR_FIELD(testing_mode), KVR_FIELD(test_type), KVR_FIELD(tested_phase),
       KVR_FIELD(test_voltage, "V"), KVR_FIELD(request_flag_a), KVR_FIELD(request_flag_b),
       KVR_FIELD(limit_a), KVR_FIELD(limit_b),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Ratio_Phase>() {
-  using Record = kvr_TestData_Ratio_Phase;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Ratio_Phase>() {
+  using Record = kvr_TestData_Ratio_Phase; return {
       KVR_FIELD(status), KVR_FIELD(phase_name), KVR_FIELD(high_side_phase),
       KVR_FIELD(low_side_phase), KVR_FIELD(tvr_name), KVR_FIELD(tvr_high), KVR_FIELD(tvr_low),
       KVR_FIELD(voltage_h, "V"), KVR_FIELD(voltage_x, "V"), KVR_FIELD(tnr),
@@ -221,10 +195,8 @@ std::vector<Member> members<kvr_TestData_Ratio_Phase>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Ratio_3ph>() {
-  using Record = kvr_TestData_Ratio_3ph;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Ratio_3ph>() {
+  using Record = kvr_TestData_Ratio_3ph; return {
       KVR_FIELD(setup), KVR_FIELD(testing_mode), KVR_FIELD(test_type), KVR_FIELD(tested_phase),
       KVR_FIELD(test_voltage, "V"), KVR_FIELD(request_flag_a), KVR_FIELD(request_flag_b),
       KVR_FIELD(limit_a), KVR_FIELD(limit_b), KVR_FIELD(reference_ratio),
@@ -241,10 +213,8 @@ std::vector<Member> members<kvr_TestData_Ratio_3ph>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Ratio_1ph>() {
-  using Record = kvr_TestData_Ratio_1ph;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Ratio_1ph>() {
+  using Record = kvr_TestData_Ratio_1ph; return {
       KVR_FIELD(direction), KVR_FIELD(high_side_phase), KVR_FIELD(low_side_phase),
       KVR_FIELD(high_side_extra), KVR_FIELD(low_side_extra), KVR_FIELD(setup),
       KVR_FIELD(test_voltage, "V"), KVR_FIELD(request_flag_a), KVR_FIELD(request_flag_b),
@@ -252,10 +222,8 @@ std::vector<Member> members<kvr_TestData_Ratio_1ph>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Impedance_Phase>() {
-  using Record = kvr_TestData_Impedance_Phase;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Impedance_Phase>() {
+  using Record = kvr_TestData_Impedance_Phase; return {
       KVR_FIELD(corrected), KVR_FIELD(status), KVR_FIELD(phase_name), KVR_FIELD(high_side_phase),
       KVR_FIELD(low_side_phase), KVR_FIELD(v_ratio), KVR_FIELD(test_frequency, "Hz"),
       KVR_FIELD(rs, "ohm"), KVR_FIELD(xs, "ohm"), KVR_FIELD(power_factor),
@@ -264,35 +232,27 @@ std::vector<Member> members<kvr_TestData_Impedance_Phase>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Impedance_SingleTest>() {
-  using Record = kvr_TestData_Impedance_SingleTest;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Impedance_SingleTest>() {
+  using Record = kvr_TestData_Impedance_SingleTest; return {
       KVR_FIELD(phases), KVR_FIELD(phase_mode), KVR_FIELD(avg_power_factor),
       KVR_FIELD(avg_z, "ohm"), KVR_FIELD(avg_z_percent),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Impedance_List>() {
-  using Record = kvr_TestData_Impedance_List;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Impedance_List>() {
+  using Record = kvr_TestData_Impedance_List; return {
       KVR_FIELD(tests), KVR_FIELD(count),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Impedance>() {
-  using Record = kvr_TestData_Impedance;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Impedance>() {
+  using Record = kvr_TestData_Impedance; return {
       KVR_FIELD(test_type), KVR_FIELD(setup), KVR_FIELD(tests),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Efficiency_Phase>() {
-  using Record = kvr_TestData_Efficiency_Phase;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Efficiency_Phase>() {
+  using Record = kvr_TestData_Efficiency_Phase; return {
       KVR_FIELD(corrected), KVR_FIELD(status), KVR_FIELD(phase_name), KVR_FIELD(high_side_phase),
       KVR_FIELD(low_side_phase), KVR_FIELD(ratio_tnr), KVR_FIELD(load_rs_line, "ohm"),
       KVR_FIELD(load_rs_zero, "ohm"), KVR_FIELD(load_i2r, "W"), KVR_FIELD(load_stray_eddy, "W"),
@@ -303,10 +263,8 @@ std::vector<Member> members<kvr_TestData_Efficiency_Phase>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Efficiency>() {
-  using Record = kvr_TestData_Efficiency;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Efficiency>() {
+  using Record = kvr_TestData_Efficiency; return {
       KVR_FIELD(duration_ms), KVR_FIELD(setup), KVR_FIELD(fast_mode), KVR_FIELD(phases),
       KVR_FIELD(total_load_losses, "W"), KVR_FIELD(total_no_load_losses, "W"),
       KVR_FIELD(total_eddy_current, "W"), KVR_FIELD(total_hysteresis, "W"),
@@ -314,126 +272,96 @@ std::vector<Member> members<kvr_TestData_Efficiency>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Transition>() {
-  using Record = kvr_TestData_Transition;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Transition>() {
+  using Record = kvr_TestData_Transition; return {
       KVR_FIELD(status), KVR_FIELD(from), KVR_FIELD(to),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Point>() {
-  using Record = kvr_TestData_Point;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Point>() {
+  using Record = kvr_TestData_Point; return {
       KVR_FIELD(name), KVR_FIELD(state), KVR_FIELD(error), KVR_FIELD(stabilization_ms),
       KVR_FIELD(ii, "A"), KVR_FIELD(ua, "V"), KVR_FIELD(ia, "A"), KVR_FIELD(stability, "percent"),
       KVR_FIELD(rm, "ohm"), KVR_FIELD(transition),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Tap>() {
-  using Record = kvr_TestData_Tap;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Tap>() {
+  using Record = kvr_TestData_Tap; return {
       KVR_FIELD(tap), KVR_FIELD(points), KVR_FIELD(point_count),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Taps>() {
-  using Record = kvr_TestData_Taps;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Taps>() {
+  using Record = kvr_TestData_Taps; return {
       KVR_FIELD(taps), KVR_FIELD(count),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Sides>() {
-  using Record = kvr_TestData_Sides;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Sides>() {
+  using Record = kvr_TestData_Sides; return {
       KVR_FIELD(primary), KVR_FIELD(secondary), KVR_FIELD(tertiary),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Resistance>() {
-  using Record = kvr_TestData_Resistance;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Resistance>() {
+  using Record = kvr_TestData_Resistance; return {
       KVR_FIELD(duration_ms), KVR_FIELD(sides),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Demag_Phase>() {
-  using Record = kvr_TestData_Demag_Phase;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Demag_Phase>() {
+  using Record = kvr_TestData_Demag_Phase; return {
       KVR_FIELD(demag_phase), KVR_FIELD(remanence_initial, "fraction"),
       KVR_FIELD(remanence_after_demag, "fraction"),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Demag>() {
-  using Record = kvr_TestData_Demag;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Demag>() {
+  using Record = kvr_TestData_Demag; return {
       KVR_FIELD(duration_ms), KVR_FIELD(phases), KVR_FIELD(phase_count),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_MagneticBalance_Cell>() {
-  using Record = kvr_TestData_MagneticBalance_Cell;
-  return {
+template <> std::vector<Member> members<kvr_TestData_MagneticBalance_Cell>() {
+  using Record = kvr_TestData_MagneticBalance_Cell; return {
       KVR_FIELD(value),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_MagneticBalance_Row>() {
-  using Record = kvr_TestData_MagneticBalance_Row;
-  return {
+template <> std::vector<Member> members<kvr_TestData_MagneticBalance_Row>() {
+  using Record = kvr_TestData_MagneticBalance_Row; return {
       KVR_FIELD(high_label), KVR_FIELD(low_label), KVR_FIELD(cell), KVR_FIELD(total),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_MagneticBalance>() {
-  using Record = kvr_TestData_MagneticBalance;
-  return {
+template <> std::vector<Member> members<kvr_TestData_MagneticBalance>() {
+  using Record = kvr_TestData_MagneticBalance; return {
       KVR_FIELD(side), KVR_FIELD(rows), KVR_FIELD(max_imbalance),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Drm_Transition>() {
-  using Record = kvr_TestData_Drm_Transition;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Drm_Transition>() {
+  using Record = kvr_TestData_Drm_Transition; return {
       KVR_FIELD(start_time), KVR_FIELD(end_time),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_Drm>() {
-  using Record = kvr_TestData_Drm;
-  return {
+template <> std::vector<Member> members<kvr_TestData_Drm>() {
+  using Record = kvr_TestData_Drm; return {
       KVR_FIELD(first_transition), KVR_FIELD(transition_count),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestData_GoNoGo>() {
-  using Record = kvr_TestData_GoNoGo;
-  return {
+template <> std::vector<Member> members<kvr_TestData_GoNoGo>() {
+  using Record = kvr_TestData_GoNoGo; return {
       KVR_FIELD(status_open_circuit), KVR_FIELD(status_short_circuit),
       KVR_FIELD(status_minimum_inductance),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestRecord>() {
-  using Record = kvr_TestRecord;
-  return {
+template <> std::vector<Member> members<kvr_TestRecord>() {
+  using Record = kvr_TestRecord; return {
       KVR_FIELD(asset_id), KVR_FIELD(group_id), KVR_FIELD(record_id), KVR_FIELD(save_mode),
       KVR_FIELD(test_count), KVR_FIELD(test_type), KVR_FIELD(setup), KVR_FIELD(timestamp),
       KVR_FIELD(data_ratio_3ph), KVR_FIELD(data_ratio_1ph), KVR_FIELD(data_mbalance),
@@ -443,19 +371,15 @@ std::vector<Member> members<kvr_TestRecord>() {
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestLabel>() {
-  using Record = kvr_TestLabel;
-  return {
+template <> std::vector<Member> members<kvr_TestLabel>() {
+  using Record = kvr_TestLabel; return {
       KVR_FIELD(asset_id), KVR_FIELD(group_id), KVR_FIELD(record_id), KVR_FIELD(save_mode),
       KVR_FIELD(test_count), KVR_FIELD(test_type), KVR_FIELD(setup), KVR_FIELD(timestamp),
   };
 }
 
-template <>
-std::vector<Member> members<kvr_TestLabelsList>() {
-  using Record = kvr_TestLabelsList;
-  return {
+template <> std::vector<Member> members<kvr_TestLabelsList>() {
+  using Record = kvr_TestLabelsList; return {
       KVR_FIELD(entries), KVR_FIELD(count),
   };
 }

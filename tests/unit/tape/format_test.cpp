@@ -105,9 +105,9 @@ TEST(TapeReader, NamesLineAndKeyOfWhatIsWrong) {
 }
 
 TEST(TapeReader, SkipsWhatCallsItselfOptionalAndUnknownKeys) {
-  const Tape tape = parse_tape(
-      first_line() + "{\"news\":1,\"optional\":true}\n" +
-      R"({"call":"kvr_LockAPI","n":1,"t":0,"thread":1,"weather":{"wet":true}})" + "\n");
+  const Tape tape =
+      parse_tape(first_line() + "{\"news\":1,\"optional\":true}\n" +
+                 R"({"call":"kvr_LockAPI","n":1,"t":0,"thread":1,"weather":{"wet":true}})" + "\n");
   EXPECT_EQ(tape.events.size(), 1U);
   EXPECT_THAT(tape.notices, testing::ElementsAre("line 2: of an unknown kind, optional"));
 }

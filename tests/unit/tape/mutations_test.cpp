@@ -9,10 +9,10 @@
 #include "tape/tool/tape_comparison.h"
 #include "unit/tape/sample_tape.h"
 
-// Random changes of a tape. Each must be refused by the reader, named by the comparison, or leave no
-// difference in what the tape says; and what is played to the client of the unchanged tape must come
-// to an end, with a word about every change that reaches the client.
-// KVR_TAPE_CHANGES is the number of changes.
+// Random changes of a tape. Each must be refused by the reader, named by the comparison, or leave
+// no difference in what the tape says; and what is played to the client of the unchanged tape must
+// come to an end, with a word about every change that reaches the client. KVR_TAPE_CHANGES is the
+// number of changes.
 
 namespace {
 

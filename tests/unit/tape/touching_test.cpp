@@ -100,8 +100,9 @@ TEST(CallFields, EveryPointerMayBeNull) {
   EXPECT_EQ(key_fields(nullptr)[0].value, Value());
   EXPECT_EQ(key_fields("")[0].value, Value::text(""));
   EXPECT_EQ(connect_fields(nullptr, 5, nullptr, nullptr)[3].value, Value::of(0));
-  EXPECT_EQ(test_fields(nullptr, static_cast<kvr_Ratio1phRequest*>(nullptr), nullptr, nullptr).size(),
-            4U);
+  EXPECT_EQ(
+      test_fields(nullptr, static_cast<kvr_Ratio1phRequest*>(nullptr), nullptr, nullptr).size(),
+      4U);
   EXPECT_EQ(exists_fields(nullptr, nullptr)[1].value, Value::of(0));
   EXPECT_EQ(progress_callback_fields(nullptr)[0].value, Value());
 }

@@ -28,7 +28,7 @@ struct Value {
   /// Of a record whose arrays are longer than it says: what it says. Its content says how long they
   /// are.
   std::optional<std::uint32_t> data_count;
-  bool has_entries = false;        ///< of a list: the entries are kept
+  bool has_entries = false;  ///< of a list: the entries are kept
 
   bool operator==(const Value&) const = default;
 

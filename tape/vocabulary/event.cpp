@@ -1,4 +1,4 @@
-#include "tape/format/event.h"
+#include "tape/vocabulary/event.h"
 
 #include <algorithm>
 
