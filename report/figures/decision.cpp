@@ -27,7 +27,7 @@ std::string DecisionRule::text() const {
   if (!has_guard_band) {
     return "simple acceptance";
   }
-  return "guard band w = " + (guard_factor == 1 ? "" : significant(guard_factor, 6) + " ") + "U";
+  return "guard band w = " + (guard_factor == 1 ? "" : shortest(guard_factor) + " ") + "U";
 }
 
 std::string_view verdict_text(Verdict verdict) {
