@@ -68,9 +68,9 @@ TEST(Settings, ExampleStatesNothingUntilItsLinesAreUncommented) {
   }
   const SettingsResult result = read_settings(uncommented, "e");
   EXPECT_EQ(result.problems, std::vector<std::string>{});
-  EXPECT_EQ(result.settings.texts.size() + result.settings.values.size() +
-                result.settings.lists.size(),
-            setting_keys().size());
+  EXPECT_EQ(
+      result.settings.texts.size() + result.settings.values.size() + result.settings.lists.size(),
+      setting_keys().size());
 }
 
 }  // namespace
