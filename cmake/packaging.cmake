@@ -12,7 +12,8 @@ else()
 endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${docs_folder})
 install(DIRECTORY docs/ DESTINATION ${docs_folder}/docs
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN "*.html"
+        PATTERN man EXCLUDE)
 install(DIRECTORY virtual_instrument/bench/ DESTINATION ${bench_folder}
         FILES_MATCHING PATTERN "*.toml")
 

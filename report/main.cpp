@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "report/platform/platform.h"
-#include "report/program/program.h"
+#include "report/program.h"
 #include "report/settings/settings.h"
 
 namespace {
@@ -64,10 +64,9 @@ int print_pdf(const std::filesystem::path& page) {
   }
   std::error_code ignored;
   std::filesystem::remove(pdf, ignored);
-  const std::string address = "file://" + std::filesystem::absolute(page).generic_string();
   report::platform::run(*browser,
                         {"--headless", "--no-sandbox", "--disable-gpu", "--no-pdf-header-footer",
-                         "--print-to-pdf=" + pdf.string(), address});
+                         "--print-to-pdf=" + pdf.string(), report::file_uri(page)});
   return std::filesystem::exists(pdf)
              ? 0
              : say(kNotWritten, browser->string() + " made no PDF; print the page by hand");

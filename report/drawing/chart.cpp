@@ -90,7 +90,7 @@ class ChartDrawing {
     const double middle = (kTop + kBottom) / 2;
     out_.element(
         "text", chart_.y_label,
-        {{"class", "m"}, {"transform", "translate(16 " + coordinate(middle) + ")rotate(-90)"}});
+        {{"class", "m"}, {"transform", "translate(13 " + coordinate(middle) + ")rotate(-90)"}});
     out_.line_end();
   }
 

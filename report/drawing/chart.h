@@ -50,6 +50,7 @@ struct Phasor {
   double magnitude;  ///< relative
   double degrees;    ///< 90 is up
   bool is_low_side;
+  bool is_nameplate = false;  ///< drawn as a limit is
 };
 
 /// Phasors of both sides on the face of a clock.

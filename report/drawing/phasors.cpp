@@ -37,6 +37,10 @@ void draw_face(Markup& out) {
   out.line_end();
 }
 
+std::string style_of(const Phasor& phasor, std::size_t index) {
+  return phasor.is_nameplate ? "l" : "c" + std::to_string(index % 6);
+}
+
 void draw_arrow(Markup& out, const Phasor& phasor, std::size_t index, double length) {
   const Position tip = on_circle(phasor.degrees, length);
   const double radians = phasor.degrees / 180 * std::numbers::pi;
@@ -44,7 +48,7 @@ void draw_arrow(Markup& out, const Phasor& phasor, std::size_t index, double len
     return coordinate(tip.x - 10 * std::cos(radians + turn)) + " " +
            coordinate(tip.y + 10 * std::sin(radians + turn));
   };
-  out.open("path", {{"class", "c" + std::to_string(index % 6)},
+  out.open("path", {{"class", style_of(phasor, index)},
                     {"d", "M" + coordinate(kCentreX) + " " + coordinate(kCentreY) + "L" +
                               coordinate(tip.x) + " " + coordinate(tip.y) + "M" + wing(0.4) + "L" +
                               coordinate(tip.x) + " " + coordinate(tip.y) + "L" + wing(-0.4)}});
@@ -77,7 +81,7 @@ void draw(Markup& out, const PhasorPicture& picture, int number) {
       draw_arrow(out, phasor, i, length);
     }
     const double y = 52 + 20 * static_cast<double>(i);
-    out.empty("path", {{"class", "c" + std::to_string(i % 6)},
+    out.empty("path", {{"class", style_of(phasor, i)},
                        {"d", "M" + coordinate(kLegendX) + " " + coordinate(y - 4) + "h26"}});
     out.element("text", phasor.name, {{"x", coordinate(kLegendX + 34)}, {"y", coordinate(y)}});
     out.line_end();

@@ -28,4 +28,21 @@ SourceFile source_file(const std::filesystem::path& path, std::string_view bytes
   return {name_of(path), bytes.size(), sha256(bytes)};
 }
 
+std::string file_uri(const std::filesystem::path& path) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  const std::u8string name = std::filesystem::absolute(path).generic_u8string();
+  std::string uri = name.starts_with(u8'/') ? "file://" : "file:///";
+  for (const char8_t character : name) {
+    const auto byte = static_cast<unsigned char>(character);
+    const bool is_plain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+                          (byte >= '0' && byte <= '9') || byte == '/' || byte == ':';
+    if (is_plain) {
+      uri += static_cast<char>(byte);
+    } else {
+      uri += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+  }
+  return uri;
+}
+
 }  // namespace report

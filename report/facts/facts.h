@@ -70,6 +70,9 @@ std::string read_bytes(const std::filesystem::path& path);
 /// The file's name without its folder.
 std::string name_of(const std::filesystem::path& path);
 
+/// "file:///...", with every byte but letters and digits as its number.
+std::string file_uri(const std::filesystem::path& path);
+
 SourceFile source_file(const std::filesystem::path& path, std::string_view bytes);
 
 /// Every record of a store, or those with the IDs in `only`, in the order in which they began. The

@@ -24,24 +24,6 @@ struct FinishStatement {
   void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
 
-/// A file name as part of a URI: every byte but letters and digits as its number.
-std::string uri_of(const std::filesystem::path& path) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  const std::u8string name = std::filesystem::absolute(path).generic_u8string();
-  std::string uri = name.starts_with(u8'/') ? "file://" : "file:///";
-  for (const char8_t character : name) {
-    const auto byte = static_cast<unsigned char>(character);
-    const bool is_plain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-                          (byte >= '0' && byte <= '9') || byte == '/' || byte == ':';
-    if (is_plain) {
-      uri += static_cast<char>(byte);
-    } else {
-      uri += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-  }
-  return uri;
-}
-
 class Store {
  public:
   explicit Store(const std::filesystem::path& path) : name_(name_of(path)) {
@@ -49,7 +31,7 @@ class Store {
     std::filesystem::path log = path;
     log += "-wal";
     const bool has_log = std::filesystem::exists(log);
-    const std::string uri = uri_of(path) + (has_log ? "?mode=ro" : "?immutable=1");
+    const std::string uri = file_uri(path) + (has_log ? "?mode=ro" : "?immutable=1");
     sqlite3* opened = nullptr;
     const int result =
         sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);

@@ -187,6 +187,10 @@ void add_phase_chart(Section& section, const Tests& tests) {
 
 void add_ratings(Section& section, const kvr_TestRecord& record) {
   for (const auto* const data : entries_of(record.data_impedance, record.data_count)) {
+    if (data->test_type != KVR_TEST_SCI && data->test_type != KVR_TEST_FRSL) {
+      section.facts.emplace_back("Kind of impedance test",
+                                 "unknown, " + std::to_string(data->test_type));
+    }
     if (data->setup.connection_type > kConnectionXToY) {
       continue;
     }

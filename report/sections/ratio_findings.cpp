@@ -139,15 +139,6 @@ void add_excitation_findings(Section& section, const std::vector<RatioReading>& 
 void add_comparables(Section& section, const std::vector<RatioReading>& readings,
                      bool is_excitation) {
   for (const RepeatedErrors& group : repeated_errors(readings)) {
-    std::vector<double> ratios;
-    std::vector<double> currents;
-    for (const RatioReading& reading : readings) {
-      if (reading.is_good() && reading.phase == group.phase &&
-          reading.test_voltage == group.voltage) {
-        ratios.push_back(reading.data->tnr);
-        currents.push_back(static_cast<double>(reading.data->current_rms));
-      }
-    }
     const std::string at = group.phase + " at " + significant(group.voltage, 4) + " V";
     const auto add = [&](const std::string& quantity, const std::string& unit,
                          const std::vector<double>& values, double limit) {
@@ -159,9 +150,9 @@ void add_comparables(Section& section, const std::vector<RatioReading>& readings
       }
     };
     if (!is_excitation) {
-      add("turns ratio", "", ratios, limit_row("ratio_percent").value);
+      add("turns ratio", "", group.ratios, limit_row("ratio_percent").value);
     }
-    add("current", "A", currents, limit_row("excitation_percent").value);
+    add("current", "A", group.currents, limit_row("excitation_percent").value);
   }
 }
 
@@ -177,9 +168,12 @@ std::vector<RepeatedErrors> repeated_errors(const std::vector<RatioReading>& rea
     const auto [at, is_new] =
         index.try_emplace({reading.phase, reading.test_voltage}, groups.size());
     if (is_new) {
-      groups.push_back({reading.phase, reading.test_voltage, {}});
+      groups.push_back({reading.phase, reading.test_voltage, {}, {}, {}});
     }
-    groups[at->second].errors.push_back(reading.data->tnr_error);
+    RepeatedErrors& group = groups[at->second];
+    group.errors.push_back(reading.data->tnr_error);
+    group.ratios.push_back(reading.data->tnr);
+    group.currents.push_back(static_cast<double>(reading.data->current_rms));
   }
   return groups;
 }

@@ -15,6 +15,8 @@ struct RepeatedErrors {
   std::string phase;
   double voltage;
   std::vector<double> errors;
+  std::vector<double> ratios;
+  std::vector<double> currents;
 };
 std::vector<RepeatedErrors> repeated_errors(const std::vector<RatioReading>& readings);
 

@@ -27,8 +27,6 @@ struct Stated {
   bool is_three_phase;
 };
 
-Cell code_cell(const Phase& phase) { return text_cell(CodeToText(phase.status)); }
-
 std::vector<Column> with_test(std::vector<Column> columns) {
   columns.insert(columns.begin(), {{"test", "", false}, {"phase", "", false}});
   return columns;
@@ -43,7 +41,7 @@ Table ratio_table(const std::vector<RatioReading>& readings, const Stated& facts
               with_test({{"voltage", "V"},
                          {"terminals", "", false},
                          {"turns ratio"},
-                         {"reference"},
+                         {"nameplate voltages"},
                          {"error", "%"}}),
               {},
               {}};
@@ -53,6 +51,12 @@ Table ratio_table(const std::vector<RatioReading>& readings, const Stated& facts
       table.columns.push_back(column);
     }
   }
+  const bool has_failures = std::any_of(readings.begin(), readings.end(),
+                                        [](const RatioReading& each) { return !each.is_good(); });
+  const std::size_t width = table.columns.size();
+  if (has_failures) {
+    table.columns.push_back({"status", "", false});
+  }
   for (const RatioReading& reading : readings) {
     const Phase& phase = *reading.data;
     std::vector<Cell> row = row_head(reading);
@@ -61,9 +65,7 @@ Table ratio_table(const std::vector<RatioReading>& readings, const Stated& facts
                             std::string(field_text(phase.low_side_phase)) + ")"));
     // A failed phase of a three-phase test has no ratios; a single-phase test shows them all the
     // same.
-    if (!reading.is_good() && reading.is_three_phase) {
-      row.push_back(code_cell(phase));
-    } else {
+    if (reading.is_good() || !reading.is_three_phase) {
       row.push_back(number_cell(phase.tnr, 5));
       row.push_back(reading.reference_ratio == 0 ? text_cell(kNotStated)
                                                  : number_cell(reading.reference_ratio, 5));
@@ -74,10 +76,24 @@ Table ratio_table(const std::vector<RatioReading>& readings, const Stated& facts
         row.push_back(number_cell(phase.true_ratio_error, 4));
       }
     }
-    row.resize(table.columns.size());
+    row.resize(width);
+    if (has_failures) {
+      row.push_back(text_cell(reading.is_good() ? "ok" : CodeToText(phase.status)));
+    }
     table.rows.push_back(std::move(row));
   }
   return table;
+}
+
+/// What the voltage ratio divides, where it is named.
+std::string voltage_ratio_name(const Phase& phase) {
+  const std::string_view high = field_text(phase.tvr_high);
+  const std::string_view low = field_text(phase.tvr_low);
+  if (high.empty() && low.empty()) {
+    return {};
+  }
+  return std::string(field_text(phase.tvr_name)) + ": (" + std::string(high) + ")/(" +
+         std::string(low) + ")";
 }
 
 Table voltage_table(const std::vector<RatioReading>& readings, const Stated& facts) {
@@ -89,8 +105,9 @@ Table voltage_table(const std::vector<RatioReading>& readings, const Stated& fac
               {},
               {}};
   if (facts.details) {
-    for (const Column& column : {Column{"current H", "A"}, Column{"current X", "A"},
-                                 Column{"frequency", "Hz"}, Column{"induced", "V"}}) {
+    for (const Column& column :
+         {Column{"current H", "A"}, Column{"current X", "A"}, Column{"frequency", "Hz"},
+          Column{"induced", "V"}, Column{"voltage ratio of", "", false}}) {
       table.columns.push_back(column);
     }
   }
@@ -106,6 +123,7 @@ Table voltage_table(const std::vector<RatioReading>& readings, const Stated& fac
       row.push_back(significant_cell(number_of(phase.curr_x), 6));
       row.push_back(number_cell(number_of(phase.frequency), 3));
       row.push_back(significant_cell(number_of(phase.induced_voltage), 7));
+      row.push_back(text_cell(voltage_ratio_name(phase)));
     }
     table.rows.push_back(std::move(row));
   }

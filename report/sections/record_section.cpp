@@ -101,7 +101,9 @@ void add_head(Section& section, const Record& record) {
   add("Group", field_text(nest.group_id));
   add("Asset", field_text(nest.asset_id));
   add("Date and time", field_text(nest.timestamp));
-  add("Kind of test", KVR_Text_Output::TestTypeText(nest.test_type));
+  const std::string_view kind = KVR_Text_Output::TestTypeText(nest.test_type);
+  add("Kind of test",
+      kind == "unknown" ? "unknown, " + std::to_string(nest.test_type) : std::string(kind));
   add("Tests in the record", std::to_string(nest.test_count));
   add("File", record.file);
   if (record.has_setup()) {

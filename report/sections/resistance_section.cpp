@@ -275,6 +275,11 @@ void add_heat_run(Section& section, const Record& record, const Settings& settin
     if (stated.size() == run.times.size()) {
       run.times = stated;
       notes.emplace_back("The times of the readings are those that report.toml states.");
+    } else if (!stated.empty()) {
+      notes.push_back("report.toml states " + std::to_string(stated.size()) +
+                      " times of readings, and the record has " + std::to_string(run.times.size()) +
+                      " readings: no cooling curve.");
+      continue;
     } else if (has_times) {
       notes.emplace_back(
           "The times after shut-down are those that the record holds with its readings.");

@@ -7,12 +7,15 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <set>
 
 #include "common/field_text.h"
-#include "report/page/demonstration_page.h"
+#include "demonstration_page.h"
+#include "record_form/record_codec.h"
+#include "report/facts/checksums.h"
 #include "support/record_text.h"
 #include "text/text_output.h"
 #include "virtual_instrument/demonstration/demonstration.h"
@@ -38,26 +41,71 @@ Settings demonstration_settings() {
   return result.settings;
 }
 
+void compare(const fs::path& golden, const std::string& page) {
+  if (std::getenv("KVR_REBUILD_GOLDENS") != nullptr) {
+    std::ofstream(golden, std::ios::binary) << page;
+    ADD_FAILURE() << "rebuilt, not compared: " << golden;
+    return;
+  }
+  const std::string expected = read(golden);
+  const auto at = std::mismatch(page.begin(), page.end(), expected.begin(), expected.end()).first;
+  const auto offset = static_cast<std::size_t>(at - page.begin());
+  EXPECT_TRUE(page == expected)
+      << golden << " differs from byte " << offset
+      << " on: " << page.substr(offset > 80 ? offset - 80 : 0, 160)
+      << "\nif the change is wanted: scripts/rebuild-goldens, and review it";
+}
+
 TEST(GoldenPages, OfEveryDemonstrationRecord) {
   const Settings settings = demonstration_settings();
-  const bool is_rebuilt = std::getenv("KVR_REBUILD_GOLDENS") != nullptr;
   for (DemonstrationRecord& each : demonstration_records()) {
     const std::string id(field_text(each.record->record_id));
-    const fs::path golden = kGoldens / (id + ".html");
-    const std::string page = page_of(std::move(each.record), settings);
-    if (is_rebuilt) {
-      std::ofstream(golden, std::ios::binary) << page;
-      ADD_FAILURE() << "rebuilt, not compared: " << golden;
-      continue;
-    }
-    const std::string expected = read(golden);
-    const auto at = std::mismatch(page.begin(), page.end(), expected.begin(), expected.end()).first;
-    const auto offset = static_cast<std::size_t>(at - page.begin());
-    EXPECT_TRUE(page == expected)
-        << golden << " differs from byte " << offset
-        << " on: " << page.substr(offset > 80 ? offset - 80 : 0, 160)
-        << "\nif the change is wanted: scripts/rebuild-goldens, and review it";
+    compare(kGoldens / (id + ".html"), page_of(std::move(each.record), settings));
   }
+}
+
+TEST(GoldenPages, OfTheExampleInTheDocumentation) {
+  const Settings settings = demonstration_settings();
+  PageContent content;
+  content.program_version = "1.1.0.7";
+  std::string forms;
+  for (DemonstrationRecord& each : demonstration_records()) {
+    const std::string id(field_text(each.record->record_id));
+    if (id == "demo-ratio-down" || id == "demo-resistance" || id == "demo-impedance" ||
+        id == "demo-heat-run") {
+      const auto form = encode_record(*each.record);
+      forms.append(reinterpret_cast<const char*>(form->data()), form->size());
+      content.sections.push_back(section_of(
+          {std::move(each.record), Origin::kStore, "demonstration", {}, true}, settings));
+    }
+  }
+  ASSERT_EQ(content.sections.size(), 4U);
+  content.files.push_back({"demonstration", forms.size(), sha256(forms)});
+  compare(fs::path(KVR_TEST_DATA_DIR).parent_path() / "docs" / "example-report.html",
+          render_page(content, settings));
+}
+
+TEST(PageCost, OfAThousandTestsIsSmall) {
+  auto records = demonstration_records();
+  const auto sample = std::find_if(records.begin(), records.end(), [](const auto& each) {
+    return field_text(each.record->record_id) == "demo-ratio-down";
+  });
+  const auto form = encode_record(*sample->record);
+  const auto page_of_tests = [&form](int count) {
+    std::vector<RecordNest> parts;
+    for (int i = 0; i < count; ++i) {
+      parts.push_back(decode_record(*form));
+    }
+    return page_of(join_records(std::move(parts)), {});
+  };
+  const std::clock_t begin = std::clock();
+  const std::size_t size = page_of_tests(1000).size();
+  const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+  RecordProperty("seconds", std::to_string(seconds));
+  RecordProperty("bytes", std::to_string(size));
+  EXPECT_LT(size, 5'000'000U);
+  EXPECT_LT(seconds, 5) << "far above the second that a release build takes at most";
+  EXPECT_LT(page_of_tests(2000).size(), 2 * size + 50'000);
 }
 
 /// A number of the operator's text: its value and how many decimals it has.

@@ -1,4 +1,4 @@
-#include "report/program/program.h"
+#include "report/program.h"
 
 #include "report/sections/sections.h"
 
