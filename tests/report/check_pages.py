@@ -3,7 +3,8 @@
 
   check_pages.py HOSTILE_PAGES [COUNT]
 
-HOSTILE_PAGES writes the pages. KVR_REPORT_PAGES sets their number; the first has 10,000 tests.
+HOSTILE_PAGES writes the pages. KVR_REPORT_PAGES sets their number; from 1,000 pages on the first
+has 10,000 tests.
 """
 
 import os

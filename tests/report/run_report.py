@@ -10,7 +10,7 @@ import sys
 import tempfile
 import unittest
 
-PROGRAM = sys.argv.pop(1)
+PROGRAM = str(pathlib.Path(sys.argv.pop(1)).resolve())
 
 SERIES = "sep=;\nKVRU3 client version;1.2\nKVRU3 software version;3.4\nDate & Time;now\n\n\nTest ID;Mode;\n" + "".join(
     f"S<1>;DOWN;{v}.0;{v}.0;4.0;25.0;{e};0.001;{v}.1;0.0;0.0;0.0;0.1;\n"
