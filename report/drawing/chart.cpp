@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kWidth = 640;
 constexpr double kLeft = 86;
-constexpr double kRight = 622;
+constexpr double kRight = 600;  // leaves room for half of the last number
 constexpr double kTop = 38;
 constexpr double kBottom = 290;
 constexpr double kLegendTop = 352;

@@ -52,7 +52,7 @@ TEST(Chart, IsOneElementWithTitlesAndSymbols) {
                       "<title id=\"p3\">T &amp; &lt;U&gt;</title>\n"))
       << svg;
   EXPECT_NE(svg.find("<title>one &lt; two</title>"), std::string::npos);
-  EXPECT_NE(svg.find("class=\"l\" d=\"M86 164L622 164\""), std::string::npos) << svg;
+  EXPECT_NE(svg.find("class=\"l\" d=\"M86 164L600 164\""), std::string::npos) << svg;
   EXPECT_TRUE(svg.ends_with("</svg>\n"));
 }
 
