@@ -7,7 +7,7 @@ import unittest
 
 from sandbox import PACKAGES, Sandbox
 
-TESTING = [*PACKAGES, "libgtest-dev", "libgmock-dev", "python3"]
+TESTING = [*PACKAGES, "libgtest-dev", "libgmock-dev", "python3", "python3-html5lib"]
 BUILDING = """\
 Building 1 of 3
 Building 2 of 3
