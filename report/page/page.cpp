@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <chrono>
 
 #include "report/facts/checksums.h"
-#include "report/figures/numbers.h"
+#include "report/page/csv.h"
+#include "report/page/front_matter.h"
 #include "report/page/style.h"
 
 namespace report {
@@ -17,15 +16,16 @@ constexpr std::size_t kIdentification = 16;  // characters
 class Page {
  public:
   Page(const PageContent& content, const Settings& settings)
-      : content_(content),
-        settings_(settings),
-        has_comma_(settings.has_decimal_comma()),
-        identification_(identification_of(content.files)) {}
+      : content_(content), settings_(settings), identification_(identification_of(content.files)) {}
 
   std::string render() {
     head();
     out_.open("main").element("h1", title()).line_end();
-    front();
+    list(front_matter(content_, settings_));
+    out_.element("p", "The results relate only to the item tested.").line_end();
+    for (const std::string& remark : content_.remarks) {
+      out_.element("p", remark, {{"class", "w"}}).line_end();
+    }
     summary();
     for (const Section& section : content_.sections) {
       write(section);
@@ -38,21 +38,6 @@ class Page {
 
  private:
   std::string title() const { return settings_.text("report.title").value_or("Test report"); }
-
-  std::string setting(std::string_view key) const { return stated(settings_.text(key)); }
-
-  std::string number(std::string_view key, std::string_view unit) const {
-    const auto value = settings_.number(key);
-    return value ? localized(shortest(*value)) + " " + std::string(unit) : std::string(kNotStated);
-  }
-
-  /// A number with the decimal sign that report.toml asks for.
-  std::string localized(std::string number) const {
-    if (has_comma_) {
-      std::replace(number.begin(), number.end(), '.', ',');
-    }
-    return number;
-  }
 
   void head() {
     out_.literal("<!DOCTYPE html>\n");
@@ -78,106 +63,6 @@ class Page {
       out_.element("dt", name).element("dd", value).line_end();
     }
     out_.close().line_end();
-  }
-
-  void front() {
-    const Instrument& device = content_.instrument;
-    const auto instrument = [&](const std::optional<std::string>& fact, std::string_view key) {
-      return fact ? *fact : setting(key);
-    };
-    list({{"Report", setting("report.number")},
-          {"Identification", identification_},
-          {"Date of issue", setting("report.date")},
-          {"Laboratory", setting("laboratory.name")},
-          {"Place", setting("laboratory.place")},
-          {"Customer", setting("customer.name")},
-          {"Address", setting("customer.address")},
-          {"Order", setting("customer.order")},
-          {"Item", setting("item.description")},
-          {"Manufacturer", setting("item.manufacturer")},
-          {"Serial number of the item", setting("item.serial_number")},
-          {"Year", setting("item.year")},
-          {"Condition of the item", setting("item.condition")},
-          {"Method", setting("report.method")},
-          {"Deviations from the method", setting("report.deviations")},
-          {"Nameplate", nameplate()},
-          {"Conductor", setting("nameplate.conductor")},
-          {"Ambient temperature", number("conditions.ambient_temperature",
-                                         "\xc2\xb0"
-                                         "C")},
-          {"Winding temperature", number("conditions.winding_temperature",
-                                         "\xc2\xb0"
-                                         "C")},
-          {"Humidity", number("conditions.humidity", "%")},
-          {"Instrument", instrument(device.type, "instrument.type")},
-          {"Serial number of the instrument",
-           instrument(device.serial_number, "instrument.serial_number")},
-          {"Versions", versions()},
-          {"Calibration", calibration()},
-          {"Rule of decision", settings_.rule().text()},
-          {"Uncertainty", uncertainty()},
-          {"Remarks", setting("report.remarks")}});
-    out_.element("p", "The results relate only to the item tested.").line_end();
-    for (const std::string& remark : content_.remarks) {
-      out_.element("p", remark, {{"class", "w"}}).line_end();
-    }
-  }
-
-  std::string nameplate() const {
-    return number("nameplate.high_voltage", "V") + " / " + number("nameplate.low_voltage", "V") +
-           ", " + number("nameplate.power", "kVA") + ", " + setting("nameplate.vector_group") +
-           ", impedance " + number("nameplate.impedance", "%");
-  }
-
-  std::string versions() const {
-    const Instrument& device = content_.instrument;
-    return "hardware " + stated(device.hardware_version) + ", software " +
-           stated(device.software_version) + ", firmware " + stated(device.firmware_version) +
-           ", client library " + stated(device.client_version);
-  }
-
-  std::string uncertainty() const {
-    const bool has_any =
-        std::any_of(settings_.values.begin(), settings_.values.end(), [](const auto& value) {
-          return value.first.starts_with("uncertainty.") && value.first != "uncertainty.k";
-        });
-    return has_any ? "U = k sqrt(uA\xc2\xb2 + uB\xc2\xb2), k = " +
-                         localized(shortest(settings_.coverage_factor()))
-                   : "uncertainty not stated";
-  }
-
-  static std::optional<std::chrono::sys_days> day_of(const std::optional<std::string>& text) {
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    if (!text || text->size() < 10) {
-      return std::nullopt;
-    }
-    const char* const begin = text->data();
-    std::from_chars(begin, begin + 4, year);
-    std::from_chars(begin + 5, begin + 7, month);
-    std::from_chars(begin + 8, begin + 10, day);
-    const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month),
-                                           std::chrono::day(day)};
-    return date.ok() ? std::optional(std::chrono::sys_days(date)) : std::nullopt;
-  }
-
-  /// The date, its age at the date of the report, and a flag for one that is too old.
-  std::string calibration() const {
-    auto date = content_.instrument.calibration_date;
-    if (!date) {
-      date = settings_.text("instrument.calibration_date");
-    }
-    const auto calibrated = day_of(date);
-    const auto issued = day_of(settings_.text("report.date"));
-    if (!calibrated || !issued) {
-      return stated(date) + (date ? ", age not stated: the report has no date" : "");
-    }
-    const auto days = (*issued - *calibrated).count();
-    const double months = settings_.number("instrument.calibration_months").value_or(12);
-    const bool is_old = static_cast<double>(days) > months * 365.25 / 12;
-    return *date + ", " + std::to_string(days) + " days before this report" +
-           (is_old ? ": OLDER THAN " + localized(shortest(months)) + " MONTHS" : "");
   }
 
   /// Every verdict of the report in one table, and the words that they may carry.
@@ -259,7 +144,7 @@ class Page {
       out_.unclosed("tr", "").unclosed("td", finding.quantity);
       for (const std::string* const text :
            {&finding.value, &finding.limit, &finding.deviation, &finding.uncertainty}) {
-        out_.unclosed("td", localized(*text));
+        out_.unclosed("td", localized(*text, settings_));
       }
       out_.unclosed("td", verdict_text(finding.verdict), {{"class", "v"}})
           .unclosed("td", finding.source)
@@ -285,7 +170,7 @@ class Page {
       out_.unclosed("tr", "");
       for (std::size_t i = 0; i < row.size(); ++i) {
         if (table.columns[i].is_number) {
-          out_.unclosed("td", localized(row[i].shown), {{"class", "n"}});
+          out_.unclosed("td", localized(row[i].shown, settings_), {{"class", "n"}});
         } else {
           out_.unclosed("td", row[i].shown);
         }
@@ -296,42 +181,8 @@ class Page {
     if (!table.note.empty()) {
       out_.element("p", table.note);
     }
-    csv(table);
-  }
-
-  /// A value of a CSV text, in quotes where it holds what separates.
-  std::string csv_value(const Column& column, const Cell& cell) const {
-    const std::string& text = cell.exact.empty() ? cell.shown : cell.exact;
-    if (column.is_number) {
-      return localized(text);
-    }
-    if (text.find_first_of(",;\"\n\r") == std::string::npos) {
-      return text;
-    }
-    std::string quoted = "\"";
-    for (const char character : text) {
-      quoted += character == '"' ? "\"\"" : std::string(1, character);
-    }
-    return quoted + "\"";
-  }
-
-  void csv(const Table& table) {
-    const char* const separator = has_comma_ ? ";" : ",";
     out_.open("details").element("summary", "CSV of \xe2\x80\x9c" + table.title + "\xe2\x80\x9d");
-    out_.open("pre", {{"tabindex", "0"}}).line_end();
-    for (std::size_t i = 0; i < table.columns.size(); ++i) {
-      const Column& column = table.columns[i];
-      const Cell heading{column.heading + (column.unit.empty() ? "" : " in " + column.unit), {}};
-      out_.text(i == 0 ? "" : separator).text(csv_value({{}, {}, false}, heading));
-    }
-    out_.line_end();
-    for (const auto& row : table.rows) {
-      for (std::size_t i = 0; i < row.size(); ++i) {
-        out_.text(i == 0 ? "" : separator).text(csv_value(table.columns[i], row[i]));
-      }
-      out_.line_end();
-    }
-    out_.close().close().line_end();
+    out_.element("pre", csv_text(table, settings_), {{"tabindex", "0"}}).close().line_end();
   }
 
   void files() {
@@ -346,8 +197,8 @@ class Page {
 
   void end() {
     out_.open("div", {{"class", "sign"}});
-    out_.element("div", "Tested by: " + setting("people.operator"));
-    out_.element("div", "Authorised by: " + setting("people.authorised_by"));
+    out_.element("div", "Tested by: " + stated(settings_.text("people.operator")));
+    out_.element("div", "Authorised by: " + stated(settings_.text("people.authorised_by")));
     out_.close().line_end();
     out_.element("p", "Made by kvr-report " + content_.program_version + ". End of report " +
                           identification_ + ".");
@@ -355,7 +206,6 @@ class Page {
 
   const PageContent& content_;
   const Settings& settings_;
-  bool has_comma_;
   std::string identification_;
   Markup out_;
   int section_number_ = 0;
