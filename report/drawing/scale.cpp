@@ -88,7 +88,8 @@ std::vector<Tick> Scale::ticks() const {
   if (logarithmic_) {
     const double decades = std::log10(highest_ / lowest_);
     const double step = std::ceil(decades / kMostTicks - 1e-9);
-    for (double decade = 0; decade <= decades + 1e-9; decade += step) {
+    for (int i = 0; i * step <= decades + 1e-9; ++i) {
+      const double decade = i * step;
       const double value = std::pow(10, std::round(std::log10(lowest_) + decade));
       ticks.push_back({value, tick_text(value)});
       if (decades <= 2.1 && decade + 0.5 < decades) {
