@@ -16,9 +16,8 @@ namespace {
 void check_numbers(const nlohmann::json& json) {
   if (json.is_number_float()) {
     demand(std::isfinite(json.get<double>()), "a number is finite");
-  }
-  for (const auto& part : json) {
-    if (part.is_structured() || part.is_number()) {
+  } else if (json.is_structured()) {
+    for (const auto& part : json) {
       check_numbers(part);
     }
   }
