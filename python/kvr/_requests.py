@@ -5,20 +5,16 @@ from collections.abc import Sequence
 
 from . import _records as records
 from ._records import SaveMode, TestingMode, TestType, WindingType
+from ._session import UsageError
 
 _CLOCK_UNKNOWN = 100
 _ALL_PHASES = 100
 _LONGEST_ID = 16
 
 
-def _usage(what: str) -> Exception:
-    from .client import UsageError  # pylint: disable=import-outside-toplevel,cyclic-import
-    return UsageError(what)
-
-
 def _number(value: float, name: str) -> float:
     if isinstance(value, bool) or not isinstance(value, (int, float)) or not math.isfinite(value):
-        raise _usage(f"{name} has to be a finite number, not {value!r}")
+        raise UsageError(f"{name} has to be a finite number, not {value!r}")
     return value
 
 
@@ -53,7 +49,7 @@ def make_1ph(voltage: float, direction: TestType, high_side: int, low_side: int,
     request.test_type = TestType(direction)
     for pair in (high_side, low_side):
         if pair not in range(1, 7):
-            raise _usage(f"a terminal pair is a number from 1 to 6, not {pair!r}")
+            raise UsageError(f"a terminal pair is a number from 1 to 6, not {pair!r}")
     request.high_side_phase = high_side
     request.low_side_phase = low_side
     return request
@@ -74,7 +70,7 @@ def make_3ph(voltage: float, direction: TestType, mode: TestingMode, windings: S
     request.setup.windings[1].phase_shift = _number(phase_shift, "phase_shift")
     if clock is not None:
         if clock not in range(12):
-            raise _usage(f"a clock number is from 0 to 11, or None for unknown, not {clock!r}")
+            raise UsageError(f"a clock number is from 0 to 11, or None for unknown, not {clock!r}")
         request.setup.connections[0].clock = clock
     elif phase_shift:
         request.setup.connections[0].clock = 0
@@ -86,7 +82,7 @@ def make_header(record_id: str, save_mode: SaveMode) -> "records.kvr_TestRequest
     header = records.kvr_TestRequestHeader()
     text = record_id.encode()
     if len(text) > _LONGEST_ID or b"\0" in text:
-        raise _usage(f"the ID of a test has at most {_LONGEST_ID} bytes without a zero byte: {record_id!r}")
+        raise UsageError(f"the ID of a test has at most {_LONGEST_ID} bytes without a zero byte: {record_id!r}")
     header.record_id = text
     header.save_mode = SaveMode(save_mode) if text else SaveMode.NOTHING
     return header

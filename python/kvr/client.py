@@ -1,19 +1,18 @@
 """A connected instrument and its calls."""
 
-import atexit
 import contextlib
 import ctypes
 import os
-import threading
 from collections.abc import Callable, Iterator, Sequence
 from dataclasses import dataclass
 from types import TracebackType
 from typing import Any
 
 from . import _records as records
-from ._copies import copy_of, enumerated, text_of
+from ._copies import copy_of, enumerated
 from ._library import load_library
 from ._requests import make_1ph, make_3ph, make_header
+from ._session import ACCEPTED, KvrError, Session, StatusEvent, UsageError
 from ._records import Code, ConnectionType, SaveMode, TestingMode, TestType, WindingType
 
 AUTO = TestType.RATIO_AUTO
@@ -21,27 +20,9 @@ DOWN = TestType.RATIO_DOWN
 UP = TestType.RATIO_UP
 CT = TestType.RATIO_CT
 
-_ACCEPTED = (Code.RES_OK, Code.RES_CHECK_ERROR_STATUS, Code.RES_PARTIAL_RESULT_CHECK_STATUS)
-_FIRMWARE_TEXT = 22
 _ID_SIZE = 30
 
 Progress = Callable[[int, int], None]
-StatusEvent = Callable[["Code | int", "str | None"], None]
-
-
-class KvrError(Exception):
-    """The library refused a call. `code` is its code, `call` the call's name, `words` the library's."""
-
-    def __init__(self, call: str, code: int, words: str | None):
-        self.call = call
-        self.code = enumerated(Code, code)
-        self.words = words
-        name = self.code.name if isinstance(self.code, Code) else str(code)
-        super().__init__(f"{call}: {name} ({code})" + (f": {words}" if words else ""))
-
-
-class UsageError(Exception):
-    """The program uses an instrument in a way that can't work; the library has not been called."""
 
 
 @dataclass(frozen=True)
@@ -63,21 +44,9 @@ def is_virtual(serial_number: str) -> bool:
     return serial_number.startswith("VI-")
 
 
-_in_use = threading.Lock()  # the library serves one session a process
-
-
-class Instrument:
+class Instrument(Session):
     """One session with an instrument; connect() makes it. Use it as a context: it is closed at the
     end. Its methods may be called by one thread at a time, cancel() by any thread."""
-
-    def __init__(self, library: ctypes.CDLL, on_status: StatusEvent | None = None):
-        self._library = library
-        self._on_status = on_status
-        self._errors: list[BaseException] = []  # raised by callbacks
-        self._status_callback = records.STATUS_CALLBACK(self._take_status)
-        self._is_open = False
-        self._is_locked = False
-        self._calling = threading.Lock()
 
     def __enter__(self) -> "Instrument":
         return self
@@ -85,82 +54,6 @@ class Instrument:
     def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
                  trace: TracebackType | None) -> None:
         self.close()
-
-    # The session.
-
-    def _open(self, method: ConnectionType, key: str, name: str, serial_port: str | None) -> str:
-        """Gives the firmware version."""
-        if not _in_use.acquire(blocking=False):
-            raise UsageError("another instrument of this process is open; close it first")
-        self._is_open = True
-        atexit.register(self.close)
-        parameters = records.kvr_InitParams(init_mode=2, init_setting_a=1000, init_setting_b=50,
-                                            status_callback=self._status_callback)
-        try:
-            if serial_port is None:
-                self._check("kvr_Lib_Initialize", ctypes.byref(parameters))
-            else:
-                self._check("kvr_Lib_InitializeTestStation", serial_port.encode(),
-                            ctypes.byref(parameters))
-        except KvrError:
-            self._leave()
-            raise
-        try:
-            self._check("kvr_SetClientKey", key.encode())
-            kind = ctypes.c_int32(method)
-            firmware = ctypes.create_string_buffer(_FIRMWARE_TEXT)
-            self._check("kvr_ConnectAPI", ctypes.byref(kind), 5, name.encode(), firmware)
-        except KvrError:
-            self.close()
-            raise
-        return text_of(firmware.value) or ""
-
-    def close(self) -> None:
-        """Unlocks and ends the session; may be called again."""
-        if not self._is_open:
-            return
-        if self._is_locked:
-            self._is_locked = False
-            self._library.kvr_UnlockAPI()
-        self._library.kvr_Lib_Shutdown()
-        self._leave()
-
-    def _leave(self) -> None:
-        self._is_open = False
-        atexit.unregister(self.close)
-        _in_use.release()
-
-    def _take_status(self, _context: int | None, code: int, text: bytes | None) -> None:
-        if self._on_status is None:
-            return
-        try:
-            self._on_status(enumerated(Code, code), text_of(text))
-        except BaseException as error:  # pylint: disable=broad-except; raised in the next call
-            self._errors.append(error)
-
-    def _check(self, call: str, *arguments: Any) -> "Code | int":
-        """Makes a call. Gives its code if it is one of success."""
-        code = self._call(call, *arguments)
-        self._raise_for(call, code)
-        return enumerated(Code, code)
-
-    def _call(self, call: str, *arguments: Any) -> int:
-        if not self._is_open:
-            raise UsageError(f"{call}: the instrument is closed")
-        if not self._calling.acquire(blocking=False):
-            raise UsageError(f"{call}: another thread, or a callback, is in a call of this instrument")
-        try:
-            code: int = getattr(self._library, call)(*arguments)
-            return code
-        finally:
-            self._calling.release()
-
-    def _raise_for(self, call: str, code: int) -> None:
-        """An error of a callback comes before that of the call, which it may have caused."""
-        if self._errors:
-            raise self._errors.pop(0)
-        if code not in _ACCEPTED:
-            raise KvrError(call, code, text_of(self._library.kvr_CodeToString(code)))
 
     def is_connected(self) -> bool:
         """Whether the connection still stands."""
@@ -254,7 +147,7 @@ class Instrument:
         leaves in its place is not touched."""
         pointer = ctypes.POINTER(records.kvr_TestRecord)()
         code = self._call(call, *arguments, ctypes.byref(pointer))
-        if code not in _ACCEPTED:
+        if code not in ACCEPTED:
             pointer = None
         try:
             self._raise_for(call, code)
@@ -312,5 +205,5 @@ def connect(method: ConnectionType = ConnectionType.USB_WIFI, *, key: str = "dev
     cancel() and is_connected(). An exception of it is raised by the next call."""
     loaded = library if isinstance(library, ctypes.CDLL) else load(library)
     instrument = Instrument(loaded, on_status)
-    instrument._open(method, key, name, serial_port)  # pylint: disable=protected-access
+    instrument.open(method, key, name, serial_port)
     return instrument
