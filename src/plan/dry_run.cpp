@@ -105,7 +105,7 @@ std::string dry_run_text(const Plan& plan) {
   text += plan.serial_port.empty() ? "" : ", test station on " + plan.serial_port;
   text += '\n';
   for (const auto& [name, value] : plan.item) {
-    text += "Item " + name + ": " + value + '\n';
+    text.append("Item ").append(name).append(": ").append(value).append("\n");
   }
   text += '\n';
   for (std::size_t i = 0; i < plan.tests.size(); ++i) {

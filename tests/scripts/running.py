@@ -107,7 +107,7 @@ class Running(unittest.TestCase):
                 r"\Aunshare --mount --propagation private --pid --fork --kill-child python3 -B "
                 rf"tests/bare_system/check_bare_system.py trixie {mirror} FOLDER/tmp\.\w+/system "
                 r"FOLDER/\.cache/kvr-console-tester/trixie"))
-            packages = outcome.calls[-1].count("TREE/build/packages/tester.deb")
+            packages = outcome.calls[-1].count("TREE/build/packages/kvr-console-tester_1.deb")
             self.assertEqual(packages, 1 if own_release() == "bookworm" else 0)
             self.assertEqual(list(sandbox.folder.glob("tmp.*")), [])
 
