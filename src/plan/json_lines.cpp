@@ -230,6 +230,8 @@ void JsonLines::end(const PlanEnd& end) {
   json["planned"] = end.planned;
   json["why"] = end.why.empty() ? Json(nullptr) : Json(end.why);
   write(text_of(json));
+  const std::lock_guard lock(mutex_);
+  ended_ = true;
 }
 
 bool JsonLines::are_written() const {
@@ -239,6 +241,9 @@ bool JsonLines::are_written() const {
 
 void JsonLines::write(const std::string& line) {
   const std::lock_guard lock(mutex_);
+  if (ended_) {
+    return;
+  }
   out_ << line << '\n' << std::flush;
   written_ = written_ && out_.good();
 }

@@ -52,6 +52,7 @@ class JsonLines {
                    const kvr_TestRecord* record);
   void files(std::size_t test, const RunFiles& files);
   void event(kvr_code code, const std::string& words, const char* text);
+  /// The last line: nothing is written after it.
   void end(const PlanEnd& end);
 
   /// False once a line could not be written.
@@ -63,4 +64,5 @@ class JsonLines {
   std::ostream& out_;
   mutable std::mutex mutex_;
   bool written_ = true;
+  bool ended_ = false;
 };

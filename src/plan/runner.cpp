@@ -183,7 +183,9 @@ void PlanRunner::look_for_an_end(const Measurement& measurement) {
     end_with(Verdict::refused, measurement.code == KVR_RES_INTERLOCK_ON
                                    ? "the interlock is on"
                                    : "the emergency button is pressed");
-  } else if (verdict == Verdict::refused && connection_is_lost()) {
+  } else if (verdict == Verdict::refused && measurement.code != KVR_RES_TESTID_EXISTS &&
+             kvr_CheckConnection() != 0) {  // the event that says so may come later
+    note_lost_connection();
     end_with(verdict, "the connection is lost");
   } else if (verdict == Verdict::refused && plan_.stop_on_refused) {
     end_with(verdict, "a test was refused");

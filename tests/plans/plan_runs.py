@@ -72,10 +72,11 @@ class Run:
         return [line for line in lines if kind is None or line["line"] == kind]
 
     def calls(self):
-        """The call log, but for calls that only ask for words."""
+        """The call log, but for calls that only ask: for words, and whether the connection stands."""
         log = self.folder / "calls"
         text = log.read_text() if log.exists() else ""
-        return [line for line in text.splitlines() if not line.startswith("kvr_CodeToString")]
+        asking = ("kvr_CodeToString", "kvr_CheckConnection")
+        return [line for line in text.splitlines() if not line.startswith(asking)]
 
     def call_names(self):
         return [line.split()[0] for line in self.calls() if line.startswith("kvr_")]
