@@ -96,8 +96,9 @@ Key voltages(std::string name, VoltagePlan& target) {
 Key terminal_pair(std::string name, std::int32_t& target, const std::string& letter) {
   Words<std::int32_t> words;
   for (const char* const pair : {"12", "23", "31", "10", "20", "30"}) {
-    words.emplace_back(letter + pair[0] + "-" + letter + pair[1],
-                       static_cast<std::int32_t>(words.size()) + 1);
+    std::string text = letter;
+    text.append(1, pair[0]).append("-").append(letter).append(1, pair[1]);
+    words.emplace_back(std::move(text), static_cast<std::int32_t>(words.size()) + 1);
   }
   return word(std::move(name), target, std::move(words));
 }

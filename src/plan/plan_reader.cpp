@@ -87,7 +87,8 @@ class Reader {
   /// `keys` are those of this table and of others.
   void read_table(const std::string& name, const TomlTable& table, const std::vector<Key>& keys) {
     for (const auto& [key, value] : table) {
-      const std::string full = name + "." + key;
+      std::string full = name;
+      full.append(".").append(key);
       const auto known = std::find_if(keys.begin(), keys.end(),
                                       [&full](const Key& each) { return each.name == full; });
       if (known == keys.end()) {
