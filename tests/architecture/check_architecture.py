@@ -21,10 +21,12 @@ PAGE = "docs/architecture.md"
 # Headers of packages, each with the reason why it need not be in a platform room. Any other header
 # with a dot or a slash in its name is one of the system; those of C++ have neither.
 PACKAGE_HEADERS = {
+    "CLI/CLI.hpp": "a command line, the same on every system",
+    "nlohmann/json.hpp": "JSON, the same on every system",
     "plog/Log.h": "the log, the same on every system",
     "sqlite3.h": "the record store, the same on every system",
-    "toml++/toml.h": "the bench file, the same on every system",
-    "utf8cpp/utf8.h": "the bench file, the same on every system",
+    "toml++/toml.h": "files in TOML, the same on every system",
+    "utf8cpp/utf8.h": "files in TOML, the same on every system",
 }
 
 ROW = re.compile(r"\| `([\w/]+)/` \|")
