@@ -20,6 +20,7 @@ function(build_instead_of_finding package)
 endfunction()
 
 stage_headers(CLI)
+stage_headers(nlohmann)
 stage_headers(plog)
 stage_headers(toml++)
 stage_headers(utf8cpp)

@@ -7,7 +7,7 @@
 // such a copy because toml++, 3.3 and 3.4 alike, is undefined for many characters beyond ASCII that
 // it meets outside quotes (its issues 190 and 295).
 
-namespace virtual_instrument {
+namespace toml_file {
 
 /// Each "~" and each byte beyond ASCII becomes "~" and three digits, its number. A "~" that is
 /// written as an escape, such as "\u007e", gets "~000" after it, which stands for nothing and keeps
@@ -20,4 +20,4 @@ std::string original_of(std::string_view copy);
 /// Whether the first character of `copy` stands for a byte beyond ASCII.
 bool begins_beyond_ascii(std::string_view copy);
 
-}  // namespace virtual_instrument
+}  // namespace toml_file

@@ -1,10 +1,10 @@
-#include "virtual_instrument/bench/ascii_copy.h"
+#include "toml/ascii_copy.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace virtual_instrument {
+namespace toml_file {
 namespace {
 
 struct Copied {
@@ -51,4 +51,4 @@ TEST(BeginsBeyondAscii, IsSoForTheNumberOfAByteBeyondAscii) {
 }
 
 }  // namespace
-}  // namespace virtual_instrument
+}  // namespace toml_file

@@ -1,11 +1,11 @@
-#include "virtual_instrument/bench/toml_document.h"
+#include "toml/toml_document.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace virtual_instrument {
+namespace toml_file {
 namespace {
 
 using testing::AllOf;
@@ -163,4 +163,4 @@ TEST(TomlDocument, HasAnEndToKeysOfManyParts) {
 }
 
 }  // namespace
-}  // namespace virtual_instrument
+}  // namespace toml_file

@@ -6,12 +6,12 @@
 #include <optional>
 #include <string>
 
-#include "virtual_instrument/bench/toml_document.h"
+#include "toml/toml_document.h"
 
 // A kit of keys: each says in words what values it takes, and puts a value that it takes where it
 // belongs. A target keeps no promise after a value that was not taken.
 
-namespace virtual_instrument {
+namespace toml_file {
 
 struct Key {
   std::string name;                            ///< "table.key"
@@ -41,6 +41,9 @@ Key clock(std::string name, std::optional<std::int64_t>& target);
 
 std::string number_text(double value);
 
+/// A key may hold any characters; a problem that names it stays on one line.
+std::string on_one_line(const std::string& text);
+
 /// What a text or a number says; none for another value.
 std::optional<std::string> text_in(const TomlValue& value);
 std::optional<double> number_in(const TomlValue& value);
@@ -50,4 +53,4 @@ std::optional<std::int32_t> whole_in(const TomlValue& value, std::int32_t low, s
 /// or if the value is no list of texts.
 bool take_texts(const TomlValue& value, const std::function<bool(const std::string&)>& take);
 
-}  // namespace virtual_instrument
+}  // namespace toml_file

@@ -1,11 +1,12 @@
-#include "virtual_instrument/bench/toml_keys.h"
+#include "toml/toml_keys.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <string_view>
 #include <utility>
 
-namespace virtual_instrument {
+namespace toml_file {
 namespace {
 
 std::string range_text(std::int32_t low, std::int32_t high) {
@@ -87,6 +88,20 @@ std::string number_text(double value) {
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
 }
 
+std::string on_one_line(const std::string& text) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string line;
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte >= ' ' && byte != 0x7f) {
+      line += character;
+    } else {
+      line.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
+    }
+  }
+  return line;
+}
+
 std::optional<std::string> text_in(const TomlValue& value) {
   const auto* text = value.as<std::string>();
   return text != nullptr ? std::optional(*text) : std::nullopt;
@@ -116,4 +131,4 @@ bool take_texts(const TomlValue& value, const std::function<bool(const std::stri
          });
 }
 
-}  // namespace virtual_instrument
+}  // namespace toml_file

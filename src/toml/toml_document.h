@@ -8,7 +8,7 @@
 
 // A TOML document as values with their lines. The one place that knows which parser is used.
 
-namespace virtual_instrument {
+namespace toml_file {
 
 struct TomlValue;
 struct TomlEntry;
@@ -52,4 +52,4 @@ struct TomlMistake {
 /// many parts and values within values take stack.
 std::variant<TomlTable, TomlMistake> read_toml(std::string_view text);
 
-}  // namespace virtual_instrument
+}  // namespace toml_file

@@ -1,4 +1,4 @@
-#include "virtual_instrument/bench/toml_document.h"
+#include "toml/toml_document.h"
 
 #include <utf8cpp/utf8.h>
 
@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "virtual_instrument/bench/ascii_copy.h"
+#include "toml/ascii_copy.h"
 
 // toml++ asserts that table headers and times begin as they should, and reports it right after if
 // they don't. So its assertions are off, also as hints to the optimizer, which NDEBUG makes of
@@ -19,7 +19,7 @@
 #define TOML_MAX_NESTED_VALUES 12
 #include <toml++/toml.h>
 
-namespace virtual_instrument {
+namespace toml_file {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
@@ -136,4 +136,4 @@ std::variant<TomlTable, TomlMistake> read_toml(std::string_view text) {
   }
 }
 
-}  // namespace virtual_instrument
+}  // namespace toml_file

@@ -1,10 +1,10 @@
-#include "virtual_instrument/bench/toml_keys.h"
+#include "toml/toml_keys.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace virtual_instrument {
+namespace toml_file {
 namespace {
 
 TomlValue value_of(const std::string& text) {
@@ -125,4 +125,4 @@ TEST(TakeTexts, StopsAtTheFirstThatMakesNoSense) {
 }
 
 }  // namespace
-}  // namespace virtual_instrument
+}  // namespace toml_file

@@ -1,4 +1,4 @@
-#include "virtual_instrument/bench/ascii_copy.h"
+#include "toml/ascii_copy.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <optional>
 
-namespace virtual_instrument {
+namespace toml_file {
 namespace {
 
 constexpr char kSign = '~';
@@ -67,4 +67,4 @@ bool begins_beyond_ascii(std::string_view copy) {
   return is_beyond_ascii(first_number(copy).value_or(0));
 }
 
-}  // namespace virtual_instrument
+}  // namespace toml_file
