@@ -19,6 +19,8 @@ function(build_instead_of_finding package)
   FetchContent_Declare(${package} OVERRIDE_FIND_PACKAGE SYSTEM)
 endfunction()
 
+stage_headers(CLI)
+stage_headers(nlohmann)
 stage_headers(plog)
 stage_headers(toml++)
 stage_headers(utf8cpp)

@@ -12,7 +12,8 @@ else()
 endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${docs_folder})
 install(DIRECTORY docs/ DESTINATION ${docs_folder}/docs
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN "*.html"
+        PATTERN man EXCLUDE)
 install(DIRECTORY virtual_instrument/bench/ DESTINATION ${bench_folder}
         FILES_MATCHING PATTERN "*.toml")
 
@@ -38,4 +39,8 @@ labels, and a virtual instrument to try both without hardware.")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
   set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_files.cmake)
 endif()
+# The package for Python has no architecture, so it is none of CPack's.
+add_custom_target(python-package VERBATIM
+                  COMMAND ${PROJECT_SOURCE_DIR}/python/make-package
+                          ${PROJECT_SOURCE_DIR}/build/packages)
 include(CPack)

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "fuzz/fuzz_target.h"
-#include "virtual_instrument/bench/ascii_copy.h"
+#include "toml/ascii_copy.h"
 #include "virtual_instrument/bench/bench_reader.h"
 
 // A bench file: any text is read or has its problems reported, one a line, and a second reading
@@ -20,9 +20,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const BenchReading again = read_bench(text, "fuzz.toml", built_in_bench());
   demand(again.problems == reading.problems, "the same text has the same problems");
   demand(again.given == reading.given, "the same text gives the same keys");
-  const std::string copy = ascii_copy(text);
+  const std::string copy = toml_file::ascii_copy(text);
   demand(std::all_of(copy.begin(), copy.end(), [](unsigned char byte) { return byte < 0x80; }),
          "the copy of a text is ASCII");
-  demand(original_of(copy) == text, "the copy of a text gives the text again");
+  demand(toml_file::original_of(copy) == text, "the copy of a text gives the text again");
   return 0;
 }

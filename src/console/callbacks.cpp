@@ -20,7 +20,7 @@ namespace {
 
 }  // namespace
 
-void on_status(void* /*context*/, kvr_code code, const char* text) {
+void show_status_event(kvr_code code, const char* text) {
   std::cout << "\nSTATUS CALLBACK: ";
   write_c_text(std::cout, kvr_CodeToString(code));
   std::cout << '\n';
@@ -28,6 +28,10 @@ void on_status(void* /*context*/, kvr_code code, const char* text) {
     std::cout << "data: " << text << '\n';
   }
   std::cout.flush();
+}
+
+void on_status(void* /*context*/, kvr_code code, const char* text) {
+  show_status_event(code, text);
   if (kvr_CheckConnection() != 0) {
     leave_after_lost_connection();
   }

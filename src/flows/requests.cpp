@@ -1,5 +1,7 @@
 #include "flows/requests.h"
 
+#include <numbers>
+
 #include "console/session.h"
 #include "utils/text_utils.h"
 
@@ -59,6 +61,13 @@ kvr_Ratio3phRequest make_ratio_3ph_request() {
 void set_nameplate_ratio(kvr_TestSetup& setup, double ratio) {
   setup.windings[0].voltage = static_cast<float>(ratio);
   setup.windings[1].voltage = 1.0F;
+}
+
+void set_clock(kvr_TestSetup& setup, std::int32_t clock) { setup.connections[0].clock = clock; }
+
+void set_phase_shift(kvr_TestSetup& setup, double degrees) {
+  set_clock(setup, 0);
+  setup.windings[1].phase_shift = static_cast<float>(degrees * std::numbers::pi / 180);
 }
 
 kvr_SaveMode save_mode_for(bool first, bool series) {

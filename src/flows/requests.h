@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "api/request_records.h"
@@ -13,6 +14,11 @@ kvr_Ratio3phRequest make_ratio_3ph_request();
 
 /// Stores the nameplate ratio N:1 as rated voltages: N on the H winding, 1 on the X winding.
 void set_nameplate_ratio(kvr_TestSetup& setup, double ratio);
+
+/// Store how the low side is shifted against the high side: by a clock number, kClockUnknown
+/// included, or by an absolute angle.
+void set_clock(kvr_TestSetup& setup, std::int32_t clock);
+void set_phase_shift(kvr_TestSetup& setup, double degrees);
 
 /// Where the library keeps a test of a run, by the instrument's status when the main menu was last
 /// shown: nowhere if its store can't be written, in the record of the run for a later test of a

@@ -144,9 +144,13 @@ void write_three_phase_rows(std::ostream& file, const kvr_TestRecord& record) {
   write_rows(file, record, record.data_ratio_3ph);
 }
 
-void write_raw_file(const std::string& run_file, const std::string& raw_text) {
-  const std::string file_name = run_file + ".RAW.csv";
+std::string raw_file_name(const std::string& run_file) { return run_file + ".RAW.csv"; }
+
+bool write_raw_file(const std::string& run_file, const std::string& raw_text) {
+  const std::string file_name = raw_file_name(run_file);
   std::ofstream file(file_name);
   file << raw_text;
   std::cout << "Saved RAW data to " << file_name;
+  file.close();
+  return file.good();
 }

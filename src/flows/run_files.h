@@ -28,6 +28,9 @@ std::ofstream open_series_file(const std::string& file_name, const std::string& 
 void write_single_phase_rows(std::ostream& file, const kvr_TestRecord& record);
 void write_three_phase_rows(std::ostream& file, const kvr_TestRecord& record);
 
+/// The name of the RAW file beside the file of a run; ".RAW.csv" for an empty name.
+std::string raw_file_name(const std::string& run_file);
+
 /// Writes the RAW data of a run beside the file of that run. With an empty `run_file` it goes to
-/// ".RAW.csv" in the working folder.
-void write_raw_file(const std::string& run_file, const std::string& raw_text);
+/// ".RAW.csv" in the working folder. False when not all of it could be written.
+bool write_raw_file(const std::string& run_file, const std::string& raw_text);

@@ -54,12 +54,15 @@ void Single_Phase() {
   choose_sides(request);
   const VoltagePlan plan = prompt_voltage_plan();
   set_nameplate_ratio(request.setup, prompt_nameplate_ratio());
-  request.setup.raw_data_requested = raw_data_enabled ? 1 : 0;
+  run_voltage_plan(plan, ratio_1ph_tests(request));
+}
 
-  const auto run_test = [&](float voltage, kvr_TestRequestHeader& header,
-                            kvr_ProgressHandler& progress, kvr_TestRecord*& record) {
+RatioTestKind ratio_1ph_tests(kvr_Ratio1phRequest& request) {
+  request.setup.raw_data_requested = raw_data_enabled ? 1 : 0;
+  const auto run_test = [&request](float voltage, kvr_TestRequestHeader& header,
+                                   kvr_ProgressHandler& progress, kvr_TestRecord*& record) {
     request.test_voltage = voltage;
     return kvr_Test_Ratio_1ph(&header, &request, &progress, &record);
   };
-  run_voltage_plan(plan, {kSinglePhaseColumns, true, run_test, write_single_phase_rows});
+  return {kSinglePhaseColumns, true, run_test, write_single_phase_rows};
 }

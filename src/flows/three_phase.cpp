@@ -1,7 +1,6 @@
 #include "flows/three_phase.h"
 
 #include <iostream>
-#include <numbers>
 
 #include "console/prompts.h"
 #include "console/session.h"
@@ -34,18 +33,6 @@ bool choose_test_method(kvr_Ratio3phRequest& request) {
 kvr_WindingType ask_winding(const char* question) {
   std::cout << question;
   return static_cast<kvr_WindingType>(choose_winding_connection());
-}
-
-/// Each voltage of the plan by each method. The run ignores the methods, so it repeats the plan in
-/// the AUTO mode three times: deliberate.
-VoltagePlan for_all_methods(const VoltagePlan& plan) {
-  VoltagePlan all;
-  for (const std::int32_t method : {2, 4, 3}) {
-    for (const VoltagePlanEntry& entry : plan) {
-      all.push_back({method, entry.voltage});
-    }
-  }
-  return all;
 }
 
 }  // namespace
@@ -82,13 +69,19 @@ void three_phase_menu() {
 
 void run_ratio_3ph_plan(kvr_Ratio3phRequest* request, const VoltagePlan& plan,
                         const std::string& columns, bool database_allowed) {
-  request->setup.raw_data_requested = raw_data_enabled ? 1 : 0;
-  const auto run_test = [&](float voltage, kvr_TestRequestHeader& header,
-                            kvr_ProgressHandler& progress, kvr_TestRecord*& record) {
-    request->test_voltage = voltage;
-    return kvr_Test_Ratio_3ph(&header, request, &progress, &record);
+  RatioTestKind tests = ratio_3ph_tests(*request, database_allowed);
+  tests.columns = columns.c_str();
+  run_voltage_plan(plan, tests);
+}
+
+RatioTestKind ratio_3ph_tests(kvr_Ratio3phRequest& request, bool database_allowed) {
+  request.setup.raw_data_requested = raw_data_enabled ? 1 : 0;
+  const auto run_test = [&request](float voltage, kvr_TestRequestHeader& header,
+                                   kvr_ProgressHandler& progress, kvr_TestRecord*& record) {
+    request.test_voltage = voltage;
+    return kvr_Test_Ratio_3ph(&header, &request, &progress, &record);
   };
-  run_voltage_plan(plan, {columns.c_str(), database_allowed, run_test, write_three_phase_rows});
+  return {kThreePhaseColumns, database_allowed, run_test, write_three_phase_rows};
 }
 
 namespace {
@@ -96,18 +89,16 @@ namespace {
 /// Throws when the answer does not convert.
 void set_phasing(kvr_TestSetup& setup, std::string& answer) {
   if (answer.empty()) {
-    setup.connections[0].clock = kClockUnknown;
+    set_clock(setup, kClockUnknown);
     return;
   }
   if (answer.back() == 'd' || answer.back() == 'D') {
     answer.pop_back();
-    const double degrees = std::stod(answer);
-    setup.connections[0].clock = 0;
-    setup.windings[1].phase_shift = static_cast<float>(degrees * std::numbers::pi / 180);
+    set_phase_shift(setup, std::stod(answer));
     std::cout << "Absolute phase shift angle: " << setup.windings[1].phase_shift << '\n';
     return;
   }
-  setup.connections[0].clock = std::stoi(answer);
+  set_clock(setup, std::stoi(answer));
   std::cout << "User entered phasing: " << setup.connections[0].clock << '\n';
 }
 

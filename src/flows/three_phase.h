@@ -4,6 +4,7 @@
 
 #include "api/request_records.h"
 #include "flows/voltage_plan.h"
+#include "flows/voltage_run.h"
 
 // The three-phase ratio test. No item of the console tester's main menu leads here; the workbench's
 // menu does.
@@ -16,6 +17,9 @@ void three_phase_menu();
 /// ignored.
 void run_ratio_3ph_plan(kvr_Ratio3phRequest* request, const VoltagePlan& plan,
                         const std::string& columns, bool database_allowed);
+
+/// The tests of `request`, which it refers to, for a run; as run_ratio_3ph_plan runs them.
+RatioTestKind ratio_3ph_tests(kvr_Ratio3phRequest& request, bool database_allowed);
 
 /// Asks for the phasing until the answer converts: a clock number, an angle ("15d"), or nothing for
 /// unknown.

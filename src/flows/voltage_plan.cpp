@@ -36,8 +36,9 @@ bool is_letter(const std::string& answer, char upper, char lower) {
   return answer.size() == 1 && (answer[0] == upper || answer[0] == lower);
 }
 
-/// Throws when the answer does not convert.
-VoltagePlan parse_answer(const std::string& answer) {
+}  // namespace
+
+VoltagePlan voltage_plan_of(const std::string& answer) {
   if (answer.empty()) {
     return {{0, static_cast<float>(kDefaultVoltage)}};
   }
@@ -57,7 +58,15 @@ VoltagePlan parse_answer(const std::string& answer) {
   return repeated(voltage, std::stoi(answer.substr(x + 1)));
 }
 
-}  // namespace
+VoltagePlan for_all_methods(const VoltagePlan& plan) {
+  VoltagePlan all;
+  for (const std::int32_t method : {2, 4, 3}) {
+    for (const VoltagePlanEntry& entry : plan) {
+      all.push_back({method, entry.voltage});
+    }
+  }
+  return all;
+}
 
 VoltagePlan prompt_voltage_plan() {
   static std::string& line = make_kept_line();
@@ -69,5 +78,5 @@ VoltagePlan prompt_voltage_plan() {
                   << "'A' - ascending  test, Z - descending auto test\n"
                      "10x5 - auto repeating (VxN - test N times at V voltage))\n";
       },
-      line, parse_answer);
+      line, voltage_plan_of);
 }

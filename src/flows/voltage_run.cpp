@@ -24,21 +24,25 @@ constexpr std::int32_t kPauseBetweenTestsMs = 1000;
 /// One run in progress.
 class VoltageRun {
  public:
-  VoltageRun(const VoltagePlan& plan, const RatioTestKind& test)
-      : plan_(plan), test_(test), series_(plan.size() > 1), tests_left_(plan.size()) {}
+  VoltageRun(const VoltagePlan& plan, const RatioTestKind& test, const RunConduct& conduct)
+      : plan_(plan),
+        test_(test),
+        conduct_(conduct),
+        series_(plan.size() > 1),
+        tests_left_(plan.size()),
+        test_id_(conduct.test_id) {}
 
   void prepare() {
-    test_id_ = prompt_test_id();
     if (series_) {
       use_file(series_file_name(test_id_));
-      series_file_ = open_series_file(file_name_, test_.columns);
+      series_file_ = open_series_file(files_.name, test_.columns);
     }
   }
 
   void run_tests() {
     for (const VoltagePlanEntry& entry : plan_) {
-      if (is_ending()) {
-        return;  // nobody watches the instrument any more
+      if (!conduct_.goes_on()) {
+        return;
       }
       announce(entry.voltage);
       kvr_TestRecord* const record = run_one(entry.voltage);
@@ -56,7 +60,7 @@ class VoltageRun {
       std::cout << '\n';
       if (series_) {
         std::cout.flush();
-        sleep_ms(kPauseBetweenTestsMs);
+        sleep_ms(conduct_.pause_ms);
       }
       first_ = false;
     }
@@ -64,16 +68,26 @@ class VoltageRun {
 
   void finish() {
     if (raw_data_enabled) {
-      write_raw_file(file_name_, raw_text_.str());
+      files_.has_raw_file = true;
+      note(write_raw_file(files_.name, raw_text_.str()));
     }
     run_file_name = "kvr";  // as before the first run, see console/session.h
   }
 
-  void close_series_file() { series_file_.close(); }
+  void close_series_file() {
+    if (series_) {
+      series_file_.close();
+      note(series_file_.good());
+    }
+  }
+
+  const RunFiles& files() const { return files_; }
 
  private:
+  void note(bool written) { files_.are_complete = files_.are_complete && written; }
+
   void use_file(const std::string& name) {
-    file_name_ = name;
+    files_.name = name;
     run_file_name = name;
   }
 
@@ -91,7 +105,12 @@ class VoltageRun {
         test_id_, test_.may_be_stored ? save_mode_for(first_, series_) : KVR_SAVE_NOTHING);
     kvr_ProgressHandler progress{on_progress, nullptr};
     kvr_TestRecord* record = nullptr;
-    return is_accepted(test_.run(voltage, header, progress, record)) ? record : nullptr;
+    const kvr_code code = test_.run(voltage, header, progress, record);
+    if (!is_accepted(code)) {
+      record = nullptr;
+    }
+    conduct_.tested(code, voltage, record);
+    return record;
   }
 
   /// A single test is shown and reported at once. A series fills its file, and shows no more than
@@ -100,7 +119,7 @@ class VoltageRun {
     std::ostringstream text;
     if (!series_) {
       use_file(report_file_name(test_id_));
-      render(record, text, file_name_.c_str());
+      note(render(record, text, files_.name.c_str()));
     } else {
       test_.write_rows(series_file_, record);
       if (tests_left_ == 0) {
@@ -110,27 +129,29 @@ class VoltageRun {
     std::cout << text.str();
   }
 
-  static void render(const kvr_TestRecord& record, std::ostringstream& text,
+  static bool render(const kvr_TestRecord& record, std::ostringstream& text,
                      const char* file_name) {
-    KVR_Text_Output::ResultsToReportFile(&record, text, device_serial, device_software_version,
-                                         file_name);
+    return KVR_Text_Output::ResultsToReportFile(&record, text, device_serial,
+                                                device_software_version, file_name);
   }
 
   const VoltagePlan& plan_;
   const RatioTestKind& test_;
+  const RunConduct& conduct_;
   const bool series_;
   std::uint64_t tests_left_;
   bool first_ = true;
-  std::string test_id_;    ///< as answered, then that of the last record
-  std::string file_name_;  ///< of the series or of the report; empty until there is one
+  std::string test_id_;  ///< as given, then that of the last record
+  RunFiles files_;
   std::ofstream series_file_;
   std::ostringstream raw_text_;
 };
 
 }  // namespace
 
-void run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test) {
-  VoltageRun run(plan, test);
+RunFiles run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test,
+                          const RunConduct& conduct) {
+  VoltageRun run(plan, test, conduct);
   run.prepare();
   kvr_LockAPI();
   try {
@@ -145,4 +166,13 @@ void run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test) {
     std::rethrow_exception(std::current_exception());
   }
   kvr_UnlockAPI();
+  run.close_series_file();
+  return run.files();
+}
+
+void run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test) {
+  const auto nobody_has_gone = [] { return !is_ending(); };
+  run_voltage_plan(plan, test,
+                   {prompt_test_id(), kPauseBetweenTestsMs, nobody_has_gone,
+                    [](kvr_code, float, const kvr_TestRecord*) {}});
 }

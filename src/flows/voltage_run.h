@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <ostream>
 #include <string>
@@ -19,7 +20,27 @@ struct RatioTestKind {
   void (*write_rows)(std::ostream& file, const kvr_TestRecord& record);
 };
 
-/// Asks for the test ID and runs a voltage plan with the instrument's API locked: one test per
-/// entry, its result on standard output, and the files of the run. A refused test, or one without a
-/// record, ends the run. The API is unlocked on every way out.
+/// Who conducts a run, and what it is told meanwhile.
+struct RunConduct {
+  std::string test_id;            ///< empty: the library names the record
+  std::int32_t pause_ms;          ///< after each test of a series
+  std::function<bool()> goes_on;  ///< asked before each test; false ends the run
+  /// Told of each test: the code, and the record before it is freed; null when there is none.
+  std::function<void(kvr_code code, float voltage, const kvr_TestRecord* record)> tested;
+};
+
+/// The files that a run has left.
+struct RunFiles {
+  std::string name;  ///< of the series or of the report; empty when there is neither
+  bool has_raw_file = false;
+  bool are_complete = true;  ///< false: something could not be written
+};
+
+/// Runs a voltage plan with the instrument's API locked: one test per entry, its result on standard
+/// output, and the files of the run. A refused test, or one without a record, ends the run. The API
+/// is unlocked on every way out.
+RunFiles run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test,
+                          const RunConduct& conduct);
+
+/// The same as the dialogue has it: asks for the test ID first.
 void run_voltage_plan(const VoltagePlan& plan, const RatioTestKind& test);

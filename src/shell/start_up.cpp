@@ -44,15 +44,19 @@ kvr_InitParams make_init_params(const Options& options) {
   return params;
 }
 
-namespace {
-
-void make_results_folder() {
+bool make_results_folder() {
   if (const auto documents = platform::documents_folder()) {
     results_folder = *documents + platform::kPathSeparator + "KVRU3" + platform::kPathSeparator;
   }
-  // Deliberate: a folder that exists counts as one that can't be made, so every run but the first
-  // shows the banner.
-  if (Utils::CreateDir(results_folder)) {
+  return Utils::CreateDir(results_folder);
+}
+
+namespace {
+
+/// Deliberate: a folder that exists counts as one that can't be made, so every run but the first
+/// shows the banner.
+void show_results_folder(bool made) {
+  if (made) {
     std::cout << "Folder with results: " << results_folder << '\n';
   } else {
     std::cout << "!!!!!!!!!!!!!!!!!!\n"
@@ -61,17 +65,21 @@ void make_results_folder() {
   }
 }
 
-bool start_client_library(const Options& options) {
-  kvr_InitParams params = make_init_params(options);
+}  // namespace
+
+bool start_client_library(const Options& options, kvr_InitParams params) {
   const kvr_code code = options.serial_port.empty()
                             ? kvr_Lib_Initialize(&params)
                             : kvr_Lib_InitializeTestStation(options.serial_port.c_str(), &params);
   if (is_accepted(code)) {
+    kvr_SetClientKey(KVR_CLIENT_KEY);
     return true;
   }
   std::cout << "kvr_Lib_Initialize failed!!!\n";
   return false;
 }
+
+namespace {
 
 /// The differences between the two ways to connect.
 struct ConnectionMethod {
@@ -89,9 +97,10 @@ constexpr ConnectionMethod kService = {KVR_CONNECTION_SERVICE, "Service_",
                                        "Connecting to the KVRU3 device via IP, please wait...\n",
                                        "Cannot connect to the device via TCP!"};
 
-using FirmwareText = char[kFirmwareTextSize];
+}  // namespace
 
-bool connect(const ConnectionMethod& method, FirmwareText& firmware_version) {
+bool connect_to_instrument(kvr_ConnectionType chosen, FirmwareText& firmware_version) {
+  const ConnectionMethod& method = chosen == KVR_CONNECTION_SERVICE ? kService : kUsbOrWifi;
   std::cout << method.waiting << std::flush;
   kvr_ConnectionType type = method.type;
   const std::string name = method.client_name_prefix + client_name;
@@ -102,6 +111,8 @@ bool connect(const ConnectionMethod& method, FirmwareText& firmware_version) {
   return false;
 }
 
+namespace {
+
 /// Deliberate: the address is not used. A Service connection differs by its type and name only.
 void ask_service_address() {
   static std::string& service_ip = make_kept_line();
@@ -110,7 +121,7 @@ void ask_service_address() {
 }
 
 /// Repeats until a connection is accepted (true) or the operator cancels (false).
-bool connect_to_instrument(FirmwareText& firmware_version) {
+bool ask_until_connected(FirmwareText& firmware_version) {
   while (true) {
     std::cout << "\n== Select connection method ==\n\n"
                  "1. USB/WIFI\n"
@@ -121,12 +132,12 @@ bool connect_to_instrument(FirmwareText& firmware_version) {
     if (choice == 0) {
       return false;
     }
-    if (choice == 1 && connect(kUsbOrWifi, firmware_version)) {
+    if (choice == 1 && connect_to_instrument(KVR_CONNECTION_USB_WIFI, firmware_version)) {
       return true;
     }
     if (choice == 2) {
       ask_service_address();
-      if (connect(kService, firmware_version)) {
+      if (connect_to_instrument(KVR_CONNECTION_SERVICE, firmware_version)) {
         return true;
       }
     }
@@ -136,6 +147,8 @@ bool connect_to_instrument(FirmwareText& firmware_version) {
 std::string device_time_text(std::int64_t time) {
   return local_time_text(static_cast<std::time_t>(time), "%a, %d.%m.%Y %H:%M:%S");
 }
+
+}  // namespace
 
 void show_device(const FirmwareText& firmware_version) {
   std::cout << "Device firmware version: " << field_text(firmware_version);
@@ -165,6 +178,8 @@ void show_device(const FirmwareText& firmware_version) {
   }
 }
 
+namespace {
+
 int shut_down() {
   std::cout << "\nExiting...\n" << std::flush;
   kvr_Lib_Shutdown();
@@ -175,7 +190,7 @@ int shut_down() {
 void connect_and_run(void (*menu)()) {
   std::cout << "Connecting to KVR device...\n";
   FirmwareText firmware_version{};
-  if (connect_to_instrument(firmware_version)) {
+  if (ask_until_connected(firmware_version)) {
     show_device(firmware_version);
     menu();
   }
@@ -186,11 +201,11 @@ void connect_and_run(void (*menu)()) {
 int run_session(const std::vector<std::string>& arguments, void (*menu)()) {
   SignalHandler::RegisterStopHandler(stop_or_terminate);
   std::cout << "Console Tester " << kVersion << '\n';
-  make_results_folder();
-  if (!start_client_library(parse_options(arguments))) {
+  show_results_folder(make_results_folder());
+  const Options options = parse_options(arguments);
+  if (!start_client_library(options, make_init_params(options))) {
     return 1;
   }
-  kvr_SetClientKey(KVR_CLIENT_KEY);
   try {
     connect_and_run(menu);
   } catch (const EndOfInput&) {  // ends as "0" does

@@ -24,6 +24,20 @@ Options parse_options(const std::vector<std::string>& arguments);
 /// The argument of the initialise call.
 kvr_InitParams make_init_params(const Options& options);
 
+/// Finds the folder for results and makes it. False when it can't, also because it exists.
+bool make_results_folder();
+
+/// Starts the client library and presents the client key. Shows what was refused.
+bool start_client_library(const Options& options, kvr_InitParams params);
+
+using FirmwareText = char[kFirmwareTextSize];
+
+/// Connects to the instrument. Shows what was refused.
+bool connect_to_instrument(kvr_ConnectionType type, FirmwareText& firmware_version);
+
+/// Asks the connected instrument what it is, and shows it.
+void show_device(const FirmwareText& firmware_version);
+
 /// A whole run of the program around `menu`: banner, results folder, client library, connection
 /// dialogue, device display, menu, shutdown. Returns the exit status. The menu is left out when the
 /// operator cancels the connection; it and the connection dialogue may end by EndOfInput.

@@ -85,7 +85,7 @@ void write_report_head(std::ostream& file, bool is_new, const std::string& seria
   file << '\n';
 }
 
-void append_report(const kvr_TestRecord* record, const std::string& serial,
+bool append_report(const kvr_TestRecord* record, const std::string& serial,
                    const std::string& sw_version, const char* file_name) {
   const bool is_new = !FileExists(file_name);
   std::ofstream file(file_name, std::ios::app);
@@ -97,6 +97,8 @@ void append_report(const kvr_TestRecord* record, const std::string& serial,
   std::string text = KVR_Text_Output::ResultsToString(record);
   std::replace(text.begin(), text.end(), '=', ';');
   file << text;
+  file.close();
+  return file.good();
 }
 
 }  // namespace
@@ -119,13 +121,12 @@ void KVR_Text_Output::ResultsToText(const kvr_TestRecord* record, std::ostringst
   }
 }
 
-void KVR_Text_Output::ResultsToReportFile(const kvr_TestRecord* record, std::ostringstream& out,
+bool KVR_Text_Output::ResultsToReportFile(const kvr_TestRecord* record, std::ostringstream& out,
                                           const std::string& serial, const std::string& sw_version,
                                           const char* file_name) {
-  if (file_name != nullptr) {
-    append_report(record, serial, sw_version, file_name);
-  }
+  const bool written = file_name == nullptr || append_report(record, serial, sw_version, file_name);
   ResultsToText(record, out);
+  return written;
 }
 
 std::string KVR_Text_Output::ResultsToString(const kvr_TestRecord* record) {

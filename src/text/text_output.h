@@ -22,8 +22,8 @@ class KVR_Text_Output {
   static void ResultsToText(const kvr_TestRecord* record, std::ostringstream& out);
   /// The same, and appends a report to the file `file_name`, unless that is null. If the file can't
   /// be opened, a warning goes to standard output; if it can't be written, nothing does. `out` gets
-  /// the text in any case.
-  static void ResultsToReportFile(const kvr_TestRecord* record, std::ostringstream& out,
+  /// the text in any case. False when the report could not be written.
+  static bool ResultsToReportFile(const kvr_TestRecord* record, std::ostringstream& out,
                                   const std::string& serial, const std::string& sw_version,
                                   const char* file_name);
   static std::string ResultsToString(const kvr_TestRecord* record);

@@ -1,4 +1,5 @@
-"""Checks the tree against the tables of rooms in docs/architecture.md.
+"""Checks the tree against the tables of rooms in docs/architecture.md and the pages beside it that
+begin with its name, as docs/architecture-report.md.
 
   check_architecture.py [--table] [ROOT]
 
@@ -21,12 +22,12 @@ PAGE = "docs/architecture.md"
 # Headers of packages, each with the reason why it need not be in a platform room. Any other header
 # with a dot or a slash in its name is one of the system; those of C++ have neither.
 PACKAGE_HEADERS = {
-    "CLI/CLI.hpp": "options of our own tools, the same on every system",
-    "nlohmann/json.hpp": "JSON of our own tools, the same on every system",
+    "CLI/CLI.hpp": "a command line, the same on every system",
+    "nlohmann/json.hpp": "JSON, the same on every system",
     "plog/Log.h": "the log, the same on every system",
     "sqlite3.h": "the record store, the same on every system",
-    "toml++/toml.h": "the bench file, the same on every system",
-    "utf8cpp/utf8.h": "the bench file, the same on every system",
+    "toml++/toml.h": "files in TOML, the same on every system",
+    "utf8cpp/utf8.h": "files in TOML, the same on every system",
 }
 
 ROW = re.compile(r"\| `([\w/]+)/` \|")
@@ -35,13 +36,13 @@ SYSTEM_MACRO = re.compile(r"\s*#\s*(?:el)?if.*\b(_WIN32|_MSC_VER|__\w*(?:linux|u
 TEST_NAME = re.compile(r"(^|_)tests?(_|$)")
 
 
-def read_tables(page):
+def read_tables(root, page):
     """The tables of rooms on the page: for each its rooms from the highest to the lowest, with
-    their line numbers."""
+    their page and line number."""
     tables, rows = [], {}
-    for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
+    for number, line in enumerate((root / page).read_text(encoding="utf-8").splitlines(), 1):
         if row := ROW.match(line):
-            rows[row[1]] = number
+            rows[row[1]] = page, number
         elif rows and not line.startswith("|"):
             tables.append(rows)
             rows = {}
@@ -55,7 +56,9 @@ def sources(root, component):
 class Tree:
     def __init__(self, root):
         self.root = root
-        self.tables = read_tables(root / PAGE)
+        others = sorted((root / PAGE).parent.glob("architecture-*.md"))
+        self.tables = [table for page in [PAGE, *map(self.name, others)]
+                       for table in read_tables(root, page)]
         self.components = list(dict.fromkeys(room.split("/")[0] for rows in self.tables
                                              for room in rows))
         self.files = [path for component in self.components for path in sources(root, component)]
@@ -115,9 +118,9 @@ def breaches(tree):
         if not tree.table_of(room):
             yield tree.name(path), 1, f"{room} has no row in {PAGE}"
     for rows in tree.tables:
-        for room, number in rows.items():
+        for room, (page, number) in rows.items():
             if room not in rooms_of_files:
-                yield PAGE, number, f"{room} has no sources"
+                yield page, number, f"{room} has no sources"
     for path in tree.files:
         if TEST_NAME.search(path.stem):
             yield tree.name(path), 1, "a product file is named like a test"

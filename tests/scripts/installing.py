@@ -6,7 +6,7 @@ from sandbox import PACKAGES, Sandbox
 
 ANNOUNCED = """\
 To build the programs, apt-get will install these packages and what they depend on:
-  cmake g++ ninja-build libplog-dev libsqlite3-dev libtomlplusplus-dev libutfcpp-dev
+  cmake g++ ninja-build libcli11-dev libplog-dev libsqlite3-dev libtomlplusplus-dev libutfcpp-dev nlohmann-json3-dev
 """
 UPDATING = "Reading the lists of packages ...\n"
 INSTALLING = """\

@@ -7,7 +7,7 @@ import unittest
 
 from sandbox import PACKAGES, Sandbox
 
-TESTING = [*PACKAGES, "libgtest-dev", "libgmock-dev", "python3"]
+TESTING = [*PACKAGES, "libgtest-dev", "libgmock-dev", "python3", "python3-html5lib", "python3-junitparser", "python3-pytest"]
 BUILDING = """\
 Building 1 of 3
 Building 2 of 3
@@ -16,7 +16,7 @@ Building 3 of 3
 """
 CONFIGURING = "Configuring (release) ...\n"
 CONFIGURE = "cmake --preset release -D KVR_BUILD_TESTS=OFF"
-BUILD = "cmake --build TREE/build/release --target console-tester tester-workbench kvr-client-api"
+BUILD = "cmake --build TREE/build/release --target console-tester tester-workbench tester-run kvr-client-api"
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
@@ -107,7 +107,7 @@ class Running(unittest.TestCase):
                 r"\Aunshare --mount --propagation private --pid --fork --kill-child python3 -B "
                 rf"tests/bare_system/check_bare_system.py trixie {mirror} FOLDER/tmp\.\w+/system "
                 r"FOLDER/\.cache/kvr-console-tester/trixie"))
-            packages = outcome.calls[-1].count("TREE/build/packages/tester.deb")
+            packages = outcome.calls[-1].count("TREE/build/packages/kvr-console-tester_1.deb")
             self.assertEqual(packages, 1 if own_release() == "bookworm" else 0)
             self.assertEqual(list(sandbox.folder.glob("tmp.*")), [])
 
@@ -136,7 +136,7 @@ class Words(unittest.TestCase):
     """Nothing is installed, configured or built for a word that is not known, nor for help."""
 
     REFUSED = [
-        ("run workbnch", "unknown program 'workbnch' (known: workbench; without a word: the console "
+        ("run workbnch", "unknown program 'workbnch' (known: workbench, plan; without a word: the console "
                          "tester)"),
         ("test session", "unknown word 'session': options begin with a dash"),
         ("bootstrap runn", "unknown word 'runn' (known: run test package-linux package benchmark check)"),

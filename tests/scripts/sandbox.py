@@ -18,8 +18,8 @@ FAKES = ["apt-cache", "apt-get", "cmake", "cpack", "ctest", "dpkg", "dpkg-query"
          "sudo", "unshare"]
 TOOLS = ["awk", "basename", "bash", "cat", "chmod", "dirname", "env", "grep", "ls", "mkdir",
          "mktemp", "realpath", "rm", "sed", "tee", "touch"]
-PACKAGES = ["cmake", "g++", "ninja-build", "libplog-dev", "libsqlite3-dev", "libtomlplusplus-dev",
-            "libutfcpp-dev"]
+PACKAGES = ["cmake", "g++", "ninja-build", "libcli11-dev", "libplog-dev", "libsqlite3-dev",
+            "libtomlplusplus-dev", "libutfcpp-dev", "nlohmann-json3-dev"]
 SECONDS = 30  # until something that has to end counts as hanging
 
 

@@ -8,6 +8,7 @@
 
 #include "common/clock.h"
 #include "shell/console_tester.h"
+#include "shell/tester_run.h"
 #include "shell/workbench.h"
 
 // A program, named by KVR_PROGRAM, on a clock of its own, so that a transcript holds the same times
@@ -21,6 +22,11 @@ namespace {
 std::atomic<std::time_t> fake_time{1615806000};
 
 std::time_t look_at_clock() { return fake_time++; }
+
+/// Does not advance the clock.
+std::chrono::system_clock::time_point watch() {
+  return std::chrono::system_clock::from_time_t(fake_time);
+}
 
 int pause(const timespec* request, timespec*) {
   if (request->tv_sec == 0) {
@@ -38,6 +44,6 @@ int pause(const timespec* request, timespec*) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  program_clock = {look_at_clock, pause};
+  program_clock = {look_at_clock, pause, watch};
   return KVR_PROGRAM(std::vector<std::string>(argv + 1, argv + argc));
 }

@@ -15,6 +15,9 @@
 #include "virtual_instrument/vocabulary/time_text.h"
 
 namespace virtual_instrument {
+
+using namespace toml_file;
+
 namespace {
 
 constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();

@@ -3,12 +3,14 @@
 #include <string>
 #include <vector>
 
+#include "toml/toml_keys.h"
 #include "virtual_instrument/bench/bench.h"
-#include "virtual_instrument/bench/toml_keys.h"
 
 // The keys of a bench file and what each of them takes.
 
 namespace virtual_instrument {
+
+using toml_file::Key;
 
 /// Every key but those of lists of tables, table by table. They refer to `bench`.
 std::vector<Key> keys_of(Bench& bench);

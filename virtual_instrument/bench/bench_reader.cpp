@@ -7,30 +7,18 @@
 #include <stdexcept>
 #include <utility>
 
+#include "toml/toml_document.h"
 #include "virtual_instrument/bench/bench_agreements.h"
 #include "virtual_instrument/bench/bench_keys.h"
-#include "virtual_instrument/bench/toml_document.h"
 
 namespace virtual_instrument {
+
+using namespace toml_file;
+
 namespace {
 
 constexpr std::string_view kFaults = "faults";
 constexpr std::string_view kShortedTurns = "shorted_turns";
-
-/// A key may hold any characters; a problem that names it stays on one line.
-std::string on_one_line(const std::string& text) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string line;
-  for (const char character : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (byte >= ' ' && byte != 0x7f) {
-      line += character;
-    } else {
-      line.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
-    }
-  }
-  return line;
-}
 
 std::string full_name(std::string_view table, std::string_view key) {
   return std::string(table) + "." + std::string(key);

@@ -1,0 +1,3 @@
+"""The fixtures that the package has for its users."""
+
+pytest_plugins = ["kvr.pytest_plugin"]
