@@ -12,6 +12,7 @@
 
 #include "platform/platform.h"
 #include "support/process.h"
+#include "support/refused_threads_posix.h"
 #include "unit/platform/console_events.h"
 
 namespace {

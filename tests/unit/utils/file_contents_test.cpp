@@ -7,6 +7,7 @@
 #include "platform/platform.h"
 #include "support/counted_new.h"
 #include "support/log_capture.h"
+#include "support/thrown_exception.h"
 #include "unit/utils/file_helpers.h"
 #include "utils/utils.h"
 
