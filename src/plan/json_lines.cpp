@@ -132,10 +132,7 @@ Json line_of(const char* what) { return {{"line", what}, {"schema", kJsonSchema}
 std::string now() {
   const std::time_t time = std::chrono::system_clock::to_time_t(program_clock.precise_now());
   std::array<char, 32> text{};
-  const std::tm* const calendar = std::gmtime(&time);
-  if (calendar == nullptr) {
-    return {};
-  }
+  const std::tm* const calendar = std::gmtime(&time);  // never null: the year is one of the clock's
   return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", calendar)};
 }
 
@@ -160,9 +157,10 @@ void JsonLines::plan(const Plan& plan, const char* program_version) {
   }
   json["tests"] = Json::array();
   for (const PlannedTest& test : plan.tests) {
-    json["tests"].push_back({{"name", test.name},
-                             {"kind", test.three_phase ? "three-phase" : "single-phase"},
-                             {"measurements", test.voltages.size()}});
+    Json shown{{"name", test.name}};
+    shown["kind"] = test.three_phase ? "three-phase" : "single-phase";
+    shown["measurements"] = test.voltages.size();
+    json["tests"].push_back(shown);
   }
   write(text_of(json));
 }

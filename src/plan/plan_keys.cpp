@@ -4,8 +4,8 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
-#include <map>
 #include <string_view>
 #include <tuple>
 
@@ -110,13 +110,18 @@ std::string lower(std::string text) {
 }
 
 std::optional<kvr_WindingType> winding_of(const std::string& name) {
-  static const std::map<std::string, kvr_WindingType> kWindings{{"d", KVR_WINDING_D},
-                                                                {"y", KVR_WINDING_Y},
-                                                                {"yn", KVR_WINDING_YN},
-                                                                {"z", KVR_WINDING_Z},
-                                                                {"zn", KVR_WINDING_ZN}};
-  const auto found = kWindings.find(lower(name));
-  return found == kWindings.end() ? std::nullopt : std::optional(found->second);
+  constexpr std::pair<std::string_view, kvr_WindingType> kWindings[] = {{"d", KVR_WINDING_D},
+                                                                        {"y", KVR_WINDING_Y},
+                                                                        {"yn", KVR_WINDING_YN},
+                                                                        {"z", KVR_WINDING_Z},
+                                                                        {"zn", KVR_WINDING_ZN}};
+  const std::string wanted = lower(name);
+  for (const auto& [text, winding] : kWindings) {
+    if (text == wanted) {
+      return winding;
+    }
+  }
+  return std::nullopt;
 }
 
 Key windings(std::string name, PlannedTest& test) {
@@ -148,19 +153,23 @@ Key pause(std::string name, std::int32_t& target) {
           }};
 }
 
+constexpr std::pair<std::string_view, bool Plan::*> kReasonsToStop[] = {
+    {"refused", &Plan::stop_on_refused},
+    {"outside", &Plan::stop_on_outside},
+    {"partial", &Plan::stop_on_partial}};
+
 Key stop_on(std::string name, Plan& plan) {
   return {std::move(name), R"(a list of "refused", "outside", "partial")",
           [&plan](const TomlValue& value) {
             plan.stop_on_refused = plan.stop_on_outside = plan.stop_on_partial = false;
             return take_texts(value, [&plan](const std::string& text) {
-              const std::map<std::string, bool*> reasons{{"refused", &plan.stop_on_refused},
-                                                         {"outside", &plan.stop_on_outside},
-                                                         {"partial", &plan.stop_on_partial}};
-              const auto found = reasons.find(text);
-              if (found != reasons.end()) {
-                *found->second = true;
+              for (const auto& [reason, member] : kReasonsToStop) {
+                if (text == reason) {
+                  plan.*member = true;
+                  return true;
+                }
               }
-              return found != reasons.end();
+              return false;
             });
           }};
 }
@@ -175,28 +184,31 @@ Key nameplate_ratio(std::string name, double& target) {
 /// How a three-phase test excites and measures.
 Key method(std::string name, PlannedTest& test) {
   using Method = std::pair<kvr_TestingMode, bool>;
-  static const Words<Method> kMethods{{"auto", {KVR_TESTING_MODE_3PH_AUTO, false}},
-                                      {"3-1", {KVR_TESTING_MODE_3PH_3_1, false}},
-                                      {"1-1", {KVR_TESTING_MODE_3PH_1_1, false}},
-                                      {"3-3", {KVR_TESTING_MODE_3PH_3_3, false}},
-                                      {"all", {KVR_TESTING_MODE_3PH_AUTO, true}}};
-  return {std::move(name), R"(one of "auto", "3-1", "1-1", "3-3", "all")",
-          [&test](const TomlValue& value) {
-            Method chosen{};
-            const bool known = word("", chosen, kMethods).take(value);
-            if (known) {
-              std::tie(test.method, test.all_methods) = chosen;
-            }
-            return known;
-          }};
+  static constexpr std::pair<std::string_view, Method> kMethods[] = {
+      {"auto", {KVR_TESTING_MODE_3PH_AUTO, false}},
+      {"3-1", {KVR_TESTING_MODE_3PH_3_1, false}},
+      {"1-1", {KVR_TESTING_MODE_3PH_1_1, false}},
+      {"3-3", {KVR_TESTING_MODE_3PH_3_3, false}},
+      {"all", {KVR_TESTING_MODE_3PH_AUTO, true}}};
+  return {
+      std::move(name), R"(one of "auto", "3-1", "1-1", "3-3", "all")",
+      [&test](const TomlValue& value) {
+        Method chosen{};
+        const bool known =
+            word("", chosen, Words<Method>(std::begin(kMethods), std::end(kMethods))).take(value);
+        if (known) {
+          std::tie(test.method, test.all_methods) = chosen;
+        }
+        return known;
+      }};
 }
 
 }  // namespace
 
 std::vector<Key> keys_of(Plan& plan) {
-  return {word<kvr_ConnectionType>(
-              "connection.method", plan.connection,
-              {{"usb", KVR_CONNECTION_USB_WIFI}, {"service", KVR_CONNECTION_SERVICE}}),
+  Words<kvr_ConnectionType> connections{{"usb", KVR_CONNECTION_USB_WIFI}};
+  connections.emplace_back("service", KVR_CONNECTION_SERVICE);
+  return {word("connection.method", plan.connection, connections),
           text("connection.serial_port", plan.serial_port, kLongestText),
           flag("connection.debug", plan.debug),
           flag("connection.quiet", plan.quiet),

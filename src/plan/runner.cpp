@@ -104,14 +104,14 @@ void PlanRunner::run_test(std::size_t index) {
   }
   std::size_t number = 0;
   Time start = program_clock.precise_now();
-  const RunConduct conduct{test.id, plan_.pause_ms,
-                           [&] {
-                             start = program_clock.precise_now();
-                             return goes_on();
-                           },
-                           [&](kvr_code code, float voltage, const kvr_TestRecord* record) {
-                             note(index, ++number, code, voltage, record, seconds_since(start));
-                           }};
+  const auto next_goes_on = [&] {
+    start = program_clock.precise_now();
+    return goes_on();
+  };
+  const auto tested = [&](kvr_code code, float voltage, const kvr_TestRecord* record) {
+    note(index, ++number, code, voltage, record, seconds_since(start));
+  };
+  const RunConduct conduct{test.id, plan_.pause_ms, next_goes_on, tested};
   const LockedRun locked;
   const RunFiles files =
       test.three_phase ? run_three_phase(test, conduct) : run_single_phase(test, conduct);

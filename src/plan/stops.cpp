@@ -77,15 +77,6 @@ void stop() {
   end_at_once(exit_status_of(Verdict::cancelled));
 }
 
-/// Events from 2 on are a closed console, logging off and shutting down.
-int take_event(unsigned long event) {
-  if (event >= 2) {
-    stop_and_end(event);
-  }
-  stop();
-  return 1;
-}
-
 void end_without_connection() {
   wait_for([] { return false; }, kLongestOrderlyEnd);
   end_at_once(exit_status_of(Verdict::refused));
@@ -93,7 +84,16 @@ void end_without_connection() {
 
 }  // namespace
 
-bool listen_for_stops() { return platform::install_console_handler(take_event, stop_and_end); }
+/// Events from 2 on are a closed console, logging off and shutting down.
+int take_stop_event(unsigned long event) {
+  if (event >= 2) {
+    stop_and_end(event);
+  }
+  stop();
+  return 1;
+}
+
+bool listen_for_stops() { return platform::install_console_handler(take_stop_event, stop_and_end); }
 
 bool stop_was_asked_for() { return stops > 0; }
 
@@ -113,8 +113,3 @@ CancellableCall::~CancellableCall() { --calls; }
 LockedRun::LockedRun() { may_be_locked = true; }
 
 LockedRun::~LockedRun() { may_be_locked = false; }
-
-void forget_stops() {
-  stops = 0;
-  lost = false;
-}

@@ -9,6 +9,10 @@
 /// the system refuses.
 bool listen_for_stops();
 
+/// What a console event does: a stop. Does not return from an event after which the system ends
+/// the process, as the closing of a console.
+int take_stop_event(unsigned long event);
+
 /// Whether a stop was asked for.
 bool stop_was_asked_for();
 
@@ -35,6 +39,3 @@ class LockedRun {
   LockedRun(const LockedRun&) = delete;
   LockedRun& operator=(const LockedRun&) = delete;
 };
-
-/// As for a fresh program; for tests.
-void forget_stops();

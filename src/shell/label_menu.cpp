@@ -57,9 +57,8 @@ void show_pair_labels(kvr_StandardType standard) {
   std::cout << "Labels of terminal pairs:\n";
   for (const Pair& pair : kPairs) {
     const auto label = [&](SideOfPair side, std::uint32_t connection_type) -> std::string {
-      return Utils::connection_label({side, pair.measure}, static_cast<int>(connection_type),
-                                     standard)
-          .label;
+      const auto connection = static_cast<int>(connection_type);
+      return Utils::connection_label({side, pair.measure}, connection, standard).label;
     };
     show_labels(pair.text, {label(kSideH, kConnectionHToX), label(kSideX, kConnectionHToX),
                             label(kSideX, kConnectionHToY)});

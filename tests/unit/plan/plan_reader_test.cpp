@@ -159,4 +159,115 @@ TEST(PlanReader, TellsWhichReplacementIsWrong) {
                           "-e: run.pause: expected a number from 0 to 3600 s"));
 }
 
+TEST(PlanReader, ShowsEveryKindOfTest) {
+  const std::string text =
+      "[connection]\nmethod = \"service\"\nserial_port = \"COM3\"\n" + kSingle +
+      "direction = \"up\"\nid = \"A\"\nstored = false\n" + kSingle + "direction = \"ct\"\n" +
+      kThree + "windings = \"d-y\"\ndirection = \"down\"\nmethod = \"3-1\"\nshift = -30\n" +
+      kThree + "windings = \"Z-zn\"\ndirection = \"up\"\nmethod = \"1-1\"\nclock = 11\n" + kThree +
+      "windings = \"y-D\"\ndirection = \"down\"\nmethod = \"all\"\nvoltages = [1, 1, 2]\nid = "
+      "\"B\"\n" +
+      kThree + "direction = \"down\"\nmethod = \"3-3\"\n";
+  EXPECT_EQ(dry_run_text(plan_of(text)),
+            "p.toml: 6 tests, 14 measurements\n"
+            "Connection: service, test station on COM3\n"
+            "\n"
+            "1. test 1\n"
+            "   test: single-phase, step up, H1-H2, X1-X2\n"
+            "   voltages: 8 V\n"
+            "   nameplate ratio: none\n"
+            "   stored: no, named A\n"
+            "   limits: none\n"
+            "2. test 2\n"
+            "   test: single-phase, current transformer, H1-H2, X1-X2\n"
+            "   voltages: 8 V\n"
+            "   nameplate ratio: none\n"
+            "   stored: no\n"
+            "   limits: none\n"
+            "3. test 3\n"
+            "   test: three-phase, step down, 3ph-3-1, D-y, shift -30 degrees\n"
+            "   voltages: 8 V\n"
+            "   nameplate ratio: none\n"
+            "   stored: no\n"
+            "   limits: none\n"
+            "4. test 4\n"
+            "   test: three-phase, step up, 3ph-1-1, Z-zn, clock 11\n"
+            "   voltages: 8 V\n"
+            "   nameplate ratio: none\n"
+            "   stored: no\n"
+            "   limits: none\n"
+            "5. test 5\n"
+            "   test: three-phase, step down, all methods, Y-d, clock unknown\n"
+            "   voltages: 1 V 2 times, 2 V, 1 V 2 times, 2 V, 1 V 2 times, 2 V\n"
+            "   nameplate ratio: none\n"
+            "   stored: no, named B\n"
+            "   limits: none\n"
+            "6. test 6\n"
+            "   test: three-phase, step down, 3ph-3-3, D-d, clock unknown\n"
+            "   voltages: 8 V\n"
+            "   nameplate ratio: none\n"
+            "   stored: no\n"
+            "   limits: none\n");
+}
+
+TEST(PlanReader, RefusesWhatNoAnswerCouldBe) {
+  for (const char* const line :
+       {"windings = \"D\"", "windings = \"Q-y\"", "windings = \"D-q\"", "windings = 1",
+        "shift = 361", "shift = \"x\"", "nameplate_ratio = 0", "nameplate_ratio = 2e9",
+        "method = \"2-2\"", "direction = \"ct\"", "limits = 1", "limits = { heat = 1 }",
+        "limits = { ratio_3ph = -1 }", "limits = { ratio_3ph = [2, 1] }",
+        "limits = { ratio_3ph = [1, 2, 3] }", "limits = { ratio_3ph = [1, \"2\"] }",
+        "voltages = \"10y5\"", "voltages = \"20000x2\"", "voltages = \"10\""}) {
+    EXPECT_THAT(problems_of(kThree + line + "\n"), testing::SizeIs(1)) << line;
+  }
+}
+
+TEST(PlanReader, TellsWhatIsWrongWithTables) {
+  const std::string long_text(1001, 'x');
+  EXPECT_THAT(
+      problems_of("item = 1\nrun = 1\nlimits = 1\nconnection = 1\ncolour = 1\n" + kSingle),
+      ElementsAre(
+          "p.toml:1: item: expected one of the tables connection, item, run, limits, test",
+          "p.toml:2: run: expected one of the tables connection, item, run, limits, test",
+          "p.toml:3: limits: expected one of the tables connection, item, run, limits, test",
+          "p.toml:4: connection: expected one of the tables connection, item, run, limits, "
+          "test",
+          "p.toml:5: colour: expected one of the tables connection, item, run, limits, "
+          "test"));
+  EXPECT_THAT(
+      problems_of("[item]\nlist = [1]\nlong = \"" + long_text + "\"\n" + kSingle),
+      ElementsAre("p.toml:2: item.list: expected a text of at most 1000 characters, or a number",
+                  "p.toml:3: item.long: expected a text of at most 1000 characters, or a number"));
+  EXPECT_THAT(problems_of("[limits]\ntnr = \"x\"\n" + kSingle + kSingle),
+              ElementsAre("p.toml:2: limits.tnr: expected a number for a limit on both sides of 0, "
+                          "or a list [low, high]"));
+  EXPECT_THAT(problems_of("test = [1]"),
+              ElementsAre("p.toml:1: test: expected 1 to 10000 tables [[test]]"));
+}
+
+TEST(PlanReader, ReadsWhatEndsThePlan) {
+  const Plan all = plan_of("[run]\nstop_on = [\"refused\", \"outside\", \"partial\"]\n" + kSingle);
+  EXPECT_TRUE(all.stop_on_refused && all.stop_on_outside && all.stop_on_partial);
+  const Plan none = plan_of("[run]\nstop_on = []\n" + kSingle);
+  EXPECT_FALSE(none.stop_on_refused || none.stop_on_outside || none.stop_on_partial);
+}
+
+TEST(PlanReader, MakesIdsOfTheTimeAndOfNoItem) {
+  EXPECT_EQ(test_of(kSingle + "id = \"{time}\"\n").id.size(), 6U);
+  EXPECT_EQ(test_of(kSingle + "id = \"T{item}\"\n").id, "T");
+  EXPECT_THAT(problems_of(kSingle + "id = \"{item}\"\n"), testing::SizeIs(1));
+}
+
+TEST(PlanReader, ReplacesNothingInWhatIsNoTable) {
+  EXPECT_THAT(problems_of("run = 1\n" + kSingle, {"run.pause=0"}),
+              testing::Contains("-e: run.pause=0: run is no table"));
+  EXPECT_THAT(problems_of("test = 1", {"test.id=x"}),
+              ElementsAre("p.toml:1: test: expected 1 to 10000 tables [[test]]"));
+  EXPECT_THAT(problems_of("test = [1]", {"test.1.id=x", "test.1=x"}),
+              ElementsAre("-e: test.1.id=x: the plan has no such test",
+                          "-e: test.1=x: the plan has no such test",
+                          "p.toml:1: test: expected 1 to 10000 tables [[test]]"));
+  EXPECT_THAT(problems_of(kSingle, {"test.0.id=x", ".x=1", "run=1.5"}), testing::SizeIs(3));
+}
+
 }  // namespace
