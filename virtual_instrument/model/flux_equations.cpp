@@ -38,11 +38,14 @@ void add_derivative(SquareMatrix<double>& cells, const FreeFlux& row, const Free
                     Complex plain, Complex mirrored) {
   const Complex by_real = plain + mirrored;
   const Complex by_imaginary = Complex(0, 1) * (plain - mirrored);
-  const double parts[2][2] = {{by_real.real(), by_imaginary.real()},
-                              {by_real.imag(), by_imaginary.imag()}};
-  for (std::size_t r = 0; r < row.parts(); ++r) {
-    for (std::size_t c = 0; c < column.parts(); ++c) {
-      cells(row.position + r, column.position + c) += parts[r][c];
+  cells(row.position, column.position) += by_real.real();
+  if (column.parts() == 2) {
+    cells(row.position, column.position + 1) += by_imaginary.real();
+  }
+  if (row.parts() == 2) {
+    cells(row.position + 1, column.position) += by_real.imag();
+    if (column.parts() == 2) {
+      cells(row.position + 1, column.position + 1) += by_imaginary.imag();
     }
   }
 }
