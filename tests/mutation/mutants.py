@@ -383,6 +383,7 @@ def write_mutants(tree, finders, wanted, flags, jobs, are_tried):
     checked = units
     all_hold = True  # whether what compiled before still does
     while True:
+        built_in = frozenset(kept)
         texts = {name: mutated(finder, kept) for name, finder in finders.items()}
         write_texts(tree, texts)
         if not are_tried:
@@ -396,7 +397,7 @@ def write_mutants(tree, finders, wanted, flags, jobs, are_tried):
             continue
         for message in filter(None, messages.values()):
             suspects = numbers_at_fault(message, texts, finders)
-            at_fault = next((group for group in suspects if group & set(wanted)), set())
+            at_fault = next((group & built_in for group in suspects if group & built_in), set())
             if not at_fault:
                 raise SystemExit(message[:4000])
             kept -= at_fault
