@@ -31,8 +31,8 @@ inline int read_chosen() {
   return number == nullptr ? 0 : std::atoi(number);
 }
 
-// Before they have their values no mutant is chosen. Plain variables, because some mutants are asked
-// for in the innermost of loops.
+// Before they have their values no mutant is chosen. Plain variables, because some mutants are
+// asked for in the innermost of loops.
 inline char* const reached = open_reached();
 inline const int chosen = read_chosen();
 
