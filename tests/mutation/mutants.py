@@ -298,15 +298,16 @@ def keyword_edits(finder, places):
 
 # What doesn't compile
 
-ERROR = re.compile(r"^([^:\n]+):(\d+):(\d+): (?:fatal )?error: ", re.M)
+ERROR = re.compile(r"^([^:\n]+):(\d+):(\d+): (?:fatal )?error: (.*)", re.M)
 WORD = re.compile(r"\w+")
 
 
 def numbers_at_fault(message_text, texts, finders):
     """The numbers of the mutants that the compiler's errors lie in. Where they lie in none, what is at
-    fault may be a constant named on the line, and failing that anything else on it."""
+    fault may be a constant named on the line or in the error, and failing that anything else on the
+    line."""
     enclosing, constants, on_line = set(), set(), set()
-    for file, line, column in ERROR.findall(message_text):
+    for file, line, column, complaint in ERROR.findall(message_text):
         name = next((name for name in texts if file.endswith("/" + name)), None)
         if name is None:
             continue
@@ -315,7 +316,7 @@ def numbers_at_fault(message_text, texts, finders):
         around = [int(match[1]) for match in MARK.finditer(text, 0, where + 1)
                   if text.find(CLOSING % int(match[1]), match.start()) > where]
         enclosing.update(around[-1:])
-        words = set(WORD.findall(lines[int(line) - 1]))
+        words = set(WORD.findall(lines[int(line) - 1] + " " + complaint))
         constants.update(place.mutant.number for finder in finders.values()
                          for constant in finder.constants if constant.name in words
                          for place in finder.places if constant.holds(place))
