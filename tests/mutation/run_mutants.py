@@ -315,12 +315,12 @@ def main():
         print("explained.txt explains what is no mutant:", *sorted(unknown), sep="\n  ")
         return 1
     explained = [mutant for mutant in found.values() if mutant.name() in names]
-    chosen = [number for number, mutant in found.items() if mutant.name() not in names]
+    to_run = [number for number, mutant in found.items() if mutant.name() not in names]
     if arguments.list:
-        print(*(found[number] for number in chosen), sep="\n")
+        print(*(found[number] for number in to_run), sep="\n")
         return 0
-    if not arguments.of_all and not arguments.again:
-        chosen = sample(chosen, arguments)
+    # Explained ones too, so that one more explanation needs no other build.
+    chosen = list(found) if arguments.of_all or arguments.again else sample(to_run, arguments)
 
     tree, folder = arguments.build / "tree", arguments.build / "build"
     copy_tree(tree, finders)
@@ -349,8 +349,8 @@ def main():
 
     survivors_file = arguments.build / "survivors.txt"
     last_survivors = survivors_file.read_text().splitlines() if arguments.again else []
-    tried = sample([number for number in sorted(kept) if not arguments.again or
-                    found[number].name() in last_survivors], arguments)
+    tried = sample([number for number in to_run if number in kept and
+                    (not arguments.again or found[number].name() in last_survivors)], arguments)
     ends = {}
     with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
         waiting = {pool.submit(outcome, found[number], tests): number for number in tried}
