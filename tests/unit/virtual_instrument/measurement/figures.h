@@ -70,7 +70,8 @@ inline std::string figures_of(const DynamicResistanceTest& test) {
 inline std::string figures_of(const ImpedanceTest& test) {
   std::string text;
   for (const kvr_TestData_Impedance_SingleTest& single : test.tests) {
-    text += figures(single.phase_mode + 0, single.avg_z, single.avg_z_percent);
+    text +=
+        figures(single.phase_mode + 0, single.avg_power_factor, single.avg_z, single.avg_z_percent);
     for (const kvr_TestData_Impedance_Phase& phase : single.phases) {
       text += figures(phase.phase_name, phase.high_side_phase, phase.low_side_phase,
                       phase.status + 0, phase.corrected + 0, phase.v_ratio, phase.test_frequency);
@@ -82,9 +83,9 @@ inline std::string figures_of(const ImpedanceTest& test) {
 }
 
 inline std::string figures_of(const kvr_TestData_Efficiency& data) {
-  std::string text =
-      figures(data.total_load_losses, data.total_no_load_losses, data.total_eddy_current,
-              data.total_hysteresis, data.total_losses, data.efficiency_percent);
+  std::string text = figures(data.duration_ms, data.total_load_losses, data.total_no_load_losses,
+                             data.total_eddy_current, data.total_hysteresis, data.total_losses,
+                             data.efficiency_percent);
   for (const kvr_TestData_Efficiency_Phase& phase : data.phases) {
     text += figures(phase.phase_name, phase.high_side_phase, phase.low_side_phase, phase.status + 0,
                     phase.corrected + 0, phase.ratio_tnr);

@@ -62,8 +62,8 @@ TEST(CheckSetup, RefusesANameplateThatGivesNoRatio) {
   };
   for (const Plate& plate :
        {Plate{0, 0, KVR_RES_OK}, Plate{0, 5, KVR_RES_OK}, Plate{5, 0, KVR_RES_INCORRECT_PARAMETERS},
-        Plate{-5, 1, KVR_RES_INCORRECT_PARAMETERS}, Plate{5, -1, KVR_RES_INCORRECT_PARAMETERS},
-        Plate{kNaN, 1, KVR_RES_INCORRECT_PARAMETERS}}) {
+        Plate{0.5F, 0, KVR_RES_INCORRECT_PARAMETERS}, Plate{-5, 1, KVR_RES_INCORRECT_PARAMETERS},
+        Plate{5, -1, KVR_RES_INCORRECT_PARAMETERS}, Plate{kNaN, 1, KVR_RES_INCORRECT_PARAMETERS}}) {
     kvr_TestSetup setup = setup_with_ratio(10);
     setup.windings[0].voltage = plate.high;
     setup.windings[1].voltage = plate.low;

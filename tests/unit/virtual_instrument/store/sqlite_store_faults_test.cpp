@@ -142,6 +142,13 @@ TEST(SqliteStoreFaults, EveryOperationOfAChangeCanFail) {
   }
 }
 
+TEST(SqliteStoreFaults, ACapacityBelowAPageIsFullAtOnce) {
+  const TemporaryFolder folder;
+  SqliteStore store({.path = folder.path() / "records.db", .capacity = 1});
+  EXPECT_EQ(store.save_new(*ratio_record("T1", 1, std::string(9000, 'x')).get(), 0),
+            KVR_RES_DISK_FULL);
+}
+
 // A power cut after the call must not take back what the call has reported as done.
 TEST(SqliteStoreFaults, EveryChangeIsOnTheDiskWhenItsCallReturns) {
   int syncs = 0;

@@ -453,6 +453,21 @@ TEST_F(StoreFilesTest, AFileThatAnotherHoldsIsRefusedAfterAWhile) {
   EXPECT_EQ(store.remove("T1"), KVR_RES_OK);
 }
 
+TEST_F(StoreFilesTest, AStatementThatCannotBePreparedSaysWhy) {
+  make_store();
+  run_sql(file_, "PRAGMA journal_mode = DELETE");
+  const SqliteConnection other(file_, SqliteAccess::kExisting, std::chrono::seconds(1));
+  other.run("BEGIN EXCLUSIVE");
+  const SqliteConnection connection(file_, SqliteAccess::kExisting, std::chrono::milliseconds(1));
+  kvr_code code = KVR_RES_OK;
+  try {
+    connection.prepare("SELECT number FROM records");
+  } catch (const StoreFailure& failure) {
+    code = failure.code;
+  }
+  EXPECT_EQ(code, KVR_RES_ANOTHER_INSTANCE_RUNNING);
+}
+
 TEST_F(StoreFilesTest, OpeningWaitsForAnotherThatIsStillMakingTheStore) {
   // The other has made the tables, but not the log: SQLite does not wait there by itself.
   make_store();
