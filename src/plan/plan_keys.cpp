@@ -206,8 +206,8 @@ Key method(std::string name, PlannedTest& test) {
 }  // namespace
 
 std::vector<Key> keys_of(Plan& plan) {
-  const Words<kvr_ConnectionType> connections{{"usb", KVR_CONNECTION_USB_WIFI},
-                                              {"service", KVR_CONNECTION_SERVICE}};
+  Words<kvr_ConnectionType> connections{{"usb", KVR_CONNECTION_USB_WIFI}};
+  connections.emplace_back("service", KVR_CONNECTION_SERVICE);
   return {word("connection.method", plan.connection, connections),
           text("connection.serial_port", plan.serial_port, kLongestText),
           flag("connection.debug", plan.debug),

@@ -61,7 +61,7 @@ SHIPPED_BENCHES = pathlib.Path(__file__).resolve().parents[2] / "virtual_instrum
 START_UPS = pathlib.Path(__file__).resolve().parents[1] / "sessions" / "start_up"
 MAIN_MENU = b"!!! === KVRU3 main menu === !!!\n"
 LEAVE_MAIN_MENU = b"0\n"
-SECONDS_TO_END = 10.0
+SECONDS_TO_END = 30.0
 SECONDS_OF_SILENCE = 0.4  # after which a program counts as waiting
 MOST_OUTPUT = 16 << 20  # bytes; a program that says more asks again and again, without a pause
 SHOWN_OF_TOO_MUCH = 4000  # bytes

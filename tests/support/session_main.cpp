@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/clock.h"
+#include "platform/platform.h"
 #include "shell/console_tester.h"
 #include "shell/tester_run.h"
 #include "shell/workbench.h"
@@ -45,5 +46,6 @@ int pause(const timespec* request, timespec*) {
 
 int main(int argc, char** argv) {
   program_clock = {look_at_clock, pause, watch};
-  return KVR_PROGRAM(std::vector<std::string>(argv + 1, argv + argc));
+  // As the programs themselves do: a stop may be ending the process on another thread.
+  platform::end_process(KVR_PROGRAM(std::vector<std::string>(argv + 1, argv + argc)));
 }
