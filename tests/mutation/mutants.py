@@ -1,4 +1,4 @@
-"""Writes mutants into a copy of src/.
+"""Writes mutants into a copy of the sources.
 
 All mutants of a file are compiled in together, each behind a question to mutant.h whether it is the
 chosen one, so that one build serves them all. A mutant changes one thing:
@@ -298,15 +298,16 @@ def keyword_edits(finder, places):
 
 # What doesn't compile
 
-ERROR = re.compile(r"^([^:\n]+):(\d+):(\d+): (?:fatal )?error: ", re.M)
+ERROR = re.compile(r"^([^:\n]+):(\d+):(\d+): (?:fatal )?error: (.*)", re.M)
 WORD = re.compile(r"\w+")
 
 
 def numbers_at_fault(message_text, texts, finders):
     """The numbers of the mutants that the compiler's errors lie in. Where they lie in none, what is at
-    fault may be a constant named on the line, and failing that anything else on it."""
+    fault may be a constant named on the line or in the error, and failing that anything else on the
+    line."""
     enclosing, constants, on_line = set(), set(), set()
-    for file, line, column in ERROR.findall(message_text):
+    for file, line, column, complaint in ERROR.findall(message_text):
         name = next((name for name in texts if file.endswith("/" + name)), None)
         if name is None:
             continue
@@ -315,7 +316,7 @@ def numbers_at_fault(message_text, texts, finders):
         around = [int(match[1]) for match in MARK.finditer(text, 0, where + 1)
                   if text.find(CLOSING % int(match[1]), match.start()) > where]
         enclosing.update(around[-1:])
-        words = set(WORD.findall(lines[int(line) - 1]))
+        words = set(WORD.findall(lines[int(line) - 1] + " " + complaint))
         constants.update(place.mutant.number for finder in finders.values()
                          for constant in finder.constants if constant.name in words
                          for place in finder.places if constant.holds(place))
@@ -323,18 +324,23 @@ def numbers_at_fault(message_text, texts, finders):
     return enclosing, constants, on_line
 
 
+def is_in_rooms(name, rooms):
+    """Whether a file or folder is one of these, or in one of them. Names are paths from the root."""
+    return any(name == room or name.startswith(room + "/") for room in rooms)
+
+
 def find_mutants(root, flags, rooms):
-    """The finders of all files of src/, or of these folders of it, by name, with the mutants numbered
-    from 1."""
+    """The finders of all files in these rooms, by name, with the mutants numbered from 1."""
     index = clang.cindex.Index.create()
     finders = {}
-    folder = root / "src"
 
     def is_wanted(file):
-        return (file.is_relative_to(folder) and
-                (not rooms or file.relative_to(folder).parts[0] in rooms))
+        return file.is_relative_to(root) and is_in_rooms(str(file.relative_to(root)), rooms)
 
-    for path in sorted(folder.rglob("*.cpp")):
+    for path in sorted(root / name for name in rooms):
+        if not path.exists():
+            raise SystemExit(f"there is no room {path.relative_to(root)}")
+    for path in sorted({*root.glob("src/**/*.cpp"), *root.glob("virtual_instrument/**/*.cpp")}):
         if "windows" in path.name or path.name.endswith("main.cpp") or not is_wanted(path):
             continue
         unit = index.parse(str(path), args=flags)
@@ -362,36 +368,44 @@ def find_mutants(root, flags, rooms):
     return finders
 
 
+def write_texts(tree, texts):
+    for name, text in texts.items():
+        path = tree / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        if not path.exists() or path.read_text() != text:
+            path.write_text(text)
+
+
 def write_mutants(tree, finders, wanted, flags, jobs, are_tried):
     """Writes the wanted mutants into `tree`, a copy; gives the numbers of those that compile. With
     `are_tried` not set all of them are known to."""
     kept = set(wanted)
     units = [name for name in finders if name.endswith(".cpp")]
-    pending = {place.mutant.file for finder in finders.values() for place in finder.places
-               if place.mutant.number in kept}
+    checked = units
+    all_hold = True  # whether what compiled before still does
     while True:
+        built_in = frozenset(kept)
         texts = {name: mutated(finder, kept) for name, finder in finders.items()}
-        for name in finders:
-            path = tree / name
-            path.parent.mkdir(parents=True, exist_ok=True)
-            if not path.exists() or path.read_text() != texts[name]:
-                path.write_text(texts[name])
+        write_texts(tree, texts)
         if not are_tried:
             return kept
-        # A header's faults show in every file that includes it.
-        checked = units if any(name.endswith(".h") for name in pending) else sorted(pending)
         messages = compile_all([tree / name for name in checked], flags, jobs)
-        suspects = numbers_at_fault("\n".join(messages.values()), texts, finders)
-        at_fault = next((group & kept for group in suspects if group & kept), None)
-        failed = {name for name, message in zip(checked, messages.values()) if message}
-        if not failed:
+        failed = [name for name, message in zip(checked, messages.values()) if message]
+        if not failed and all_hold:
             return kept
-        if not at_fault:
-            raise SystemExit("\n".join(message for message in messages.values() if message)[:4000])
-        kept -= at_fault
-        changed = {place.mutant.file for finder in finders.values() for place in finder.places
-                   if place.mutant.number in at_fault}
-        pending = failed | changed
+        if not failed:
+            checked, all_hold = units, True
+            continue
+        for message in filter(None, messages.values()):
+            suspects = numbers_at_fault(message, texts, finders)
+            at_fault = next((group & built_in for group in suspects if group & built_in), set())
+            if not at_fault:
+                raise SystemExit(message[:4000])
+            kept -= at_fault
+            changed = {place.mutant.file for finder in finders.values()
+                       for place in finder.places if place.mutant.number in at_fault}
+            all_hold = all_hold and not any(name.endswith(".h") for name in changed)
+        checked = failed
 
 
 def compile_all(paths, flags, jobs):

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -61,6 +62,45 @@ TEST_F(DemonstrationStore, HasEveryFamilyUnderIdsThatCanBeTyped) {
               testing::IsSupersetOf({KVR_TEST_RATIO_AUTO, KVR_TEST_RATIO_DOWN, KVR_TEST_EXCITATION,
                                      KVR_TEST_RESISTANCE, KVR_TEST_RESISTANCE_CONT, KVR_TEST_SCI,
                                      KVR_TEST_FRSL}));
+}
+
+/// What a list of records shows of each: ID, type and minutes after eight in the morning, then
+/// clock, and for each winding its voltage, type, tap changer and setting.
+std::string list_of(const std::vector<DemonstrationRecord>& records) {
+  constexpr std::int64_t kEight = 1709625600;
+  std::ostringstream text;
+  for (const DemonstrationRecord& each : records) {
+    const kvr_TestSetup& setup = each.record->setup;
+    text << each.record->record_id << " " << each.record->test_type + 0 << " "
+         << (each.time - kEight) / 60 << " |" << setup.connections[0].clock;
+    for (const kvr_WindingSetup& winding : setup.windings) {
+      text << " " << winding.voltage << "," << winding.winding_type + 0 << ","
+           << winding.tap_changer + 0 << "," << winding.winding_setting + 0;
+    }
+    text << "\n";
+  }
+  return text.str();
+}
+
+TEST_F(DemonstrationStore, IsADayOfTests) {
+  EXPECT_EQ(list_of(demonstration_records()),
+            R"(demo-excitation 16 0 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-demag 10 20 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-excitation2 16 40 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-excite-1ph 16 60 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-go-no-go 17 80 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-ratio-auto 4 100 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-ratio-down 1 120 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-ratio-1ph 1 140 |100 44.0013,0,2,1 1,0,3,1 0,0,0,1
+demo-balance 14 160 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-resistance 8 180 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-continuous 9 200 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-drm 18 220 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-impedance 11 240 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-stray-loss 12 260 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-efficiency 13 280 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+demo-heat-run 15 300 |11 11000,1,2,1 433,3,3,1 0,0,0,1
+)");
 }
 
 TEST_F(DemonstrationStore, AnAutomaticRatioNestsBothDirections) {

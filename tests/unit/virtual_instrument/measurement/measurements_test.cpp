@@ -28,6 +28,20 @@ double first_reading(const ResistanceTest& test, Side side) {
   return test.sides[index(side)].front().points.front().data.rm;
 }
 
+TEST(FamilySettings, AreThoseOfADemonstrationInstrument) {
+  const FamilySettings settings = family_settings(60);
+  EXPECT_EQ(settings.measurement.samples_per_period, 64);
+  EXPECT_EQ(settings.measurement.periods, 10);
+  EXPECT_EQ(settings.measurement.noise, 0);
+  EXPECT_EQ(settings.line_frequency, 60);
+  EXPECT_EQ(settings.test_voltage, 100);
+  EXPECT_EQ(settings.direct_voltage, 50);
+  EXPECT_EQ(settings.direct_current, 10);
+  EXPECT_EQ(settings.corrected_to, 75);
+  EXPECT_EQ(settings.minimum_inductance, 0.1);
+  EXPECT_EQ(settings.seed, 1U);
+}
+
 // ---- resistance
 
 TEST(Resistance, GrowsWithTheTemperatureOfCopper) {
@@ -371,6 +385,21 @@ TEST(GoNoGo, AHealthyUnitGoes) {
   EXPECT_EQ(data.status_open_circuit, KVR_RES_OK);
   EXPECT_EQ(data.status_short_circuit, KVR_RES_OK);
   EXPECT_EQ(data.status_minimum_inductance, KVR_RES_OK);
+}
+
+TEST(GoNoGo, AnOpenLeadShowsAtEitherEndOfAWinding) {
+  for (int terminal = 0; terminal < 4; ++terminal) {
+    TransformerUnit unit = three_phase_unit();
+    unit.faults.open_lead[Side::low][static_cast<std::size_t>(terminal)] = true;
+    EXPECT_EQ(go_no_go_test(unit, family_settings(50)).status_open_circuit, KVR_RES_OPEN_CIRCUIT_X)
+        << terminal;
+  }
+  for (const int terminal : {1, 2}) {
+    TransformerUnit unit = single_phase_unit();
+    unit.faults.open_lead[Side::high][static_cast<std::size_t>(terminal)] = true;
+    EXPECT_EQ(go_no_go_test(unit, family_settings(60)).status_open_circuit, KVR_RES_OPEN_CIRCUIT_H)
+        << terminal;
+  }
 }
 
 TEST(GoNoGo, FaultsShow) {

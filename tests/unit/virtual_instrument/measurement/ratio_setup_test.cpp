@@ -62,8 +62,8 @@ TEST(CheckSetup, RefusesANameplateThatGivesNoRatio) {
   };
   for (const Plate& plate :
        {Plate{0, 0, KVR_RES_OK}, Plate{0, 5, KVR_RES_OK}, Plate{5, 0, KVR_RES_INCORRECT_PARAMETERS},
-        Plate{-5, 1, KVR_RES_INCORRECT_PARAMETERS}, Plate{5, -1, KVR_RES_INCORRECT_PARAMETERS},
-        Plate{kNaN, 1, KVR_RES_INCORRECT_PARAMETERS}}) {
+        Plate{0.5F, 0, KVR_RES_INCORRECT_PARAMETERS}, Plate{-5, 1, KVR_RES_INCORRECT_PARAMETERS},
+        Plate{5, -1, KVR_RES_INCORRECT_PARAMETERS}, Plate{kNaN, 1, KVR_RES_INCORRECT_PARAMETERS}}) {
     kvr_TestSetup setup = setup_with_ratio(10);
     setup.windings[0].voltage = plate.high;
     setup.windings[1].voltage = plate.low;
@@ -109,6 +109,45 @@ TEST(CheckLimits, EndsATestThatLeavesTheRangeOfTheInstrument) {
   SampledTest test = sine_test(Side::high, {sine(100), sine(10)}, sine(1, -1));
   test.voltage[Side::low][3] = -1001;
   EXPECT_EQ(check_limits(test, 0, bench().instrument), KVR_RES_ADC_OVERFLOW);
+}
+
+TEST(CheckLimits, TakesWhatIsExactlyAtALimit) {
+  // Constant samples have exactly their value as r.m.s. and as peak, and no fundamental.
+  const auto code = [](double source, double induced, double current, double current_peak) {
+    SampledTest test =
+        sine_test(Side::high, {Samples(32, source), Samples(32, induced)}, Samples(32, current));
+    test.current[Side::high][0] = current_peak;
+    return check_limits(test, 0, bench().instrument);
+  };
+  EXPECT_EQ(code(1, 1, 2, 2), KVR_RES_OK);
+  EXPECT_EQ(code(1, 1, 2, 2.001), KVR_RES_EXCITATION_CURRENT_TOO_HIGH);
+  EXPECT_EQ(code(1, 500, 1, 1), KVR_RES_OK);
+  EXPECT_EQ(code(1, 500.001, 1, 1), KVR_RES_INDUCED_VOLTAGE_TOO_HIGH);
+  EXPECT_EQ(code(1000, 1, 1, 1), KVR_RES_OK);
+  EXPECT_EQ(code(1000.001, 1, 1, 1), KVR_RES_ADC_OVERFLOW);
+  EXPECT_EQ(code(0, 1, 0, 5), KVR_RES_OK);
+  EXPECT_EQ(code(0, 1, 0, 5.001), KVR_RES_ADC_OVERFLOW);
+  SampledTest peaked =
+      sine_test(Side::high, {Samples(32, 1.0), Samples(32, 0.0)}, Samples(32, 1.0));
+  peaked.voltage[Side::low][5] = -1000;
+  EXPECT_EQ(check_limits(peaked, 0, bench().instrument), KVR_RES_OK);
+  peaked.voltage[Side::low][5] = -1000.001;
+  EXPECT_EQ(check_limits(peaked, 0, bench().instrument), KVR_RES_ADC_OVERFLOW);
+}
+
+TEST(ShouldStepUp, DecidesAtItsLimits) {
+  Bench limits = bench();
+  limits.measurement.smallest_voltage = 0.0625;
+  const auto steps_up = [&limits](double high, double low, double test_voltage) {
+    return should_step_up(
+        sine_test(Side::high, {Samples(32, high), Samples(32, low)}, Samples(32, 1.0)),
+        test_voltage, limits);
+  };
+  EXPECT_FALSE(steps_up(1, 0.0625, 1));
+  EXPECT_TRUE(steps_up(1, 0.03125, 1));
+  EXPECT_TRUE(steps_up(0.03125 * kHighestStepUpRatio, 0.03125, 0.1));
+  EXPECT_FALSE(steps_up(0.03125 * (kHighestStepUpRatio + 1), 0.03125, 0.1));
+  EXPECT_TRUE(steps_up(0.03125 * 250, 0.03125, 2));
 }
 
 TEST(CheckLimits, CallsACurrentCapacitiveThatLeadsByMoreThanAnEighthOfATurn) {

@@ -44,6 +44,7 @@ TEST(Samples, FrequencyComesFromPassagesThroughZero) {
   EXPECT_NEAR(measured_frequency(wave(10, -2, 0, 2), 64 * 60.0), 60, 1e-9);
   EXPECT_EQ(measured_frequency(Samples(100, 0.0), 1000), 0);
   EXPECT_EQ(measured_frequency(Samples{-1, 1, 2, 1}, 1000), 0);
+  EXPECT_DOUBLE_EQ(measured_frequency(Samples{-1, 1, -1}, 1000), 500);
 }
 
 TEST(Samples, FrequencyIsNotMistakenForNoise) {

@@ -296,6 +296,9 @@ TEST(ThreePhaseRatio, RefusesWhatItCannotTest) {
   EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_PHASING_INCORRECT);
   bad.setup.connections[0].clock = 2;
   EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_PHASING_INCORRECT);
+  bad.setup.windings[1].winding_type = bad.setup.windings[0].winding_type;
+  bad.setup.connections[0].clock = 1;
+  EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_PHASING_INCORRECT);
 }
 
 // ---- faults
@@ -304,8 +307,12 @@ TEST(ThreePhaseRatio, AnOpenLeadOfTheExcitedSideIsNamed) {
   for (int terminal = 1; terminal <= 3; ++terminal) {
     TransformerUnit unit = three_phase_unit();
     unit.faults.open_lead[Side::high][static_cast<std::size_t>(terminal)] = true;
-    EXPECT_EQ(measure(unit, step_down(unit)).code,
-              static_cast<kvr_code>(KVR_RES_OPEN_LEAD_H0 + terminal));
+    const ThreePhaseRatio result = measure(unit, step_down(unit));
+    const auto expected = static_cast<kvr_code>(KVR_RES_OPEN_LEAD_H0 + terminal);
+    EXPECT_EQ(result.code, expected);
+    for (const kvr_TestData_Ratio_Phase& phase : result.data.phases) {
+      EXPECT_EQ(phase.status, expected);
+    }
   }
 }
 

@@ -227,6 +227,19 @@ TEST_F(Faults, AHangEndsWithAShutdown) {
   }
 }
 
+// A hang looks at the bench again and again, but only a word wakes a delay.
+TEST_F(Faults, ACancelWakesACallThatIsDelayed) {
+  start();
+  set_bench(fault("kvr_LockAPI", "delay = 30"));
+  std::future<kvr_code> delayed = std::async(std::launch::async, [] { return kvr_LockAPI(); });
+  while (kvr_CancelOperation() != KVR_RES_OK) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(delayed.wait_for(std::chrono::seconds(15)), std::future_status::ready)
+      << "the cancel did not wake the call: it waits for the end of its delay";
+  EXPECT_EQ(delayed.get(), KVR_RES_OPERATION_CANCELLED);
+}
+
 TEST_F(Faults, AHangEndsWithTheBenchThatHasIt) {
   start();
   set_bench(fault("kvr_GetStatus", "hang = true"));

@@ -11,6 +11,9 @@
 #include <vector>
 
 #include "unit/virtual_instrument/session/client.h"
+#include "virtual_instrument/bench/bench_reader.h"
+#include "virtual_instrument/bench/bench_unit.h"
+#include "virtual_instrument/measurement/single_phase_ratio.h"
 
 namespace virtual_instrument {
 namespace {
@@ -242,6 +245,35 @@ TEST_F(TestRun, TheInterlockEndsIt) {
     set_bench(std::string(kLong) + "[status]\ninterlock_on = true\n");
   };
   EXPECT_EQ(run().code, KVR_RES_INTERLOCK_ON);
+}
+
+/// The turns ratios that tests of a session on this bench measure.
+std::vector<double> ratios_on(const std::string& text, std::uint64_t first_seed, int count) {
+  const Bench bench = read_bench(text, "bench", built_in_bench()).bench;
+  TransformerUnit unit = make_unit(bench);
+  std::vector<double> ratios;
+  for (int number = 0; number < count; ++number) {
+    const SinglePhaseRatio outcome =
+        measure_single_phase_ratio(unit, ratio_1ph_request(KVR_TEST_RATIO_DOWN, 8, 10), bench,
+                                   first_seed + static_cast<std::uint64_t>(number));
+    unit.core.residual_flux = outcome.residual_flux;
+    ratios.push_back(outcome.data.phase.tnr);
+  }
+  return ratios;
+}
+
+TEST_F(TestRun, NoiseIsThatOfTheSeedAndOfTheNumberOfTheTest) {
+  for (const int seed : {1, 2}) {
+    const std::string bench =
+        "[measurement]\nduration = 0\nnoise = 1\nseed = " + std::to_string(seed) + "\n";
+    start(bench);
+    for (const double ratio : ratios_on(bench, static_cast<std::uint64_t>(seed) << 32, 3)) {
+      const TestAnswer answer = test();
+      ASSERT_EQ(answer.code, KVR_RES_OK);
+      EXPECT_NEAR(answer.record->data_ratio_1ph[0]->phase.tnr, ratio, 1e-9) << "seed " << seed;
+    }
+    EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
+  }
 }
 
 TEST_F(TestRun, ALostConnectionEndsIt) {

@@ -142,6 +142,32 @@ TEST(SqliteStoreFaults, EveryOperationOfAChangeCanFail) {
   }
 }
 
+TEST(SqliteStoreFaults, ACapacityBelowAPageIsFullAtOnce) {
+  const TemporaryFolder folder;
+  SqliteStore store({.path = folder.path() / "records.db", .capacity = 1});
+  EXPECT_EQ(store.save_new(*ratio_record("T1", 1, std::string(9000, 'x')).get(), 0),
+            KVR_RES_DISK_FULL);
+}
+
+// A power cut after the call must not take back what the call has reported as done.
+TEST(SqliteStoreFaults, EveryChangeIsOnTheDiskWhenItsCallReturns) {
+  int syncs = 0;
+  const WatchedDisk disk([&syncs](const DiskChange& change) {
+    syncs += change.what == "sync" ? 1 : 0;
+    return SQLITE_OK;
+  });
+  const TemporaryFolder folder;
+  const fs::path file = folder.path() / "records.db";
+  write_file(file, bytes_before());
+  SqliteStore store({.path = file});
+  ASSERT_EQ(store.save_new(*ratio_record("T9", 9).get(), 0), KVR_RES_OK);  // begins the log
+  for (const Change& change : kChanges) {
+    syncs = 0;
+    EXPECT_EQ(change.make(store), KVR_RES_OK) << change.name;
+    EXPECT_GT(syncs, 0) << change.name;
+  }
+}
+
 TEST(SqliteStoreFaults, EveryOperationOfCreatingAStoreCanFail) {
   for (const Fault& fault : kFaults) {
     FailingDisk disk(fault, true);

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -215,6 +216,37 @@ TEST_F(StoreFilesTest, AGarbledHeadOfTheFileIsADatabaseError) {
   expect_refused(KVR_RES_SQL_DATABASE_ERROR, "the list of tables");
 }
 
+/// Lets the file grow to this size by a table beside ours.
+void grow_to(const fs::path& file, std::uintmax_t size) {
+  constexpr std::uintmax_t kPage = 4096;
+  run_sql(file, "CREATE TABLE IF NOT EXISTS ballast (bytes BLOB)");
+  while (fs::file_size(file) < size) {
+    const std::uintmax_t missing = size - fs::file_size(file);
+    const std::uintmax_t bytes = missing > 100 * kPage ? missing - 50 * kPage : 5000;
+    run_sql(file, "INSERT INTO ballast VALUES (zeroblob(" + std::to_string(bytes) + "))");
+  }
+  ASSERT_EQ(fs::file_size(file), size);
+}
+
+// The number of free pages in the file's head is only compared when the whole file is checked.
+TEST_F(StoreFilesTest, AFileUpTo32MebibytesIsCheckedWhole) {
+  constexpr std::uintmax_t kCheckedWhole = 32 << 20;
+  constexpr std::uintmax_t kPage = 4096;
+  constexpr std::size_t kFreePages = 39;
+  make_store();
+  for (const bool larger : {false, true}) {
+    run_sql(file_, "PRAGMA journal_mode = DELETE");
+    grow_to(file_, kCheckedWhole + (larger ? kPage : 0));
+    std::fstream file(file_, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(kFreePages).put('\1').flush();
+    {
+      SqliteStore store({.path = file_});
+      EXPECT_EQ(store.state(), larger ? KVR_RES_OK : KVR_RES_SQL_DATABASE_ERROR);
+    }
+    file.seekp(kFreePages).put('\0');
+  }
+}
+
 TEST_F(StoreFilesTest, AFileThatIsCutIsADatabaseError) {
   make_store();
   const std::string whole = bytes_of_file(file_);
@@ -380,6 +412,26 @@ TEST_F(StoreFilesTest, AStoreOnADiskThatCannotBeWrittenCanBeRead) {
   expect_reading_only(store);
 }
 
+// Without a write-ahead log SQLite needs no file beside the store, so it notices what others write.
+TEST_F(StoreFilesTest, AStoreThatCannotBeWrittenShowsWhatAnotherWrites) {
+  make_store();
+  run_sql(file_, "PRAGMA journal_mode = DELETE");
+  TemporaryFolder elsewhere;
+  const fs::path other = elsewhere.path() / "records.db";
+  fs::copy_file(file_, other);
+  {
+    SqliteStore store({.path = other});
+    ASSERT_EQ(store.remove("T1"), KVR_RES_OK);
+  }
+  run_sql(other, "PRAGMA journal_mode = DELETE");
+  disk_.set_read_only();
+  SqliteStore store({.path = file_});
+  ASSERT_EQ(store.state(), KVR_RES_OK);
+  expect_reading_only(store);
+  write_file(file_, bytes_of_file(other));
+  EXPECT_EQ(contents_of(store), "T2#1:3 ");
+}
+
 TEST_F(StoreFilesTest, NoStoreIsMadeOnADiskThatCannotBeWritten) {
   disk_.set_read_only();
   SqliteStore store({.path = file_});
@@ -399,6 +451,21 @@ TEST_F(StoreFilesTest, AFileThatAnotherHoldsIsRefusedAfterAWhile) {
     EXPECT_EQ(contents_of(store), kWhole);  // reading still works
   }
   EXPECT_EQ(store.remove("T1"), KVR_RES_OK);
+}
+
+TEST_F(StoreFilesTest, AStatementThatCannotBePreparedSaysWhy) {
+  make_store();
+  run_sql(file_, "PRAGMA journal_mode = DELETE");
+  const SqliteConnection other(file_, SqliteAccess::kExisting, std::chrono::seconds(1));
+  other.run("BEGIN EXCLUSIVE");
+  const SqliteConnection connection(file_, SqliteAccess::kExisting, std::chrono::milliseconds(1));
+  kvr_code code = KVR_RES_OK;
+  try {
+    connection.prepare("SELECT number FROM records");
+  } catch (const StoreFailure& failure) {
+    code = failure.code;
+  }
+  EXPECT_EQ(code, KVR_RES_ANOTHER_INSTANCE_RUNNING);
 }
 
 TEST_F(StoreFilesTest, OpeningWaitsForAnotherThatIsStillMakingTheStore) {
