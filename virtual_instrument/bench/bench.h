@@ -55,6 +55,14 @@ struct StatusSettings {
   bool secondary_sd_error;
 };
 
+/// What a three-phase core is like outside its limbs.
+enum class CoreForm {
+  three_limb,  ///< flux returns through oil and tank
+  five_limb,   ///< through two outer limbs
+  shell,       ///< the same, of twice the section
+  bank,        ///< three single-phase units
+};
+
 /// The nameplate of a transformer and the equivalent circuit of one limb: windings and core, with
 /// values seen from the high side at the middle tap. Reactances are those at `frequency`; fluxes
 /// are per unit of the peak flux at rated voltage and frequency.
@@ -76,7 +84,9 @@ struct TransformerSettings {
   double core_resistance;
   double hysteresis_share;  ///< of the core losses at `frequency`
   double magnetizing_reactance;
-  double yoke_ratio;  ///< see Core
+  CoreForm core_form;
+  double zero_sequence_impedance;  ///< percent of the rated one, of a three-limb core; 0: closed
+  double yoke_ratio;               ///< see Core
   double low_flux_excess;
   double low_flux;
   bool saturation;

@@ -25,6 +25,14 @@ bool has_limbs_of_defects(const Bench& bench) {
                      [](const ShortedTurns& turns) { return turns.limb == 0; });
 }
 
+/// Whether only windings that have halves have a reversed half.
+bool has_halves_of_defects(const Bench& bench) {
+  return std::all_of(kSides.begin(), kSides.end(), [&bench](Side side) {
+    return is_zigzag(winding_type(bench.transformer.vector_group, side)) ||
+           bench.defects.reversed_half[side] == std::array<std::array<bool, 2>, 3>{};
+  });
+}
+
 /// Whether each winding keeps some turns that are not shorted.
 bool has_sound_turns(const Bench& bench) {
   BySide<std::array<double, 3>> shorted{};
@@ -74,6 +82,9 @@ const Agreement kAgreements[] = {
     {{"leads.reversed", "shorted_turns", "transformer.vector_group"},
      "expected limb A alone in a single-phase unit",
      has_limbs_of_defects},
+    {{"leads.reversed", "transformer.vector_group"},
+     "expected halves, such as XA1, of a zigzag winding alone",
+     has_halves_of_defects},
     {{"faults.failed_phases"},
      "expected with kvr_Test_Ratio_1ph or kvr_Test_Ratio_3ph alone",
      fails_phases_of_tests},

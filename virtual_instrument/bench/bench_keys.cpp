@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -67,16 +68,12 @@ struct Named {
   Value value;
 };
 
-constexpr Named<kvr_TapChangerType> kTapChangers[] = {
-    {"none", KVR_TAP_CHANGER_NONE},
-    {"DETC", KVR_TAP_CHANGER_DETC},
-    {"OLTC", KVR_TAP_CHANGER_OLTC},
-};
-
-Key tap_changer(std::string name, kvr_TapChangerType& target) {
-  return {std::move(name), "\"none\", \"DETC\" or \"OLTC\"", [&target](const TomlValue& value) {
+template <typename Value>
+Key named(std::string name, std::string expected, std::span<const Named<Value>> names,
+          Value& target) {
+  return {std::move(name), std::move(expected), [names, &target](const TomlValue& value) {
             const std::optional<std::string> given = text_in(value);
-            for (const auto& known : kTapChangers) {
+            for (const Named<Value>& known : names) {
               if (given == known.name) {
                 target = known.value;
                 return true;
@@ -85,6 +82,19 @@ Key tap_changer(std::string name, kvr_TapChangerType& target) {
             return false;
           }};
 }
+
+constexpr Named<kvr_TapChangerType> kTapChangers[] = {
+    {"none", KVR_TAP_CHANGER_NONE},
+    {"DETC", KVR_TAP_CHANGER_DETC},
+    {"OLTC", KVR_TAP_CHANGER_OLTC},
+};
+
+constexpr Named<CoreForm> kCoreForms[] = {
+    {"three-limb", CoreForm::three_limb},
+    {"five-limb", CoreForm::five_limb},
+    {"shell", CoreForm::shell},
+    {"bank", CoreForm::bank},
+};
 
 /// A terminal, or the winding on a limb.
 struct Place {
@@ -104,20 +114,46 @@ std::optional<Place> place_of(std::string_view name, std::string_view numbers) {
 constexpr std::string_view kTerminalNumbers = "0123";
 constexpr std::string_view kLimbLetters = "ABC";
 
-/// A list of terminals or windings, each of which sets a flag.
-template <std::size_t count>
-Key places(std::string name, std::string expected, std::string_view numbers,
-           BySide<std::array<bool, count>>& target) {
-  return {std::move(name), std::move(expected), [&target, numbers](const TomlValue& value) {
+Key terminals(std::string name, BySide<std::array<bool, 4>>& target) {
+  return {std::move(name), "a list of terminals, of H0 to H3 and X0 to X3",
+          [&target](const TomlValue& value) {
             target = {};
-            return take_texts(value, [&](const std::string& text) {
-              const auto place = place_of(text, numbers);
+            return take_texts(value, [&target](const std::string& text) {
+              const auto place = place_of(text, kTerminalNumbers);
               if (place) {
                 target[place->side][index(place->number)] = true;
               }
               return place.has_value();
             });
           }};
+}
+
+/// A half of a zigzag winding: as in "XA1".
+bool take_half(std::string_view name, BySide<std::array<std::array<bool, 2>, 3>>& target) {
+  const auto place = place_of(name.substr(0, 2), kLimbLetters);
+  if (!place || name.size() != 3 || (name[2] != '1' && name[2] != '2')) {
+    return false;
+  }
+  target[place->side][index(place->number)][name[2] == '1' ? 0 : 1] = true;
+  return true;
+}
+
+Key reversed_windings(std::string name, UnitFaults& target) {
+  return {
+      std::move(name),
+      "a list of limb windings, of HA, HB, HC, XA, XB and XC, and of halves of zigzag windings, "
+      "of HA1, HA2, ... XC2",
+      [&target](const TomlValue& value) {
+        target.reversed_winding = {};
+        target.reversed_half = {};
+        return take_texts(value, [&target](const std::string& text) {
+          if (const auto place = place_of(text, kLimbLetters)) {
+            target.reversed_winding[place->side][index(place->number)] = true;
+            return true;
+          }
+          return take_half(text, target.reversed_half);
+        });
+      }};
 }
 
 Key phases(std::string name, std::array<bool, 3>& target) {
@@ -247,6 +283,11 @@ std::vector<Key> keys_of(Bench& bench) {
       number("transformer.hysteresis_share", transformer.hysteresis_share, 0, 1, ""),
       number("transformer.magnetizing_reactance", transformer.magnetizing_reactance, 1e-3,
              kHighestOhm, "ohm"),
+      named<CoreForm>("transformer.core_form",
+                      "\"three-limb\", \"five-limb\", \"shell\" or \"bank\"", kCoreForms,
+                      transformer.core_form),
+      number("transformer.zero_sequence_impedance", transformer.zero_sequence_impedance, 0, 1e6,
+             "percent"),
       number("transformer.yoke_ratio", transformer.yoke_ratio, 0, 100, ""),
       number("transformer.low_flux_excess", transformer.low_flux_excess, 0, 1000, ""),
       number("transformer.low_flux", transformer.low_flux, 1e-9, 1000, "per unit"),
@@ -259,7 +300,8 @@ std::vector<Key> keys_of(Bench& bench) {
       number("transformer.remanence_excess", transformer.remanence_excess, 0, 1000, ""),
       number("transformer.capacitance", transformer.capacitance, 0, 1e6, "nF"),
 
-      tap_changer("taps.type", bench.taps.type),
+      named<kvr_TapChangerType>("taps.type", "\"none\", \"DETC\" or \"OLTC\"", kTapChangers,
+                                bench.taps.type),
       whole("taps.first", bench.taps.first, 0, 1000),
       whole("taps.last", bench.taps.last, 0, 1000),
       whole("taps.middle", bench.taps.middle, 0, 1000),
@@ -267,10 +309,8 @@ std::vector<Key> keys_of(Bench& bench) {
       number("taps.step", bench.taps.step, -20, 20, "percent"),
       number("taps.transition_resistance", bench.taps.transition_resistance, 0, 1e6, "ohm"),
 
-      places("leads.open", "a list of terminals, of H0 to H3 and X0 to X3", kTerminalNumbers,
-             bench.defects.open_lead),
-      places("leads.reversed", "a list of limb windings, of HA, HB, HC, XA, XB and XC",
-             kLimbLetters, bench.defects.reversed_winding),
+      terminals("leads.open", bench.defects.open_lead),
+      reversed_windings("leads.reversed", bench.defects),
 
       number("measurement.duration", measurement.duration, 0, 86400, "s"),
       whole("measurement.steps", measurement.steps, 1, 1000000),

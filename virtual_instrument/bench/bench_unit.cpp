@@ -4,8 +4,35 @@
 #include <limits>
 #include <numbers>
 
+#include "virtual_instrument/model/iron_shape.h"
+
 namespace virtual_instrument {
 namespace {
+
+/// Rated voltage over rated current of a limb winding of the high side, in ohm.
+double rated_limb_impedance(const TransformerSettings& settings) {
+  const double volts = settings.high_voltage / line_voltage_factor(settings.vector_group.high);
+  return 3 * volts * volts / (settings.kva * 1000);
+}
+
+/// Flux outside the limbs of a three-phase core.
+OutsidePath outside_path(const TransformerSettings& settings) {
+  switch (settings.core_form) {
+    case CoreForm::three_limb: {
+      const double impedance =
+          settings.zero_sequence_impedance / 100 * rated_limb_impedance(settings);
+      return impedance > 0 ? OutsidePath{true, tank_reluctance(impedance, settings.frequency), 0, 1}
+                           : OutsidePath{};
+    }
+    case CoreForm::five_limb:
+      // A limb and the yokes to it on either side, each of half a limb's section.
+      return {true, 0, 1 + settings.yoke_ratio, 1};
+    case CoreForm::shell:
+      return {true, 0, 1 + settings.yoke_ratio, 2};
+    default:
+      return {true, 0, 0, 1};
+  }
+}
 
 Core make_core(const TransformerSettings& settings, double omega, double rated_flux) {
   Core core{};
@@ -18,13 +45,17 @@ Core make_core(const TransformerSettings& settings, double omega, double rated_f
                                             : std::numeric_limits<double>::infinity();
   core.limb.knee_width = settings.knee_width * rated_flux;
   core.limb.saturated_inductance = settings.saturated_reactance / omega;
-  core.yoke_ratio = settings.yoke_ratio;
+  core.yoke_ratio = settings.core_form == CoreForm::bank ? 0 : settings.yoke_ratio;
   for (std::size_t limb = 0; limb < static_cast<std::size_t>(core.limbs); ++limb) {
     core.residual_flux[limb] = settings.residual_flux[limb] * rated_flux;
   }
   core.remanence_excess = settings.remanence_excess;
   core.hysteresis_share = settings.hysteresis_share;
   core.reference_frequency = settings.frequency;
+  if (core.limbs == 3) {
+    core.outside = outside_path(settings);
+  }
+  shape_iron(core, rated_flux);
   return core;
 }
 

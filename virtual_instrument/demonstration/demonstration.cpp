@@ -8,6 +8,7 @@
 #include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/single_phase_ratio.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
+#include "virtual_instrument/model/iron_shape.h"
 #include "virtual_instrument/recording/nested_records.h"
 #include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/vocabulary/code_names.h"
@@ -206,9 +207,10 @@ TransformerUnit demonstration_unit() {
   limb.knee_flux = 1.15 * rated;
   limb.knee_width = 0.08 * rated;
   limb.saturated_inductance = limb.inductance / 500;
-  limb.low_flux_excess = 1.5;
-  limb.low_flux = 0.02 * rated;
   unit.core.remanence_excess = 2;
+  // 0.9 times the rated impedance of a limb winding between its ends.
+  unit.core.outside = {true, tank_reluctance(0.9 * 3 * 11000 * 11000 / 500e3, kFrequency), 0, 1};
+  shape_iron(unit.core, rated);
   unit.core.residual_flux = {0.55 * rated, -0.35 * rated, -0.2 * rated};
   return unit;
 }

@@ -13,10 +13,12 @@
 namespace virtual_instrument {
 namespace {
 
-/// The swings of the flux, and the fraction of a swing that remains in the steel.
+/// The swings of the flux.
 constexpr double kFirstSwing = 1.2;  ///< as a multiple of the knee
 constexpr double kNextSwing = 0.7;   ///< as a multiple of the swing before
 constexpr double kLastSwing = 0.01;  ///< as a multiple of the knee
+
+/// The fraction of a swing that remains in steel whose hysteresis is no loop.
 constexpr double kRetention = 0.5;
 
 struct LimbDemag {
@@ -25,19 +27,28 @@ struct LimbDemag {
 };
 
 /// Swings of decreasing size in alternating directions; each lasts until the direct voltage has
-/// reversed the flux.
-LimbDemag demagnetise(double residual, double knee, double voltage) {
+/// reversed the flux. Then the current ends, and the flux settles where its loop holds it.
+LimbDemag demagnetise(const Core& core, std::size_t limb, double voltage) {
+  const double knee = core.limb.knee_flux;
+  const StopElements elements = stop_elements(core.loop);
+  StopState state = residual_state(core, static_cast<int>(limb));
+  double flux = core.residual_flux[limb];
   double swing = kFirstSwing * knee;
-  double sign = residual > 0 ? -1 : 1;
-  double flux = residual;
+  double sign = flux > 0 ? -1 : 1;
   double seconds = 0;
   while (swing > kLastSwing * knee) {
-    seconds += std::abs(sign * swing - flux) / voltage;
-    flux = sign * swing * kRetention;
+    const double change = sign * swing - flux;
+    seconds += std::abs(change) / voltage;
+    if (has_loop(core)) {
+      move(elements, state, change);
+      flux = sign * swing;
+    } else {
+      flux = sign * swing * kRetention;
+    }
     swing *= kNextSwing;
     sign = -sign;
   }
-  return {flux, seconds};
+  return {has_loop(core) ? flux_without_force(core, state, flux) : flux, seconds};
 }
 
 /// The side whose limb windings each lie between two terminals.
@@ -137,10 +148,9 @@ DemagTest demag_test(const TransformerUnit& unit, const FamilySettings& settings
     return test;
   }
   double seconds = 0;
-  const auto pairs = phase_pairs(unit, Side::high);
+  const auto pairs = limb_pairs(unit, Side::high);
   for (std::size_t limb = 0; limb < pairs.size(); ++limb) {
-    const LimbDemag result =
-        demagnetise(unit.core.residual_flux[limb], knee, settings.direct_voltage);
+    const LimbDemag result = demagnetise(unit.core, limb, settings.direct_voltage);
     kvr_TestData_Demag_Phase phase{};
     fill_field(phase.demag_phase, pair_name(Side::high, pairs[limb]));
     phase.remanence_initial = static_cast<float>(std::abs(unit.core.residual_flux[limb]) / knee);
@@ -164,9 +174,9 @@ MagneticBalanceTest magnetic_balance_test(const TransformerUnit& unit,
   test.data.side = *side == Side::low ? 0 : 1;
   Noise noise(settings.seed);
   const Network network = unit_network(unit, kInputResistance);
-  const auto pairs = phase_pairs(unit, *side);
-  const auto high_pairs = phase_pairs(unit, Side::high);
-  const auto low_pairs = phase_pairs(unit, Side::low);
+  const auto pairs = limb_pairs(unit, *side);
+  const auto high_pairs = limb_pairs(unit, Side::high);
+  const auto low_pairs = limb_pairs(unit, Side::low);
   for (int row = 0; row < 3; ++row) {
     kvr_TestData_MagneticBalance_Row& result = test.data.rows[row];
     fill_field(result.high_label, pair_name(Side::high, high_pairs[index(row)]));

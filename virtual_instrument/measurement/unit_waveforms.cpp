@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <numbers>
 
+#include "virtual_instrument/model/index.h"
+
 namespace virtual_instrument {
 namespace {
 
@@ -75,6 +77,17 @@ std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, Side side) {
   std::vector<TerminalPair> pairs = terminal_pairs(type);
   if (has_neutral(type)) {
     pairs.erase(pairs.begin(), pairs.begin() + 3);
+  }
+  return pairs;
+}
+
+std::vector<TerminalPair> limb_pairs(const TransformerUnit& unit, Side side) {
+  std::vector<TerminalPair> pairs = phase_pairs(unit, side);
+  const kvr_WindingType type = winding_type(unit.group, side);
+  if (type == KVR_WINDING_D || type == KVR_WINDING_YN) {
+    for (const PhaseWinding& winding : phase_windings(unit.group)[side]) {
+      pairs[index(winding.limb)] = winding.terminals;
+    }
   }
   return pairs;
 }

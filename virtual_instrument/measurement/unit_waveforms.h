@@ -36,6 +36,10 @@ void join_lines(Network& network, const TransformerUnit& unit, Side side);
 /// a neutral. One pair in a single-phase unit.
 std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, Side side);
 
+/// The same by limb, where each limb's winding lies between two terminals: in a delta and in a star
+/// with a neutral. The order of phase_pairs() elsewhere.
+std::vector<TerminalPair> limb_pairs(const TransformerUnit& unit, Side side);
+
 /// Line to line, one pair for each phase.
 std::vector<TerminalPair> line_pairs(const TransformerUnit& unit);
 

@@ -25,32 +25,69 @@ double remanence_fading(const Core& core, int limb, double flux) {
   return 1 / (1 + std::abs(flux / core.residual_flux[index(limb)]));
 }
 
+/// The curve of a limb of length 1 without residual flux.
+MagnetizingBranch iron(const Core& core) {
+  MagnetizingBranch curve = core.limb;
+  curve.residual_flux = 0;
+  return curve;
+}
+
+/// Above any flux that iron keeps without a current.
+double highest_flux(const Core& core) { return 10 * core.limb.knee_flux + core.loop.reach; }
+
+/// Where `beyond` turns true between two ends.
+template <typename Beyond>
+double bisected(double low, double high, Beyond beyond) {
+  for (int round = 0; round < 60; ++round) {
+    const double middle = (low + high) / 2;
+    (beyond(middle) ? high : low) = middle;
+  }
+  return (low + high) / 2;
+}
+
 }  // namespace
 
 double path_length(const Core& core, int limb) {
   return core.limbs == 3 && limb != 1 ? 1 + core.yoke_ratio : 1;
 }
 
-double magnetizing_force(const Core& core, int limb, double flux) {
-  double force = limb_curve(core, limb).current(flux);
-  if (const double excess = remanence_excess(core, limb); excess > 0) {
-    force += excess * remanence_fading(core, limb, flux) * flux / core.limb.inductance;
+double magnetizing_force(const Core& core, int path, double flux) {
+  if (path == kOutside) {
+    const OutsidePath& outside = core.outside;
+    return outside.reluctance * flux +
+           outside.iron_length * core.limb.current(flux / outside.iron_section);
   }
-  return path_length(core, limb) * force;
+  double force = limb_curve(core, path).current(flux);
+  if (const double excess = remanence_excess(core, path); excess > 0) {
+    force += excess * remanence_fading(core, path, flux) * flux / core.limb.inductance;
+  }
+  return path_length(core, path) * force;
 }
 
-double magnetizing_slope(const Core& core, int limb, double flux) {
-  double slope = limb_curve(core, limb).slope(flux);
-  if (const double excess = remanence_excess(core, limb); excess > 0) {
-    const double fading = remanence_fading(core, limb, flux);
+double magnetizing_slope(const Core& core, int path, double flux) {
+  if (path == kOutside) {
+    const OutsidePath& outside = core.outside;
+    return outside.reluctance + outside.iron_length / outside.iron_section *
+                                    core.limb.slope(flux / outside.iron_section);
+  }
+  double slope = limb_curve(core, path).slope(flux);
+  if (const double excess = remanence_excess(core, path); excess > 0) {
+    const double fading = remanence_fading(core, path, flux);
     slope += excess * fading * fading / core.limb.inductance;
   }
-  return path_length(core, limb) * slope;
+  return path_length(core, path) * slope;
 }
 
 double loss_conductance(const Core& core, double frequency) {
-  const double hysteresis = core.hysteresis_share * core.reference_frequency / frequency;
+  const double hysteresis =
+      (core.hysteresis_share - core.loop_share) * core.reference_frequency / frequency;
   return core.limb.core_conductance * (hysteresis + 1 - core.hysteresis_share);
+}
+
+double outside_conductance(const Core& core, double frequency) {
+  const double hysteresis = core.hysteresis_share * core.reference_frequency / frequency;
+  return core.limb.core_conductance * (hysteresis + 1 - core.hysteresis_share) *
+         core.outside.iron_length / core.outside.iron_section;
 }
 
 bool is_linear(const Core& core) {
@@ -62,10 +99,47 @@ bool is_symmetrical(const Core& core) {
                      [](double flux) { return flux == 0; });
 }
 
+bool has_loop(const Core& core) { return core.loop.strength > 0; }
+
+StopState residual_state(const Core& core, int limb) {
+  const double flux = core.residual_flux[index(limb)];
+  if (flux == 0 || !has_loop(core)) {
+    return {};
+  }
+  const StopElements elements = stop_elements(core.loop);
+  const double needed = iron(core).current(std::abs(flux));
+  const double amplitude = bisected(
+      0, core.loop.reach, [&](double tried) { return held_force(elements, tried) < needed; });
+  return held_state(elements, amplitude, flux > 0 ? 1 : -1);
+}
+
+double remanence(const Core& core, double amplitude) {
+  const double held = held_force(stop_elements(core.loop), amplitude);
+  const MagnetizingBranch curve = iron(core);
+  return held == 0 ? 0 : bisected(0, highest_flux(core), [&](double tried) {
+    return curve.current(tried) > held;
+  });
+}
+
+double flux_without_force(const Core& core, const StopState& state, double flux) {
+  const StopElements elements = stop_elements(core.loop);
+  const MagnetizingBranch curve = iron(core);
+  return bisected(-highest_flux(core), highest_flux(core), [&](double tried) {
+    StopState moved = state;
+    move(elements, moved, tried - flux);
+    return curve.current(tried) + total_force(moved) > 0;
+  });
+}
+
 std::array<double, 3> residual_flux_after(const Core& core, const std::array<double, 3>& peaks) {
   std::array<double, 3> residual = core.residual_flux;
   for (std::size_t limb = 0; limb < 3; ++limb) {
-    residual[limb] *= std::max(0.0, 1 - peaks[limb] / core.limb.knee_flux);
+    if (has_loop(core) && residual[limb] != 0) {
+      const double most = remanence(core, peaks[limb]);
+      residual[limb] = std::clamp(residual[limb], -most, most);
+    } else {
+      residual[limb] *= std::max(0.0, 1 - peaks[limb] / core.limb.knee_flux);
+    }
   }
   return residual;
 }

@@ -62,14 +62,19 @@ double largest(const std::vector<double>& values) {
 
 FluxEquations::FluxEquations(const Network& network, const std::vector<VoltageSource>& sources,
                              double frequency)
-    : core_(network.core), free_(network.core, harmonics_in(network.core)) {
+    : core_(network.core), free_(network.core, harmonics_in(network.core)), start_{} {
   const double omega = 2 * std::numbers::pi * frequency;
   for (const int harmonic : harmonics_in(core_)) {
     if (harmonic > 0) {
       circuits_.emplace_back(network, sources, harmonic, harmonic * omega);
     }
   }
+  elements_ = stop_elements(core_.loop);
+  for (int limb = 0; limb < core_.limbs; ++limb) {
+    start_[index(limb)] = residual_state(core_, limb);
+  }
   loss_ = loss_conductance(core_, frequency) * omega;
+  outside_loss_ = outside_conductance(core_, frequency) * omega;
 }
 
 const HarmonicCircuit& FluxEquations::circuit(int harmonic) const {
@@ -77,20 +82,32 @@ const HarmonicCircuit& FluxEquations::circuit(int harmonic) const {
 }
 
 FluxBalance FluxEquations::balance_at(const std::vector<double>& fluxes) const {
-  const std::array<Spectrum, 3> flux = free_.limb_fluxes(fluxes);
+  const PathFluxes flux = free_.path_fluxes(fluxes);
   FluxBalance balance{std::vector<double>(free_.size()), 0, 0};
-  for (int limb = 0; limb < core_.limbs; ++limb) {
-    Period force = period_of(flux[index(limb)]);
-    for (double& value : force) {
-      value = magnetizing_force(core_, limb, value);
+  for (const int path : free_.paths()) {
+    const Period values = period_of(flux[index(path)]);
+    Period force;
+    for (std::size_t step = 0; step < values.size(); ++step) {
+      force[step] = magnetizing_force(core_, path, values[step]);
+    }
+    if (has_loop(path)) {
+      Period loop{};
+      add_loop(elements_, start_[index(path)], values, loop);
+      for (std::size_t step = 0; step < force.size(); ++step) {
+        force[step] += path_length(core_, path) * loop[step];
+      }
     }
     const auto magnetizing = harmonics_of<kHighestHarmonic + 1>(force);
     for (const FreeFlux& free : free_) {
-      const Complex given = circuit_force(limb, free.harmonic, flux);
+      const double share = free_.share(path, free.outer);
+      if (share == 0) {
+        continue;
+      }
+      const Complex given = circuit_force(path, free.harmonic, flux);
       const Complex taken =
           magnetizing[index(free.harmonic)] +
-          loss_admittance(limb, free.harmonic) * flux[index(limb)][index(free.harmonic)];
-      const Complex surplus = free_.share(limb, free.outer) * (given - taken);
+          loss_admittance(path, free.harmonic) * flux[index(path)][index(free.harmonic)];
+      const Complex surplus = share * (given - taken);
       balance.residual[free.position] += surplus.real();
       if (free.harmonic > 0) {
         balance.residual[free.position + 1] += surplus.imag();
@@ -103,14 +120,24 @@ FluxBalance FluxEquations::balance_at(const std::vector<double>& fluxes) const {
 }
 
 SquareMatrix<double> FluxEquations::jacobian(const std::vector<double>& fluxes) const {
-  const std::array<Spectrum, 3> flux = free_.limb_fluxes(fluxes);
+  const PathFluxes flux = free_.path_fluxes(fluxes);
   SquareMatrix<double> cells(free_.size());
-  for (int limb = 0; limb < core_.limbs; ++limb) {
-    Period slope = period_of(flux[index(limb)]);
-    for (double& value : slope) {
-      value = magnetizing_slope(core_, limb, value);
+  for (const int path : free_.paths()) {
+    const Period values = period_of(flux[index(path)]);
+    Period slope;
+    for (std::size_t step = 0; step < values.size(); ++step) {
+      slope[step] = magnetizing_slope(core_, path, values[step]);
     }
-    add_curve(cells, limb, harmonics_of<std::tuple_size_v<Slope>>(slope));
+    if (has_loop(path)) {
+      const LoopDerivatives loop = loop_derivatives(elements_, start_[index(path)], values);
+      for (std::size_t step = 0; step < slope.size(); ++step) {
+        slope[step] += path_length(core_, path) * loop.slope[step];
+      }
+      for (const SlipDependence& slip : loop.slips) {
+        add_slip(cells, path, slip);
+      }
+    }
+    add_curve(cells, path, harmonics_of<std::tuple_size_v<Slope>>(slope));
   }
   for (const FreeFlux& row : free_) {
     for (const FreeFlux& column : free_) {
@@ -122,42 +149,71 @@ SquareMatrix<double> FluxEquations::jacobian(const std::vector<double>& fluxes) 
   return cells;
 }
 
-Complex FluxEquations::circuit_force(int limb, int harmonic,
-                                     const std::array<Spectrum, 3>& flux) const {
-  if (harmonic == 0) {
+bool FluxEquations::has_loop(int path) const {
+  return path != kOutside && virtual_instrument::has_loop(core_);
+}
+
+Complex FluxEquations::circuit_force(int path, int harmonic, const PathFluxes& flux) const {
+  if (harmonic == 0 || path == kOutside) {
     return 0;
   }
   const HarmonicCircuit& electric = circuit(harmonic);
-  Complex sum = electric.source_force(limb);
+  Complex sum = electric.source_force(path);
   for (int by = 0; by < core_.limbs; ++by) {
-    sum += electric.reaction(limb, by) * flux[index(by)][index(harmonic)];
+    sum += electric.reaction(path, by) * flux[index(by)][index(harmonic)];
   }
   return sum;
 }
 
-Complex FluxEquations::loss_admittance(int limb, int harmonic) const {
-  return {0, harmonic * loss_ * path_length(core_, limb)};
+Complex FluxEquations::loss_admittance(int path, int harmonic) const {
+  return {0, harmonic * (path == kOutside ? outside_loss_ : loss_ * path_length(core_, path))};
 }
 
 Complex FluxEquations::linear_part(const FreeFlux& row, const FreeFlux& column) const {
   Complex sum = 0;
-  for (int limb = 0; limb < core_.limbs; ++limb) {
-    sum -= free_.share(limb, row.outer) * loss_admittance(limb, row.harmonic) *
-           free_.share(limb, column.outer);
-    for (int by = 0; by < core_.limbs; ++by) {
-      sum += free_.share(limb, row.outer) * circuit(row.harmonic).reaction(limb, by) *
+  for (const int path : free_.paths()) {
+    sum -= free_.share(path, row.outer) * loss_admittance(path, row.harmonic) *
+           free_.share(path, column.outer);
+    for (int by = 0; path != kOutside && by < core_.limbs; ++by) {
+      sum += free_.share(path, row.outer) * circuit(row.harmonic).reaction(path, by) *
              free_.share(by, column.outer);
     }
   }
   return sum;
 }
 
-/// Subtracts the derivative of a limb's curve. If a waveform is multiplied by a change of flux of
+/// Subtracts the derivative of a limb's force by the flux at one step, in which each harmonic has
+/// its part.
+void FluxEquations::add_slip(SquareMatrix<double>& cells, int path,
+                             const SlipDependence& slip) const {
+  const auto force = harmonics_of<kHighestHarmonic + 1>(slip.slope);
+  const double length = path_length(core_, path);
+  for (const FreeFlux& column : free_) {
+    const double by = -length * free_.share(path, column.outer);
+    if (by == 0) {
+      continue;
+    }
+    const Complex phasor =
+        unit_phasor(index(column.harmonic) * slip.step, std::tuple_size_v<Period>);
+    for (const FreeFlux& row : free_) {
+      const Complex weight = by * free_.share(path, row.outer) * force[index(row.harmonic)];
+      for (std::size_t part = 0; part < column.parts(); ++part) {
+        const double change = part == 0 ? phasor.real() : -phasor.imag();
+        cells(row.position, column.position + part) += weight.real() * change;
+        if (row.parts() == 2) {
+          cells(row.position + 1, column.position + part) += weight.imag() * change;
+        }
+      }
+    }
+  }
+}
+
+/// Subtracts the derivative of a path's curve. If a waveform is multiplied by a change of flux of
 /// harmonic m, harmonic h of the product comes from the waveform's harmonics h - m and h + m.
-void FluxEquations::add_curve(SquareMatrix<double>& cells, int limb, const Slope& slope) const {
+void FluxEquations::add_curve(SquareMatrix<double>& cells, int path, const Slope& slope) const {
   for (const FreeFlux& row : free_) {
     for (const FreeFlux& column : free_) {
-      const double weight = -free_.share(limb, row.outer) * free_.share(limb, column.outer);
+      const double weight = -free_.share(path, row.outer) * free_.share(path, column.outer);
       if (weight == 0) {
         continue;
       }

@@ -12,8 +12,8 @@
 //
 //   force on limb k = source_force[k] + sum over l of reaction[k][l] * flux of limb l
 //
-// and in the curves of the limbs, which are evaluated step by step over the period. The forces from
-// one meeting point of the limbs to the other must be equal.
+// and in the curves and loops of the limbs, which are evaluated step by step over the period. The
+// forces from one meeting point of the limbs to the other must be equal.
 
 namespace virtual_instrument {
 
@@ -42,15 +42,20 @@ class FluxEquations {
   /// The harmonics of the slope of a limb's curve, the mean first.
   using Slope = std::array<Complex, 2 * kHighestHarmonic + 1>;
 
-  Complex circuit_force(int limb, int harmonic, const std::array<Spectrum, 3>& flux) const;
-  Complex loss_admittance(int limb, int harmonic) const;
+  bool has_loop(int path) const;
+  Complex circuit_force(int path, int harmonic, const PathFluxes& flux) const;
+  Complex loss_admittance(int path, int harmonic) const;
   Complex linear_part(const FreeFlux& row, const FreeFlux& column) const;
-  void add_curve(SquareMatrix<double>& cells, int limb, const Slope& slope) const;
+  void add_curve(SquareMatrix<double>& cells, int path, const Slope& slope) const;
+  void add_slip(SquareMatrix<double>& cells, int path, const SlipDependence& slip) const;
 
   const Core& core_;
   const FreeFluxes free_;
   std::vector<HarmonicCircuit> circuits_;
-  double loss_;  ///< S times rad/s, of a limb of length 1 at the first harmonic
+  StopElements elements_;
+  std::array<StopState, 3> start_;  ///< of each limb's elements
+  double loss_;                     ///< S times rad/s, of a limb of length 1 at the first harmonic
+  double outside_loss_;             ///< the same of the path outside
 };
 
 /// The greatest absolute value.

@@ -3,36 +3,47 @@
 #include "virtual_instrument/model/index.h"
 
 namespace virtual_instrument {
+namespace {
+
+bool takes_force(const OutsidePath& path) { return path.reluctance > 0 || path.iron_length > 0; }
+
+}  // namespace
 
 FreeFluxes::FreeFluxes(const Core& core, const std::vector<int>& harmonics) : core_(core) {
-  const int outer_limbs = core.limbs == 3 ? 2 : 1;
+  const int free = core.limbs == 1 ? 1 : core.outside.exists ? 3 : 2;
   for (const int harmonic : harmonics) {
-    for (int outer = 0; outer < outer_limbs; ++outer) {
+    for (int outer = 0; outer < free; ++outer) {
       fluxes_.push_back({harmonic, outer, size_});
       size_ += fluxes_.back().parts();
     }
   }
+  for (int limb = 0; limb < core.limbs; ++limb) {
+    paths_.push_back(limb);
+  }
+  if (core.limbs == 3 && core.outside.exists && takes_force(core.outside)) {
+    paths_.push_back(kOutside);
+  }
 }
 
-double FreeFluxes::share(int limb, int outer) const {
-  if (core_.limbs == 1) {
-    return limb == 0 ? 1 : 0;
+double FreeFluxes::share(int path, int outer) const {
+  if (core_.limbs == 1 || core_.outside.exists) {
+    return path == outer || path == kOutside ? 1 : 0;
   }
-  if (limb == 1) {
+  if (path == 1) {
     return -1;
   }
-  return limb == 2 * outer ? 1 : 0;
+  return path == 2 * outer ? 1 : 0;
 }
 
-std::array<Spectrum, 3> FreeFluxes::limb_fluxes(const std::vector<double>& values) const {
-  std::array<Spectrum, 3> limbs{};
+PathFluxes FreeFluxes::path_fluxes(const std::vector<double>& values) const {
+  PathFluxes fluxes{};
   for (const FreeFlux& free : fluxes_) {
     const Complex flux(values[free.position], free.harmonic == 0 ? 0 : values[free.position + 1]);
-    for (int limb = 0; limb < core_.limbs; ++limb) {
-      limbs[index(limb)][index(free.harmonic)] += share(limb, free.outer) * flux;
+    for (const int path : paths_) {
+      fluxes[index(path)][index(free.harmonic)] += share(path, free.outer) * flux;
     }
   }
-  return limbs;
+  return fluxes;
 }
 
 }  // namespace virtual_instrument

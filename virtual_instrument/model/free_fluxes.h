@@ -8,7 +8,8 @@
 #include "virtual_instrument/model/spectrum.h"
 
 // The free fluxes of a core: those that the others follow from. With three limbs they are the
-// fluxes of the outer ones; the middle limb carries both back.
+// fluxes of the outer ones, whose sum the middle limb carries back, or those of all three, whose
+// sum returns outside.
 
 namespace virtual_instrument {
 
@@ -16,11 +17,14 @@ namespace virtual_instrument {
 /// imaginary part after it; a mean has none.
 struct FreeFlux {
   int harmonic;
-  int outer;  ///< index among the free fluxes
+  int outer;  ///< index among the free fluxes of this harmonic
   std::size_t position;
 
   std::size_t parts() const { return harmonic == 0 ? 1 : 2; }
 };
+
+/// The fluxes of the limbs, and of the path outside.
+using PathFluxes = std::array<Spectrum, 4>;
 
 /// The core must outlive it.
 class FreeFluxes {
@@ -32,13 +36,17 @@ class FreeFluxes {
   auto begin() const { return fluxes_.begin(); }
   auto end() const { return fluxes_.end(); }
 
-  /// Share of the free flux `outer` in a limb's flux.
-  double share(int limb, int outer) const;
+  /// The paths that take a force: the limbs, and kOutside if the path there does.
+  const std::vector<int>& paths() const { return paths_; }
 
-  std::array<Spectrum, 3> limb_fluxes(const std::vector<double>& values) const;
+  /// Share of the free flux `outer` in the flux of a path.
+  double share(int path, int outer) const;
+
+  PathFluxes path_fluxes(const std::vector<double>& values) const;
 
  private:
   const Core& core_;
+  std::vector<int> paths_;
   std::vector<FreeFlux> fluxes_;
   std::size_t size_ = 0;
 };

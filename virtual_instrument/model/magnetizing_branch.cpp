@@ -1,5 +1,6 @@
 #include "virtual_instrument/model/magnetizing_branch.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace virtual_instrument {
@@ -51,20 +52,56 @@ double saturation_slope(const MagnetizingBranch& branch, double core_flux) {
          hinge_slope(-core_flux - branch.knee_flux, branch.knee_width);
 }
 
+double eleventh_power(double x) {
+  const double second = x * x;
+  const double fourth = second * second;
+  return fourth * fourth * second * x;
+}
+
+double tenth_power(double x) {
+  const double second = x * x;
+  const double fourth = second * second;
+  return fourth * fourth * second;
+}
+
+double bend_slope(const MagnetizingBranch& branch, double core_flux) {
+  if (branch.bend_flux == 0) {
+    return 0;
+  }
+  const double within = std::min(std::abs(core_flux), branch.bend_end);
+  return 11 * branch.bend_current / branch.bend_flux * tenth_power(within / branch.bend_flux);
+}
+
+/// The current of the rounded knee.
+double bend(const MagnetizingBranch& branch, double core_flux) {
+  if (branch.bend_flux == 0) {
+    return 0;
+  }
+  const double size = std::abs(core_flux);
+  const double within = std::min(size, branch.bend_end);
+  const double current = branch.bend_current * eleventh_power(within / branch.bend_flux) +
+                         (size - within) * bend_slope(branch, within);
+  return core_flux < 0 ? -current : current;
+}
+
 double added_by_saturation(const MagnetizingBranch& branch) {
-  return 1 / branch.saturated_inductance - 1 / branch.inductance;
+  return 1 / branch.saturated_inductance - branch.linear_share / branch.inductance -
+         bend_slope(branch, branch.bend_end);
 }
 
 }  // namespace
 
 double MagnetizingBranch::current(double flux) const {
   const double excess = low_flux_excess / (1 + std::abs(flux) / low_flux);
-  return flux * (1 + excess) / inductance + added_by_saturation(*this) * saturation(*this, flux);
+  return flux * (linear_share + excess) / inductance +
+         (bend(*this, flux + residual_flux) - bend(*this, residual_flux)) +
+         added_by_saturation(*this) * saturation(*this, flux);
 }
 
 double MagnetizingBranch::slope(double flux) const {
   const double fading = 1 + std::abs(flux) / low_flux;
-  return (1 + low_flux_excess / (fading * fading)) / inductance +
+  return (linear_share + low_flux_excess / (fading * fading)) / inductance +
+         bend_slope(*this, flux + residual_flux) +
          added_by_saturation(*this) * saturation_slope(*this, flux + residual_flux);
 }
 

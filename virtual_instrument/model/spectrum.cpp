@@ -30,6 +30,10 @@ void add_harmonic(std::span<double> values, std::size_t harmonic, Complex amplit
 
 }  // namespace
 
+Complex unit_phasor(std::size_t step, std::size_t count) {
+  return circle()[step * (kFinestSteps / count) % kFinestSteps];
+}
+
 void add_waveform(std::span<double> values, const Spectrum& spectrum) {
   for (std::size_t harmonic = 0; harmonic < spectrum.size(); ++harmonic) {
     if (spectrum[harmonic] != Complex{}) {

@@ -20,6 +20,9 @@ using Spectrum = std::array<Complex, kHighestHarmonic + 1>;
 /// Steps of the finest waveform, per period.
 inline constexpr int kFinestSteps = 1024;
 
+/// The phasor of magnitude 1 at `step` of a period in `count` steps, under the rule below.
+Complex unit_phasor(std::size_t step, std::size_t count);
+
 /// Adds the waveform of one period, from the phase 0 of a cosine, to as many equal steps as
 /// `values` has. REQUIRES: a power of two up to kFinestSteps.
 void add_waveform(std::span<double> values, const Spectrum& spectrum);

@@ -25,15 +25,6 @@ double relative_turns(const TransformerUnit& unit, Side side) {
                             : 1 / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
 }
 
-int limb_of(const PhaseWinding& winding) {
-  for (int limb = 0; limb < 3; ++limb) {
-    if (winding.turns[index(limb)] != 0) {
-      return limb;
-    }
-  }
-  return 0;
-}
-
 Branch winding_branch(const TransformerUnit& unit, Side side, double turns) {
   const LimbWinding& winding = unit.windings[side];
   const double omega = 2 * std::numbers::pi * unit.frequency;
@@ -56,17 +47,28 @@ double sound_part(const TransformerUnit& unit, Side side, int limb) {
   return part;
 }
 
+/// 1, or -1 for turns whose ends are exchanged: `phase` is the index of their winding.
+double direction(const TransformerUnit& unit, Side side, std::size_t phase,
+                 const PhaseWinding& winding, int limb) {
+  const bool zigzag = is_zigzag(winding_type(unit.group, side));
+  const std::size_t half = limb == winding.limb ? 0 : 1;
+  const bool whole = unit.faults.reversed_winding[side][zigzag ? phase : index(winding.limb)];
+  const bool reversed_half = zigzag && unit.faults.reversed_half[side][phase][half];
+  return whole != reversed_half ? -1 : 1;
+}
+
 void add_windings(Network& network, const TransformerUnit& unit, Side side,
                   const std::vector<PhaseWinding>& windings) {
-  for (const PhaseWinding& winding : windings) {
+  for (std::size_t phase = 0; phase < windings.size(); ++phase) {
+    const PhaseWinding& winding = windings[phase];
     const double tap = side == Side::high ? tap_factor(unit) : 1;
-    Branch branch = winding_branch(unit, side, tap * sound_part(unit, side, limb_of(winding)));
+    Branch branch = winding_branch(unit, side, tap * sound_part(unit, side, winding.limb));
     branch.from = terminal_node(side, winding.terminals.plus);
     branch.to = terminal_node(side, winding.terminals.minus);
-    const bool reversed = unit.faults.reversed_winding[side][index(limb_of(winding))];
     for (int limb = 0; limb < 3; ++limb) {
-      branch.turns[index(limb)] = (reversed ? -1 : 1) * winding.turns[index(limb)] *
-                                  relative_turns(unit, side) * sound_part(unit, side, limb);
+      branch.turns[index(limb)] = direction(unit, side, phase, winding, limb) *
+                                  winding.turns[index(limb)] * relative_turns(unit, side) *
+                                  sound_part(unit, side, limb);
     }
     network.branches.push_back(branch);
   }

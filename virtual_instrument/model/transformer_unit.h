@@ -38,7 +38,9 @@ struct ShortedTurns {
 
 struct UnitFaults {
   BySide<std::array<bool, 4>> open_lead{};         ///< by side and terminal
-  BySide<std::array<bool, 3>> reversed_winding{};  ///< by side and limb
+  BySide<std::array<bool, 3>> reversed_winding{};  ///< by side and limb; of a zigzag, by phase
+  /// Of a zigzag, by side, phase and half; the first half is on the limb of the phase's letter.
+  BySide<std::array<std::array<bool, 2>, 3>> reversed_half{};
   std::vector<ShortedTurns> shorted_turns;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 #include "virtual_instrument/model/index.h"
 #include "virtual_instrument/vocabulary/winding_letters.h"
@@ -42,11 +43,11 @@ PhaseWinding phase_winding(kvr_WindingType type, int phase, const Arrangement& a
   const int neighbour = arrangement.other_hand ? next_limb(phase) : previous_limb(phase);
   const int limb = (phase + arrangement.rotation) % 3;
   const int neighbour_limb = (neighbour + arrangement.rotation) % 3;
-  PhaseWinding result{{phase + 1, 0}, {}};
+  PhaseWinding result{{phase + 1, 0}, {}, limb};
   if (type == KVR_WINDING_D) {
     result.terminals.minus = neighbour + 1;
     result.turns[index(limb)] = 1;
-  } else if (type == KVR_WINDING_Z || type == KVR_WINDING_ZN) {
+  } else if (is_zigzag(type)) {
     result.turns[index(limb)] = 0.5;
     result.turns[index(neighbour_limb)] = -0.5;
   } else {
@@ -193,6 +194,8 @@ kvr_WindingType winding_type(const WindingGroup& group, Side side) {
   return side == Side::high ? group.high : group.low;
 }
 
+bool is_zigzag(kvr_WindingType type) { return type == KVR_WINDING_Z || type == KVR_WINDING_ZN; }
+
 bool is_three_phase(kvr_WindingType type) {
   return type >= KVR_WINDING_D && type <= KVR_WINDING_ZN;
 }
@@ -251,19 +254,21 @@ BySide<std::vector<PhaseWinding>> phase_windings(const WindingGroup& group) {
     return {std::vector<PhaseWinding>{{{1, 2}, {1, 0, 0}}},
             std::vector<PhaseWinding>{{{1, 2}, {sign, 0, 0}}}};
   }
-  const std::vector<PhaseWinding> high = three_windings(group.high, {0, false, false});
+  // Without rotation, windings of one letter share a limb.
   for (int rotation = 0; rotation < 3; ++rotation) {
-    for (const bool reversed : {false, true}) {
-      for (const bool other_hand : {false, true}) {
-        const std::vector<PhaseWinding> low =
-            three_windings(group.low, {rotation, reversed, other_hand});
-        if (clock_between(high, low) == group.clock) {
-          return {high, low};
+    for (const bool high_hand : {false, true}) {
+      const std::vector<PhaseWinding> high = three_windings(group.high, {0, false, high_hand});
+      for (const bool reversed : {false, true}) {
+        for (const bool low_hand : {false, true}) {
+          std::vector<PhaseWinding> low = three_windings(group.low, {rotation, reversed, low_hand});
+          if (clock_between(high, low) == group.clock) {
+            return {high, std::move(low)};
+          }
         }
       }
     }
   }
-  return {high, {}};
+  return {three_windings(group.high, {0, false, false}), {}};
 }
 
 std::array<Complex, 3> line_phasors(const std::vector<PhaseWinding>& windings,

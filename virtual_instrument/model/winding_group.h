@@ -23,10 +23,11 @@ struct TerminalPair {
 };
 
 /// The winding between two terminals: turns on each limb, as fractions of a whole limb winding. A
-/// zigzag winding has turns on two limbs.
+/// zigzag winding has halves on two limbs.
 struct PhaseWinding {
   TerminalPair terminals;
   std::array<double, 3> turns;
+  int limb = 0;  ///< its own limb, where the first half of a zigzag winding lies
 };
 
 struct WindingGroup {
@@ -37,6 +38,9 @@ struct WindingGroup {
 };
 
 kvr_WindingType winding_type(const WindingGroup& group, Side side);
+
+/// Z or ZN: each phase winding has halves on two limbs.
+bool is_zigzag(kvr_WindingType type);
 
 /// D, Y, YN, Z or ZN.
 bool is_three_phase(kvr_WindingType type);
@@ -58,8 +62,9 @@ std::string group_name(const WindingGroup& group);
 /// reversed, "CT" or "PT". None for any other name.
 std::optional<WindingGroup> parse_group(std::string_view name);
 
-/// The phase windings of both sides: three on each side, or one in a single-phase unit. REQUIRES:
-/// exists(group).
+/// The phase windings of both sides: three on each side, or one in a single-phase unit. On the high
+/// side, the winding of terminal H1, H2 or H3 is on limb A, B or C; on the low side too, wherever
+/// the group allows it, so that phase B lies in the middle on both sides. REQUIRES: exists(group).
 BySide<std::vector<PhaseWinding>> phase_windings(const WindingGroup& group);
 
 /// Phasors of the terminals 1 to 3 against their mean, from the voltages induced in whole limb

@@ -76,7 +76,8 @@ class PeriodicSolver {
   PeriodicState state_at(const std::vector<double>& fluxes) const {
     PeriodicState state{};
     state.frequency = frequency_;
-    state.flux = equations_.free_fluxes().limb_fluxes(fluxes);
+    const PathFluxes paths = equations_.free_fluxes().path_fluxes(fluxes);
+    state.flux = {paths[0], paths[1], paths[2]};
     state.node_voltage.resize(network_.node_conductance.size());
     state.branch_current.resize(network_.branches.size());
     for (const FreeFlux& free : equations_.free_fluxes()) {

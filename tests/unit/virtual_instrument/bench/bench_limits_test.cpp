@@ -120,6 +120,8 @@ transformer.temperature: a number from -50 to 250 degrees C
 transformer.core_resistance: a number from 0.001 to 1e+12 ohm
 transformer.hysteresis_share: a number from 0 to 1
 transformer.magnetizing_reactance: a number from 0.001 to 1e+12 ohm
+transformer.core_form: "three-limb", "five-limb", "shell" or "bank"
+transformer.zero_sequence_impedance: a number from 0 to 1e+06 percent
 transformer.yoke_ratio: a number from 0 to 100
 transformer.low_flux_excess: a number from 0 to 1000
 transformer.low_flux: a number from 1e-09 to 1000 per unit
@@ -138,7 +140,7 @@ taps.position: a whole number from 0 to 1000
 taps.step: a number from -20 to 20 percent
 taps.transition_resistance: a number from 0 to 1e+06 ohm
 leads.open: a list of terminals, of H0 to H3 and X0 to X3
-leads.reversed: a list of limb windings, of HA, HB, HC, XA, XB and XC
+leads.reversed: a list of limb windings, of HA, HB, HC, XA, XB and XC, and of halves of zigzag windings, of HA1, HA2, ... XC2
 measurement.duration: a number from 0 to 86400 s
 measurement.steps: a whole number from 1 to 1000000
 measurement.samples_per_period: a power of two from 16 to 512
@@ -189,7 +191,7 @@ TEST(BenchKeys, TakeNumbersUpToTheirLimitsAndNoFurther) {
       ++numbers;
     }
   }
-  EXPECT_EQ(numbers, 41);
+  EXPECT_EQ(numbers, 42);
 }
 
 TEST(BenchKeys, TakeWholeNumbersUpToTheirLimitsAndNoFurther) {
@@ -269,6 +271,17 @@ TEST(BenchKeys, TakeTapChangersByName) {
   EXPECT_EQ(type("\"OLTC\""), KVR_TAP_CHANGER_OLTC);
 }
 
+TEST(BenchKeys, TakeCoreFormsByName) {
+  const auto form = [](const char* name) {
+    return bench_of(with("transformer.core_form", name)).transformer.core_form;
+  };
+  EXPECT_EQ(form("\"three-limb\""), CoreForm::three_limb);
+  EXPECT_EQ(form("\"five-limb\""), CoreForm::five_limb);
+  EXPECT_EQ(form("\"shell\""), CoreForm::shell);
+  EXPECT_EQ(form("\"bank\""), CoreForm::bank);
+  EXPECT_NE(expectation_of("transformer.core_form", "\"three limbs\""), "");
+}
+
 TEST(BenchKeys, TakeClocksWithTheirOffsets) {
   const auto clock = [](const char* text) {
     return bench_of(with("instrument.clock", text)).instrument.clock;
@@ -279,6 +292,24 @@ TEST(BenchKeys, TakeClocksWithTheirOffsets) {
   EXPECT_EQ(clock("1969-12-31T23:59:59Z"), -1);
   EXPECT_EQ(clock("\"system\""), std::nullopt);
   EXPECT_NE(expectation_of("instrument.clock", "\"System\""), "");
+}
+
+TEST(BenchKeys, TakeHalvesOfAZigzagByName) {
+  const auto halves = [](const std::string& name) {
+    return bench_of("[transformer]\nvector_group = \"Zzn0\"\n" +
+                    with("leads.reversed", "[\"" + name + "\"]"))
+        .defects.reversed_half;
+  };
+  for (std::size_t phase = 0; phase < 3; ++phase) {
+    for (std::size_t half = 0; half < 2; ++half) {
+      const std::string name{"ABC"[phase], "12"[half]};
+      for (const Side side : kSides) {
+        BySide<std::array<std::array<bool, 2>, 3>> expected{};
+        expected[side][phase][half] = true;
+        EXPECT_EQ(halves((side == Side::high ? "H" : "X") + name), expected) << name;
+      }
+    }
+  }
 }
 
 /// The names of the flags that are set: a side's letter and one of `numbers` for each.
@@ -309,6 +340,10 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
     const ShortedTurns turns =
         bench_of(with("shorted_turns.winding", "\"" + name + "\"")).defects.shorted_turns[0];
     EXPECT_EQ((turns.side == Side::high ? "H" : "X") + std::string(1, "ABC"[turns.limb]), name);
+  }
+  for (const char* const other : {"[\"XA3\"]", "[\"XA0\"]", "[\"XA11\"]", "[\"YA1\"]", "[\"X1\"]",
+                                  "[\"XD1\"]", "[\"\"]", "[\"X\"]"}) {
+    EXPECT_NE(expectation_of("leads.reversed", other), "") << other;
   }
   for (const char* const other : {"[\"G1\"]", "[\"Y1\"]", "[\"H\"]", "[\"\"]", "[\"H11\"]",
                                   "[\"H/\"]", "[\"H4\"]", "[\"1H\"]", "[\"H1\", 1]"}) {
@@ -342,6 +377,7 @@ TEST(BenchAgreements, HoldAtTheirLimits) {
         "[taps]\nlast = 9\nstep = -11.24\n",
         "[taps]\nfirst = 1\nmiddle = 9\nlast = 9\nstep = 11.24\n",
         "[transformer]\nvector_group = \"Ii0\"\n[leads]\nreversed = [\"HA\", \"XA\"]\n",
+        "[transformer]\nvector_group = \"Yzn11\"\n[leads]\nreversed = [\"HB\", \"XA\", \"XC2\"]\n",
         "[transformer]\nvector_group = \"Ii0\"\n[[shorted_turns]]\nwinding = \"XA\"\nshare = 1\n"
         "resistance = 1\n",
         "[[shorted_turns]]\nwinding = \"HA\"\nshare = 90\nresistance = 1\n"
@@ -358,6 +394,7 @@ TEST(BenchAgreements, AreToldBeyondTheirLimits) {
   const std::string middle = ": expected a middle from first to last";
   const std::string step = ": expected steps that leave a tenth of the turns at each position";
   const std::string limb = ": expected limb A alone in a single-phase unit";
+  const std::string halves = ": expected halves, such as XA1, of a zigzag winding alone";
   const std::string turns = ": expected at most 90 percent of a winding in all";
   const std::string shorted_b = "[[shorted_turns]]\nwinding = \"HB\"\nshare = 1\nresistance = 1\n";
   const std::vector<std::pair<std::string, std::string>> cases{
@@ -377,6 +414,9 @@ TEST(BenchAgreements, AreToldBeyondTheirLimits) {
        "b.toml:4: leads.reversed" + limb},
       {"[transformer]\nvector_group = \"Ii0\"\n[leads]\nreversed = [\"XC\"]\n",
        "b.toml:4: leads.reversed" + limb},
+      {"[transformer]\nvector_group = \"Yzn11\"\n[leads]\nreversed = [\"HA1\"]\n",
+       "b.toml:4: leads.reversed" + halves},
+      {"[leads]\nreversed = [\"XB2\"]\n", "b.toml:2: leads.reversed" + halves},
       {"[transformer]\nvector_group = \"Ii0\"\n" + shorted_b, "b.toml:3: shorted_turns" + limb},
       {"[[shorted_turns]]\nwinding = \"XC\"\nshare = 45\nresistance = 1\n"
        "[[shorted_turns]]\nwinding = \"XC\"\nshare = 45.001\nresistance = 1\n",

@@ -307,7 +307,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "b.toml:2: leads.open: expected a list of terminals, of H0 to H3 and X0 to X3"},
         Mistake{"[leads]\nreversed = [\"Y1\"]\n",
                 "b.toml:2: leads.reversed: expected a list of limb windings, of HA, HB, HC, XA, XB "
-                "and XC"},
+                "and XC, and of halves of zigzag windings, of HA1, HA2, ... XC2"},
         Mistake{"[transformer]\nvector_group = \"Ii0\"\n[leads]\nreversed = [\"XB\"]\n",
                 "b.toml:4: leads.reversed: expected limb A alone in a single-phase unit"},
         Mistake{"[[shorted_turns]]\nwinding = \"HA\"\nshare = 60\nresistance = 1\n"

@@ -157,7 +157,8 @@ TEST(ThreePhaseRatio, TheMiddleLimbDrawsLessWhenExcitedAlone) {
   const kvr_Ratio3phRequest request =
       request_for(three_phase_unit(), KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1);
   const ThreePhaseRatio result = measure(three_phase_unit(), request);
-  EXPECT_NEAR(result.data.phases[1].current_rms / result.data.phases[0].current_rms, 0.75, 0.00075);
+  EXPECT_STREQ(result.data.phases[2].high_side_phase, "H3-H2");
+  EXPECT_NEAR(result.data.phases[2].current_rms / result.data.phases[0].current_rms, 0.75, 0.00075);
 }
 
 // ---- directions
@@ -379,8 +380,9 @@ TEST(ThreePhaseRatio, ShortedTurnsRaiseCurrentAndErrorOfTheirPhase) {
   unit.faults.shorted_turns = {{Side::low, 1, 0.03, 1e-4}};
   const ThreePhaseRatio faulty = measure(unit, request);
   ASSERT_EQ(faulty.code, KVR_RES_OK);
-  EXPECT_GT(faulty.data.phases[1].current_rms, 5 * sound.data.phases[1].current_rms);
-  EXPECT_GT(std::abs(faulty.data.phases[1].tnr_error), 2);
+  // Phase C, H3-H2, is that of limb B.
+  EXPECT_GT(faulty.data.phases[2].current_rms, 5 * sound.data.phases[2].current_rms);
+  EXPECT_GT(std::abs(faulty.data.phases[2].tnr_error), 2);
   EXPECT_EQ(faulty.data.health_state, KVR_HEALTH_BAD);
 }
 

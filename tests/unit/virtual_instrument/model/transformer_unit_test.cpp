@@ -113,5 +113,44 @@ TEST(UnitNetwork, HasABranchForEachWindingAndEachGroupOfShortedTurns) {
   }
 }
 
+/// The signs of the turns of a side's phase windings, limb by limb, in units of the first.
+std::string turns_of(const TransformerUnit& unit, Side side) {
+  const Network network = unit_network(unit, 1e6);
+  std::string text;
+  for (std::size_t phase = 0; phase < 3; ++phase) {
+    for (const double turns : network.branches[3 * index(side) + phase].turns) {
+      text += turns > 0 ? "+" : turns < 0 ? "-" : "0";
+    }
+    text += " ";
+  }
+  return text;
+}
+
+TEST(UnitNetwork, EachHalfOfAZigzagWindingCanBeReversed) {
+  TransformerUnit unit = three_phase_unit();
+  unit.group = parse_group("Yzn11").value();
+  EXPECT_EQ(turns_of(unit, Side::low), "+-0 0+- -0+ ");
+  auto& halves = unit.faults.reversed_half[Side::low];
+  halves[0][0] = true;
+  EXPECT_EQ(turns_of(unit, Side::low), "--0 0+- -0+ ");
+  halves = {};
+  halves[2][1] = true;
+  EXPECT_EQ(turns_of(unit, Side::low), "+-0 0+- +0+ ");
+  halves[2][0] = true;  // both: the whole winding
+  EXPECT_EQ(turns_of(unit, Side::low), "+-0 0+- +0- ");
+  EXPECT_EQ(turns_of(unit, Side::high), "+00 0+0 00+ ");
+}
+
+TEST(UnitNetwork, APhaseOfAZigzagIsReversedAlone) {
+  TransformerUnit unit = three_phase_unit();
+  unit.group = parse_group("Yzn11").value();
+  const char* const expected[] = {"-+0 0+- -0+ ", "+-0 0-+ -0+ ", "+-0 0+- +0- "};
+  for (std::size_t phase = 0; phase < 3; ++phase) {
+    unit.faults = {};
+    unit.faults.reversed_winding[Side::low][phase] = true;
+    EXPECT_EQ(turns_of(unit, Side::low), expected[phase]);
+  }
+}
+
 }  // namespace
 }  // namespace virtual_instrument

@@ -65,6 +65,43 @@ TEST(WindingGroup, TheLowSideLagsByTheClock) {
   }
 }
 
+TEST(WindingGroup, WindingsOfOneLetterShareALimbWhereverTheGroupAllowsIt) {
+  std::string apart;
+  for (const WindingGroup& each : three_phase_groups()) {
+    const auto windings = phase_windings(each);
+    bool shared = true;
+    for (std::size_t phase = 0; phase < 3; ++phase) {
+      const int letter = static_cast<int>(phase);
+      EXPECT_EQ(windings[Side::high][phase].terminals.plus, letter + 1);
+      EXPECT_EQ(windings[Side::high][phase].limb, letter);
+      EXPECT_EQ(windings[Side::low][phase].terminals.plus, letter + 1);
+      shared = shared && windings[Side::low][phase].limb == letter;
+    }
+    apart += shared ? "" : group_name(each) + " ";
+  }
+  // Between two stars, clocks of 60 and 120 degrees need lines that change places; between a star
+  // and another winding, those of 90 degrees do.
+  EXPECT_EQ(apart,
+            "Dy3 Dy9 Dyn3 Dyn9 Yd3 Yd9 Yy2 Yy4 Yy8 Yy10 Yyn2 Yyn4 Yyn8 Yyn10 Yz3 Yz9 Yzn3 Yzn9 "
+            "YNd3 YNd9 YNy2 YNy4 YNy8 YNy10 YNyn2 YNyn4 YNyn8 YNyn10 YNz3 YNz9 YNzn3 YNzn9 "
+            "Zy3 Zy9 Zyn3 Zyn9 ZNy3 ZNy9 ZNyn3 ZNyn9 ");
+}
+
+TEST(WindingGroup, ADeltaGoesTheWayThatPutsItsLettersOnTheLimbsOfTheStar) {
+  const auto delta = [](const char* name, Side side) {
+    std::string pairs;
+    for (const PhaseWinding& winding : phase_windings(parse_group(name).value())[side]) {
+      pairs += pair_name(side, winding.terminals) + " ";
+    }
+    return pairs;
+  };
+  EXPECT_EQ(delta("Dyn11", Side::high), "H1-H2 H2-H3 H3-H1 ");
+  EXPECT_EQ(delta("Dyn5", Side::high), "H1-H2 H2-H3 H3-H1 ");
+  EXPECT_EQ(delta("Dyn1", Side::high), "H1-H3 H2-H1 H3-H2 ");
+  EXPECT_EQ(delta("YNd1", Side::low), "X1-X2 X2-X3 X3-X1 ");
+  EXPECT_EQ(delta("YNd11", Side::low), "X1-X3 X2-X1 X3-X2 ");
+}
+
 TEST(WindingGroup, LineVoltageOfAWinding) {
   EXPECT_NEAR(line_voltage_factor(KVR_WINDING_D), 1, 1e-12);
   EXPECT_NEAR(line_voltage_factor(KVR_WINDING_Y), std::sqrt(3.0), 1e-12);
