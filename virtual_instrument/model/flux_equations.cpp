@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <span>
 #include <tuple>
 
 #include "virtual_instrument/model/index.h"
@@ -30,6 +31,14 @@ std::vector<int> harmonics_in(const Core& core) {
     harmonics.push_back(harmonic);
   }
   return harmonics;
+}
+
+Spectrum held_harmonics(std::span<const double> values, const std::vector<int>& harmonics) {
+  Spectrum spectrum{};
+  for (const int harmonic : harmonics) {
+    spectrum[index(harmonic)] = harmonic_of(values, index(harmonic));
+  }
+  return spectrum;
 }
 
 /// Adds the derivative of `row`'s residual by `column`, which is `plain` times the unknown plus
@@ -62,9 +71,12 @@ double largest(const std::vector<double>& values) {
 
 FluxEquations::FluxEquations(const Network& network, const std::vector<VoltageSource>& sources,
                              double frequency)
-    : core_(network.core), free_(network.core, harmonics_in(network.core)), start_{} {
+    : core_(network.core),
+      harmonics_(harmonics_in(network.core)),
+      free_(network.core, harmonics_),
+      start_{} {
   const double omega = 2 * std::numbers::pi * frequency;
-  for (const int harmonic : harmonics_in(core_)) {
+  for (const int harmonic : harmonics_) {
     if (harmonic > 0) {
       circuits_.emplace_back(network, sources, harmonic, harmonic * omega);
     }
@@ -97,7 +109,7 @@ FluxBalance FluxEquations::balance_at(const std::vector<double>& fluxes) const {
         force[step] += path_length(core_, path) * loop[step];
       }
     }
-    const auto magnetizing = harmonics_of<kHighestHarmonic + 1>(force);
+    const Spectrum magnetizing = held_harmonics(force, harmonics_);
     for (const FreeFlux& free : free_) {
       const double share = free_.share(path, free.outer);
       if (share == 0) {
@@ -137,7 +149,13 @@ SquareMatrix<double> FluxEquations::jacobian(const std::vector<double>& fluxes) 
         add_slip(cells, path, slip);
       }
     }
-    add_curve(cells, path, harmonics_of<std::tuple_size_v<Slope>>(slope));
+    // A symmetrical curve has the same slope half a period later.
+    Slope harmonics{};
+    for (std::size_t harmonic = 0; harmonic < harmonics.size();
+         harmonic += is_symmetrical(core_) ? 2 : 1) {
+      harmonics[harmonic] = harmonic_of(slope, harmonic);
+    }
+    add_curve(cells, path, harmonics);
   }
   for (const FreeFlux& row : free_) {
     for (const FreeFlux& column : free_) {
@@ -186,7 +204,7 @@ Complex FluxEquations::linear_part(const FreeFlux& row, const FreeFlux& column) 
 /// its part.
 void FluxEquations::add_slip(SquareMatrix<double>& cells, int path,
                              const SlipDependence& slip) const {
-  const auto force = harmonics_of<kHighestHarmonic + 1>(slip.slope);
+  const Spectrum force = held_harmonics(slip.slope, harmonics_);
   const double length = path_length(core_, path);
   for (const FreeFlux& column : free_) {
     const double by = -length * free_.share(path, column.outer);

@@ -50,6 +50,7 @@ class FluxEquations {
   void add_slip(SquareMatrix<double>& cells, int path, const SlipDependence& slip) const;
 
   const Core& core_;
+  const std::vector<int> harmonics_;
   const FreeFluxes free_;
   std::vector<HarmonicCircuit> circuits_;
   StopElements elements_;

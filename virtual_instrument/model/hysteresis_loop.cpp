@@ -11,6 +11,26 @@ constexpr double kNarrowing = 0.75;
 
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 
+/// The elements with the values of each kind together, for loops over them.
+struct Springs {
+  std::array<double, kStopElements> slope;
+  std::array<double, kStopElements> limit;
+
+  explicit Springs(const StopElements& elements) : slope{}, limit{} {
+    for (std::size_t number = 0; number < kStopElements; ++number) {
+      slope[number] = elements[number].force / elements[number].reach;
+      limit[number] = elements[number].force;
+    }
+  }
+
+  void move(StopState& state, double change) const {
+    for (std::size_t number = 0; number < kStopElements; ++number) {
+      const double force = state[number] + slope[number] * change;
+      state[number] = std::min(std::max(force, -limit[number]), limit[number]);
+    }
+  }
+};
+
 std::size_t highest_step(std::span<const double> flux) {
   return static_cast<std::size_t>(std::max_element(flux.begin(), flux.end()) - flux.begin());
 }
@@ -41,19 +61,17 @@ StopElements stop_elements(const HysteresisLoop& loop) {
 }
 
 void move(const StopElements& elements, StopState& state, double change) {
-  for (std::size_t number = 0; number < kStopElements; ++number) {
-    const StopElement& element = elements[number];
-    const double force = state[number] + element.force / element.reach * change;
-    state[number] = std::min(std::max(force, -element.force), element.force);
-  }
+  Springs(elements).move(state, change);
 }
 
 double total_force(const StopState& state) {
-  double sum = 0;
-  for (const double force : state) {
-    sum += force;
+  std::array<double, 4> sums{};
+  for (std::size_t number = 0; number < kStopElements; number += sums.size()) {
+    for (std::size_t part = 0; part < sums.size(); ++part) {
+      sums[part] += state[number + part];
+    }
   }
-  return sum;
+  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
 double loop_area(const StopElements& elements, double amplitude) {
@@ -83,17 +101,18 @@ StopState held_state(const StopElements& elements, double amplitude, double dire
 
 void add_loop(const StopElements& elements, const StopState& start, std::span<const double> flux,
               std::span<double> force) {
+  const Springs springs(elements);
   StopState state = start;
   const double first = total_force(start);
   double last = 0;
   for (const std::size_t step : approach(flux)) {
-    move(elements, state, flux[step] - last);
+    springs.move(state, flux[step] - last);
     last = flux[step];
   }
   const std::size_t highest = highest_step(flux);
   for (std::size_t count = 0; count < flux.size(); ++count) {
     const std::size_t step = (highest + count) % flux.size();
-    move(elements, state, flux[step] - last);
+    springs.move(state, flux[step] - last);
     last = flux[step];
     force[step] += total_force(state) - first;
   }
@@ -103,15 +122,16 @@ LoopDerivatives loop_derivatives(const StopElements& elements, const StopState& 
                                  std::span<const double> flux) {
   LoopDerivatives derivatives{std::vector<double>(flux.size()), {}};
   std::vector<std::size_t> slip_at(flux.size(), kNever);  // index among the slips, by step
+  const Springs springs(elements);
   StopState state = start;
   std::array<std::size_t, kStopElements> slipped{};  // the step where each element last slipped
   slipped.fill(kNever);
   double last = 0;
   const auto move_to = [&](std::size_t step) {
     for (std::size_t number = 0; number < kStopElements; ++number) {
-      const StopElement& element = elements[number];
-      const double force = state[number] + element.force / element.reach * (flux[step] - last);
-      state[number] = std::min(std::max(force, -element.force), element.force);
+      const double limit = springs.limit[number];
+      const double force = state[number] + springs.slope[number] * (flux[step] - last);
+      state[number] = std::min(std::max(force, -limit), limit);
       slipped[number] = state[number] == force ? slipped[number] : step;
     }
     last = flux[step];
@@ -124,7 +144,7 @@ LoopDerivatives loop_derivatives(const StopElements& elements, const StopState& 
     const std::size_t step = (highest + count) % flux.size();
     move_to(step);
     for (std::size_t number = 0; number < kStopElements; ++number) {
-      const double slope = elements[number].force / elements[number].reach;
+      const double slope = springs.slope[number];
       const std::size_t slip = slipped[number];
       if (slip == step) {
         continue;

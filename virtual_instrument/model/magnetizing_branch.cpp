@@ -80,7 +80,7 @@ double bend(const MagnetizingBranch& branch, double core_flux) {
   const double size = std::abs(core_flux);
   const double within = std::min(size, branch.bend_end);
   const double current = branch.bend_current * eleventh_power(within / branch.bend_flux) +
-                         (size - within) * bend_slope(branch, within);
+                         (size > within ? (size - within) * bend_slope(branch, within) : 0);
   return core_flux < 0 ? -current : current;
 }
 
