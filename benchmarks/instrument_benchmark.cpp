@@ -18,6 +18,8 @@
 #include "unit/virtual_instrument/model/units.h"
 #include "unit/virtual_instrument/requests.h"
 #include "unit/virtual_instrument/store/store_files.h"
+#include "virtual_instrument/bench/bench_reader.h"
+#include "virtual_instrument/bench/bench_unit.h"
 #include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/store/sqlite_connection.h"
 #include "virtual_instrument/store/sqlite_store.h"
@@ -109,7 +111,28 @@ void register_ratio_test(const char* name, void (*test)()) {
   });
 }
 
+/// The unit of the built-in bench at rated voltage, where its loops and its knee count, on a
+/// three-phase source or with one phase after the other.
+void register_rated_ratio(const char* name, kvr_TestingMode mode) {
+  benchmark::RegisterBenchmark(name, [mode](benchmark::State& state) {
+    Bench bench = built_in_bench();
+    bench.instrument.maximum_voltage = 5000;
+    const TransformerUnit unit = make_unit(bench);
+    kvr_Ratio3phRequest request = ratio_3ph_request(KVR_TEST_RATIO_DOWN, 1385.64F, KVR_WINDING_YN,
+                                                    KVR_WINDING_YN, 10);
+    request.testing_mode = mode;
+    for (auto _ : state) {
+      const ThreePhaseRatio result = measure_three_phase_ratio(unit, request, bench, 1);
+      require(result.code);
+      benchmark::DoNotOptimize(result);
+    }
+    state.SetItemsProcessed(state.iterations());
+  });
+}
+
 void register_tests() {
+  register_rated_ratio("instrument_ratio_rated/program", KVR_TESTING_MODE_3PH_3_3);
+  register_rated_ratio("instrument_ratio_rated_1_1/program", KVR_TESTING_MODE_3PH_1_1);
   register_ratio_test("instrument_ratio_1ph/program", test_single_phase);
   register_ratio_test("instrument_ratio_3ph/program", test_three_phase);
   register_family("instrument_resistance/program", resistance_test);

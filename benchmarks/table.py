@@ -30,6 +30,8 @@ CASES = [
     ("start_to_main_menu", "start to main menu, connected"),
     ("instrument_ratio_1ph", "virtual instrument: ratio, single-phase"),
     ("instrument_ratio_3ph", "virtual instrument: ratio, three-phase"),
+    ("instrument_ratio_rated", "virtual instrument: ratio, at rated voltage"),
+    ("instrument_ratio_rated_1_1", "virtual instrument: the same, one phase at a time"),
     ("instrument_resistance", "virtual instrument: resistance"),
     ("instrument_resistance_cont", "virtual instrument: continuous resistance"),
     ("instrument_heatrun", "virtual instrument: heat run"),

@@ -155,7 +155,7 @@ TEST(Remanence, IsHeldByItsState) {
   // Iron that can't hold a flux is in the state after saturation, which holds less.
   core.residual_flux[0] = 3;
   const StopState state = residual_state(core, 0);
-  EXPECT_DOUBLE_EQ(total_force(state), -core.loop.strength);
+  EXPECT_NEAR(total_force(state), -core.loop.strength, 1e-12);
   EXPECT_NEAR(flux_without_force(core, state, remanence(core, 0)), remanence(core, 0), 1e-9);
 }
 
