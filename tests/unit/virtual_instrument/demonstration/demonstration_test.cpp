@@ -196,13 +196,14 @@ TEST_F(DemonstrationStore, TheDayTakesTheRemanenceAway) {
   const RecordNest after = read("demo-excitation2");
   const auto& taken = before->data_ratio_3ph[0]->phases;
   const auto& left = after->data_ratio_3ph[0]->phases;
-  EXPECT_LT(left[0].current_rms, taken[0].current_rms);
-  // Without remanence the outer limbs are alike, and the middle one, with the shorter flux path,
-  // takes less.
-  const double outer = (left[0].current_rms + left[2].current_rms) / 2;
-  EXPECT_GT(std::abs(taken[0].current_rms - taken[2].current_rms), outer * 0.01);
-  EXPECT_NEAR(left[0].current_rms, left[2].current_rms, outer * 0.01);
-  EXPECT_LT(left[1].current_rms, outer * 0.9);
+  // H2-H1 is on limb A, which held the most. Without remanence the outer limbs are alike, and the
+  // middle one, that of H3-H2, with the shorter flux path, takes less.
+  EXPECT_STREQ(left[2].high_side_phase, "H3-H2");
+  EXPECT_LT(left[1].current_rms, taken[1].current_rms);
+  const double outer = (left[0].current_rms + left[1].current_rms) / 2;
+  EXPECT_GT(std::abs(taken[0].current_rms - taken[1].current_rms), outer * 0.01);
+  EXPECT_NEAR(left[0].current_rms, left[1].current_rms, outer * 0.01);
+  EXPECT_LT(left[2].current_rms, outer * 0.9);
 }
 
 TEST_F(DemonstrationStore, TheBalanceIsThatOfThreeLimbs) {
@@ -211,10 +212,12 @@ TEST_F(DemonstrationStore, TheBalanceIsThatOfThreeLimbs) {
   for (int row = 0; row < 3; ++row) {
     const float own = data.rows[row].cell[row].value;
     EXPECT_NEAR(own, 100, 1);
-    EXPECT_NEAR(data.rows[row].total, 2 * own, own * 0.02);
+    // A few percent of the flux return through the tank.
+    EXPECT_LT(data.rows[row].total, 2 * own);
+    EXPECT_GT(data.rows[row].total, 1.94 * own);
   }
-  EXPECT_NEAR(data.rows[1].cell[0].value, 50, 1);
-  EXPECT_NEAR(data.rows[1].cell[2].value, 50, 1);
+  EXPECT_NEAR(data.rows[1].cell[0].value, 49, 1.5);
+  EXPECT_NEAR(data.rows[1].cell[2].value, 49, 1.5);
   EXPECT_LT(data.max_imbalance, 1.0F);
 }
 
