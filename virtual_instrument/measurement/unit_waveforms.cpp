@@ -85,7 +85,8 @@ std::vector<TerminalPair> limb_pairs(const TransformerUnit& unit, Side side) {
   std::vector<TerminalPair> pairs = phase_pairs(unit, side);
   const kvr_WindingType type = winding_type(unit.group, side);
   if (type == KVR_WINDING_D || type == KVR_WINDING_YN) {
-    for (const PhaseWinding& winding : phase_windings(unit.group)[side]) {
+    const auto windings = phase_windings(unit.group);
+    for (const PhaseWinding& winding : windings[side]) {
       pairs[index(winding.limb)] = winding.terminals;
     }
   }

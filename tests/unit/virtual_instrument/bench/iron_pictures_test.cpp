@@ -49,7 +49,7 @@ class LoopPlot {
       : core_(unit.core), rated_(rated_flux(unit)), elements_(stop_elements(unit.core.loop)) {}
 
   void go_to(double flux, std::string& points) {
-    const double step = flux > flux_ ? 0.01 : -0.01;
+    const double step = flux > flux_ ? 0.025 : -0.025;
     const int steps = static_cast<int>(std::lround((flux - flux_) / step));
     for (int number = 0; number < steps; ++number) {
       move(elements_, state_, step * rated_);
@@ -82,7 +82,7 @@ std::string loop_picture() {
   std::string svg = text(kHead, 420, 420, "Hysteresis loops of the built-in unit", 420);
   svg += line("20,210 620,210", "#999999", "1") + line("320,10 320,410", "#999999", "1");
   svg += words(500, 228, "magnetomotive force") + words(328, 22, "flux");
-  for (const double amplitude : {0.3, 0.6, 1.0, 1.1}) {
+  for (const double amplitude : {0.3, 0.6, 1.0, 1.05}) {
     LoopPlot plot(unit);
     std::string way;
     plot.go_to(amplitude, way);
@@ -93,7 +93,7 @@ std::string loop_picture() {
   }
   LoopPlot plot(unit);
   std::string first = plot.point();
-  plot.go_to(1.1, first);
+  plot.go_to(1.05, first);
   svg += line(first, "#666666", "1");
   std::string way;
   plot.go_to(0.2, way);
@@ -101,7 +101,7 @@ std::string loop_picture() {
   plot.go_to(0.45, minor);
   plot.go_to(0.2, minor);
   svg += line(minor, "#208040", "1.5");
-  svg += words(24, 376, "red: rated voltage; blue: 0.3, 0.6 and 1.1 of it");
+  svg += words(24, 376, "red: rated voltage; blue: 0.3, 0.6 and 1.05 of it");
   svg += words(24, 392, "grey: from virgin iron; green: a minor loop");
   return svg + "</svg>\n";
 }

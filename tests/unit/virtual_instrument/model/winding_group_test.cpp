@@ -89,8 +89,9 @@ TEST(WindingGroup, WindingsOfOneLetterShareALimbWhereverTheGroupAllowsIt) {
 
 TEST(WindingGroup, ADeltaGoesTheWayThatPutsItsLettersOnTheLimbsOfTheStar) {
   const auto delta = [](const char* name, Side side) {
+    const auto windings = phase_windings(parse_group(name).value());
     std::string pairs;
-    for (const PhaseWinding& winding : phase_windings(parse_group(name).value())[side]) {
+    for (const PhaseWinding& winding : windings[side]) {
       pairs += pair_name(side, winding.terminals) + " ";
     }
     return pairs;
