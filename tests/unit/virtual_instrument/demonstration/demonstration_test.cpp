@@ -212,12 +212,10 @@ TEST_F(DemonstrationStore, TheBalanceIsThatOfThreeLimbs) {
   for (int row = 0; row < 3; ++row) {
     const float own = data.rows[row].cell[row].value;
     EXPECT_NEAR(own, 100, 1);
-    // A few percent of the flux return through the tank.
-    EXPECT_LT(data.rows[row].total, 2 * own);
-    EXPECT_GT(data.rows[row].total, 1.94 * own);
+    EXPECT_NEAR(data.rows[row].total, 2 * own, own * 0.02);
   }
-  EXPECT_NEAR(data.rows[1].cell[0].value, 49, 1.5);
-  EXPECT_NEAR(data.rows[1].cell[2].value, 49, 1.5);
+  EXPECT_NEAR(data.rows[1].cell[0].value, 50, 1);
+  EXPECT_NEAR(data.rows[1].cell[2].value, 50, 1);
   EXPECT_LT(data.max_imbalance, 1.0F);
 }
 
