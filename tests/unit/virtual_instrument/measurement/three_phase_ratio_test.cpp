@@ -406,6 +406,25 @@ TEST(ThreePhaseRatio, AReversedStarWindingShowsAsDistortion) {
   EXPECT_EQ(result.data.health_state, KVR_HEALTH_BAD);
 }
 
+TEST(ThreePhaseRatio, AReversedZigzagWindingAndEachOfItsHalvesShow) {
+  TransformerUnit unit = three_phase_unit();
+  unit.group = parse_group("Yzn11").value();
+  const kvr_Ratio3phRequest request = step_down(unit);
+  EXPECT_EQ(measure(unit, request).data.health_state, KVR_HEALTH_EXCELLENT);
+  for (std::size_t phase = 0; phase < 3; ++phase) {
+    unit.faults = {};
+    unit.faults.reversed_winding[Side::low][phase] = true;
+    const ThreePhaseRatio whole = measure(unit, request);
+    EXPECT_EQ(whole.data.health_state, KVR_HEALTH_BAD) << phase;
+    EXPECT_NEAR(whole.data.negative_distortion_index, 2, 0.01) << phase;
+    for (const std::size_t half : {0U, 1U}) {
+      unit.faults = {};
+      unit.faults.reversed_half[Side::low][phase][half] = true;
+      EXPECT_EQ(measure(unit, request).data.health_state, KVR_HEALTH_BAD) << phase << half;
+    }
+  }
+}
+
 TEST(ThreePhaseRatio, AReversedDeltaWindingIsAShortCircuit) {
   TransformerUnit unit = three_phase_unit();
   unit.group = {KVR_WINDING_YN, KVR_WINDING_D, 1};

@@ -8,6 +8,7 @@
 
 #include "unit/virtual_instrument/model/units.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
+#include "virtual_instrument/model/iron_shape.h"
 #include "virtual_instrument/model/winding_network.h"
 
 namespace virtual_instrument {
@@ -65,6 +66,20 @@ TEST(FluxEquations, HaveTheDerivativesOfTheirResiduals) {
   expect_derivatives(unit, 11000);
   const double knee = unit.core.limb.knee_flux;
   unit.core.residual_flux = {0.8 * knee, -0.5 * knee, -0.3 * knee};
+  expect_derivatives(unit, 11000);
+}
+
+TEST(FluxEquations, HaveTheDerivativesOfLoopsAndOfTheWayOutside) {
+  TransformerUnit unit = saturating_three_phase_unit();
+  shape_iron(unit.core, rated_flux(unit));
+  ASSERT_TRUE(has_loop(unit.core));
+  expect_derivatives(unit, 11000);
+  unit.core.outside = {true, tank_reluctance(700, 50), 0, 1};
+  expect_derivatives(unit, 11000);
+  const double knee = unit.core.limb.knee_flux;
+  unit.core.residual_flux = {0.5 * knee, -0.3 * knee, -0.2 * knee};
+  expect_derivatives(unit, 11000);
+  unit.core.outside = {true, 0, 2, 1};
   expect_derivatives(unit, 11000);
 }
 
