@@ -118,8 +118,8 @@ void register_rated_ratio(const char* name, kvr_TestingMode mode) {
     Bench bench = built_in_bench();
     bench.instrument.maximum_voltage = 5000;
     const TransformerUnit unit = make_unit(bench);
-    kvr_Ratio3phRequest request = ratio_3ph_request(KVR_TEST_RATIO_DOWN, 1385.64F, KVR_WINDING_YN,
-                                                    KVR_WINDING_YN, 10);
+    kvr_Ratio3phRequest request =
+        ratio_3ph_request(KVR_TEST_RATIO_DOWN, 1385.64F, KVR_WINDING_YN, KVR_WINDING_YN, 10);
     request.testing_mode = mode;
     for (auto _ : state) {
       const ThreePhaseRatio result = measure_three_phase_ratio(unit, request, bench, 1);
