@@ -11,6 +11,7 @@
 
 #include "unit/virtual_instrument/model/units.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
+#include "virtual_instrument/model/iron_shape.h"
 
 namespace virtual_instrument {
 namespace {
@@ -253,6 +254,17 @@ TEST(WindingNetwork, EveryBuildGivesTheSameBits) {
   const PeriodicState state =
       solve_network(unit_network(unit, 1e9), balanced_sources(unit, Side::high, 12000), 50);
   EXPECT_EQ(hash_of_bits(state), 9209355062480908534U);
+}
+
+TEST(WindingNetwork, EveryBuildGivesTheSameBitsWithLoops) {
+  TransformerUnit unit = saturating_three_phase_unit();
+  shape_iron(unit.core, rated_flux(unit));
+  unit.core.outside = {true, tank_reluctance(700, 50), 0, 1};
+  unit.core.residual_flux = {0.5 * rated_flux(unit), -0.3 * rated_flux(unit),
+                             -0.2 * rated_flux(unit)};
+  const PeriodicState state =
+      solve_network(unit_network(unit, 1e9), balanced_sources(unit, Side::high, 11000), 50);
+  EXPECT_EQ(hash_of_bits(state), 12249731020319211676U);
 }
 
 TEST(WindingNetwork, AWaveformIsTheSumOfItsHarmonics) {
