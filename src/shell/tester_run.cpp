@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -18,6 +19,7 @@
 #include "plan/runner.h"
 #include "plan/stops.h"
 #include "shell/start_up.h"
+#include "shell/tape_recording.h"
 
 namespace {
 
@@ -27,6 +29,7 @@ struct CommandLine {
   std::string plan_file;
   std::vector<std::string> replacements;
   std::string junit_file;
+  std::string tape;
   bool dry_run = false;
   bool energise = false;
 };
@@ -53,7 +56,6 @@ int refuse(const std::string& what) {
 std::variant<CommandLine, int> read_command_line(const std::vector<std::string>& arguments) {
   CommandLine line;
   bool example = false;
-  std::string tape;
   std::string report;
   CLI::App app("Runs a plan of tests on a connected instrument, without a person at the prompts.",
                "tester-run");
@@ -65,7 +67,8 @@ std::variant<CommandLine, int> read_command_line(const std::vector<std::string>&
                "run tests on a real instrument too: they put voltage on its terminals");
   app.add_option("--junit", line.junit_file, "also write the results to a file as JUnit XML");
   app.add_option("--report", report, "not available yet");
-  app.add_option("--tape", tape, "not available yet");
+  app.add_option("--tape", line.tape,
+                 "also record the run on a tape, a file that does not exist yet");
   app.add_flag("--example", example, "write a commented plan to standard output, and end");
   app.set_version_flag("--version", std::string("tester-run ") + kVersion);
   app.footer(kFooter);
@@ -78,8 +81,8 @@ std::variant<CommandLine, int> read_command_line(const std::vector<std::string>&
     std::cout << kExamplePlan;
     return 0;
   }
-  if (!report.empty() || !tape.empty()) {
-    return refuse(std::string(report.empty() ? "--tape" : "--report") + " is not available yet");
+  if (!report.empty()) {
+    return refuse("--report is not available yet");
   }
   if (line.plan_file.empty()) {
     return refuse("which plan? tester-run --help says what it takes.");
@@ -181,7 +184,14 @@ void run_connected(const Plan& plan, bool energise, PlanRunner& runner, JsonLine
   }
 }
 
-void run_session_of(const Plan& plan, bool energise, PlanRunner& runner, JsonLines& lines) {
+/// Whether the recorder could make the tape at the first call; true without one.
+bool tape_is_there(const std::string& tape) {
+  std::error_code error;
+  return tape.empty() || std::filesystem::exists(tape, error);
+}
+
+void run_session_of(const Plan& plan, const CommandLine& line, PlanRunner& runner,
+                    JsonLines& lines) {
   make_results_folder();
   Options options;
   options.debug = plan.debug;
@@ -194,7 +204,11 @@ void run_session_of(const Plan& plan, bool energise, PlanRunner& runner, JsonLin
     return;
   }
   try {
-    run_connected(plan, energise, runner, lines);
+    if (tape_is_there(line.tape)) {
+      run_connected(plan, line.energise, runner, lines);
+    } else {
+      runner.end_with(Verdict::refused, "the tape can't be written");
+    }
   } catch (const std::exception& error) {
     runner.end_with(Verdict::refused, error.what());
   }
@@ -220,6 +234,11 @@ int run_tester_run(const std::vector<std::string>& arguments) {
     return *status;
   }
   const auto& line = std::get<CommandLine>(answer);
+  if (!line.tape.empty() && !line.dry_run) {
+    if (const auto problem = record_on_tape(line.tape, arguments)) {
+      return refuse(*problem);
+    }
+  }
   const std::optional<Plan> plan = plan_of(line);
   if (!plan) {
     return kBadPlan;
@@ -235,7 +254,7 @@ int run_tester_run(const std::vector<std::string>& arguments) {
   event_lines = &lines;
   PlanRunner runner(*plan, lines);
   lines.plan(*plan, kVersion);
-  run_session_of(*plan, line.energise, runner, lines);
+  run_session_of(*plan, line, runner, lines);
   if (!line.junit_file.empty() && !write_junit(line.junit_file, *plan, runner)) {
     runner.end_with(Verdict::refused, "the JUnit file can't be written");
   }

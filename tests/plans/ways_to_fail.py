@@ -75,7 +75,7 @@ class WaysToFail(unittest.TestCase):
         self.expect(64, "--fast", arguments=("--fast",))
 
     def test_what_is_not_available_yet(self):
-        for option in ("--tape", "--report"):
+        for option in ("--report",):
             run = self.expect(64, f"tester-run: {option} is not available yet",
                               arguments=(option, "x"))
             self.assertEqual(run.names, [])
