@@ -12,6 +12,7 @@
 #include "api/client_api.h"
 #include "console/callbacks.h"
 #include "console/session.h"
+#include "flows/run_files.h"
 #include "plan/dry_run.h"
 #include "plan/json_lines.h"
 #include "plan/junit.h"
@@ -29,6 +30,7 @@ struct CommandLine {
   std::string plan_file;
   std::vector<std::string> replacements;
   std::string junit_file;
+  std::string report_file;
   std::string tape;
   bool dry_run = false;
   bool energise = false;
@@ -56,7 +58,6 @@ int refuse(const std::string& what) {
 std::variant<CommandLine, int> read_command_line(const std::vector<std::string>& arguments) {
   CommandLine line;
   bool example = false;
-  std::string report;
   CLI::App app("Runs a plan of tests on a connected instrument, without a person at the prompts.",
                "tester-run");
   app.add_option("PLAN", line.plan_file, "file of the plan, in TOML");
@@ -66,7 +67,8 @@ std::variant<CommandLine, int> read_command_line(const std::vector<std::string>&
   app.add_flag("--energise", line.energise,
                "run tests on a real instrument too: they put voltage on its terminals");
   app.add_option("--junit", line.junit_file, "also write the results to a file as JUnit XML");
-  app.add_option("--report", report, "not available yet");
+  app.add_option("--report", line.report_file,
+                 "also write the results to a file as a page, see kvr-report");
   app.add_option("--tape", line.tape,
                  "also record the run on a tape, a file that does not exist yet");
   app.add_flag("--example", example, "write a commented plan to standard output, and end");
@@ -80,9 +82,6 @@ std::variant<CommandLine, int> read_command_line(const std::vector<std::string>&
   if (example) {
     std::cout << kExamplePlan;
     return 0;
-  }
-  if (!report.empty()) {
-    return refuse("--report is not available yet");
   }
   if (line.plan_file.empty()) {
     return refuse("which plan? tester-run --help says what it takes.");
@@ -226,9 +225,38 @@ bool write_junit(const std::string& name, const Plan& plan, const PlanRunner& ru
   return false;
 }
 
+PlanFacts facts_of(const Plan& plan, const PlanRunner& runner) {
+  PlanFacts facts{plan, device_info, client_version, {}};
+  for (const RunFiles& files : runner.files()) {
+    if (!files.name.empty()) {
+      facts.files.push_back(files.name);
+    }
+    if (files.has_raw_file) {
+      facts.files.push_back(raw_file_name(files.name));
+    }
+  }
+  return facts;
+}
+
+bool write_page(const std::string& name, const PageMaker& pages, const PlanFacts& facts) {
+  try {
+    const std::string page = pages.page(facts);
+    std::ofstream file(name, std::ios::binary);
+    file << page;
+    file.close();
+    if (file.good()) {
+      return true;
+    }
+    std::cerr << "tester-run: " << name << " can't be written\n";
+  } catch (const std::exception& error) {
+    std::cerr << "tester-run: no page, " << error.what() << '\n';
+  }
+  return false;
+}
+
 }  // namespace
 
-int run_tester_run(const std::vector<std::string>& arguments) {
+int run_tester_run(const std::vector<std::string>& arguments, const PageMaker& pages) {
   const auto answer = read_command_line(arguments);
   if (const int* status = std::get_if<int>(&answer)) {
     return *status;
@@ -252,11 +280,15 @@ int run_tester_run(const std::vector<std::string>& arguments) {
   // Never destroyed: a thread of the library may write when the process ends.
   auto& lines = *new JsonLines(*new std::ostream(words.results.rdbuf()));
   event_lines = &lines;
-  PlanRunner runner(*plan, lines);
+  const bool has_page = !line.report_file.empty() && pages.page != nullptr;
+  PlanRunner runner(*plan, lines, has_page ? pages.add : RecordListener());
   lines.plan(*plan, kVersion);
   run_session_of(*plan, line, runner, lines);
   if (!line.junit_file.empty() && !write_junit(line.junit_file, *plan, runner)) {
     runner.end_with(Verdict::refused, "the JUnit file can't be written");
+  }
+  if (has_page && !write_page(line.report_file, pages, facts_of(*plan, runner))) {
+    runner.end_with(Verdict::refused, "the report can't be written");
   }
   const PlanEnd end = runner.end();
   lines.end(end);
