@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <map>
 #include <random>
+#include <utility>
 
 #include "tape/format/line_text.h"
 #include "tape/format/reader.h"
@@ -100,14 +101,20 @@ std::string meaning(const Tape& tape) {
   return text;
 }
 
-/// What each thread of the client meets, in its order.
+/// What each thread of the client meets, in its order. The end of a thread's last callback is left
+/// out: a process may end within it, and that is a matter of time.
 std::map<int, std::string> client_view(const Tape& tape) {
   std::map<int, std::string> threads;
+  std::map<int, std::string> ends;
   for (Event event : tape.events) {
     if (is_of_client(event.kind) || is_of_library(event.kind)) {
       event.time = 0;
       event.number = 1;
-      threads[event.thread] += line_of(event);
+      if (event.kind == EventKind::kEnd) {
+        ends[event.thread] += line_of(event);
+      } else {
+        threads[event.thread] += std::exchange(ends[event.thread], {}) + line_of(event);
+      }
     }
   }
   return threads;
