@@ -315,6 +315,16 @@ TEST(NumbersOfTheOperatorsText, AreOnThePagesOfTheSampleRecords) {
   EXPECT_GT(count, 30U);
 }
 
+TEST(NumbersOfTheOperatorsText, AreOnThePagesOfARecordedSession) {
+  const Facts facts = read_tape(kGoldens / "session.kvrtape");
+  ASSERT_EQ(facts.records.size(), 4U);
+  for (const Record& record : facts.records) {
+    const std::string text = KVR_Text_Output::ResultsToString(record.nest.get());
+    ASSERT_GT(numbers_in(text).size(), 20U);
+    EXPECT_EQ(missing_numbers(text, tables_of(page_of(record, {}))), "");
+  }
+}
+
 TEST(NumbersOfTheOperatorsText, AreMissedWhereOneChanges) {
   EXPECT_EQ(missing_numbers("TNR = 2.00000000\n", "<td>2.00000001"), "2.00000000 ");
   EXPECT_EQ(missing_numbers("error % = 0.1235\n", "<td>0.12345678"), "");
