@@ -63,11 +63,13 @@ class Site:
         done.stdout, done.stderr = output.read_bytes(), errors.read_bytes()
         return done
 
-    def dialogue(self, **extra):
+    def dialogue(self, program=None, **extra):
+        """The program of the site unless another one is given, with nothing from runs before."""
         (self.folder / "store").unlink(missing_ok=True)
         shutil.rmtree(self.folder / "Documents")
         (self.folder / "Documents").mkdir()
-        return self.run(self.programs / self.arguments.program.name, stdin=ANSWERS, **extra)
+        program = program or self.programs / self.arguments.program.name
+        return self.run(program, stdin=ANSWERS, **extra)
 
     def tool(self, *words, **extra):
         return self.run(self.arguments.tool, *words, **extra)
@@ -136,10 +138,10 @@ def main():
         wrong.that(done.returncode == 0 and site.files() == before, f"uninstall: {done.stderr!r}")
         wrong.that(site.tool("uninstall", windows(site.programs)).returncode == 2, "uninstall twice")
         wrong.that(site.dialogue().stdout == plain.stdout, "the program without a recorder")
-        played = site.run(arguments.program, stdin=ANSWERS, WINEPATH=windows(arguments.player),
-                          KVR_TAPE_FILE=windows(tapes[0]))
+        played = site.dialogue(arguments.program, WINEPATH=windows(arguments.player),
+                               KVR_TAPE_FILE=windows(tapes[0]))
         wrong.that((played.returncode, played.stdout) == (0, plain.stdout),
-                   f"the tape plays: {played.stderr!r}")
+                   f"the tape plays: {played.returncode} {played.stdout[-300:]!r} {played.stderr!r}")
     return wrong.status()
 
 
