@@ -30,15 +30,6 @@ std::string tick_text(double value) {
   return shortest(rounded);
 }
 
-/// The C library's pow() differs in the last bit between systems. `exponent` is a whole number.
-double power_of_ten(double exponent) {
-  double power = 1;
-  for (double step = 0; step < std::abs(exponent); ++step) {
-    power *= 10;
-  }
-  return exponent < 0 ? 1 / power : power;
-}
-
 /// 1, 2 or 5 times a power of ten, so that at most kMostTicks fit.
 double round_step(double span) {
   const double raw = span / (kMostTicks - 1);
