@@ -14,8 +14,10 @@ LIBRARY = pathlib.Path(os.environ["KVR_INSTRUMENT_LIBRARY"])
 
 
 def tape_tool(*command, **others):
-    return subprocess.run([os.environ["KVR_TAPE_TOOL"], *command], capture_output=True, text=True,
-                          check=False, timeout=60, **others)
+    """With a terminal as its input, record would give the program a terminal of its own, with one
+    output."""
+    return subprocess.run([os.environ["KVR_TAPE_TOOL"], *command], stdin=subprocess.DEVNULL,
+                          capture_output=True, text=True, check=False, timeout=60, **others)
 
 
 class Tapes(unittest.TestCase):
