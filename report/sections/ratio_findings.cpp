@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <utility>
 
 #include "report/figures/limits.h"
 #include "report/figures/numbers.h"
@@ -144,8 +145,10 @@ void add_comparables(Section& section, const std::vector<RatioReading>& readings
                          const std::vector<double>& values, double limit) {
       const auto summary = summarize(values);
       if (summary) {
+        std::string what = quantity;
+        what.append(" ").append(group.phase).append(at);
         section.comparables.push_back(
-            {quantity + " " + group.phase + at, unit, mean_of(values),
+            {std::move(what), unit, mean_of(values),
              summary->spread ? std::optional(summary->spread->deviation) : std::nullopt, limit,
              quantity + at, group.phase});
       }
@@ -180,7 +183,7 @@ std::vector<RepeatedErrors> repeated_errors(const std::vector<RatioReading>& rea
 }
 
 Settings::StatedLimit ratio_limit(const Settings& settings) {
-  const Settings::StatedLimit stated = settings.limit("ratio_percent");
+  Settings::StatedLimit stated = settings.limit("ratio_percent");
   const auto impedance = settings.number("nameplate.impedance");
   if (settings.number("limits.ratio_percent")) {
     return stated;

@@ -2,6 +2,7 @@
 #include <array>
 #include <cmath>
 #include <map>
+#include <utility>
 
 #include "common/field_text.h"
 #include "report/figures/limits.h"
@@ -239,9 +240,11 @@ void add_resistance(Section& section, const Record& record, const Settings& sett
       const std::string side = "resistance " + reading.side;
       const std::string name(field_text(reading.point->name));
       const std::string tap = ", tap " + std::to_string(reading.tap);
-      section.comparables.push_back(
-          {side + " " + name + tap, "\xce\xa9", reading.point->rm, std::nullopt,
-           settings.limit("resistance_spread_percent").value, side + tap, name});
+      std::string what = side;
+      what.append(" ").append(name).append(tap);
+      section.comparables.push_back({std::move(what), "\xce\xa9", reading.point->rm, std::nullopt,
+                                     settings.limit("resistance_spread_percent").value, side + tap,
+                                     name});
     }
   }
 }

@@ -16,7 +16,7 @@ fs::path recorder_of_name(const fs::path& name) {
   const fs::path here = fs::path(platform::program_file()).parent_path();
   for (const char* folder : {"../lib/kvr-console-tester/recorder", "../recorder"}) {
     std::error_code error;
-    const fs::path file = fs::canonical(here / folder / name, error);
+    fs::path file = fs::canonical(here / folder / name, error);
     if (!error) {
       return file;
     }
