@@ -104,6 +104,7 @@ std::vector<std::string> Retracing::run() {
     }
   }
   std::vector<std::thread> running;
+  running.reserve(threads.size());
   for (const auto& [number, lines] : threads) {
     running.emplace_back([this, &lines = lines] { run_thread(lines); });
   }

@@ -67,7 +67,7 @@ class PartLister {
   }
 
   /// Two links of one record to the same type: up and down, primary and secondary.
-  std::string unique(std::string path) const {
+  std::string unique(const std::string& path) const {
     const auto taken = [&](const std::string& name) {
       return std::any_of(parts.begin(), parts.end(),
                          [&](const RecordPart& part) { return part.path == name; });
