@@ -1,6 +1,7 @@
 #include "report/drawing/scale.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 #include "report/figures/numbers.h"
@@ -9,6 +10,14 @@ namespace report {
 namespace {
 
 constexpr int kMostTicks = 7;
+
+/// The nearest number to the power, which std::pow of some systems misses.
+double power_of_ten(double exponent) {
+  const std::string text = "1e" + std::to_string(static_cast<int>(exponent));
+  double power = 0;
+  std::from_chars(text.data(), text.data() + text.size(), power);
+  return power > 0 ? power : std::pow(10, exponent);  // too small for from_chars
+}
 
 std::string tick_text(double value) {
   // A sum of steps such as 0.1 carries rounding that no reader wants.
@@ -24,7 +33,7 @@ std::string tick_text(double value) {
 /// 1, 2 or 5 times a power of ten, so that at most kMostTicks fit.
 double round_step(double span) {
   const double raw = span / (kMostTicks - 1);
-  const double power = std::pow(10, std::floor(std::log10(raw)));
+  const double power = power_of_ten(std::floor(std::log10(raw)));
   for (const double factor : {1.0, 2.0, 5.0}) {
     if (raw <= factor * power * (1 + 1e-9)) {
       return factor * power;
@@ -36,7 +45,7 @@ double round_step(double span) {
 /// `count` steps, rounded to the digits that the step has.
 double multiple(double step, double count) {
   const double decimals = std::max(0.0, -std::floor(std::log10(step) + 1e-9));
-  const double scale = std::pow(10, decimals);
+  const double scale = power_of_ten(decimals);
   return decimals > 15 ? step * count : std::round(step * count * scale) / scale;
 }
 
@@ -55,8 +64,8 @@ Scale::Scale(const std::vector<double>& values, bool logarithmic, double begin, 
   }
   logarithmic_ = logarithmic_ && lowest_ > 1e-300;
   if (logarithmic_) {
-    lowest_ = std::pow(10, std::floor(std::log10(lowest_) + 1e-9));
-    highest_ = std::pow(10, std::ceil(std::log10(highest_) - 1e-9));
+    lowest_ = power_of_ten(std::floor(std::log10(lowest_) + 1e-9));
+    highest_ = power_of_ten(std::ceil(std::log10(highest_) - 1e-9));
     highest_ = std::max(highest_, lowest_ * 10);
     return;
   }
@@ -90,7 +99,7 @@ std::vector<Tick> Scale::ticks() const {
     const double step = std::ceil(decades / kMostTicks - 1e-9);
     for (int i = 0; i * step <= decades + 1e-9; ++i) {
       const double decade = i * step;
-      const double value = std::pow(10, std::round(std::log10(lowest_) + decade));
+      const double value = power_of_ten(std::round(std::log10(lowest_) + decade));
       ticks.push_back({value, tick_text(value)});
       if (decades <= 2.1 && decade + 0.5 < decades) {
         for (const double factor : {2.0, 5.0}) {

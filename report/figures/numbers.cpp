@@ -61,7 +61,7 @@ std::string significant(double value, int digits) {
   if (value == 0) {
     return "0";
   }
-  const std::string rounded = scientific(value, digits - 1);
+  std::string rounded = scientific(value, digits - 1);
   int exponent = 0;
   const char* const sign = rounded.data() + rounded.find('e') + 1;
   std::from_chars(sign + (*sign == '+' ? 1 : 0), rounded.data() + rounded.size(), exponent);
@@ -77,6 +77,31 @@ std::string shortest(double value) {
   }
   std::array<char, 64> text{};
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
+std::string with_decimal_commas(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789";
+  constexpr std::string_view kOfWords =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._";
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t begin = std::min(text.find_first_of(kOfWords), text.size());
+    result += text.substr(0, begin);
+    text.remove_prefix(begin);
+    const std::size_t end = std::min(text.find_first_not_of(kOfWords), text.size());
+    std::string word(text.substr(0, end));
+    text.remove_prefix(end);
+    const std::size_t point = word.find_first_not_of(kDigits);
+    const bool is_number = point != std::string::npos && point > 0 && word[point] == '.' &&
+                           point + 1 < word.size() &&
+                           kDigits.find(word[point + 1]) != std::string_view::npos &&
+                           word.find('.', point + 1) == std::string::npos;
+    if (is_number) {
+      word[point] = ',';
+    }
+    result += word;
+  }
+  return result;
 }
 
 std::string operator_notation(double value, int decimals) {

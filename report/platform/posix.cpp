@@ -8,8 +8,6 @@
 
 #include "report/platform/platform.h"
 
-extern char** environ;
-
 namespace report::platform {
 
 std::optional<std::filesystem::path> find_browser() {
@@ -36,6 +34,7 @@ int run(const std::filesystem::path& program, const std::vector<std::string>& ar
   std::vector<std::string> words{program.string()};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) {
     pointers.push_back(word.data());
   }

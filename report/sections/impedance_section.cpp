@@ -1,5 +1,6 @@
 #include <cmath>
 #include <map>
+#include <utility>
 
 #include "common/field_text.h"
 #include "report/figures/limits.h"
@@ -152,10 +153,10 @@ void add_frequency_chart(Section& section, const Tests& tests) {
     }
     const double frequency = number_of(phase->test_frequency);
     ++frequencies[frequency];
-    const auto point = [&, label = name](const std::string& part, float value) {
-      return ChartPoint{frequency, number_of(value),
-                        part + " " + label + ", " + significant(frequency, 4) +
-                            " Hz: " + significant(number_of(value), 5) + " \xce\xa9"};
+    const auto point = [&, label = name](std::string part, float value) {
+      part.append(" ").append(label).append(", ").append(significant(frequency, 4));
+      part.append(" Hz: ").append(significant(number_of(value), 5)).append(" \xce\xa9");
+      return ChartPoint{frequency, number_of(value), std::move(part)};
     };
     auto& [r, x] = series[name];
     r = {"R " + name, SeriesStyle::kPointsAndLine, std::move(r.points)};
@@ -237,14 +238,19 @@ void add_impedance(Section& section, const Record& record, const Settings& setti
     }
     if (tests.averages.empty()) {
       for (const auto& [label, name, phase] : tests.readings) {
-        add_finding(section, name + ", test " + label, phase->z_percent, settings);
+        std::string what = name;
+        add_finding(section, what.append(", test ").append(label), phase->z_percent, settings);
       }
     }
   }
   for (const auto& [label, name, phase] : tests.readings) {
-    section.comparables.push_back(
-        {"impedance " + name + ", " + significant(number_of(phase->test_frequency), 4) + " Hz",
-         "\xce\xa9", phase->z, std::nullopt, limit_row("impedance_percent").value});
+    std::string at = ", ";
+    at.append(significant(number_of(phase->test_frequency), 4)).append(" Hz");
+    std::string what = "impedance ";
+    what.append(name).append(at);
+    section.comparables.push_back({std::move(what), "\xce\xa9", phase->z, std::nullopt,
+                                   settings.limit("impedance_percent").value, "impedance" + at,
+                                   name});
   }
 }
 

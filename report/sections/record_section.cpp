@@ -42,7 +42,7 @@ std::string name_of_kind(kvr_TestType type) {
 }
 
 std::string trimmed_number(double value) {
-  const std::string text = significant(value, 7);
+  std::string text = significant(value, 7);
   if (text.find('.') == std::string::npos || text.find('e') != std::string::npos) {
     return text;
   }

@@ -2,6 +2,7 @@
 #include <array>
 #include <cmath>
 #include <map>
+#include <utility>
 
 #include "common/field_text.h"
 #include "report/figures/limits.h"
@@ -236,11 +237,14 @@ void add_resistance(Section& section, const Record& record, const Settings& sett
   }
   for (const ResistanceReading& reading : readings) {
     if (counts(reading)) {
-      section.comparables.push_back({"resistance " + reading.side + " " +
-                                         std::string(field_text(reading.point->name)) + ", tap " +
-                                         std::to_string(reading.tap),
-                                     "\xce\xa9", reading.point->rm, std::nullopt,
-                                     limit_row("resistance_spread_percent").value});
+      const std::string side = "resistance " + reading.side;
+      const std::string name(field_text(reading.point->name));
+      const std::string tap = ", tap " + std::to_string(reading.tap);
+      std::string what = side;
+      what.append(" ").append(name).append(tap);
+      section.comparables.push_back({std::move(what), "\xce\xa9", reading.point->rm, std::nullopt,
+                                     settings.limit("resistance_spread_percent").value, side + tap,
+                                     name});
     }
   }
 }

@@ -29,6 +29,6 @@ std::optional<std::vector<std::byte>> encode_record(const kvr_TestRecord& record
 RecordNest decode_record(std::span<const std::byte> bytes);
 
 /// The same with the mark "KVRP", for records as a library may hand them out: texts may fill their
-/// field, and steps may be nested 1000 deep. Nothing for a record that is deeper or above 64 MiB.
+/// field, and steps may be nested 250 deep. Nothing for a record that is deeper or above 64 MiB.
 std::optional<std::vector<std::byte>> encode_plain_record(const kvr_TestRecord& record);
 RecordNest decode_plain_record(std::span<const std::byte> bytes);

@@ -51,7 +51,8 @@ std::optional<std::string> from_base64(std::string_view text) {
   std::uint32_t group = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool is_padding = i >= text.size() - padding;
-    const std::int8_t value = is_padding ? 0 : kValues[static_cast<unsigned char>(text[i])];
+    const std::int8_t value =
+        is_padding ? std::int8_t{0} : kValues[static_cast<unsigned char>(text[i])];
     if (value < 0) {
       return std::nullopt;
     }

@@ -209,10 +209,8 @@ void Redaction::clean_block(const std::string& layout, char* bytes, std::size_t 
     const std::string text(source, length);
     const auto word = words_.find(text);
     const std::string kept = word != words_.end() ? word->second : without_words(text);
-    std::memcpy(target, kept.data(), std::min(kept.size(), member.member.size - 1));
-    if (kept == text) {
-      std::memcpy(target, source, length);
-    }
+    // A text that stays may fill its field without an end.
+    kept.copy(target, kept == text ? length : member.member.size - 1);
   }
   std::memcpy(bytes, clean.data(), size);
 }

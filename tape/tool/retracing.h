@@ -4,29 +4,16 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tape/format/reader.h"
+#include "tape/format/tolerance.h"
 #include "tape/vocabulary/call_table.h"
 
 // Makes the calls of a tape's client of another library, each thread of the client on a thread of
 // its own, and compares what comes back with the tape field by field.
 namespace tape {
-
-/// Fields that may differ: by "CALL.FIELD", where "*" stands for any call and a last "*" for the
-/// rest of a name.
-class Tolerance {
- public:
-  /// Reads {"fields": ["kvr_GetDeviceInfo.info.device_date_time", ...]}; allows nothing if empty.
-  explicit Tolerance(const std::string& file);
-
-  bool allows(const std::string& call, const std::string& field) const;
-
- private:
-  std::set<std::string> fields_;
-};
 
 class Retracing {
  public:
@@ -49,6 +36,9 @@ class Retracing {
   Value record_output(const Event& event, kvr_code code, kvr_TestRecord* record, bool is_stored);
   const Value& recorded_output(const Event& event, std::string_view name) const;
   void compare(const Event& recorded, const Fields& now);
+  void compare(const Event& recorded, const Fields& before, const Fields& now);
+  void look_at_again(const Event& event, kvr_TestRecord* record);
+  void give_up_callbacks(std::size_t end);
   void on_callback(const std::string& name, const Fields& fields);
   const Event* answer_to(std::size_t line) const;
 
@@ -67,6 +57,8 @@ class Retracing {
   std::map<const void*, std::int64_t>
       names_;                           ///< what this library handed out, by its name on the tape
   std::map<std::int64_t, void*> held_;  ///< the same the other way round
+  std::map<const void*, std::pair<Value, bool>>
+      contents_;  ///< of records: as they were handed out, and whether they are stored ones
   std::vector<std::unique_ptr<char>>
       marks_;  ///< addresses that stand for what no library handed out
   std::vector<std::string> found_;

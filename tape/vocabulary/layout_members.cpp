@@ -76,7 +76,7 @@ Member make_member(std::string_view name, std::size_t offset, std::string_view u
     return {name,
             unit,
             offset,
-            sizeof(Element),
+            sizeof(Element),  // NOLINT(bugprone-sizeof-expression): of a link, the pointer itself
             count,
             member_type<Element>(),
             is_signed_number<Element>(),
