@@ -1,6 +1,5 @@
 #include "panel/bench_file.h"
 
-#include <filesystem>
 #include <ostream>
 #include <utility>
 
@@ -9,13 +8,9 @@
 #include "virtual_instrument/demonstration/demonstration.h"
 
 namespace panel {
-namespace {
-
 std::filesystem::path path_of(const std::string& utf8) {
   return std::u8string(utf8.begin(), utf8.end());
 }
-
-}  // namespace
 
 std::optional<virtual_instrument::Bench> open_bench(const std::string& bench_file,
                                                     std::ostream& words) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -11,6 +12,9 @@
 // The bench that the panel works on, and the store it names.
 
 namespace panel {
+
+/// A name in UTF-8 as the system has it.
+std::filesystem::path path_of(const std::string& utf8);
 
 /// The bench of a file in UTF-8, or the built-in one without a name; none, with `words` for each
 /// problem, if the file can't be used.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,5 +30,27 @@ int check_benches(const std::vector<std::string>& bench_files, std::ostream& out
 
 /// Shows the unit on a bench: nameplate, equivalent circuit, and what each test would find.
 int show_bench(const std::string& bench_file, std::ostream& out, std::ostream& words);
+
+/// What was typed of a unit. A test is V, A, W and its side, "high" or "low".
+struct NewBenchOrder {
+  std::string group;
+  std::optional<double> high_voltage;
+  std::optional<double> low_voltage;
+  std::optional<double> kva;
+  double frequency = 50;
+  std::optional<double> impedance;
+  std::vector<double> open_circuit;
+  std::string open_circuit_side = "low";
+  std::vector<double> short_circuit;
+  std::string short_circuit_side = "high";
+  std::optional<double> high_resistance;
+  std::optional<double> low_resistance;
+  double temperature = 20;
+  std::string file;  ///< to make; empty for `out`
+};
+
+/// Makes a bench from what is known of a unit. What it must know and was not typed it asks for, in
+/// `words`, and reads from `answers`.
+int new_bench(NewBenchOrder order, std::istream& answers, std::ostream& out, std::ostream& words);
 
 }  // namespace panel

@@ -46,6 +46,7 @@ class Commands {
     add_measure();
     add_records();
     add_benches();
+    add_new_bench();
   }
 
   int run(int count, char** values) {
@@ -127,12 +128,45 @@ class Commands {
                      "bench file; else that of KVR_BENCH_FILE, else the built-in bench");
   }
 
+  void add_new_bench() {
+    CLI::App* made = add("new-bench", "make a bench from what is known of a unit", [this] {
+      return panel::new_bench(unit_, std::cin, std::cout, std::cerr);
+    });
+    made->footer(
+        "What is needed and not given is asked for. What is not known is assumed, and marked so.");
+    made->add_option("--group", unit_.group, "vector group, as Dyn11, YNyn0 or Ii0");
+    made->add_option("--high", unit_.high_voltage, "V, rated, from line to line")->check(kPositive);
+    made->add_option("--low", unit_.low_voltage, "V, the same of the low side")->check(kPositive);
+    made->add_option("--kva", unit_.kva, "rated power")->check(kPositive);
+    made->add_option("--frequency", unit_.frequency, "Hz; 50 without it")->check(kPositive);
+    made->add_option("--impedance", unit_.impedance, "percent, on the nameplate")->check(kPositive);
+    made->add_option("--open", unit_.open_circuit, "V A W of the open-circuit test")
+        ->expected(3)
+        ->check(kPositive);
+    made->add_option("--open-side", unit_.open_circuit_side, "side of that test: low or high")
+        ->check(CLI::IsMember({"low", "high"}));
+    made->add_option("--short", unit_.short_circuit, "V A W of the short-circuit test")
+        ->expected(3)
+        ->check(kPositive);
+    made->add_option("--short-side", unit_.short_circuit_side, "side of that test: high or low")
+        ->check(CLI::IsMember({"low", "high"}));
+    made->add_option("--high-resistance", unit_.high_resistance,
+                     "ohm of one phase: line to neutral, or line to line without one")
+        ->check(kPositive);
+    made->add_option("--low-resistance", unit_.low_resistance, "the same of the low side")
+        ->check(kPositive);
+    made->add_option("--temperature", unit_.temperature, "degrees C, in these tests; 20 without it")
+        ->check(kTemperature);
+    made->add_option("-o", unit_.file, "file to make; standard output without it");
+  }
+
   CLI::App app_{"The virtual instrument's own front panel.", "instrument-panel"};
   std::function<int()> command_;
   std::string bench_;
   std::vector<std::string> ids_;
   std::vector<std::string> files_;
   panel::MeasureOrder order_;
+  panel::NewBenchOrder unit_;
 };
 
 }  // namespace
