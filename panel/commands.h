@@ -33,20 +33,20 @@ int show_bench(const std::string& bench_file, std::ostream& out, std::ostream& w
 
 /// What was typed of a unit. A test is V, A, W and its side, "high" or "low".
 struct NewBenchOrder {
-  std::string group;
-  std::optional<double> high_voltage;
-  std::optional<double> low_voltage;
-  std::optional<double> kva;
+  std::string group = {};
+  std::optional<double> high_voltage = {};
+  std::optional<double> low_voltage = {};
+  std::optional<double> kva = {};
   double frequency = 50;
-  std::optional<double> impedance;
-  std::vector<double> open_circuit;
+  std::optional<double> impedance = {};
+  std::vector<double> open_circuit = {};
   std::string open_circuit_side = "low";
-  std::vector<double> short_circuit;
+  std::vector<double> short_circuit = {};
   std::string short_circuit_side = "high";
-  std::optional<double> high_resistance;
-  std::optional<double> low_resistance;
+  std::optional<double> high_resistance = {};
+  std::optional<double> low_resistance = {};
   double temperature = 20;
-  std::string file;  ///< to make; empty for `out`
+  std::string file = {};  ///< to make; empty for `out`
 };
 
 /// Makes a bench from what is known of a unit. What it must know and was not typed it asks for, in

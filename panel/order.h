@@ -13,23 +13,23 @@ namespace panel {
 
 /// What was typed; a setting that was not is what the bench or the panel has.
 struct MeasureOrder {
-  std::vector<std::string> kinds;
-  std::string bench_file;  ///< empty for the built-in bench
-  std::string id;          ///< empty for one made from date and time
-  std::string asset;
+  std::vector<std::string> kinds = {};
+  std::string bench_file = {};  ///< empty for the built-in bench
+  std::string id = {};          ///< empty for one made from date and time
+  std::string asset = {};
   bool add = false;  ///< to the record of that ID
-  std::optional<double> frequency;
-  std::optional<double> voltage;
-  std::optional<double> direct_voltage;
-  std::optional<double> direct_current;
-  std::optional<double> corrected_to;
-  std::optional<double> minimum_inductance;
-  std::optional<int> readings;
-  std::optional<double> interval;
-  std::optional<double> ambient;
-  std::optional<double> rise;
-  std::optional<double> time_constant;
-  std::vector<double> frequencies;
+  std::optional<double> frequency = {};
+  std::optional<double> voltage = {};
+  std::optional<double> direct_voltage = {};
+  std::optional<double> direct_current = {};
+  std::optional<double> corrected_to = {};
+  std::optional<double> minimum_inductance = {};
+  std::optional<int> readings = {};
+  std::optional<double> interval = {};
+  std::optional<double> ambient = {};
+  std::optional<double> rise = {};
+  std::optional<double> time_constant = {};
+  std::vector<double> frequencies = {};
 };
 
 /// The settings of an order's tests on a unit; what was not asked for suits the unit and the bench.
