@@ -21,16 +21,29 @@ struct Options {
 
 void add_options(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "kvr-report " KVR_VERSION);
-  auto* const store =
-      app.add_option("--store", options.sources.store, "the record store to report");
+  auto* const tape =
+      app.add_option("--tape", options.sources.tape, "the tape whose tests and records to report");
+  auto* const store = app.add_option("--store", options.sources.store, "the record store to report")
+                          ->excludes(tape);
   app.add_option("--runs", options.sources.runs, "the folder of run files to report")
+      ->excludes(tape)
       ->excludes(store);
   app.add_option("--record", options.sources.records,
                  "only the record of this ID; can be given more than once");
   app.add_option("--with", options.sources.settings,
                  "report.toml: customer, nameplate, limits, uncertainty ...");
-  app.add_option("--compare", options.sources.compare,
-                 "another store or folder of run files, to compare with");
+  app.add_option_function<std::vector<std::string>>(
+         "--compare",
+         [&sources = options.sources](const std::vector<std::string>& words) {
+           const std::string other = words.empty() ? "" : words.front();
+           sources.compare = other;
+           sources.compares_phases = other.empty();
+         },
+         "another tape, store or folder of run files, to compare with; without one the phases "
+         "of the unit are compared with each other")
+      ->expected(0, 1)
+      ->type_name("[OTHER]")
+      ->trigger_on_parse();
   app.add_option("-o,--output", options.output, "the page; standard output without it");
   app.add_flag("--pdf", options.pdf, "print the page to a PDF beside it, by an installed browser");
   app.add_flag("--example", options.example, "write a commented report.toml and end");
@@ -79,9 +92,10 @@ int run(const Options& options) {
   if (options.pdf && options.output.empty()) {
     return say(kRefused, "--pdf needs -o");
   }
-  if (options.sources.store.empty() && options.sources.runs.empty() &&
-      options.sources.settings.empty()) {
-    return say(kRefused, "nothing to report: name --store, --runs or --with");
+  const report::Sources& sources = options.sources;
+  if (sources.tape.empty() && sources.store.empty() && sources.runs.empty() &&
+      sources.settings.empty()) {
+    return say(kRefused, "nothing to report: name --tape, --store, --runs or --with");
   }
   const std::string page = report::make_page(options.sources, KVR_VERSION);
   if (!write(options.output, page)) {

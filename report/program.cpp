@@ -5,12 +5,18 @@
 namespace report {
 namespace {
 
-/// A folder holds run files; a file is a store.
+/// A folder holds run files; a file is a tape by its name, else a store.
 Facts read_any(const std::filesystem::path& path) {
-  return std::filesystem::is_directory(path) ? read_runs(path) : read_store(path);
+  if (std::filesystem::is_directory(path)) {
+    return read_runs(path);
+  }
+  return path.extension() == ".kvrtape" ? read_tape(path) : read_store(path);
 }
 
 Facts read_sources(const Sources& sources) {
+  if (!sources.tape.empty()) {
+    return read_tape(sources.tape, sources.records);
+  }
   if (!sources.store.empty()) {
     return read_store(sources.store, sources.records);
   }
@@ -56,9 +62,12 @@ std::string make_page(const Sources& sources, const std::string& program_version
     std::vector<SourceFile> files = facts.files;
     const Settings settings = settings_of(sources, files);
     std::vector<Section> sections = sections_of(facts, settings);
-    if (!sources.compare.empty()) {
+    append(sections, excitation_sections(facts.records));
+    if (sources.compares_phases) {
+      append(sections, phase_sections(sections, settings));
+    } else if (!sources.compare.empty()) {
       Facts others = read_any(sources.compare);
-      append(sections, comparison_sections(sections, sections_of(others, settings), settings));
+      append(sections, comparison_sections(sections, sections_of(others, settings)));
       append(files, std::move(others.files));
       append(facts.remarks, std::move(others.remarks));
     }

@@ -11,10 +11,12 @@
 namespace report {
 
 struct Sources {
-  std::filesystem::path store;  ///< empty for none, as below
+  std::filesystem::path tape;  ///< empty for none, as below
+  std::filesystem::path store;
   std::filesystem::path runs;
   std::filesystem::path settings;
   std::filesystem::path compare;
+  bool compares_phases = false;      ///< with each other, in place of another source
   std::vector<std::string> records;  ///< IDs; empty for all
 };
 

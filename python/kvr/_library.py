@@ -49,6 +49,11 @@ def candidates() -> list[str]:
     return [_NAME, *([str(_VIRTUAL)] if _VIRTUAL.exists() else [])]
 
 
+def player() -> str:
+    """The library that plays tapes: where KVR_TAPE_PLAYER says, else that of the installed package."""
+    return os.environ.get("KVR_TAPE_PLAYER") or str(_VIRTUAL.parent.parent / "player" / _NAME)
+
+
 def load_library(path: str | os.PathLike[str] | None) -> ctypes.CDLL:
     """Loads the library and declares its calls. Raises OSError that says where it was looked for."""
     tried = [os.fspath(path)] if path is not None else candidates()

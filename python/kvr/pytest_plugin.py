@@ -3,16 +3,22 @@
 bench(toml)         the bench has these values from now on
 instrument          a connected virtual instrument, whose tests take no time
 fault(call, code)   this call answers with this code from now on
+tape(file)          a recording; its play(client) lets a client meet it again
 """
 
+import json
+import os
 import pathlib
-from collections.abc import Callable, Iterator
+import subprocess
+import sys
+import traceback
+from collections.abc import Callable, Iterator, Sequence
 
 import pytest
 
 import kvr
 
-
+from ._library import player
 
 class Bench:
     """The bench file in front of the virtual instrument."""
@@ -66,3 +72,62 @@ def instrument(bench: Bench) -> Iterator[kvr.Instrument]:  # pylint: disable=red
         serial_number = connected.device_info().serial_number
         assert kvr.is_virtual(serial_number), f"{serial_number} is a real instrument"
         yield connected
+
+
+class Tape:
+    """A recording of kvr-tape: answers a client as the recorded library did, without any instrument."""
+
+    def __init__(self, file: str | os.PathLike[str], folder: pathlib.Path):
+        self.file = pathlib.Path(file).resolve()
+        self._receipt = folder / f"{self.file.name}.receipt.json"
+        self._errors = folder / f"{self.file.name}.errors"
+
+    def play(self, client: "Callable[[], object] | Sequence[str | os.PathLike[str]]") -> str:
+        """Lets a client meet the recording, in a process of its own: a function without arguments (not
+        on Windows), or a program with its arguments. Fails the test unless it makes the recorded calls
+        with the recorded arguments, all of them, and ends well. Returns its standard error."""
+        assert self.file.exists(), f"{self.file} does not exist"
+        self._receipt.unlink(missing_ok=True)
+        library = pathlib.Path(player())
+        path = "PATH" if sys.platform == "win32" else "LD_LIBRARY_PATH"
+        variables = {"KVR_TAPE_FILE": str(self.file), "KVR_TAPE_RECEIPT": str(self._receipt),
+                     "KVR_CLIENT_LIBRARY": str(library),
+                     path: os.pathsep.join(filter(None, [str(library.parent), os.environ.get(path)]))}
+        with open(self._errors, "wb") as errors:
+            status = (_run_function(client, variables, errors.fileno()) if callable(client) else
+                      subprocess.run(list(client), env=os.environ | variables, stderr=errors,
+                                     check=False).returncode)
+        words = self._errors.read_text(encoding="utf-8", errors="replace")
+        receipt = (json.loads(self._receipt.read_text(encoding="utf-8")) if self._receipt.exists() else
+                   {"complete": False, "divergence": None})
+        if status != 0 or not receipt["complete"] or receipt["divergence"]:
+            pytest.fail(f"{words}{self.file.name}: the client ended with status {status}; the tape was "
+                        f"{'' if receipt['complete'] else 'not '}played whole", pytrace=False)
+        return words
+
+
+def _run_function(function: Callable[[], object], variables: dict[str, str], errors: int) -> int:
+    """Runs it in a child of this process, since a library is loaded once and a divergence ends all."""
+    sys.stdout.flush()
+    sys.stderr.flush()
+    child = os.fork()
+    if child == 0:
+        status = 1
+        try:
+            os.dup2(errors, 2)
+            sys.stderr = open(2, "w", encoding="utf-8", closefd=False)  # pylint: disable=consider-using-with
+            os.environ.update(variables)
+            function()
+            status = 0
+        except BaseException:  # pylint: disable=broad-except
+            traceback.print_exc()
+        finally:
+            sys.stderr.flush()
+            os._exit(status)
+    return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
+
+
+@pytest.fixture
+def tape(tmp_path: pathlib.Path) -> Callable[[str | os.PathLike[str]], Tape]:
+    """tape(file).play(client): the client meets a recording again."""
+    return lambda file: Tape(file, tmp_path)

@@ -6,6 +6,7 @@
 
 #include "report/drawing/scale.h"
 #include "report/drawing/symbols.h"
+#include "report/figures/numbers.h"
 
 namespace report {
 namespace {
@@ -20,9 +21,10 @@ constexpr double kLegendStep = 20;
 
 class ChartDrawing {
  public:
-  ChartDrawing(Markup& out, const Chart& chart)
+  ChartDrawing(Markup& out, const Chart& chart, bool has_decimal_comma)
       : out_(out),
         chart_(chart),
+        has_decimal_comma_(has_decimal_comma),
         x_(values(&ChartPoint::x), chart.is_x_logarithmic, kLeft, kRight),
         y_(values(&ChartPoint::y), chart.is_y_logarithmic, kBottom, kTop) {}
 
@@ -34,6 +36,12 @@ class ChartDrawing {
     out_.element("title", chart_.title, {{"id", id}}).line_end();
     out_.element("text", chart_.title, {{"class", "h"}, {"x", coordinate(kLeft)}, {"y", "22"}});
     draw_axes();
+    if (!has_points()) {
+      out_.element("text", "no value that can be drawn",
+                   {{"class", "m"},
+                    {"x", coordinate((kLeft + kRight) / 2)},
+                    {"y", coordinate((kTop + kBottom) / 2)}});
+    }
     for (std::size_t i = 0; i < chart_.series.size(); ++i) {
       draw_series(chart_.series[i], i);
       draw_legend(chart_.series[i], i);
@@ -57,6 +65,17 @@ class ChartDrawing {
     return all;
   }
 
+  std::string shown(const std::string& text) const {
+    return has_decimal_comma_ ? with_decimal_commas(text) : text;
+  }
+
+  bool has_points() const {
+    return std::any_of(chart_.series.begin(), chart_.series.end(), [this](const Series& series) {
+      return std::any_of(series.points.begin(), series.points.end(),
+                         [this](const ChartPoint& point) { return is_drawn(point); });
+    });
+  }
+
   bool is_drawn(const ChartPoint& point) const {
     return std::isfinite(point.x) && std::isfinite(point.y) && x_.contains(point.x) &&
            y_.contains(point.y);
@@ -72,13 +91,13 @@ class ChartDrawing {
     for (const Tick& tick : x_.ticks()) {
       const double at = x_.at(tick.value);
       line("g", at, kTop, at, kBottom);
-      out_.element("text", tick.text,
+      out_.element("text", shown(tick.text),
                    {{"class", "m"}, {"x", coordinate(at)}, {"y", coordinate(kBottom + 18)}});
     }
     for (const Tick& tick : y_.ticks()) {
       const double at = y_.at(tick.value);
       line("g", kLeft, at, kRight, at);
-      out_.element("text", tick.text,
+      out_.element("text", shown(tick.text),
                    {{"class", "e"}, {"x", coordinate(kLeft - 7)}, {"y", coordinate(at + 4)}});
     }
     out_.empty("path", {{"class", "a"},
@@ -134,7 +153,7 @@ class ChartDrawing {
   void draw_points(const Series& series, std::size_t index) {
     for (const ChartPoint& point : series.points) {
       if (is_drawn(point)) {
-        draw_symbol(out_, index, x_.at(point.x), y_.at(point.y), point.title);
+        draw_symbol(out_, index, x_.at(point.x), y_.at(point.y), shown(point.title));
       }
     }
   }
@@ -158,7 +177,7 @@ class ChartDrawing {
             width * (static_cast<double>(index) - static_cast<double>(chart_.series.size()) / 2);
         const double left = x_.at(point.x) + offset;
         rectangle(index, left, y_.at(std::max(0.0, y_.lowest())), left + width, y_.at(point.y),
-                  point.title);
+                  shown(point.title));
       }
     }
   }
@@ -169,7 +188,7 @@ class ChartDrawing {
       const ChartPoint& to = series.points[i + 1];
       if (is_drawn(from) && is_drawn(to)) {
         rectangle(index, x_.at(from.x), y_.at(from.y) - 6, x_.at(to.x), y_.at(from.y) + 6,
-                  from.title);
+                  shown(from.title));
       }
     }
   }
@@ -178,7 +197,7 @@ class ChartDrawing {
     const double y = kLegendTop + kLegendStep * static_cast<double>(index) - 8;
     const bool is_area = series.style == SeriesStyle::kBars || series.style == SeriesStyle::kSpans;
     if (is_area) {
-      rectangle(index, kLeft, y - 5, kLeft + 26, y + 5, series.name);
+      rectangle(index, kLeft, y - 5, kLeft + 26, y + 5, shown(series.name));
     } else if (series.style != SeriesStyle::kPoints) {
       const bool is_limit = series.style == SeriesStyle::kLimit;
       line(is_limit ? "l" : "c" + std::to_string(index % 6), kLeft, y, kLeft + 26, y);
@@ -186,20 +205,22 @@ class ChartDrawing {
     if (series.style == SeriesStyle::kPoints || series.style == SeriesStyle::kPointsAndLine) {
       draw_symbol(out_, index, kLeft + 13, y, {});
     }
-    out_.element("text", series.name, {{"x", coordinate(kLeft + 36)}, {"y", coordinate(y + 4)}});
+    out_.element("text", shown(series.name),
+                 {{"x", coordinate(kLeft + 36)}, {"y", coordinate(y + 4)}});
     out_.line_end();
   }
 
   Markup& out_;
   const Chart& chart_;
+  bool has_decimal_comma_;
   Scale x_;
   Scale y_;
 };
 
 }  // namespace
 
-void draw(Markup& out, const Chart& chart, int number) {
-  ChartDrawing(out, chart).draw("p" + std::to_string(number));
+void draw(Markup& out, const Chart& chart, int number, bool has_decimal_comma) {
+  ChartDrawing(out, chart, has_decimal_comma).draw("p" + std::to_string(number));
 }
 
 }  // namespace report

@@ -43,7 +43,7 @@ struct Chart {
 };
 
 /// Draws the chart as one SVG element. A chart without a point that can be drawn says so.
-void draw(Markup& out, const Chart& chart, int number);
+void draw(Markup& out, const Chart& chart, int number, bool has_decimal_comma = false);
 
 struct Phasor {
   std::string name;
@@ -60,6 +60,6 @@ struct PhasorPicture {
   std::string note;
 };
 
-void draw(Markup& out, const PhasorPicture& picture, int number);
+void draw(Markup& out, const PhasorPicture& picture, int number, bool has_decimal_comma = false);
 
 }  // namespace report

@@ -4,6 +4,7 @@
 
 #include "report/drawing/chart.h"
 #include "report/drawing/symbols.h"
+#include "report/figures/numbers.h"
 
 namespace report {
 namespace {
@@ -41,7 +42,8 @@ std::string style_of(const Phasor& phasor, std::size_t index) {
   return phasor.is_nameplate ? "l" : "c" + std::to_string(index % 6);
 }
 
-void draw_arrow(Markup& out, const Phasor& phasor, std::size_t index, double length) {
+void draw_arrow(Markup& out, const Phasor& phasor, const std::string& name, std::size_t index,
+                double length) {
   const Position tip = on_circle(phasor.degrees, length);
   const double radians = phasor.degrees / 180 * std::numbers::pi;
   const auto wing = [&](double turn) {
@@ -52,12 +54,12 @@ void draw_arrow(Markup& out, const Phasor& phasor, std::size_t index, double len
                     {"d", "M" + coordinate(kCentreX) + " " + coordinate(kCentreY) + "L" +
                               coordinate(tip.x) + " " + coordinate(tip.y) + "M" + wing(0.4) + "L" +
                               coordinate(tip.x) + " " + coordinate(tip.y) + "L" + wing(-0.4)}});
-  out.element("title", phasor.name).close();
+  out.element("title", name).close();
 }
 
 }  // namespace
 
-void draw(Markup& out, const PhasorPicture& picture, int number) {
+void draw(Markup& out, const PhasorPicture& picture, int number, bool has_decimal_comma) {
   const std::string id = "p" + std::to_string(number);
   const double height = std::max(366.0, 60 + 20 * static_cast<double>(picture.phasors.size()) + 40);
   out.open(
@@ -77,13 +79,14 @@ void draw(Markup& out, const PhasorPicture& picture, int number) {
     const double longest = phasor.is_low_side ? longest_low : longest_high;
     const double length = (phasor.is_low_side ? 0.75 : 1.0) * kLongest *
                           (longest > 0 ? phasor.magnitude / longest : 0);
+    const std::string name = has_decimal_comma ? with_decimal_commas(phasor.name) : phasor.name;
     if (std::isfinite(length) && std::isfinite(phasor.degrees)) {
-      draw_arrow(out, phasor, i, length);
+      draw_arrow(out, phasor, name, i, length);
     }
     const double y = 52 + 20 * static_cast<double>(i);
     out.empty("path", {{"class", style_of(phasor, i)},
                        {"d", "M" + coordinate(kLegendX) + " " + coordinate(y - 4) + "h26"}});
-    out.element("text", phasor.name, {{"x", coordinate(kLegendX + 34)}, {"y", coordinate(y)}});
+    out.element("text", name, {{"x", coordinate(kLegendX + 34)}, {"y", coordinate(y)}});
     out.line_end();
   }
   out.close().line_end();

@@ -80,6 +80,11 @@ SourceFile source_file(const std::filesystem::path& path, std::string_view bytes
 /// left out with a remark.
 Facts read_store(const std::filesystem::path& path, const std::vector<std::string>& only = {});
 
+/// The tests that were made while a tape was recorded, those of a run as one record, and the
+/// records that were read, in their order. Of two with one ID the one with more tests stays. Throws
+/// ReadFailure, also for an ID that is not there.
+Facts read_tape(const std::filesystem::path& path, const std::vector<std::string>& only = {});
+
 /// The series, reports and RAW data in a folder of run files, in the order of their names; other
 /// files are not looked at. Throws ReadFailure.
 Facts read_runs(const std::filesystem::path& folder, const std::vector<std::string>& only = {});

@@ -164,13 +164,31 @@ std::vector<double> minimize(const Problem& problem, std::vector<double> paramet
   return parameters;
 }
 
+/// A few undamped steps: near the minimum the sum is too flat to tell the last digits apart.
+std::vector<double> polished(const Problem& problem, std::vector<double> parameters) {
+  constexpr int kSteps = 4;
+  constexpr double kFlat = 1 + 1e-9;
+  double best = sum_of_squares(problem.residuals(parameters));
+  for (int step = 0; step < kSteps; ++step) {
+    const auto next = damped_step(problem.normal_equations(parameters), parameters, 0);
+    const double sum = sum_of_squares(problem.residuals(next));
+    if (!(sum <= best * kFlat)) {
+      break;
+    }
+    best = std::min(best, sum);
+    parameters = next;
+  }
+  return parameters;
+}
+
 std::optional<Fit> fit_at(const Problem& problem, std::vector<double> parameters,
                           std::size_t readings) {
   const std::size_t n = parameters.size();
   Fit fit{parameters, {}, {}, problem.residuals(parameters), 0};
   const auto freedom = static_cast<double>(readings - n);
   const double sum = sum_of_squares(fit.residuals);
-  fit.residual_deviation = freedom > 0 ? std::sqrt(sum / freedom) : 0;
+  fit.residual_deviation =
+      freedom > 0 ? std::sqrt(sum / freedom) : std::numeric_limits<double>::quiet_NaN();
   const auto inverted = inverse(problem.normal_equations(parameters).matrix, n);
   if (!inverted || !std::isfinite(sum)) {
     return std::nullopt;
@@ -216,7 +234,7 @@ std::optional<Fit> fit_curve(const Model& model, std::span<const double> xs,
     return std::nullopt;
   }
   const Problem problem(model, xs, ys);
-  return fit_at(problem, minimize(problem, std::move(start)), xs.size());
+  return fit_at(problem, polished(problem, minimize(problem, std::move(start))), xs.size());
 }
 
 std::optional<Fit> fit_line(std::span<const double> xs, std::span<const double> ys) {
@@ -246,7 +264,7 @@ std::optional<Fit> fit_line(std::span<const double> xs, std::span<const double> 
 double CoolingFit::at(double time) const { return final + rise * std::exp(-time / time_constant); }
 
 std::optional<CoolingFit> fit_cooling(std::span<const double> times, std::span<const double> ys) {
-  if (times.size() < 4) {
+  if (times.size() < 3) {
     return std::nullopt;
   }
   const double span =

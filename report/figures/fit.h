@@ -18,7 +18,8 @@ struct Fit {
   std::vector<double> standard_errors;
   std::vector<double> covariances;  ///< of the parameters, row by row
   std::vector<double> residuals;    ///< reading less model
-  double residual_deviation;        ///< sqrt(sum of squares / (n - number of parameters))
+  double residual_deviation;        ///< sqrt(sum of squares / (n - number of parameters)); this
+                                    ///< and what follows from it are NaN where n is that number
 };
 
 /// Nothing with fewer readings than parameters, or where no fit is found.
@@ -40,7 +41,7 @@ struct CoolingFit {
   double at(double time) const;
 };
 
-/// Nothing for fewer than four readings, or where they don't show a curve: then the extrapolation
+/// Nothing for fewer than three readings, or where they don't show a curve: then the extrapolation
 /// would have no meaning.
 std::optional<CoolingFit> fit_cooling(std::span<const double> times, std::span<const double> ys);
 

@@ -79,6 +79,31 @@ std::string shortest(double value) {
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
 }
 
+std::string with_decimal_commas(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789";
+  constexpr std::string_view kOfWords =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._";
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t begin = std::min(text.find_first_of(kOfWords), text.size());
+    result += text.substr(0, begin);
+    text.remove_prefix(begin);
+    const std::size_t end = std::min(text.find_first_not_of(kOfWords), text.size());
+    std::string word(text.substr(0, end));
+    text.remove_prefix(end);
+    const std::size_t point = word.find_first_not_of(kDigits);
+    const bool is_number = point != std::string::npos && point > 0 && word[point] == '.' &&
+                           point + 1 < word.size() &&
+                           kDigits.find(word[point + 1]) != std::string_view::npos &&
+                           word.find('.', point + 1) == std::string::npos;
+    if (is_number) {
+      word[point] = ',';
+    }
+    result += word;
+  }
+  return result;
+}
+
 std::string operator_notation(double value, int decimals) {
   if (std::isnan(value)) {
     return std::signbit(value) ? "-nan" : "nan";

@@ -19,4 +19,7 @@ std::string shortest(double value);
 /// The fixed notation of the operator's text, with the sign of minus zero and of no number.
 std::string operator_notation(double value, int decimals);
 
+/// A text in which each number that stands alone has a decimal comma; "C57.13" is none.
+std::string with_decimal_commas(std::string_view text);
+
 }  // namespace report

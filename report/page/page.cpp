@@ -4,6 +4,7 @@
 #include <array>
 
 #include "report/facts/checksums.h"
+#include "report/figures/numbers.h"
 #include "report/page/csv.h"
 #include "report/page/front_matter.h"
 #include "report/page/style.h"
@@ -37,6 +38,11 @@ class Page {
   }
 
  private:
+  /// Words of ours with numbers among them.
+  std::string prose(const std::string& text) const {
+    return settings_.has_decimal_comma() ? with_decimal_commas(text) : text;
+  }
+
   std::string title() const { return settings_.text("report.title").value_or("Test report"); }
 
   void head() {
@@ -108,14 +114,18 @@ class Page {
     write(section.findings);
     for (const Picture& picture : section.pictures) {
       out_.open("figure");
-      std::visit([&](const auto& each) { draw(out_, each, ++picture_number_); }, picture);
+      std::visit(
+          [&](const auto& each) {
+            draw(out_, each, ++picture_number_, settings_.has_decimal_comma());
+          },
+          picture);
       out_.close().line_end();
     }
     for (const Table& table : section.tables) {
       write(table);
     }
     for (const std::string& note : section.notes) {
-      out_.element("p", note).line_end();
+      out_.element("p", prose(note)).line_end();
     }
     out_.close().line_end();
   }
@@ -141,7 +151,7 @@ class Page {
     }
     out_.close().close().open("tbody").line_end();
     for (const Finding& finding : findings) {
-      out_.unclosed("tr", "").unclosed("td", finding.quantity);
+      out_.unclosed("tr", "").unclosed("td", prose(finding.quantity));
       for (const std::string* const text :
            {&finding.value, &finding.limit, &finding.deviation, &finding.uncertainty}) {
         out_.unclosed("td", localized(*text, settings_));
@@ -179,7 +189,7 @@ class Page {
     }
     out_.close().close().close().line_end();
     if (!table.note.empty()) {
-      out_.element("p", table.note);
+      out_.element("p", prose(table.note));
     }
     out_.open("details").element("summary", "CSV of \xe2\x80\x9c" + table.title + "\xe2\x80\x9d");
     out_.element("pre", csv_text(table, settings_), {{"tabindex", "0"}}).close().line_end();

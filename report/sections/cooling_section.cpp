@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 
 #include "report/figures/fit.h"
 #include "report/figures/numbers.h"
@@ -9,6 +10,30 @@ namespace report {
 namespace {
 
 constexpr int kCurvePoints = 60;
+
+// What is left of numbers after a fit holds rounding in its last digits, which another system
+// rounds otherwise: it is shown without them.
+constexpr double kRounding = 1e-10;
+
+/// A small number beside the one that it belongs to.
+double above_rounding(double value, double whole) {
+  return std::abs(value) <= kRounding * std::abs(whole) ? 0 : value;
+}
+
+std::string beside(double value, double whole, int digits) {
+  return significant(above_rounding(value, whole), digits);
+}
+
+/// Three readings determine a curve, but no deviation from it.
+std::string error_text(double error, double value) {
+  return std::isfinite(error) ? beside(error, value, 2) : std::string(kNotStated);
+}
+
+Cell error_cell(double error, double value) {
+  return {error_text(error, value), std::isfinite(error) ? beside(error, value, 4) : ""};
+}
+
+Cell fitted_cell(double value) { return {significant(value, 8), significant(value, 9)}; }
 
 Chart fit_chart(const HeatRun& run, const std::optional<CoolingFit>& fit) {
   Chart chart{"Cooling curve, " + run.winding,
@@ -33,8 +58,9 @@ Chart fit_chart(const HeatRun& run, const std::optional<CoolingFit>& fit) {
     }
     chart.series.push_back(std::move(curve));
     const std::string name = "at shut-down " + significant(fit->at_shut_down, 6) +
-                             " \xce\xa9, standard error " + significant(fit->standard_error, 2) +
-                             " \xce\xa9";
+                             " \xce\xa9, standard error " +
+                             error_text(fit->standard_error, fit->at_shut_down) +
+                             (std::isfinite(fit->standard_error) ? " \xce\xa9" : "");
     chart.series.push_back({name, SeriesStyle::kPoints, {{0, fit->at_shut_down, name}}});
   }
   return chart;
@@ -49,9 +75,10 @@ Chart residual_chart(const HeatRun& run, const CoolingFit& fit) {
               {}};
   Series series{"residuals", SeriesStyle::kPoints, {}};
   for (std::size_t i = 0; i < run.times.size(); ++i) {
-    series.points.push_back(
-        {run.times[i], fit.fit.residuals[i],
-         shortest(run.times[i]) + " s: " + significant(fit.fit.residuals[i], 3) + " \xce\xa9"});
+    series.points.push_back({run.times[i], above_rounding(fit.fit.residuals[i], run.resistances[i]),
+                             shortest(run.times[i]) +
+                                 " s: " + beside(fit.fit.residuals[i], run.resistances[i], 3) +
+                                 " \xce\xa9"});
   }
   chart.series.push_back(std::move(series));
   return chart;
@@ -67,7 +94,8 @@ Table fit_table(const HeatRun& run, const CoolingFit& fit) {
     table.rows.push_back({{shortest(run.times[i]), {}},
                           significant_cell(run.resistances[i], 7),
                           significant_cell(fit.at(run.times[i]), 7),
-                          {significant(fit.fit.residuals[i], 3), shortest(fit.fit.residuals[i])}});
+                          {beside(fit.fit.residuals[i], run.resistances[i], 3),
+                           beside(fit.fit.residuals[i], run.resistances[i], 6)}});
   }
   return table;
 }
@@ -89,14 +117,12 @@ void add_temperature(Section& section, Table& results, const HeatRun& run, const
   const double per_ohm = (conductor->constant + *cold) / *run.cold_resistance;
   results.rows.push_back({text_cell("winding temperature at shut-down"),
                           number_cell(temperature, 2),
-                          {significant(per_ohm * fit.standard_error, 2), {}},
+                          error_cell(per_ohm * fit.standard_error, temperature),
                           text_cell("\xc2\xb0"
                                     "C")});
   if (const auto ambient = settings.number("heat_run.ambient_temperature")) {
-    results.rows.push_back({text_cell("rise above ambient"),
-                            number_cell(temperature - *ambient, 2),
-                            {significant(per_ohm * fit.standard_error, 2), {}},
-                            text_cell("K")});
+    results.rows.push_back({text_cell("rise above ambient"), number_cell(temperature - *ambient, 2),
+                            error_cell(per_ohm * fit.standard_error, temperature), text_cell("K")});
   }
   results.note = "Temperature by " + std::string(conductor->name) +
                  ", T = " + shortest(conductor->constant) + ", from " +
@@ -122,20 +148,20 @@ void add_cooling_curve(Section& section, const HeatRun& run, const Settings& set
                 {},
                 {}};
   const auto add = [&](std::string_view name, double value, double error, std::string_view unit) {
-    results.rows.push_back({text_cell(name),
-                            {significant(value, 8), shortest(value)},
-                            {significant(error, 2), shortest(error)},
-                            text_cell(unit)});
+    results.rows.push_back(
+        {text_cell(name), fitted_cell(value), error_cell(error, value), text_cell(unit)});
   };
   add("resistance at shut-down", fit->at_shut_down, fit->standard_error, "\xce\xa9");
   add("final resistance", fit->final, fit->fit.standard_errors[0], "\xce\xa9");
   add("rise", fit->rise, fit->fit.standard_errors[1], "\xce\xa9");
   add("time constant", fit->time_constant, fit->fit.standard_errors[2], "s");
-  results.rows.push_back(
-      {text_cell("residual standard deviation"),
-       {significant(fit->fit.residual_deviation, 3), shortest(fit->fit.residual_deviation)},
-       {},
-       text_cell("\xce\xa9")});
+  if (std::isfinite(fit->fit.residual_deviation)) {
+    results.rows.push_back({text_cell("residual standard deviation"),
+                            {beside(fit->fit.residual_deviation, fit->at_shut_down, 3),
+                             beside(fit->fit.residual_deviation, fit->at_shut_down, 6)},
+                            {},
+                            text_cell("\xce\xa9")});
+  }
   add_temperature(section, results, run, *fit, settings);
   section.tables.push_back(std::move(results));
   section.tables.push_back(fit_table(run, *fit));

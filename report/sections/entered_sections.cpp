@@ -5,6 +5,7 @@
 #include "report/figures/numbers.h"
 #include "report/figures/ratio.h"
 #include "report/figures/statistics.h"
+#include "report/figures/temperature.h"
 #include "report/sections/sections.h"
 
 namespace report {
@@ -71,18 +72,29 @@ Section comparison_with_standard(const Settings& settings) {
   return section;
 }
 
+/// The exciting current is stated as a whole or by its parts, and the loss current by its loss too.
+CurrentTransformer stated_transformer(const Settings& settings) {
+  const auto number = [&](std::string_view key, double other = std::nan("")) {
+    return settings.number("current_transformer." + std::string(key)).value_or(other);
+  };
+  const double nominal = number("nominal_ratio");
+  CurrentTransformer ct = current_transformer(nominal, number("secondary_current", 5),
+                                              number("exciting_current"), number("power_factor"));
+  ct.turns_ratio = number("turns_ratio", nominal);
+  ct.burden_angle = std::atan2(number("reactance", 0), number("resistance", 1));
+  const double voltage =
+      ct.secondary_current * std::hypot(number("resistance"), number("reactance", 0));
+  const double of_loss = number("core_loss") / (voltage / ct.turns_ratio);
+  ct.magnetizing = number("magnetizing_current", ct.magnetizing);
+  ct.loss = number("loss_current", std::isnan(of_loss) ? ct.loss : of_loss);
+  return ct;
+}
+
 Section current_transformer_section(const Settings& settings) {
   Section section;
   section.title = "Current transformer from its exciting current, values of report.toml";
-  const auto number = [&](std::string_view key) { return settings.number(key); };
-  const double nominal = number("current_transformer.nominal_ratio").value_or(std::nan(""));
-  CurrentTransformer ct =
-      current_transformer(nominal, number("current_transformer.secondary_current").value_or(5),
-                          number("current_transformer.exciting_current").value_or(std::nan("")),
-                          number("current_transformer.power_factor").value_or(std::nan("")));
-  ct.turns_ratio = number("current_transformer.turns_ratio").value_or(nominal);
-  ct.burden_angle = std::atan2(number("current_transformer.reactance").value_or(0),
-                               number("current_transformer.resistance").value_or(1));
+  const CurrentTransformer ct = stated_transformer(settings);
+  const double nominal = ct.nominal_ratio;
   Table table{"Errors",
               {{"method", "", false}, {"ratio"}, {"error", "%"}, {"displacement", "minutes"}},
               {},
@@ -137,6 +149,47 @@ Section core_loss_section(const Settings& settings) {
   return section;
 }
 
+Section load_loss_section(const Settings& settings) {
+  Section section;
+  section.title = "Load losses in their parts, values of report.toml";
+  const double measured = settings.number("load_losses.measured").value_or(0);
+  const auto i2r = settings.number("load_losses.i2r");
+  if (!i2r) {
+    section.notes.emplace_back("The losses by resistance are not stated: no parts.");
+    return section;
+  }
+  Table table{"Load losses",
+              {{"temperature",
+                "\xc2\xb0"
+                "C"},
+               {"by resistance", "W"},
+               {"stray", "W"},
+               {"together", "W"}},
+              {},
+              {}};
+  const auto add = [&table](const std::optional<double>& temperature, const LoadLosses& losses) {
+    table.rows.push_back({{temperature ? shortest(*temperature) : std::string(kNotStated), {}},
+                          number_cell(losses.i2r, 2),
+                          number_cell(losses.stray, 2),
+                          number_cell(losses.total(), 2)});
+  };
+  const LoadLosses losses{*i2r, measured - *i2r};
+  const auto from = settings.number("load_losses.temperature");
+  const auto to = settings.number("conditions.correct_to");
+  const auto conductor = settings.conductor();
+  add(from, losses);
+  if (from && to && conductor) {
+    add(to, load_losses_at(losses, *conductor, *from, *to));
+    table.note = "Loss by resistance grows with (T + t), stray loss falls with it; " +
+                 std::string(conductor->name) + ", T = " + shortest(conductor->constant) + ".";
+  } else {
+    table.note =
+        "Not corrected: their temperature, conditions.correct_to or the conductor is not stated.";
+  }
+  section.tables.push_back(std::move(table));
+  return section;
+}
+
 Section reading_section(const Settings& settings) {
   Section section;
   const std::string quantity = stated(settings.text("readings.quantity"));
@@ -183,6 +236,9 @@ std::vector<Section> entered_sections(const Settings& settings) {
   }
   if (!settings.numbers("core_losses.frequencies").empty()) {
     sections.push_back(core_loss_section(settings));
+  }
+  if (settings.number("load_losses.measured")) {
+    sections.push_back(load_loss_section(settings));
   }
   if (const auto resistances = settings.numbers("heat_run.resistances"); !resistances.empty()) {
     Section section;

@@ -242,9 +242,10 @@ void add_impedance(Section& section, const Record& record, const Settings& setti
     }
   }
   for (const auto& [label, name, phase] : tests.readings) {
-    section.comparables.push_back(
-        {"impedance " + name + ", " + significant(number_of(phase->test_frequency), 4) + " Hz",
-         "\xce\xa9", phase->z, std::nullopt, limit_row("impedance_percent").value});
+    const std::string at = ", " + significant(number_of(phase->test_frequency), 4) + " Hz";
+    section.comparables.push_back({"impedance " + name + at, "\xce\xa9", phase->z, std::nullopt,
+                                   settings.limit("impedance_percent").value, "impedance" + at,
+                                   name});
   }
 }
 

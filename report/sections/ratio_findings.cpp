@@ -137,22 +137,23 @@ void add_excitation_findings(Section& section, const std::vector<RatioReading>& 
 }
 
 void add_comparables(Section& section, const std::vector<RatioReading>& readings,
-                     bool is_excitation) {
+                     const Settings& settings, bool is_excitation) {
   for (const RepeatedErrors& group : repeated_errors(readings)) {
-    const std::string at = group.phase + " at " + significant(group.voltage, 4) + " V";
+    const std::string at = " at " + significant(group.voltage, 4) + " V";
     const auto add = [&](const std::string& quantity, const std::string& unit,
                          const std::vector<double>& values, double limit) {
       const auto summary = summarize(values);
       if (summary) {
         section.comparables.push_back(
-            {quantity + " " + at, unit, mean_of(values),
-             summary->spread ? std::optional(summary->spread->deviation) : std::nullopt, limit});
+            {quantity + " " + group.phase + at, unit, mean_of(values),
+             summary->spread ? std::optional(summary->spread->deviation) : std::nullopt, limit,
+             quantity + at, group.phase});
       }
     };
     if (!is_excitation) {
-      add("turns ratio", "", group.ratios, limit_row("ratio_percent").value);
+      add("turns ratio", "", group.ratios, settings.limit("ratio_percent").value);
     }
-    add("current", "A", group.currents, limit_row("excitation_percent").value);
+    add("current", "A", group.currents, settings.limit("excitation_percent").value);
   }
 }
 
@@ -204,7 +205,7 @@ void add_ratio_findings(Section& section, const Record& record,
   } else {
     add_error_findings(section, readings, settings);
   }
-  add_comparables(section, readings, is_excitation);
+  add_comparables(section, readings, settings, is_excitation);
 }
 
 }  // namespace report

@@ -25,6 +25,11 @@ Settings::StatedLimit ratio_limit(const Settings& settings);
 
 void add_ratio_findings(Section& section, const Record& record,
                         const std::vector<RatioReading>& readings, const Settings& settings);
+std::size_t different_voltages(const std::vector<RatioReading>& readings);
+
+/// U(I) with its knees, where three voltages were tested.
+void add_excitation_curve(Section& section, const std::vector<RatioReading>& readings);
+
 void add_ratio_pictures(Section& section, const Record& record,
                         const std::vector<RatioReading>& readings, const Settings& settings);
 

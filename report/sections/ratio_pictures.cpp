@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "report/figures/knee.h"
 #include "report/figures/numbers.h"
@@ -111,7 +112,45 @@ void add_knees(Chart& chart, Table& table, const std::string& phase, const Excit
   }
 }
 
-void add_excitation_chart(Section& section, const std::vector<RatioReading>& readings) {
+/// The first three-phase result as phasors, beside those of the nameplate's vector group.
+void add_phasors(Section& section, const Record& record) {
+  const auto results = three_phase_results(*record.nest);
+  if (results.empty() || results.front().data->tested_phase != kAllPhases) {
+    return;
+  }
+  const kvr_TestData_Ratio_3ph& data = *results.front().data;
+  PhasorPicture picture{"Phasors, test " + results.front().test, {}, {}};
+  const double reference = degrees_of(data.phases[0].phase_high);
+  const auto turned = [reference](double degrees) { return 90 + degrees - reference; };
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::string letter(1, static_cast<char>('A' + i));
+    const kvr_TestData_Ratio_Phase& phase = data.phases[i];
+    const double degrees = degrees_of(phase.phase_high);
+    picture.phasors.push_back({letter + " high " + fixed(degrees, 2) + "\xc2\xb0",
+                               static_cast<double>(phase.voltage_h), turned(degrees), false});
+  }
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::string letter(1, static_cast<char>('a' + i));
+    const kvr_TestData_Ratio_Phase& phase = data.phases[i];
+    const double degrees = degrees_of(phase.phase_low);
+    picture.phasors.push_back({letter + " low " + fixed(degrees, 2) + "\xc2\xb0",
+                               static_cast<double>(phase.voltage_x), turned(degrees), true});
+  }
+  const kvr_TestSetup& setup = record.nest->setup;
+  if (record.has_setup() && setup.connection_type <= kConnectionXToY) {
+    const std::int32_t clock = Utils::connection(setup).clock;
+    if (clock >= 0 && clock < 12) {
+      picture.phasors.push_back({"a of the nameplate, clock " + std::to_string(clock),
+                                 static_cast<double>(data.phases[0].voltage_x), 90 - 30.0 * clock,
+                                 true});
+    }
+  }
+  section.pictures.emplace_back(std::move(picture));
+}
+
+}  // namespace
+
+void add_excitation_curve(Section& section, const std::vector<RatioReading>& readings) {
   Chart chart{"Excitation", "current r.m.s., A", "voltage r.m.s., V", true, true, {}};
   Table knees{"Knee of the excitation curve",
               {{"phase", "", false},
@@ -151,43 +190,13 @@ void add_excitation_chart(Section& section, const std::vector<RatioReading>& rea
   }
 }
 
-/// The first three-phase result as phasors, beside those of the nameplate's vector group.
-void add_phasors(Section& section, const Record& record) {
-  const auto results = three_phase_results(*record.nest);
-  if (results.empty() || results.front().data->tested_phase != kAllPhases) {
-    return;
+std::size_t different_voltages(const std::vector<RatioReading>& readings) {
+  std::set<double> voltages;
+  for (const RatioReading& reading : readings) {
+    voltages.insert(reading.test_voltage);
   }
-  const kvr_TestData_Ratio_3ph& data = *results.front().data;
-  PhasorPicture picture{"Phasors, test " + results.front().test, {}, {}};
-  const double reference = degrees_of(data.phases[0].phase_high);
-  const auto turned = [reference](double degrees) { return 90 + degrees - reference; };
-  for (std::size_t i = 0; i < 3; ++i) {
-    const std::string letter(1, static_cast<char>('A' + i));
-    const kvr_TestData_Ratio_Phase& phase = data.phases[i];
-    const double degrees = degrees_of(phase.phase_high);
-    picture.phasors.push_back({letter + " high " + fixed(degrees, 2) + "\xc2\xb0",
-                               static_cast<double>(phase.voltage_h), turned(degrees), false});
-  }
-  for (std::size_t i = 0; i < 3; ++i) {
-    const std::string letter(1, static_cast<char>('a' + i));
-    const kvr_TestData_Ratio_Phase& phase = data.phases[i];
-    const double degrees = degrees_of(phase.phase_low);
-    picture.phasors.push_back({letter + " low " + fixed(degrees, 2) + "\xc2\xb0",
-                               static_cast<double>(phase.voltage_x), turned(degrees), true});
-  }
-  const kvr_TestSetup& setup = record.nest->setup;
-  if (record.has_setup() && setup.connection_type <= kConnectionXToY) {
-    const std::int32_t clock = Utils::connection(setup).clock;
-    if (clock >= 0 && clock < 12) {
-      picture.phasors.push_back({"a of the nameplate, clock " + std::to_string(clock),
-                                 static_cast<double>(data.phases[0].voltage_x), 90 - 30.0 * clock,
-                                 true});
-    }
-  }
-  section.pictures.emplace_back(std::move(picture));
+  return voltages.size();
 }
-
-}  // namespace
 
 void add_ratio_pictures(Section& section, const Record& record,
                         const std::vector<RatioReading>& readings, const Settings& settings) {
@@ -204,14 +213,8 @@ void add_ratio_pictures(Section& section, const Record& record,
           return degrees_of(reading.data->phase_deviation_from_user_phasing) * 60;
         }));
   }
-  std::vector<double> voltages;
-  for (const RatioReading& reading : readings) {
-    voltages.push_back(reading.test_voltage);
-  }
-  std::sort(voltages.begin(), voltages.end());
-  const auto kinds = std::unique(voltages.begin(), voltages.end()) - voltages.begin();
-  if (is_excitation || kinds >= 3) {
-    add_excitation_chart(section, readings);
+  if (is_excitation || different_voltages(readings) >= 3) {
+    add_excitation_curve(section, readings);
   }
   add_phasors(section, record);
 }

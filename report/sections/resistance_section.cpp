@@ -236,11 +236,12 @@ void add_resistance(Section& section, const Record& record, const Settings& sett
   }
   for (const ResistanceReading& reading : readings) {
     if (counts(reading)) {
-      section.comparables.push_back({"resistance " + reading.side + " " +
-                                         std::string(field_text(reading.point->name)) + ", tap " +
-                                         std::to_string(reading.tap),
-                                     "\xce\xa9", reading.point->rm, std::nullopt,
-                                     limit_row("resistance_spread_percent").value});
+      const std::string side = "resistance " + reading.side;
+      const std::string name(field_text(reading.point->name));
+      const std::string tap = ", tap " + std::to_string(reading.tap);
+      section.comparables.push_back(
+          {side + " " + name + tap, "\xce\xa9", reading.point->rm, std::nullopt,
+           settings.limit("resistance_spread_percent").value, side + tap, name});
     }
   }
 }

@@ -55,6 +55,8 @@ struct Comparable {
   double value;
   std::optional<double> deviation;      ///< s of repeated readings
   std::optional<double> limit_percent;  ///< of a difference
+  std::string quantity = {};            ///< the key without the phase; empty for no phase
+  std::string phase = {};
 };
 
 using Picture = std::variant<Chart, PhasorPicture>;

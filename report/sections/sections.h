@@ -18,8 +18,14 @@ std::vector<Section> entered_sections(const Settings& settings);
 /// The values of two runs beside each other, with overlaid pictures where both have one of the same
 /// title.
 std::vector<Section> comparison_sections(const std::vector<Section>& first,
-                                         const std::vector<Section>& second,
-                                         const Settings& settings);
+                                         const std::vector<Section>& second);
+
+/// The phases of one unit beside each other, whether one record or one of each phase holds them: a
+/// section for each kind of test in which a quantity stands for several phases.
+std::vector<Section> phase_sections(const std::vector<Section>& sections, const Settings& settings);
+
+/// Excitation curves of a unit whose points lie in several records: an excitation test has one.
+std::vector<Section> excitation_sections(const std::vector<Record>& records);
 
 // One builder for each kind of test; each adds to a section that has the record's head.
 

@@ -3,10 +3,18 @@
 #include <algorithm>
 #include <cmath>
 
-#include "report/settings/toml_text.h"
+#include "toml/toml_keys.h"
 
 namespace report {
 namespace {
+
+using toml_file::TomlEntry;
+using toml_file::TomlList;
+using toml_file::TomlMistake;
+using toml_file::TomlTable;
+using toml_file::TomlValue;
+
+constexpr std::size_t kLongestFile = 1 << 20;
 
 template <typename Value>
 std::optional<Value> found(const std::map<std::string, Value, std::less<>>& map,
@@ -51,24 +59,69 @@ bool are_finite(const std::vector<double>& numbers) {
                      [](double each) { return std::isfinite(each); });
 }
 
+/// Nothing for anything but a list of numbers.
+std::optional<std::vector<double>> numbers_in(const TomlValue& value) {
+  const auto* const list = value.as<TomlList>();
+  if (list == nullptr) {
+    return std::nullopt;
+  }
+  std::vector<double> numbers;
+  for (const TomlValue& each : *list) {
+    const auto number = toml_file::number_in(each);
+    if (!number) {
+      return std::nullopt;
+    }
+    numbers.push_back(*number);
+  }
+  return numbers;
+}
+
 /// Takes a value into the settings; false for one of another kind.
-bool take(Settings& settings, const SettingKey& key, const TomlLine& line) {
+bool take(Settings& settings, const SettingKey& key, const TomlValue& value) {
   const std::string name(key.key);
-  if (const auto* const text = std::get_if<std::string>(&line.content)) {
+  if (const auto* const text = value.as<std::string>()) {
     settings.texts[name] = *text;
     return key.kind == ValueKind::kText ||
            (key.kind == ValueKind::kChoice && is_choice(key.choices, *text));
   }
-  if (const auto* const number = std::get_if<double>(&line.content)) {
+  if (const auto number = toml_file::number_in(value)) {
     settings.values[name] = *number;
     return std::isfinite(*number) &&
            (key.kind == ValueKind::kNumber || (key.kind == ValueKind::kPositive && *number > 0));
   }
-  if (const auto* const list = std::get_if<std::vector<double>>(&line.content)) {
-    settings.lists[name] = *list;
-    return key.kind == ValueKind::kNumbers && are_finite(*list);
+  if (auto list = numbers_in(value)) {
+    const bool is_taken = key.kind == ValueKind::kNumbers && are_finite(*list);
+    settings.lists[name] = std::move(*list);
+    return is_taken;
   }
   return false;
+}
+
+/// A value and its key with its table, as "nameplate.high_voltage".
+struct KeyedValue {
+  std::string key;
+  const TomlValue* value;
+};
+
+void add_values(std::vector<KeyedValue>& values, const TomlTable& table,
+                const std::string& prefix) {
+  for (const TomlEntry& entry : table) {
+    if (const auto* const inner = entry.value.as<TomlTable>()) {
+      add_values(values, *inner, prefix + entry.key + ".");
+    } else {
+      values.push_back({prefix + entry.key, &entry.value});
+    }
+  }
+}
+
+/// In the order of their lines.
+std::vector<KeyedValue> values_of(const TomlTable& document) {
+  std::vector<KeyedValue> values;
+  add_values(values, document, "");
+  std::stable_sort(values.begin(), values.end(), [](const KeyedValue& a, const KeyedValue& b) {
+    return a.value->line < b.value->line;
+  });
+  return values;
 }
 
 bool is_date(std::string_view text) {
@@ -150,23 +203,29 @@ SettingsResult read_settings(std::string_view text, std::string_view file_name) 
     result.problems.push_back(std::string(file_name) + ":" + std::to_string(line) + ": " +
                               (key.empty() ? "" : std::string(key) + ": ") + std::string(expected));
   };
-  const auto parsed = read_toml(text);
+  if (text.size() > kLongestFile) {
+    problem(1, "", "expected at most 1 MiB");
+    return result;
+  }
+  const auto parsed = toml_file::read_toml(text);
   if (const auto* const mistake = std::get_if<TomlMistake>(&parsed)) {
     problem(mistake->line, "", mistake->expected);
     return result;
   }
-  for (const TomlLine& line : std::get<std::vector<TomlLine>>(parsed)) {
-    const auto key = std::find_if(setting_keys().begin(), setting_keys().end(),
-                                  [&](const SettingKey& each) { return each.key == line.key; });
+  for (const auto& [name, value] : values_of(std::get<TomlTable>(parsed))) {
+    const auto key =
+        std::find_if(setting_keys().begin(), setting_keys().end(),
+                     [&name = name](const SettingKey& each) { return each.key == name; });
     if (key == setting_keys().end()) {
-      problem(line.line, line.key, "no such key; kvr-report --example lists them");
-    } else if (!take(result.settings, *key, line)) {
-      problem(line.line, line.key, expectation(*key));
+      problem(value->line, toml_file::on_one_line(name),
+              "no such key; kvr-report --example lists them");
+    } else if (!take(result.settings, *key, *value)) {
+      problem(value->line, name, expectation(*key));
     } else if (const std::string further = further_expectation(result.settings, key->key);
                !further.empty()) {
-      problem(line.line, line.key, further);
+      problem(value->line, name, further);
     }
-    lines[line.key] = line.line;
+    lines[name] = value->line;
   }
   for (const auto& [key, other] : kEqualLengths) {
     if (lines.contains(key) &&

@@ -117,6 +117,7 @@ void PlanRunner::run_test(std::size_t index) {
       test.three_phase ? run_three_phase(test, conduct) : run_single_phase(test, conduct);
   std::cout << '\n';
   lines_.files(index + 1, files);
+  files_.push_back(files);
   if (!files.are_complete) {
     end_with(Verdict::refused, "a file of the run could not be written");
   }
@@ -170,6 +171,9 @@ void PlanRunner::note(std::size_t index, std::size_t number, kvr_code code, floa
       {index + 1, number, voltage, code, words_for(code), judge(code, record, test), seconds});
   const Measurement& measurement = measurements_.back();
   lines_.measurement(measurement, test, record);
+  if (listener_ && record != nullptr) {
+    listener_(index + 1, *record);
+  }
   const Verdict verdict = measurement.judgement.verdict;
   heaviest_ = std::max(heaviest_.value_or(verdict), verdict);
   look_for_an_end(measurement);

@@ -1,17 +1,23 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "plan/json_lines.h"
 #include "plan/plan.h"
 
+/// Is told of each record before it is freed, with the number of its test in the plan.
+using RecordListener = std::function<void(std::size_t test, const kvr_TestRecord& record)>;
+
 /// Runs a plan on the connected instrument, test by test, each as its dialogue runs it: the same
 /// calls, requests and files, and the same words on standard output.
 class PlanRunner {
  public:
-  PlanRunner(const Plan& plan, JsonLines& lines) : plan_(plan), lines_(lines) {}
+  PlanRunner(const Plan& plan, JsonLines& lines, RecordListener listener = {})
+      : plan_(plan), lines_(lines), listener_(std::move(listener)) {}
 
   /// Why this instrument can't make the tests of the plan; nothing when it can.
   std::optional<std::string> objection() const;
@@ -25,6 +31,8 @@ class PlanRunner {
   Verdict verdict() const;
   PlanEnd end() const;
   const std::vector<Measurement>& measurements() const { return measurements_; }
+  /// What each test has left.
+  const std::vector<RunFiles>& files() const { return files_; }
 
  private:
   void run_test(std::size_t index);
@@ -38,7 +46,9 @@ class PlanRunner {
 
   const Plan& plan_;
   JsonLines& lines_;
+  const RecordListener listener_;
   std::vector<Measurement> measurements_;
+  std::vector<RunFiles> files_;
   std::optional<Verdict> heaviest_;
   bool ended_ = false;
   std::string why_;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 // What the program needs of the operating system beyond the standard library. posix.cpp and
 // windows.cpp each supply all of it; nothing else in src/ includes a system header.
@@ -27,6 +28,21 @@ std::optional<std::int64_t> file_size(const std::string& path);
 /// A variable of the environment; empty when it is unset, or does not fit into `buffer_size` bytes
 /// with its terminator.
 std::string environment_text(const char* name, std::size_t buffer_size);
+
+/// Sets a variable of the environment for this process and what it starts. Call this before there
+/// are other threads.
+void set_environment(const char* name, const std::string& value);
+
+/// The file of the client library that this process calls; empty when that can't be found out.
+std::string client_library_file();
+
+/// The file of this program; empty when that can't be found out.
+std::string program_file();
+
+/// Starts the program anew in its own process, with `arguments` after its name and the libraries
+/// of `folder` before all others. Returns only when it can't: always on Windows, where the library
+/// beside the program comes first.
+void start_again(const std::vector<std::string>& arguments, const std::string& folder);
 
 /// The exit status of a command, from the result of std::system; the result itself if the command
 /// has none.

@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
@@ -109,6 +110,31 @@ std::optional<std::int64_t> file_size(const std::string& path) {
 std::string environment_text(const char* name, std::size_t buffer_size) {
   const std::string value = environment_text(name);
   return value.size() < buffer_size ? value : std::string();
+}
+
+void set_environment(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+
+std::string client_library_file() {
+  Dl_info info{};
+  void* const call = dlsym(RTLD_DEFAULT, "kvr_Lib_Initialize");
+  return call != nullptr && dladdr(call, &info) != 0 ? info.dli_fname : std::string();
+}
+
+std::string program_file() {
+  std::error_code error;
+  return std::filesystem::read_symlink("/proc/self/exe", error).string();
+}
+
+void start_again(const std::vector<std::string>& arguments, const std::string& folder) {
+  const std::string others = environment_text("LD_LIBRARY_PATH");
+  set_environment("LD_LIBRARY_PATH", others.empty() ? folder : folder + ":" + others);
+  const std::string program = program_file();
+  std::vector<char*> words = {const_cast<char*>(program.c_str())};
+  for (const std::string& argument : arguments) {
+    words.push_back(const_cast<char*>(argument.c_str()));
+  }
+  words.push_back(nullptr);
+  execv(program.c_str(), words.data());
 }
 
 // What is no exit status, such as the -1 of a shell that could not be started, is passed on.

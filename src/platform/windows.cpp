@@ -24,6 +24,13 @@ unsigned __stdcall run(void* work) {
   return 0;
 }
 
+/// The file of a loaded module; null stands for the program.
+std::string module_file(HMODULE module) {
+  char name[MAX_PATH] = {};
+  const DWORD length = GetModuleFileNameA(module, name, MAX_PATH);
+  return length < MAX_PATH ? std::string(name, length) : std::string();
+}
+
 }  // namespace
 
 const char kPathSeparator = '\\';
@@ -57,6 +64,19 @@ std::string environment_text(const char* name, std::size_t buffer_size) {
       GetEnvironmentVariableA(name, buffer.data(), static_cast<DWORD>(buffer_size));
   return length < buffer_size ? std::string(buffer.data(), length) : std::string();
 }
+
+void set_environment(const char* name, const std::string& value) {
+  SetEnvironmentVariableA(name, value.c_str());
+}
+
+std::string client_library_file() {
+  HMODULE const library = GetModuleHandleA("kvr-client-api.dll");
+  return library == nullptr ? std::string() : module_file(library);
+}
+
+std::string program_file() { return module_file(nullptr); }
+
+void start_again(const std::vector<std::string>& /*arguments*/, const std::string& /*folder*/) {}
 
 int command_status(int system_result) { return system_result; }
 

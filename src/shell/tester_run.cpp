@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "api/client_api.h"
 #include "console/callbacks.h"
 #include "console/session.h"
+#include "flows/run_files.h"
 #include "plan/dry_run.h"
 #include "plan/json_lines.h"
 #include "plan/junit.h"
@@ -18,6 +20,7 @@
 #include "plan/runner.h"
 #include "plan/stops.h"
 #include "shell/start_up.h"
+#include "shell/tape_recording.h"
 
 namespace {
 
@@ -27,6 +30,8 @@ struct CommandLine {
   std::string plan_file;
   std::vector<std::string> replacements;
   std::string junit_file;
+  std::string report_file;
+  std::string tape;
   bool dry_run = false;
   bool energise = false;
 };
@@ -53,8 +58,6 @@ int refuse(const std::string& what) {
 std::variant<CommandLine, int> read_command_line(const std::vector<std::string>& arguments) {
   CommandLine line;
   bool example = false;
-  std::string tape;
-  std::string report;
   CLI::App app("Runs a plan of tests on a connected instrument, without a person at the prompts.",
                "tester-run");
   app.add_option("PLAN", line.plan_file, "file of the plan, in TOML");
@@ -64,8 +67,10 @@ std::variant<CommandLine, int> read_command_line(const std::vector<std::string>&
   app.add_flag("--energise", line.energise,
                "run tests on a real instrument too: they put voltage on its terminals");
   app.add_option("--junit", line.junit_file, "also write the results to a file as JUnit XML");
-  app.add_option("--report", report, "not available yet");
-  app.add_option("--tape", tape, "not available yet");
+  app.add_option("--report", line.report_file,
+                 "also write the results to a file as a page, see kvr-report");
+  app.add_option("--tape", line.tape,
+                 "also record the run on a tape, a file that does not exist yet");
   app.add_flag("--example", example, "write a commented plan to standard output, and end");
   app.set_version_flag("--version", std::string("tester-run ") + kVersion);
   app.footer(kFooter);
@@ -77,9 +82,6 @@ std::variant<CommandLine, int> read_command_line(const std::vector<std::string>&
   if (example) {
     std::cout << kExamplePlan;
     return 0;
-  }
-  if (!report.empty() || !tape.empty()) {
-    return refuse(std::string(report.empty() ? "--tape" : "--report") + " is not available yet");
   }
   if (line.plan_file.empty()) {
     return refuse("which plan? tester-run --help says what it takes.");
@@ -181,7 +183,14 @@ void run_connected(const Plan& plan, bool energise, PlanRunner& runner, JsonLine
   }
 }
 
-void run_session_of(const Plan& plan, bool energise, PlanRunner& runner, JsonLines& lines) {
+/// Whether the recorder could make the tape at the first call; true without one.
+bool tape_is_there(const std::string& tape) {
+  std::error_code error;
+  return tape.empty() || std::filesystem::exists(tape, error);
+}
+
+void run_session_of(const Plan& plan, const CommandLine& line, PlanRunner& runner,
+                    JsonLines& lines) {
   make_results_folder();
   Options options;
   options.debug = plan.debug;
@@ -194,7 +203,11 @@ void run_session_of(const Plan& plan, bool energise, PlanRunner& runner, JsonLin
     return;
   }
   try {
-    run_connected(plan, energise, runner, lines);
+    if (tape_is_there(line.tape)) {
+      run_connected(plan, line.energise, runner, lines);
+    } else {
+      runner.end_with(Verdict::refused, "the tape can't be written");
+    }
   } catch (const std::exception& error) {
     runner.end_with(Verdict::refused, error.what());
   }
@@ -212,14 +225,48 @@ bool write_junit(const std::string& name, const Plan& plan, const PlanRunner& ru
   return false;
 }
 
+PlanFacts facts_of(const Plan& plan, const PlanRunner& runner) {
+  PlanFacts facts{plan, device_info, client_version, {}};
+  for (const RunFiles& files : runner.files()) {
+    if (!files.name.empty()) {
+      facts.files.push_back(files.name);
+    }
+    if (files.has_raw_file) {
+      facts.files.push_back(raw_file_name(files.name));
+    }
+  }
+  return facts;
+}
+
+bool write_page(const std::string& name, const PageMaker& pages, const PlanFacts& facts) {
+  try {
+    const std::string page = pages.page(facts);
+    std::ofstream file(name, std::ios::binary);
+    file << page;
+    file.close();
+    if (file.good()) {
+      return true;
+    }
+    std::cerr << "tester-run: " << name << " can't be written\n";
+  } catch (const std::exception& error) {
+    std::cerr << "tester-run: no page, " << error.what() << '\n';
+  }
+  return false;
+}
+
 }  // namespace
 
-int run_tester_run(const std::vector<std::string>& arguments) {
+int run_tester_run(const std::vector<std::string>& arguments, const PageMaker& pages) {
   const auto answer = read_command_line(arguments);
   if (const int* status = std::get_if<int>(&answer)) {
     return *status;
   }
   const auto& line = std::get<CommandLine>(answer);
+  if (!line.tape.empty() && !line.dry_run) {
+    if (const auto problem = record_on_tape(line.tape, arguments)) {
+      return refuse(*problem);
+    }
+  }
   const std::optional<Plan> plan = plan_of(line);
   if (!plan) {
     return kBadPlan;
@@ -233,11 +280,15 @@ int run_tester_run(const std::vector<std::string>& arguments) {
   // Never destroyed: a thread of the library may write when the process ends.
   auto& lines = *new JsonLines(*new std::ostream(words.results.rdbuf()));
   event_lines = &lines;
-  PlanRunner runner(*plan, lines);
+  const bool has_page = !line.report_file.empty() && pages.page != nullptr;
+  PlanRunner runner(*plan, lines, has_page ? pages.add : RecordListener());
   lines.plan(*plan, kVersion);
-  run_session_of(*plan, line.energise, runner, lines);
+  run_session_of(*plan, line, runner, lines);
   if (!line.junit_file.empty() && !write_junit(line.junit_file, *plan, runner)) {
     runner.end_with(Verdict::refused, "the JUnit file can't be written");
+  }
+  if (has_page && !write_page(line.report_file, pages, facts_of(*plan, runner))) {
+    runner.end_with(Verdict::refused, "the report can't be written");
   }
   const PlanEnd end = runner.end();
   lines.end(end);

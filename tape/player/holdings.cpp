@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <span>
 
-#include "record_form/record_codec.h"
 #include "record_form/record_nest.h"
 #include "record_form/record_shape.h"
+#include "tape/vocabulary/record_values.h"
 
 namespace tape {
 namespace {
@@ -18,19 +17,12 @@ std::size_t entries_of(const kvr_TestRecord& record) {
 }
 
 RecordNest record_of(const Value& value) {
-  const auto bytes = std::as_bytes(std::span(value.bytes));
-  RecordNest record;
-  if (value.content == Value::Content::kForm) {
-    record = decode_record(bytes);
-  } else if (value.content == Value::Content::kBlocks) {
-    record = decode_plain_record(bytes);
-  } else if (value.content == Value::Content::kHead) {
-    record.reset(new kvr_TestRecord{});
-    std::memcpy(record.get(), value.bytes.data(), sizeof *record);
-    clear_links(*record);
-  }
+  RecordNest record = kept_record(value);
   if (record == nullptr) {
     record.reset(new kvr_TestRecord{});
+    if (value.raw) {
+      record->raw_data = new_text(*value.raw);
+    }
   }
   const std::size_t entries = entries_of(*record);
   std::uint32_t bit = 1;
@@ -47,9 +39,6 @@ RecordNest record_of(const Value& value) {
     }
     bit <<= 1U;
   });
-  if (value.raw && record->raw_data == nullptr) {
-    record->raw_data = new_text(*value.raw);
-  }
   return record;
 }
 

@@ -1,6 +1,7 @@
 #include "tape/tool/retracing.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <fstream>
@@ -14,6 +15,8 @@
 
 namespace tape {
 namespace {
+
+using FirmwareText = std::array<char, kFirmwareTextSize>;
 
 /// How long a call waits for what came before it on other threads.
 constexpr std::chrono::seconds kLongestWait{5};
@@ -43,6 +46,28 @@ Fields without_rests(Fields fields) {
   }
   return fields;
 }
+
+/// An output of a call, with room after it that has to stay as it is.
+template <class Record>
+class Output {
+ public:
+  Output() { std::memset(after_, kUntouched, sizeof after_); }
+
+  Record record{};
+
+  bool has_changed() const {
+    const Record untouched{};
+    return std::memcmp(&record, &untouched, sizeof record) != 0;
+  }
+  bool was_overrun() const {
+    return std::any_of(std::begin(after_), std::end(after_),
+                       [](unsigned char byte) { return byte != kUntouched; });
+  }
+
+ private:
+  static constexpr unsigned char kUntouched = 0xA5;
+  unsigned char after_[64];
+};
 
 /// A request as a record of its own; null where null was recorded.
 template <class Record>
@@ -119,12 +144,17 @@ std::vector<std::string> Retracing::run() {
   }
   std::unique_lock lock(mutex_);
   changed_.wait_for(lock, kWaitForCallbacks, [this] { return callbacks_.empty(); });
-  for (const std::size_t line : callbacks_) {
-    found_.push_back("line " + std::to_string(tape_.events[line].line) + ", " +
-                     tape_.events[line].name + " callback: it does not come");
-  }
-  callbacks_.clear();
+  give_up_callbacks(tape_.events.size());
   return found_;
+}
+
+void Retracing::give_up_callbacks(std::size_t end) {
+  while (!callbacks_.empty() && callbacks_.front() < end) {
+    const Event& event = tape_.events[callbacks_.front()];
+    found_.push_back("line " + std::to_string(event.line) + ", " + event.name +
+                     " callback: it does not come");
+    callbacks_.erase(callbacks_.begin());
+  }
 }
 
 void Retracing::run_thread(const std::vector<std::size_t>& lines) {
@@ -140,7 +170,8 @@ void Retracing::run_thread(const std::vector<std::size_t>& lines) {
   }
 }
 
-/// A call comes after all calls and answers that came before it, and not long before it was due.
+/// A call comes after all calls, answers and callbacks that came before it, and not long before it
+/// was due.
 void Retracing::wait_for_turn(std::size_t line) {
   std::unique_lock lock(mutex_);
   const bool follows_another_thread =
@@ -154,6 +185,10 @@ void Retracing::wait_for_turn(std::size_t line) {
     }
     return true;
   });
+  if (!changed_.wait_for(lock, kWaitForCallbacks,
+                         [&] { return callbacks_.empty() || callbacks_.front() > line; })) {
+    give_up_callbacks(line);
+  }
   lock.unlock();
   if (follows_another_thread) {
     const std::chrono::nanoseconds gap(
@@ -176,8 +211,12 @@ const Event* Retracing::answer_to(std::size_t line) const {
 }
 
 void Retracing::compare(const Event& recorded, const Fields& now) {
+  compare(recorded, recorded.fields, now);
+}
+
+void Retracing::compare(const Event& recorded, const Fields& before, const Fields& now) {
   const std::lock_guard lock(mutex_);
-  for (const Difference& each : differences(without_rests(recorded.fields), without_rests(now))) {
+  for (const Difference& each : differences(without_rests(before), without_rests(now))) {
     if (!tolerance_.allows(recorded.name, each.field)) {
       found_.push_back("line " + std::to_string(recorded.line) + ", " + recorded.name + ", " +
                        each.field + ": recorded " + each.first + ", now " + each.second);
@@ -279,7 +318,25 @@ Value Retracing::record_output(const Event& event, kvr_code code, kvr_TestRecord
     return {};
   }
   const std::int64_t name = name_of(record, recorded_output(event, "record"));
-  return is_accepted(code) ? record_content(name, *record, is_stored) : record_reference(name);
+  if (!is_accepted(code)) {
+    return record_reference(name);
+  }
+  Value content = record_content(name, *record, is_stored);
+  const std::lock_guard lock(mutex_);
+  contents_[record] = {content, is_stored};
+  return content;
+}
+
+/// What a record held when it was handed out it holds until it is freed.
+void Retracing::look_at_again(const Event& event, kvr_TestRecord* record) {
+  std::unique_lock lock(mutex_);
+  const auto found = contents_.extract(record);
+  lock.unlock();
+  if (!found.empty()) {
+    const auto& [content, is_stored] = found.mapped();
+    compare(event, {{"record", content}},
+            {{"record", record_content(content.number, *record, is_stored)}});
+  }
 }
 
 Fields Retracing::call_test(const Event& event) {
@@ -306,32 +363,34 @@ Fields Retracing::call_test(const Event& event) {
 Fields Retracing::call_with_output(const Event& event) {
   const std::string& name = event.name;
   Fields outputs;
-  const auto fill = [&](std::string_view field, std::string_view layout, auto& record, auto call) {
+  const auto fill = [&](std::string_view field, std::string_view layout, auto output, auto call) {
     const bool wanted = is_set(event, field);
-    const kvr_code code = call(wanted ? &record : nullptr);
+    const kvr_code code = call(wanted ? &output.record : nullptr);
     outputs = code_fields(code);
-    outputs.push_back({std::string(field), wanted && is_accepted(code)
-                                               ? Value::block(layout, &record, sizeof record)
-                                               : Value()});
+    const bool written = wanted && (is_accepted(code) || output.has_changed());
+    outputs.push_back(
+        {std::string(field),
+         written ? Value::block(layout, &output.record, sizeof output.record) : Value()});
+    if (output.was_overrun()) {
+      const std::lock_guard lock(mutex_);
+      found_.push_back("line " + std::to_string(event.line) + ", " + name + ", " +
+                       std::string(field) + ": the library writes beyond its end");
+    }
   };
   if (name == "kvr_ConnectAPI") {
     auto type = static_cast<kvr_ConnectionType>(at(event, "type").number);
     auto* type_or_null = at(event, "type").kind == Value::Kind::kNothing ? nullptr : &type;
-    char firmware[kFirmwareTextSize] = {};
-    fill("firmware_version", kFirmwareText, firmware, [&](auto* output) {
+    fill("firmware_version", kFirmwareText, Output<FirmwareText>(), [&](FirmwareText* output) {
       return calls_.kvr_ConnectAPI(
           type_or_null, static_cast<std::int32_t>(at(event, "setting").number),
-          text_at(event, "client_name"), output == nullptr ? nullptr : *output);
+          text_at(event, "client_name"), output == nullptr ? nullptr : output->data());
     });
   } else if (name == "kvr_GetClientAPIInfo") {
-    kvr_ClientAPIInfo info{};
-    fill("info", "kvr_ClientAPIInfo", info, calls_.kvr_GetClientAPIInfo);
+    fill("info", "kvr_ClientAPIInfo", Output<kvr_ClientAPIInfo>(), calls_.kvr_GetClientAPIInfo);
   } else if (name == "kvr_GetDeviceInfo") {
-    kvr_DeviceInfo info{};
-    fill("info", "kvr_DeviceInfo", info, calls_.kvr_GetDeviceInfo);
+    fill("info", "kvr_DeviceInfo", Output<kvr_DeviceInfo>(), calls_.kvr_GetDeviceInfo);
   } else if (name == "kvr_GetStatus") {
-    kvr_Status status{};
-    fill("status", "kvr_Status", status, calls_.kvr_GetStatus);
+    fill("status", "kvr_Status", Output<kvr_Status>(), calls_.kvr_GetStatus);
   } else {
     return call_with_record(event);
   }
@@ -388,6 +447,9 @@ void Retracing::free_held(const Event& event, Fields& outputs) {
     held_.erase(name);
     names_.erase(held);
   }
+  if (!of_list) {
+    look_at_again(event, static_cast<kvr_TestRecord*>(held));
+  }
   outputs =
       code_fields(of_list ? calls_.kvr_FreeTestLabelsList(static_cast<kvr_TestLabelsList*>(held))
                           : calls_.kvr_FreeTestRecord(static_cast<kvr_TestRecord*>(held)));
@@ -409,6 +471,7 @@ void Retracing::on_callback(const std::string& name, const Fields& fields) {
     callbacks_.erase(next);
   }
   compare(tape_.events[line], fields);
+  changed_.notify_all();
   for (const std::size_t call : within_[line]) {
     if (const Event* answer = answer_to(call)) {
       happened(call);

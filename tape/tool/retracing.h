@@ -49,6 +49,9 @@ class Retracing {
   Value record_output(const Event& event, kvr_code code, kvr_TestRecord* record, bool is_stored);
   const Value& recorded_output(const Event& event, std::string_view name) const;
   void compare(const Event& recorded, const Fields& now);
+  void compare(const Event& recorded, const Fields& before, const Fields& now);
+  void look_at_again(const Event& event, kvr_TestRecord* record);
+  void give_up_callbacks(std::size_t end);
   void on_callback(const std::string& name, const Fields& fields);
   const Event* answer_to(std::size_t line) const;
 
@@ -67,6 +70,8 @@ class Retracing {
   std::map<const void*, std::int64_t>
       names_;                           ///< what this library handed out, by its name on the tape
   std::map<std::int64_t, void*> held_;  ///< the same the other way round
+  std::map<const void*, std::pair<Value, bool>>
+      contents_;  ///< of records: as they were handed out, and whether they are stored ones
   std::vector<std::unique_ptr<char>>
       marks_;  ///< addresses that stand for what no library handed out
   std::vector<std::string> found_;

@@ -162,12 +162,12 @@ void compare_texts(BlockComparison& comparison, const std::string& field, const 
 
 void compare_records(BlockComparison& comparison, const std::string& field, const Value& first,
                      const Value& second) {
-  if (first.number != second.number || first.content != second.content ||
+  const std::vector<RecordPart> one = parts_of(first);
+  const std::vector<RecordPart> other = parts_of(second);
+  if (first.number != second.number || one.empty() != other.empty() ||
       first.others != second.others || first.data_count != second.data_count) {
     comparison.add(field, value_text(first), value_text(second));
   }
-  const std::vector<RecordPart> one = parts_of(first);
-  const std::vector<RecordPart> other = parts_of(second);
   const std::size_t both = std::min(one.size(), other.size());
   for (std::size_t i = 0; i < both; ++i) {
     if (one[i].path != other[i].path) {

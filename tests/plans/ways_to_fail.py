@@ -65,7 +65,8 @@ class WaysToFail(unittest.TestCase):
         run = self.expect(0, arguments=("--help",), plan=None)
         for status in (0, 10, 20, 30, 40, 64):
             self.assertRegex(run.answer, rf"(?m)^ +{status}  ")
-        for option in ("--energise", "--dry-run", "--example", "--junit", "-e", "--version"):
+        for option in ("--energise", "--dry-run", "--example", "--junit", "--report", "-e",
+                       "--version"):
             self.assertIn(option, run.answer)
 
     def test_no_plan(self):
@@ -73,12 +74,6 @@ class WaysToFail(unittest.TestCase):
 
     def test_an_unknown_option(self):
         self.expect(64, "--fast", arguments=("--fast",))
-
-    def test_what_is_not_available_yet(self):
-        for option in ("--tape", "--report"):
-            run = self.expect(64, f"tester-run: {option} is not available yet",
-                              arguments=(option, "x"))
-            self.assertEqual(run.names, [])
 
     # The connection.
 

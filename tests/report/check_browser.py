@@ -5,13 +5,15 @@
 
 Drives Chromium through its remote debugging pipe: console messages, requests, text that overlaps or
 is cut, and the rules of axe-core, whose file AXE is. Prints A4 and Letter and reads the PDFs with
-pdftotext. SCREENSHOTS is a folder for pictures, kept out of the tree.
+pdftotext, and so the PDF that kvr-report has left beside the page, if any. SCREENSHOTS is a folder for pictures, kept out of the tree.
 """
 
 import base64
+import html
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -101,21 +103,28 @@ class Browser:
         self.process.wait()
 
 
-def print_pdf(browser, name, width, height, folder):
+def faults_of_pdf(name, path, page):
+    """Each sheet says which of how many it is; what a report must say and each heading is there."""
+    text = subprocess.run(["pdftotext", "-layout", path, "-"], check=True, capture_output=True,
+                          text=True).stdout
+    sheets = text.split("\f")[:-1]
+    missing = [f"{name}: no 'page {i} of {len(sheets)}'" for i, sheet in enumerate(sheets, 1)
+               if f"page {i} of {len(sheets)}" not in sheet]
+    words = " ".join(text.split())
+    headings = re.findall(r"<h[12]>(.*?)</h[12]>", page.read_text(encoding="utf-8"))
+    wanted = ["Identification", "SHA-256", "End of report", "not stated", "Tested by",
+              *(html.unescape(heading) for heading in headings)]
+    missing += [f"{name}: no '{each}'" for each in wanted if " ".join(each.split()) not in words]
+    print(f"{name}: {len(sheets)} sheets, {len(wanted)} texts")
+    return missing, len(sheets)
+
+
+def print_pdf(browser, name, width, height, folder, page):
     pdf = browser.call("Page.printToPDF", paperWidth=width, paperHeight=height,
                        displayHeaderFooter=False, preferCSSPageSize=False, printBackground=False)
     path = folder / f"{name}.pdf"
     path.write_bytes(base64.b64decode(pdf["data"]))
-    text = subprocess.run(["pdftotext", "-layout", path, "-"], check=True, capture_output=True,
-                          text=True).stdout
-    sheets = text.count("\f")
-    missing = [f"{name}: no 'page {i} of {sheets}'" for i in range(1, sheets + 1)
-               if f"page {i} of {sheets}" not in text]
-    missing += [f"{name}: no '{word}'" for word in ("Identification", "Summary", "SHA-256",
-                                                    "End of report", "not stated")
-                if word not in text]
-    print(f"{name}: {sheets} sheets")
-    return missing
+    return faults_of_pdf(name, path, page)
 
 
 def main():
@@ -149,8 +158,14 @@ def main():
                 url = details["request"]["url"]
                 if url != page.as_uri() and not url.startswith("data:"):
                     wrong.append(f"request: {url}")
-        wrong += print_pdf(browser, "A4", 8.27, 11.69, folder)
-        wrong += print_pdf(browser, "Letter", 8.5, 11, folder)
+        wrong += print_pdf(browser, "A4", 8.27, 11.69, folder, page)[0]
+        found, sheets = print_pdf(browser, "Letter", 8.5, 11, folder, page)
+        wrong += found
+        if (own := page.with_suffix(".pdf")).exists():
+            found, own_sheets = faults_of_pdf("--pdf", own, page)
+            wrong += found
+            if own_sheets != sheets:
+                wrong.append(f"--pdf: {own_sheets} sheets, not {sheets}")
         # By the debugger: the page itself forbids every script.
         browser.evaluate(axe.read_text())
         found = browser.evaluate("axe.run(document).then(r => r.violations.map(v => v.id + ': ' + "

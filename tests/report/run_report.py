@@ -76,6 +76,14 @@ class Report(unittest.TestCase):
         self.assertIn("Comparison: Ratio, stepping down", done.stdout)
         self.assertIn("against 2.8 s", done.stdout)
 
+    def test_comparison_of_the_phases(self):
+        (self.path / "runs" / "3.4-T.csv").write_text(SERIES)
+        done = self.run_report("--runs", "runs", "--compare", "-o", "p.html")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        # Both series are of one phase.
+        self.assertNotIn("Phases beside each other", (self.path / "p.html").read_text())
+        self.assertNotIn("Comparison", (self.path / "p.html").read_text())
+
     def test_worked_examples_from_report_toml(self):
         (self.path / "w.toml").write_text("""
 [current_transformer]

@@ -56,6 +56,27 @@ TEST(Chart, IsOneElementWithTitlesAndSymbols) {
   EXPECT_TRUE(svg.ends_with("</svg>\n"));
 }
 
+TEST(Chart, WithoutAPointThatCanBeDrawnSaysSo) {
+  Chart chart{"T", "x", "y", false, false, {}};
+  chart.series.push_back({"s", SeriesStyle::kPoints, {{0, std::nan(""), "a"}}});
+  Markup out;
+  draw(out, chart, 1);
+  EXPECT_NE(out.take().find(">no value that can be drawn<"), std::string::npos);
+}
+
+TEST(Chart, HasDecimalCommasWhereTheReportHas) {
+  Chart chart{"T 1.5", "x", "y", false, false, {}};
+  chart.series.push_back(
+      {"limit 0.5 %", SeriesStyle::kPoints, {{0.25, 0, "0.25 V"}, {0.75, 1, ""}}});
+  Markup out;
+  draw(out, chart, 1, true);
+  const std::string svg = out.take();
+  EXPECT_NE(svg.find(">0,25 V<"), std::string::npos) << svg;
+  EXPECT_NE(svg.find(">limit 0,5 %<"), std::string::npos);
+  EXPECT_NE(svg.find(">0,3<"), std::string::npos);
+  EXPECT_EQ(svg.find(">0.3<"), std::string::npos);
+}
+
 TEST(Chart, SkipsPointsThatAreNoNumbers) {
   Chart chart{"T", "x", "y", false, false, {}};
   chart.series.push_back({"s",

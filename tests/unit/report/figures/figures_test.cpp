@@ -291,6 +291,8 @@ TEST(Numbers, AsText) {
   EXPECT_EQ(significant(1e-9, 3), "1.00e-09");
   EXPECT_EQ(significant(0, 3), "0");
   EXPECT_EQ(shortest(0.1), "0.1");
+  EXPECT_EQ(with_decimal_commas("A, 0.5: -1.25 % (IEEE C57.13, 30 degrees) 1.5e-05 1.2.3 3. .5 x"),
+            "A, 0,5: -1,25 % (IEEE C57.13, 30 degrees) 1,5e-05 1.2.3 3. .5 x");
   EXPECT_EQ(operator_notation(-0.0, 2), "-0.00");
   EXPECT_EQ(operator_notation(-std::nan(""), 2), "-nan");
 }

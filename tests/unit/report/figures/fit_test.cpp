@@ -24,10 +24,9 @@ class Misra : public testing::TestWithParam<std::array<double, 2>> {};
 TEST_P(Misra, HasItsCertifiedDigitsFromEveryStart) {
   const auto fit = fit_curve(misra, kX, kY, {GetParam()[0], GetParam()[1]});
   ASSERT_TRUE(fit);
-  EXPECT_NEAR(fit->parameters[0], 238.94212918, 2e-7);
-  EXPECT_NEAR(fit->parameters[1], 5.5015643181e-4, 5e-13);
-  EXPECT_EQ(fixed(fit->parameters[0], 5), "238.94213");
-  EXPECT_NEAR(fit->residual_deviation, 0.10187876330, 1e-10);
+  EXPECT_EQ(fixed(fit->parameters[0], 8), "238.94212918");
+  EXPECT_EQ(significant(fit->parameters[1], 11), "0.00055015643181");
+  EXPECT_EQ(fixed(fit->residual_deviation, 11), "0.10187876330");
   EXPECT_NEAR(fit->standard_errors[0], 2.7070075241, 1e-6);
   EXPECT_NEAR(fit->standard_errors[1], 7.2668688436e-6, 1e-12);
 }
@@ -79,13 +78,31 @@ TEST(Fit, CoolingCurveFromNoisyReadingsIsWithinItsStandardError) {
   EXPECT_EQ(fit->fit.residuals.size(), kTimes.size());
 }
 
+TEST(Fit, CoolingCurveThroughThreeReadingsHasNoStandardError) {
+  // Falls by 1 and then by 1/2: the rest above 1 halves each second, 4 at shut-down.
+  const auto fit = fit_cooling(std::vector<double>{1, 2, 3}, std::vector<double>{3, 2, 1.5});
+  ASSERT_TRUE(fit);
+  EXPECT_NEAR(fit->final, 1, 1e-9);
+  EXPECT_NEAR(fit->at_shut_down, 5, 1e-9);
+  EXPECT_NEAR(fit->time_constant, 1 / std::log(2), 1e-9);
+  EXPECT_TRUE(std::isnan(fit->standard_error));
+}
+
+TEST(Fit, CoolingCurveFromUnequalTimes) {
+  const std::vector<double> times{45, 70, 110, 200, 330, 600, 900};
+  const auto fit = fit_cooling(times, cooling(times, 10.25, 2.5, 240, 0));
+  ASSERT_TRUE(fit);
+  EXPECT_NEAR(fit->at_shut_down, 12.75, 1e-9);
+  EXPECT_NEAR(fit->time_constant, 240, 1e-6);
+}
+
 TEST(Fit, NoCoolingCurveThroughAStraightLineOrTooFewReadings) {
   std::vector<double> line;
   for (const double time : kTimes) {
     line.push_back(1 - time / 10000);
   }
   EXPECT_FALSE(fit_cooling(kTimes, line));
-  EXPECT_FALSE(fit_cooling(std::vector<double>{1, 2, 3}, std::vector<double>{3, 2, 1.5}));
+  EXPECT_FALSE(fit_cooling(std::vector<double>{1, 2}, std::vector<double>{3, 2}));
   EXPECT_FALSE(fit_cooling(kTimes, std::vector<double>(kTimes.size(), 2.0)));
   const std::vector<double> same_time(8, 60.0);
   EXPECT_FALSE(fit_cooling(same_time, cooling(kTimes, 0.45, 0.12, 600, 0)));

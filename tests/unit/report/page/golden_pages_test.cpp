@@ -4,18 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <numbers>
 #include <set>
 
 #include "common/field_text.h"
 #include "demonstration_page.h"
 #include "record_form/record_codec.h"
 #include "report/facts/checksums.h"
+#include "report/program.h"
 #include "support/record_text.h"
 #include "text/text_output.h"
 #include "virtual_instrument/demonstration/demonstration.h"
@@ -62,6 +66,101 @@ TEST(GoldenPages, OfEveryDemonstrationRecord) {
     const std::string id(field_text(each.record->record_id));
     compare(kGoldens / (id + ".html"), page_of(std::move(each.record), settings));
   }
+}
+
+/// The page of a record of tests/golden/records.
+std::string page_of_sample(const std::string& name, const Settings& settings) {
+  const fs::path path = kRecords / (name + ".record");
+  OwnedRecord owned = parse_record(read(path), path.string());
+  Record record{RecordNest(owned.get()), Origin::kStore, "records.db", {}, true};
+  std::string page = page_of(record, settings);
+  static_cast<void>(record.nest.release());  // the arena owns it
+  return page;
+}
+
+/// Kinds and states that the demonstration has none of.
+class SampleRecord : public testing::TestWithParam<const char*> {};
+
+TEST_P(SampleRecord, HasItsPage) {
+  compare(kGoldens / (std::string(GetParam()) + ".html"),
+          page_of_sample(GetParam(), demonstration_settings()));
+}
+
+INSTANTIATE_TEST_SUITE_P(GoldenPages, SampleRecord,
+                         testing::Values("ratio-ct", "ratio-pt-vt", "ratio-not-finite",
+                                         "ratio-three-phase-failed-phases", "full-fields",
+                                         "no-such-type", "no-tests", "resistance-point-states"));
+
+TEST(GoldenPages, OfInstrumentTransformersWithTheirClasses) {
+  Settings settings;
+  settings.texts["nameplate.accuracy_class"] = "0.5";
+  settings.values["nameplate.rated_voltage"] = 100;
+  compare(kGoldens / "class-of-current.html", page_of_sample("ratio-ct", settings));
+  compare(kGoldens / "class-of-voltage.html", page_of_sample("ratio-pt-vt", settings));
+}
+
+/// Two sets of samples: a sine with a third harmonic, and a direct voltage.
+std::string raw_samples() {
+  std::string text;
+  for (const bool is_sine : {true, false}) {
+    text += std::string("# RAW samples of phase ") + (is_sine ? "A" : "B") +
+            ": H1-H2 and X1-X2, excited H1-H2\n# 1000 samples per second, 40 samples\n"
+            "Time s;Voltage H V;Voltage X V;Current H A;Current X A\n";
+    for (int i = 0; i < 40; ++i) {
+      const double angle = 2 * std::numbers::pi * i / 20;
+      const double value = is_sine ? 100 * std::sin(angle) + 20 * std::sin(3 * angle) : 5;
+      std::array<char, 200> line{};
+      const int size = std::snprintf(line.data(), line.size(), "%.8f;%.6e;%.6e;%.6e;%.6e\n",
+                                     i / 1000.0, value, value / 10, value / 1000, 0.0);
+      text.append(line.data(), static_cast<std::size_t>(size));
+    }
+  }
+  return text;
+}
+
+TEST(GoldenPages, OfRawSamples) {
+  auto records = demonstration_records();
+  const auto sample = std::find_if(records.begin(), records.end(), [](const auto& each) {
+    return field_text(each.record->record_id) == "demo-ratio-1ph";
+  });
+  ASSERT_NE(sample, records.end());
+  delete[] sample->record->raw_data;
+  sample->record->raw_data = new_text(raw_samples());
+  compare(kGoldens / "raw.html", page_of(std::move(sample->record), demonstration_settings()));
+}
+
+TEST(GoldenPages, OfARecordedSession) {
+  Sources sources;
+  sources.tape = kGoldens / "session.kvrtape";
+  sources.settings = kGoldens / "report.toml";
+  compare(kGoldens / "session.html", make_page(sources, "0"));
+}
+
+TEST(GoldenPages, OfPhasesBesideEachOther) {
+  Sources sources;
+  sources.tape = kGoldens / "session.kvrtape";
+  sources.compares_phases = true;
+  compare(kGoldens / "phases.html", make_page(sources, "0"));
+}
+
+TEST(GoldenPages, OfRunFiles) {
+  Sources sources;
+  sources.runs = kGoldens / "runs";
+  compare(kGoldens / "runs.html", make_page(sources, "0"));
+}
+
+TEST(GoldenPages, OfTwoRunsComparedWithDecimalCommas) {
+  Sources sources;
+  sources.runs = kGoldens / "runs";
+  sources.compare = kGoldens / "session.kvrtape";
+  sources.settings = kGoldens / "comma.toml";
+  compare(kGoldens / "compared.html", make_page(sources, "0"));
+}
+
+TEST(GoldenPages, OfValuesInReportToml) {
+  Sources sources;
+  sources.settings = kGoldens / "entered.toml";
+  compare(kGoldens / "entered.html", make_page(sources, "0"));
 }
 
 TEST(GoldenPages, OfTheExampleInTheDocumentation) {
