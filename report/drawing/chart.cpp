@@ -18,6 +18,7 @@ constexpr double kTop = 38;
 constexpr double kBottom = 290;
 constexpr double kLegendTop = 352;
 constexpr double kLegendStep = 20;
+constexpr double kBarInset = 30;  // keeps the outermost bars off the axis
 
 class ChartDrawing {
  public:
@@ -25,7 +26,11 @@ class ChartDrawing {
       : out_(out),
         chart_(chart),
         has_decimal_comma_(has_decimal_comma),
-        x_(values(&ChartPoint::x), chart.is_x_logarithmic, kLeft, kRight),
+        has_bars_(
+            std::any_of(chart.series.begin(), chart.series.end(),
+                        [](const Series& series) { return series.style == SeriesStyle::kBars; })),
+        x_(spread(values(&ChartPoint::x)), chart.is_x_logarithmic,
+           kLeft + (has_bars_ ? kBarInset : 0), kRight - (has_bars_ ? kBarInset : 0)),
         y_(values(&ChartPoint::y), chart.is_y_logarithmic, kBottom, kTop) {}
 
   void draw(const std::string& id) {
@@ -69,6 +74,21 @@ class ChartDrawing {
     return has_decimal_comma_ ? with_decimal_commas(text) : text;
   }
 
+  /// Readings that were meant to stand at one value, such as a voltage, don't fill the axis.
+  static std::vector<double> spread(std::vector<double> values) {
+    if (values.empty()) {
+      return values;
+    }
+    const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
+    const double size = std::max(std::abs(*lowest), std::abs(*highest));
+    const double middle = (*lowest + *highest) / 2;
+    if (*highest - *lowest < 0.01 * size) {
+      values.push_back(middle - 0.04 * size);
+      values.push_back(middle + 0.04 * size);
+    }
+    return values;
+  }
+
   bool has_points() const {
     return std::any_of(chart_.series.begin(), chart_.series.end(), [this](const Series& series) {
       return std::any_of(series.points.begin(), series.points.end(),
@@ -89,6 +109,9 @@ class ChartDrawing {
 
   void draw_axes() {
     for (const Tick& tick : x_.ticks()) {
+      if (has_bars_ && tick.value != std::round(tick.value)) {
+        continue;  // bars stand at whole numbers
+      }
       const double at = x_.at(tick.value);
       line("g", at, kTop, at, kBottom);
       out_.element("text", shown(tick.text),
@@ -213,6 +236,7 @@ class ChartDrawing {
   Markup& out_;
   const Chart& chart_;
   bool has_decimal_comma_;
+  bool has_bars_;
   Scale x_;
   Scale y_;
 };

@@ -191,25 +191,45 @@ std::vector<Picture> overlaid_pictures(const std::vector<const Section*>& sectio
   return pictures;
 }
 
+/// Sections that are compared, and what they are called together.
+struct PhaseGroup {
+  std::string name;
+  std::vector<const Section*> sections;
+};
+
+bool has_several_phases(const Section& section) {
+  return std::any_of(
+      section.comparables.begin(), section.comparables.end(), [&section](const Comparable& each) {
+        return !each.phase.empty() && each.phase != section.comparables.front().phase;
+      });
+}
+
+/// A record that has several phases stands alone; those of one phase each belong together.
+std::vector<PhaseGroup> phase_groups(const std::vector<Section>& sections) {
+  std::vector<PhaseGroup> groups;
+  std::map<std::string, std::size_t> kinds;
+  for (const Section& section : sections) {
+    if (has_several_phases(section)) {
+      groups.push_back({section.title, {&section}});
+      continue;
+    }
+    const auto [kind, is_new] = kinds.try_emplace(kind_of(section), groups.size());
+    if (is_new) {
+      groups.push_back({kind->first, {}});
+    }
+    groups[kind->second].sections.push_back(&section);
+  }
+  return groups;
+}
+
 }  // namespace
 
 std::vector<Section> phase_sections(const std::vector<Section>& sections,
                                     const Settings& settings) {
-  std::vector<std::pair<std::string, std::vector<const Section*>>> kinds;
-  for (const Section& section : sections) {
-    const auto known = std::find_if(kinds.begin(), kinds.end(), [&section](const auto& kind) {
-      return kind.first == kind_of(section);
-    });
-    if (known != kinds.end()) {
-      known->second.push_back(&section);
-    } else {
-      kinds.push_back({kind_of(section), {&section}});
-    }
-  }
   std::vector<Section> results;
-  for (const auto& [kind, of_kind] : kinds) {
+  for (const auto& [name, of_group] : phase_groups(sections)) {
     Section section;
-    section.title = "Phases beside each other: " + kind;
+    section.title = "Phases beside each other: " + name;
     Table table{"Phases",
                 {{"quantity", "", false},
                  {"unit", "", false},
@@ -219,12 +239,12 @@ std::vector<Section> phase_sections(const std::vector<Section>& sections,
                  {"against 2.8 s", "", false}},
                 {},
                 "2.8 s needs three readings of the same point."};
-    for (const OfPhases& quantity : quantities_of_phases(of_kind)) {
+    for (const OfPhases& quantity : quantities_of_phases(of_group)) {
       add_spread(section, table, quantity, settings);
     }
     if (!table.rows.empty()) {
       section.tables.push_back(std::move(table));
-      section.pictures = overlaid_pictures(of_kind);
+      section.pictures = overlaid_pictures(of_group);
       results.push_back(std::move(section));
     }
   }

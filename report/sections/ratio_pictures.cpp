@@ -38,9 +38,9 @@ Series limit_line(const std::string& name, double value,
       is_first = false;
     }
   }
-  if (lowest == highest) {
-    lowest *= 0.9;
-    highest *= 1.1;
+  if (highest - lowest < 0.01 * std::abs(highest)) {
+    lowest *= 0.97;
+    highest *= 1.03;
   }
   line.points = {{lowest, value, {}}, {highest, value, {}}};
   return line;

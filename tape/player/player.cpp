@@ -14,11 +14,20 @@ constexpr std::size_t kLinesBefore = 5;
 /// The number on the tape of the thread that runs; 0 for one that has made no call yet.
 thread_local int thread_on_tape = 0;
 
-bool same_call(const Event& event, std::string_view name, const Fields& fields) {
-  return event.kind == EventKind::kCall && event.name == name && event.fields == fields;
-}
-
 }  // namespace
+
+bool Player::is_same_call(const Event& event, std::string_view name, const Fields& fields) const {
+  if (event.kind != EventKind::kCall || event.name != name) {
+    return false;
+  }
+  if (event.fields == fields || options_.tolerance.is_empty()) {
+    return event.fields == fields;
+  }
+  const std::vector<Difference> found = differences(event.fields, fields);
+  return std::all_of(found.begin(), found.end(), [&](const Difference& each) {
+    return options_.tolerance.allows(name, each.field);
+  });
+}
 
 Player::Player(Tape tape, PlayerOptions options)
     : tape_(std::move(tape)),
@@ -86,7 +95,7 @@ Player::Track& Player::track_of_this_thread(std::string_view name, const Fields&
     return tracks_[thread_on_tape];
   }
   const auto found = std::find_if(tracks_.begin(), tracks_.end(), [&](const auto& each) {
-    return !each.second.taken && same_call(next_of(each.second), name, fields);
+    return !each.second.taken && is_same_call(next_of(each.second), name, fields);
   });
   if (found == tracks_.end()) {
     const auto first = std::find_if(tracks_.begin(), tracks_.end(), [&](const auto& each) {
@@ -100,7 +109,7 @@ Player::Track& Player::track_of_this_thread(std::string_view name, const Fields&
 }
 
 void Player::accept_call(Track& track, std::string_view name, const Fields& fields) {
-  if (track.at_end() || !same_call(next_of(track), name, fields)) {
+  if (track.at_end() || !is_same_call(next_of(track), name, fields)) {
     diverge_at_call(&track, name, fields);
   }
   pass(track);
@@ -260,11 +269,11 @@ void Player::diverge_at_call(Track* track, std::string_view name, const Fields& 
   const auto later = [&](const Track& other, std::size_t from) {
     return std::any_of(
         other.lines.begin() + static_cast<std::ptrdiff_t>(from), other.lines.end(),
-        [&](std::size_t line) { return same_call(tape_.events[line], name, fields); });
+        [&](std::size_t line) { return is_same_call(tape_.events[line], name, fields); });
   };
   const bool elsewhere = std::any_of(tracks_.begin(), tracks_.end(), [&](const auto& each) {
     return &each.second != track && !each.second.at_end() &&
-           same_call(next_of(each.second), name, fields);
+           is_same_call(next_of(each.second), name, fields);
   });
   if (track == nullptr || track->at_end()) {
     divergence.form = elsewhere ? "wrong thread" : "extra call";

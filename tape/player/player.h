@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tape/format/reader.h"
+#include "tape/format/tolerance.h"
 #include "tape/player/divergence.h"
 
 // Plays the library's side of a tape. Each thread's calls have to come in the recorded order with
@@ -21,6 +22,7 @@ namespace tape {
 struct PlayerOptions {
   std::chrono::milliseconds patience{10000};  ///< after which a waiting call counts as stuck
   bool recorded_speed = false;                ///< waits as long as the recording did
+  Tolerance tolerance;                        ///< arguments that may differ
 
   /// Takes a divergence; must not return but may throw PlayEnded. The lock of the player is held.
   std::function<void(const Divergence&)> on_divergence;
@@ -59,6 +61,7 @@ class Player {
 
     bool at_end() const { return next == lines.size(); }
   };
+  bool is_same_call(const Event& event, std::string_view name, const Fields& fields) const;
   using Lock = std::unique_lock<std::mutex>;
 
   Track& track_of_this_thread(std::string_view name, const Fields& fields);

@@ -25,6 +25,13 @@ std::chrono::milliseconds patience() {
   return std::chrono::seconds(seconds);
 }
 
+/// What the file beside the tape allows; nothing without one.
+Tolerance tolerance_beside(const std::string& tape) {
+  const std::string file = tape + ".tolerance.json";
+  std::error_code error;
+  return std::filesystem::exists(file, error) ? Tolerance(file) : Tolerance();
+}
+
 std::string fingerprint() {
   char digits[20];
   return {digits,
@@ -89,6 +96,7 @@ Stage::Stage() : file_(platform::environment_text("KVR_TAPE_FILE")) {
     PlayerOptions options;
     options.patience = patience();
     options.recorded_speed = platform::environment_text("KVR_TAPE_SPEED") == "1";
+    options.tolerance = tolerance_beside(file_);
     options.on_callback = [this](const Event& event) { run_callback(event); };
     options.on_divergence = [this](const Divergence& divergence) {
       platform::complain(divergence.text());

@@ -1,6 +1,7 @@
 #include "tape/recorder/thunks.h"
 
 #include <cstring>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -57,7 +58,11 @@ kvr_InitParams* recorded(const kvr_InitParams* params) {
   if (params == nullptr) {
     return nullptr;
   }
-  auto* copy = new kvr_InitParams;  // deliberately never freed: a library may keep the pointer
+  // Deliberately kept as long as the process: a library may keep the pointer.
+  static std::mutex& mutex = *new std::mutex;
+  static auto& copies = *new std::deque<kvr_InitParams>;
+  const std::lock_guard lock(mutex);
+  kvr_InitParams* const copy = &copies.emplace_back();
   std::memcpy(copy, params, sizeof *copy);
   if (copy->status_callback != nullptr) {
     copy->status_context = thunk_of(copy->status_callback, copy->status_context);

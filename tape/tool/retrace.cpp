@@ -52,7 +52,8 @@ bool runs_tests(const Tape& tape) {
 
 int retrace(const RetraceOptions& options, std::ostream& out) {
   const Tape tape = read_tape(options.tape);
-  const Tolerance tolerance(options.tolerance);
+  const Tolerance tolerance =
+      options.tolerance.empty() ? Tolerance() : Tolerance(options.tolerance);
   const CallTable calls = load(options.library);
   if (runs_tests(tape) && !options.energise && !is_virtual(calls)) {
     throw CommandError{

@@ -4,8 +4,6 @@
 #include <array>
 #include <chrono>
 #include <cstring>
-#include <fstream>
-#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "tape/tool/commands.h"
@@ -84,36 +82,6 @@ struct Argument {
 };
 
 }  // namespace
-
-Tolerance::Tolerance(const std::string& file) {
-  if (file.empty()) {
-    return;
-  }
-  std::ifstream in(file);
-  const auto json = nlohmann::json::parse(in, nullptr, false);
-  if (!json.is_object() || !json.contains("fields") || !json["fields"].is_array()) {
-    throw CommandError{file + ": not an object with a list of \"fields\""};
-  }
-  for (const auto& field : json["fields"]) {
-    if (!field.is_string()) {
-      throw CommandError{file + ": \"fields\" holds what is no text"};
-    }
-    fields_.insert(field.get<std::string>());
-  }
-}
-
-bool Tolerance::allows(const std::string& call, const std::string& field) const {
-  return std::any_of(fields_.begin(), fields_.end(), [&](const std::string& allowed) {
-    for (const std::string& name : {call + "." + field, "*." + field}) {
-      const bool open_end = !allowed.empty() && allowed.back() == '*';
-      if (name == allowed ||
-          (open_end && name.starts_with(allowed.substr(0, allowed.size() - 1)))) {
-        return true;
-      }
-    }
-    return false;
-  });
-}
 
 Retracing::Retracing(const Tape& tape, const CallTable& calls, const Tolerance& tolerance)
     : tape_(tape), calls_(calls), tolerance_(tolerance), happened_(tape.events.size()) {}

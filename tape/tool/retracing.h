@@ -4,29 +4,16 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tape/format/reader.h"
+#include "tape/format/tolerance.h"
 #include "tape/vocabulary/call_table.h"
 
 // Makes the calls of a tape's client of another library, each thread of the client on a thread of
 // its own, and compares what comes back with the tape field by field.
 namespace tape {
-
-/// Fields that may differ: by "CALL.FIELD", where "*" stands for any call and a last "*" for the
-/// rest of a name.
-class Tolerance {
- public:
-  /// Reads {"fields": ["kvr_GetDeviceInfo.info.device_date_time", ...]}; allows nothing if empty.
-  explicit Tolerance(const std::string& file);
-
-  bool allows(const std::string& call, const std::string& field) const;
-
- private:
-  std::set<std::string> fields_;
-};
 
 class Retracing {
  public:

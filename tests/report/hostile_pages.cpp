@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <limits>
 #include <random>
 #include <string_view>
@@ -117,14 +118,28 @@ RecordNest repeated(const kvr_TestRecord& record, std::size_t times) {
   return join_records(std::move(parts));
 }
 
-std::string page_of(RecordNest nest) {
+template <typename Value>
+void append(std::vector<Value>& values, std::vector<Value> more) {
+  values.insert(values.end(), std::make_move_iterator(more.begin()),
+                std::make_move_iterator(more.end()));
+}
+
+std::string page_of(RecordNest nest, bool is_compared) {
   const report::Record record{std::move(nest), report::Origin::kStore, "<file>.db", {}, true};
   report::PageContent content;
   content.files.push_back({"<i>&amp;.db", 7, std::string(64, 'a')});
   content.remarks.emplace_back(kTexts[0]);
   content.program_version = "<0>";
-  content.sections.push_back(report::section_of(record, {}));
+  content.instrument.serial_number = kTexts[1];
+  content.instrument.calibration_date = kTexts[3];
   report::Settings settings;
+  content.sections.push_back(report::section_of(record, settings));
+  if (is_compared) {
+    settings.texts["report.decimal_separator"] = ",";
+    const std::vector<report::Section> alone = content.sections;
+    append(content.sections, report::phase_sections(alone, settings));
+    append(content.sections, report::comparison_sections(alone, alone));
+  }
   settings.texts["customer.name"] = kTexts[2];
   settings.texts["report.title"] = kTexts[0];
   return report::render_page(content, settings);
@@ -153,6 +168,6 @@ int main(int argc, char** argv) {
     HostileNames names{random};
     describe(*record, names);
     std::ofstream(folder / (std::to_string(i) + ".html"), std::ios::binary)
-        << page_of(std::move(record));
+        << page_of(std::move(record), i % 3 == 1);
   }
 }

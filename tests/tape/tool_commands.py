@@ -81,6 +81,24 @@ def check_divergences(place, wrong, tape):
                f"a bad tape: {played.returncode} {played.stderr!r}")
 
 
+def check_tolerance(place, wrong, tape):
+    """Arguments may differ where the file beside the tape says so, and nowhere else."""
+    other = place.folder / "tolerant.kvrtape"
+    shutil.copy(tape, other)
+    beside = place.folder / "tolerant.kvrtape.tolerance.json"
+    answers = ANSWERS.replace(b"\n8\n", b"\n9\n", 1)
+    for fields, status in (("kvr_Test_Ratio_1ph.request.test_voltage", 0), ("*.request.*", 0),
+                           ("kvr_Test_Ratio_3ph.request.test_voltage", 98),
+                           ("kvr_Test_Ratio_1ph.request.current", 98)):
+        beside.write_text(json.dumps({"fields": [fields]}))
+        played = place.play(other, answers)
+        wrong.that(played.returncode == status, f"tolerance {fields}: {played.stderr!r}")
+    beside.write_text("{}")
+    played = place.play(other, ANSWERS)
+    wrong.that(played.returncode == 97 and b"tolerance.json: not an object" in played.stderr,
+               f"a bad tolerance: {played.stderr!r}")
+
+
 def check_redaction(place, wrong, tape):
     clean = place.folder / "clean.kvrtape"
     done = place.tool("redact", tape, "-o", clean)
@@ -146,6 +164,7 @@ def main():
         wrong.that(b"---- tape one\n\n---- answers\n1\n2\n" in session, f"to-session: {session!r}")
         check_redaction(place, wrong, tape)
         check_divergences(place, wrong, tape)
+        check_tolerance(place, wrong, tape)
         bad = place.tool("check", bench)
         wrong.that(bad.returncode == 2 and b"line 1: not JSON" in bad.stderr, f"{bad.stderr!r}")
         folder = place.folder / "installed"

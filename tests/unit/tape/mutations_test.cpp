@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
 #include <random>
+#include <utility>
 
 #include "tape/format/line_text.h"
 #include "tape/format/reader.h"
@@ -99,6 +101,25 @@ std::string meaning(const Tape& tape) {
   return text;
 }
 
+/// What each thread of the client meets, in its order. The end of a thread's last callback is left
+/// out: a process may end within it, and that is a matter of time.
+std::map<int, std::string> client_view(const Tape& tape) {
+  std::map<int, std::string> threads;
+  std::map<int, std::string> ends;
+  for (Event event : tape.events) {
+    if (is_of_client(event.kind) || is_of_library(event.kind)) {
+      event.time = 0;
+      event.number = 1;
+      if (event.kind == EventKind::kEnd) {
+        ends[event.thread] += line_of(event);
+      } else {
+        threads[event.thread] += std::exchange(ends[event.thread], {}) + line_of(event);
+      }
+    }
+  }
+  return threads;
+}
+
 int changes() {
   const char* number = std::getenv("KVR_TAPE_CHANGES");
   return number == nullptr ? kUsualChanges : std::atoi(number);
@@ -109,6 +130,7 @@ TEST(TapeMutations, EachChangeIsNamedOrWithoutMeaning) {
   const Tape tape = parse_tape(text);
   int refused = 0;
   int named = 0;
+  int seen_by_client = 0;
   int without_meaning = 0;
   for (int i = 0; i < changes(); ++i) {
     Changer changer(static_cast<unsigned>(i));
@@ -130,13 +152,18 @@ TEST(TapeMutations, EachChangeIsNamedOrWithoutMeaning) {
       continue;
     }
     ++named;
-    EXPECT_TRUE(!found.empty() || !other.notices.empty());
-    simulate(other, tape, kPatience);  // comes to an end
+    EXPECT_EQ((found.empty() ? other.notices : found).front().substr(0, 5), "line ");
+    const std::vector<std::string> played = simulate(other, tape, kPatience);  // comes to an end
+    if (client_view(tape) != client_view(other)) {
+      EXPECT_FALSE(played.empty());
+      ++seen_by_client;
+    }
   }
   std::cout << changes() << " changes: " << refused << " refused, " << named << " named, "
-            << without_meaning << " without meaning\n";
+            << seen_by_client << " of them to the client, " << without_meaning
+            << " without meaning\n";
   EXPECT_GT(refused, 0);
-  EXPECT_GT(named, 0);
+  EXPECT_GT(seen_by_client, 0);
 }
 
 TEST(TapeMutations, ATapeCutAtAnyLengthIsReadUpToThereOrRefused) {

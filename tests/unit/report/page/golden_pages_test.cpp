@@ -278,6 +278,22 @@ TEST(NumbersOfTheOperatorsText, AreOnThePagesOfTheDemonstration) {
   }
 }
 
+using Transitions = std::vector<std::vector<kvr_TestData_Drm_Transition>>;
+
+/// The sample records hold just the first of their transitions, which is all that the text reads; a
+/// page reads all of them.
+Transitions complete_transitions(kvr_TestRecord& record) {
+  Transitions whole;
+  for (std::uint32_t i = 0; record.data_drm != nullptr && i < record.data_count; ++i) {
+    kvr_TestData_Drm* const test = record.data_drm[i];
+    if (test != nullptr && test->first_transition != nullptr) {
+      whole.emplace_back(std::max(test->transition_count, 1U), *test->first_transition);
+      test->first_transition = whole.back().data();
+    }
+  }
+  return whole;
+}
+
 TEST(NumbersOfTheOperatorsText, AreOnThePagesOfTheSampleRecords) {
   std::size_t count = 0;
   for (const fs::directory_entry& entry : fs::directory_iterator(kRecords)) {
@@ -285,6 +301,7 @@ TEST(NumbersOfTheOperatorsText, AreOnThePagesOfTheSampleRecords) {
       continue;
     }
     OwnedRecord owned = parse_record(read(entry.path()), entry.path().string());
+    const Transitions transitions = complete_transitions(*owned.get());
     Record record{RecordNest(owned.get()), Origin::kStore, "f", {}, true};
     PageContent content;
     content.sections.push_back(section_of(record, {}));
@@ -296,6 +313,16 @@ TEST(NumbersOfTheOperatorsText, AreOnThePagesOfTheSampleRecords) {
     ++count;
   }
   EXPECT_GT(count, 30U);
+}
+
+TEST(NumbersOfTheOperatorsText, AreOnThePagesOfARecordedSession) {
+  const Facts facts = read_tape(kGoldens / "session.kvrtape");
+  ASSERT_EQ(facts.records.size(), 4U);
+  for (const Record& record : facts.records) {
+    const std::string text = KVR_Text_Output::ResultsToString(record.nest.get());
+    ASSERT_GT(numbers_in(text).size(), 20U);
+    EXPECT_EQ(missing_numbers(text, tables_of(page_of(record, {}))), "");
+  }
 }
 
 TEST(NumbersOfTheOperatorsText, AreMissedWhereOneChanges) {

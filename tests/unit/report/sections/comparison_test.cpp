@@ -99,6 +99,18 @@ TEST(PhaseComparison, KnowsTheRepeatabilityOfReadings) {
   EXPECT_EQ(phases_of(records).front().tables[0].rows[0][5].shown, "outside");
 }
 
+TEST(PhaseComparison, OfARecordWithSeveralPhasesIsItsOwn) {
+  std::vector<Record> records;
+  records.push_back(record_of("A", KVR_TEST_RATIO_DOWN, "H1", {{100, 10, 0.1}, {100, 10.1, 0.1}}));
+  set_field(records[0].nest->data_ratio_1ph[1]->phase.high_side_phase, "H2");
+  records.push_back(record_of("B", KVR_TEST_RATIO_DOWN, "H3", {{100, 20, 0.1}}));
+  const auto sections = phases_of(records);
+  ASSERT_EQ(sections.size(), 1U);
+  EXPECT_EQ(sections[0].title, "Phases beside each other: Ratio, stepping down: A");
+  EXPECT_EQ(sections[0].tables[0].rows[0][2].shown, "H1 / X 10.00000, H2 / X 10.10000");
+  EXPECT_TRUE(sections[0].pictures.empty());
+}
+
 TEST(PhaseComparison, NeedsTwoPhases) {
   std::vector<Record> records;
   records.push_back(record_of("A", KVR_TEST_RATIO_DOWN, "H1", {{100, 10, 0.1}}));

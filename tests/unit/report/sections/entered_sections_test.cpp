@@ -105,22 +105,26 @@ TEST(EnteredReadings, HaveTheirStatistics) {
 }
 
 TEST(EnteredErrors, LieWithinAClassOrOutside) {
-  const Section section = section_from(
+  const std::string errors =
       "[errors]\npercent_of_rated = [120, 100, 20, 5]\nratio = [-0.543, -0.600, -0.950, -1.434]\n"
       "displacement = [15.5, 17.5, 25.8, 35.8]\nstandard_ratio = [-0.134, -0.156, -0.205, -0.356]\n"
-      "standard_displacement = [3.7, 4.0, 6.0, 8.0]\n");
+      "standard_displacement = [3.7, 4.0, 6.0, 8.0]\n";
+  const Section section = section_from(errors);
   EXPECT_EQ(rows_of(section),
             "120 | -0.543 | 15.5 | -0.134 | 3.7 | -0.677 | 19.2 | \n"
             "100 | -0.600 | 17.5 | -0.156 | 4.0 | -0.756 | 21.5 | \n"
             "20 | -0.950 | 25.8 | -0.205 | 6.0 | -1.155 | 31.8 | \n"
             "5 | -1.434 | 35.8 | -0.356 | 8.0 | -1.790 | 43.8 | \n");
-  const auto verdict = [&section](std::string_view limit) {
-    return std::find_if(section.findings.begin(), section.findings.end(),
-                        [limit](const Finding& each) { return each.limit == limit; })
-        ->verdict;
+  const auto finding = [](const Section& of, std::string_view limit) {
+    return *std::find_if(of.findings.begin(), of.findings.end(),
+                         [limit](const Finding& each) { return each.limit == limit; });
   };
-  EXPECT_EQ(verdict("class 1"), Verdict::kPass);
-  EXPECT_EQ(verdict("class 0.5"), Verdict::kFail);
+  EXPECT_EQ(finding(section, "class 1").value, "within the limits of class 1 at the points tested");
+  EXPECT_EQ(finding(section, "class 0.5").value, "outside the limits of class 0.5");
+  EXPECT_EQ(finding(section, "class 0.5").verdict, Verdict::kNone);
+  const std::string stated = errors + "[nameplate]\naccuracy_class = ";
+  EXPECT_EQ(finding(section_from(stated + "\"0.5\""), "class 0.5").verdict, Verdict::kFail);
+  EXPECT_EQ(finding(section_from(stated + "\"1\""), "class 1").verdict, Verdict::kPass);
 }
 
 }  // namespace
