@@ -19,7 +19,7 @@ using virtual_instrument::TransformerSettings;
 using virtual_instrument::TransformerUnit;
 
 double line_root(const KnownUnit& unit) {
-  return is_three_phase(unit.group.high) ? std::sqrt(3.0) : 1;
+  return virtual_instrument::is_three_phase(unit.group.high) ? std::sqrt(3.0) : 1;
 }
 
 double rated_current(const KnownUnit& unit, Side side) {
