@@ -29,7 +29,7 @@ template <typename Result>
 Result result_of(const char* name, const Bench& bench, const panel::MeasureOrder& order = {}) {
   TransformerUnit unit = make_unit(bench);
   const panel::Measured measured =
-      panel::find_kind(name)->measure(unit, settings_for(order, unit, bench));
+      panel::find_kind(name)->measure(unit, panel::settings_for(order, unit, bench));
   EXPECT_TRUE(virtual_instrument::is_accepted_code(measured.code)) << name << " " << measured.code;
   return std::get<Result>(measured.result);
 }
@@ -48,7 +48,7 @@ TEST(PanelKinds, EveryKindOnRandomBenches) {
     const Bench bench = bench_of(text);
     for (const panel::Kind& kind : panel::kinds()) {
       TransformerUnit unit = make_unit(bench);
-      const panel::Measured measured = kind.measure(unit, settings_for({}, unit, bench));
+      const panel::Measured measured = kind.measure(unit, panel::settings_for({}, unit, bench));
       for (const double flux : unit.core.residual_flux) {
         ASSERT_TRUE(std::isfinite(flux)) << kind.name << " on\n" << text;
       }
