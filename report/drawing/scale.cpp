@@ -1,6 +1,7 @@
 #include "report/drawing/scale.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 #include "report/figures/numbers.h"
@@ -9,6 +10,14 @@ namespace report {
 namespace {
 
 constexpr int kMostTicks = 7;
+
+/// The nearest number to the power, which std::pow of some systems misses.
+double power_of_ten(double exponent) {
+  const std::string text = "1e" + std::to_string(static_cast<int>(exponent));
+  double power = 0;
+  std::from_chars(text.data(), text.data() + text.size(), power);
+  return power > 0 ? power : std::pow(10, exponent);  // too small for from_chars
+}
 
 std::string tick_text(double value) {
   // A sum of steps such as 0.1 carries rounding that no reader wants.

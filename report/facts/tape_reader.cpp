@@ -203,7 +203,8 @@ Facts read_tape(const std::filesystem::path& path, const std::vector<std::string
   }
   reading.end_run();
   for (const std::string& notice : tape.notices) {
-    reading.facts.remarks.push_back(name + ", " + notice + ".");
+    reading.facts.remarks.push_back(name);
+    reading.facts.remarks.back().append(", ").append(notice).append(".");
   }
   if (reading.facts.records.empty()) {
     throw ReadFailure(name + ": has no results");

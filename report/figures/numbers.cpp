@@ -61,7 +61,7 @@ std::string significant(double value, int digits) {
   if (value == 0) {
     return "0";
   }
-  const std::string rounded = scientific(value, digits - 1);
+  std::string rounded = scientific(value, digits - 1);
   int exponent = 0;
   const char* const sign = rounded.data() + rounded.find('e') + 1;
   std::from_chars(sign + (*sign == '+' ? 1 : 0), rounded.data() + rounded.size(), exponent);

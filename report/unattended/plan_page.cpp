@@ -22,7 +22,7 @@ RecordNest copy_of(const kvr_TestRecord& record) {
 std::string words_of(const Plan& plan) {
   std::string words = "Plan " + plan.file;
   for (const auto& [name, value] : plan.item) {
-    words += ", " + name + ": " + value;
+    words.append(", ").append(name).append(": ").append(value);
   }
   return words + ".";
 }

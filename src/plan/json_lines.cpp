@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <concepts>
-#include <ctime>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <type_traits>
 
@@ -128,12 +128,21 @@ Json json_of(const Check& check) {
 
 Json line_of(const char* what) { return {{"line", what}, {"schema", kJsonSchema}}; }
 
+/// In UTC. Not by the C library, which keeps one calendar for all threads: events come on others.
 /// Not program_clock.now(): to look at that one may change it.
 std::string now() {
-  const std::time_t time = std::chrono::system_clock::to_time_t(program_clock.precise_now());
-  std::array<char, 32> text{};
-  const std::tm* const calendar = std::gmtime(&time);  // never null: the year is one of the clock's
-  return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", calendar)};
+  using std::chrono::floor;
+  const auto time = floor<std::chrono::seconds>(program_clock.precise_now());
+  const auto midnight = floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(midnight);
+  const std::chrono::hh_mm_ss clock(time - midnight);
+  std::array<char, 40> text{};
+  const int length = std::snprintf(
+      text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+      static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+      static_cast<int>(clock.seconds().count()));
+  return {text.data(), static_cast<std::size_t>(length)};
 }
 
 /// Bytes that are no UTF-8 become U+FFFD.

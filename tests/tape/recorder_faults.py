@@ -17,7 +17,7 @@ import time
 import common
 from tool_commands import ANSWERS, BENCH
 
-USUAL_KILLS = 20
+USUAL_KILLS = 10
 
 
 def kill_at_random(place, wrong, bench, number):
@@ -60,13 +60,28 @@ def kill_at_random(place, wrong, bench, number):
     return True
 
 
+# A small disk of its own, which goes with the process; what is on it is copied out.
+SMALL_DISK = ["unshare", "--mount", "sh", "-c",
+              'mount -t tmpfs -o "$1" none "$2" || exit 77; "$3"; status=$?; '
+              'cp "$2"/*.kvrtape "$4" 2> /dev/null; exit $status', "disk"]
+
+
+def disks_can_be_made(place):
+    disk = place.folder / "no disk"
+    disk.mkdir()
+    try:
+        return place.run(SMALL_DISK + ["size=64k", disk, "true", place.folder]).returncode == 0
+    except FileNotFoundError:
+        return False
+
+
 def check_room(place, wrong, bench, plain):
-    def run(name, preparation=None, **extra):
+    def run(name, preparation=None, launcher=(), **extra):
         home = place.folder / f"home of {name}"
         home.mkdir()
         tape = place.folder / f"{name}.kvrtape"
         done = subprocess.run(
-            [place.arguments.program], input=ANSWERS, capture_output=True, check=False,
+            launcher or [place.arguments.program], input=ANSWERS, capture_output=True, check=False,
             cwd=place.folder, preexec_fn=preparation,
             env=place.environment(**{**dict(KVR_TAPE_FILE=tape, KVR_BENCH_FILE=bench,
                                             HOME=home,
@@ -81,12 +96,23 @@ def check_room(place, wrong, bench, plain):
         signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
         resource.setrlimit(resource.RLIMIT_FSIZE, (30_000, 30_000))
 
-    for name, reason, preparation, extra in (
-            ("full", "no room", no_room, {}),
-            ("limited", "limit", None, {"KVR_TAPE_LIMIT": "20000"})):
+    cases = [("full", "no room", no_room, {}),
+             ("limited", "limit", None, {"KVR_TAPE_LIMIT": "20000"})]
+    disk = place.folder / "disk"
+    disk.mkdir()
+    if disks_can_be_made(place):
+        def on_disk(options):
+            return SMALL_DISK + [options, disk, place.arguments.program, place.folder]
+        cases.append(("full-disk", "no room", None,
+                      {"launcher": on_disk("size=32k"), "KVR_TAPE_FILE": disk / "full-disk.kvrtape"}))
+        _, said = run("read-only", launcher=on_disk("ro"), KVR_TAPE_FILE=disk / "new.kvrtape")
+        wrong.that("nothing is recorded" in said and "Read-only file system" in said, said)
+    else:
+        print("left out: a full disk, a read-only disk; this user may not make any")
+    for name, reason, preparation, extra in cases:
         tape, said = run(name, preparation, **extra)
         wrong.that(f"recording has stopped ({reason})" in said, f"{name}: {said}")
-        last = tape.read_text().splitlines()[-1]
+        last = tape.read_text().splitlines()[-1] if tape.exists() else ""
         wrong.that(last.startswith(f'{{"full":"{reason}"'), f"{name}: the last line is {last[:80]}")
         wrong.that(f"full {reason}: nothing was recorded after this" in
                    place.tool("check", tape).stdout.decode(), f"{name}: check")

@@ -14,6 +14,7 @@ import concurrent.futures
 import json
 import os
 import pathlib
+import shutil
 import sys
 import tempfile
 
@@ -21,6 +22,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 import run_session  # noqa: E402
 
 USUAL_SAMPLE = 40
+USUAL_SAMPLE_UNDER_WINE = 8  # a start takes many times as long
 STARTED_WITHOUT_LIBRARY = "no call reached the library"
 
 
@@ -42,6 +44,21 @@ def first_difference(recorded, played):
     return None
 
 
+def put_first(environment, system, folder):
+    """The libraries of that folder come before all others."""
+    name = "WINEPATH" if system.name == "windows" else "LD_LIBRARY_PATH"
+    environment[name] = system.path(folder)
+
+
+def real_library(file, folder, launcher):
+    """The library behind the recorder; for Windows a copy, which must not have the recorder's name."""
+    if not launcher:
+        return file
+    copy = folder / f"{file.parent.name}-real.dll"
+    shutil.copy(file, copy)
+    return copy
+
+
 def replay(path, arguments, folder):
     """None, or what is wrong."""
     session = run_session.read_session(path)
@@ -49,14 +66,15 @@ def replay(path, arguments, folder):
         return None
     start_up = run_session.start_up_of(session, run_session.START_UPS)
     tape = folder / (path.stem + "-" + path.parent.name + ".kvrtape")
-    real = arguments.libraries["scripted" if session.has("script") else "instrument"]
+    real = arguments.real["scripted" if session.has("script") else "instrument"]
 
     def record(environment, system):
-        environment.update(KVR_TAPE_FILE=str(tape), KVR_TAPE_LIBRARY=f"{real}/libkvr-client-api.so",
-                           LD_LIBRARY_PATH=arguments.recorder)
+        put_first(environment, system, arguments.recorder)
+        environment.update(KVR_TAPE_FILE=system.path(tape), KVR_TAPE_LIBRARY=system.path(real))
 
     def play(environment, system):
-        environment.update(KVR_TAPE_FILE=str(tape), LD_LIBRARY_PATH=arguments.player)
+        put_first(environment, system, arguments.player)
+        environment.update(KVR_TAPE_FILE=system.path(tape))
         for name in ("KVR_BENCH_FILE", "KVR_SCRIPT_FILE"):
             environment.pop(name, None)
 
@@ -87,22 +105,27 @@ def sample(files, wanted):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("--program", action="append", default=[], metavar="NAME=FILE")
-    parser.add_argument("--scripted", required=True)
-    parser.add_argument("--instrument", required=True)
+    parser.add_argument("--scripted", required=True, type=pathlib.Path)
+    parser.add_argument("--instrument", required=True, type=pathlib.Path)
     parser.add_argument("--recorder", required=True, help="folder of the recorder")
     parser.add_argument("--player", required=True, help="folder of the player")
+    parser.add_argument("--launcher", action="append", default=[])
+    parser.add_argument("--seconds", type=float, default=30)
     parser.add_argument("files", nargs="*", type=pathlib.Path)
     arguments = parser.parse_args()
     arguments.programs = dict(each.split("=", 1) for each in arguments.program)
-    arguments.libraries = {"scripted": arguments.scripted, "instrument": arguments.instrument,
-                           "player": arguments.player}
-    arguments.launcher, arguments.seconds = [], 30
+    arguments.libraries = {"scripted": str(arguments.scripted.parent), "player": arguments.player,
+                           "instrument": str(arguments.instrument.parent)}
+    usual = USUAL_SAMPLE_UNDER_WINE if arguments.launcher else USUAL_SAMPLE
     tree = pathlib.Path(run_session.START_UPS).parent
     files = arguments.files or sample(sorted(tree.rglob("*.session")),
-                                      os.environ.get("KVR_TAPE_SESSIONS", str(USUAL_SAMPLE)))
+                                      os.environ.get("KVR_TAPE_SESSIONS", str(usual)))
     failed = without_tape = 0
     with tempfile.TemporaryDirectory(prefix="replay-") as folder, \
             concurrent.futures.ThreadPoolExecutor(2) as pool:
+        arguments.real = {name: real_library(getattr(arguments, name), pathlib.Path(folder),
+                                             arguments.launcher)
+                          for name in ("scripted", "instrument")}
         results = pool.map(lambda path: (path, replay(path, arguments, pathlib.Path(folder))), files)
         for path, wrong in results:
             if wrong == STARTED_WITHOUT_LIBRARY:

@@ -55,6 +55,34 @@ TEST(RecordNest, TheFamilyIsTheOneWithResults) {
   }
 }
 
+TEST(RecordNest, EachTypeNamesItsFamilies) {
+  const std::vector<std::string> families = {"ratio_3ph", "ratio_1ph",  "mbalance",  "resistance",
+                                             "demag",     "efficiency", "impedance", "drm",
+                                             "heatrun",   "gonogo"};
+  const auto named_by = [&families](kvr_TestType type) {
+    std::string named;
+    for (const std::string& family : families) {
+      named += type_names_family(type, family) ? family + " " : "";
+    }
+    return named;
+  };
+  for (const kvr_TestType type : {KVR_TEST_RATIO_DOWN, KVR_TEST_RATIO_UP, KVR_TEST_RATIO_AUTO,
+                                  KVR_TEST_RATIO_CT, KVR_TEST_RATIO_PT_VT, KVR_TEST_EXCITATION}) {
+    EXPECT_EQ(named_by(type), "ratio_3ph ratio_1ph ") << type;
+  }
+  EXPECT_EQ(named_by(KVR_TEST_RESISTANCE), "resistance ");
+  EXPECT_EQ(named_by(KVR_TEST_RESISTANCE_CONT), "resistance ");
+  EXPECT_EQ(named_by(KVR_TEST_SCI), "impedance ");
+  EXPECT_EQ(named_by(KVR_TEST_FRSL), "impedance ");
+  EXPECT_EQ(named_by(KVR_TEST_DEMAG), "demag ");
+  EXPECT_EQ(named_by(KVR_TEST_EFFICIENCY), "efficiency ");
+  EXPECT_EQ(named_by(KVR_TEST_MBALANCE), "mbalance ");
+  EXPECT_EQ(named_by(KVR_TEST_HEATRUN), "heatrun ");
+  EXPECT_EQ(named_by(KVR_TEST_GONOGO), "gonogo ");
+  EXPECT_EQ(named_by(KVR_TEST_DRM), "drm ");
+  EXPECT_EQ(named_by(KVR_TEST_UNDEFINED), "");
+}
+
 std::vector<RecordNest> parts_of(const std::vector<std::string>& texts) {
   std::vector<RecordNest> parts;
   for (const std::string& text : texts) {
