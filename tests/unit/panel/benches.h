@@ -13,8 +13,8 @@ inline std::string random_bench(std::uint32_t seed) {
   };
   const char* const groups[] = {"YNyn0", "Dyn11", "YNd1", "Dyn5", "Yzn11", "Dd0",
                                 "Yy6",   "Ii0",   "Ii6",  "CT",   "PT",    "YNd11"};
-  const double high = pick(100, 30000);
-  const double kva = pick(1, 5000);
+  const double high = pick(2000, 30000);
+  const double kva = pick(1, 500);
   const double impedance = high * high / (kva * 1000);
   const double ratio = pick(1, 40);
   std::string text =

@@ -78,7 +78,7 @@ TEST_F(PanelCommands, AddsToARecordOnlyWhenAsked) {
   const panel::MeasureOrder order{.kinds = {"impedance"}, .bench_file = file, .id = "Z"};
   ASSERT_EQ(measure(order), panel::kDone);
   EXPECT_EQ(measure(order), panel::kRefused);
-  EXPECT_EQ(words_.str(), "impedance: A record with this test ID already exists\n");
+  EXPECT_EQ(words_.str(), "impedance: A record with this test ID exists already\n");
   panel::MeasureOrder more = order;
   more.add = true;
   EXPECT_EQ(measure(more), panel::kDone);
@@ -90,7 +90,7 @@ TEST_F(PanelCommands, AStopOfTheInstrumentRefusesEveryTest) {
   for (const auto& [status, reason] :
        {std::pair("emergency_button_pressed", "The emergency stop is pressed"),
         std::pair("interlock_on", "The interlock is open"),
-        std::pair("secondary_sd_read_only", "The secondary SD card is read-only")}) {
+        std::pair("secondary_sd_read_only", "The secondary SD card cannot be written to")}) {
     const std::string file = bench("[status]\n" + std::string(status) + " = true\n");
     EXPECT_EQ(measure({.kinds = {"resistance"}, .bench_file = file}), panel::kRefused);
     EXPECT_EQ(words_.str(), "resistance: " + std::string(reason) + "\n");
@@ -98,7 +98,7 @@ TEST_F(PanelCommands, AStopOfTheInstrumentRefusesEveryTest) {
   }
   EXPECT_EQ(measure({.kinds = {"impedance"}, .bench_file = bench(), .voltage = 251}),
             panel::kRefused);
-  EXPECT_EQ(words_.str(), "impedance: The test voltage is outside what the instrument supports\n");
+  EXPECT_EQ(words_.str(), "impedance: The instrument cannot supply this test voltage\n");
 }
 
 TEST_F(PanelCommands, WithoutAFileForRecordsNothingIsKept) {
@@ -117,7 +117,7 @@ TEST_F(PanelCommands, RefusesWhatItCannotName) {
             panel::kWrong);
   EXPECT_EQ(words_.str(), "instrument-panel: the ID has more than 29 characters\n");
   EXPECT_EQ(records(bench(), {"none"}), panel::kRefused);
-  EXPECT_EQ(words_.str(), "none: There is no record with this ID\n");
+  EXPECT_EQ(words_.str(), "none: There is no record with this test ID\n");
 }
 
 TEST_F(PanelCommands, ChecksBenchesWholeAndNamesEachProblem) {

