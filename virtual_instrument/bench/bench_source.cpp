@@ -3,15 +3,12 @@
 #include <iostream>
 #include <utility>
 
-#include "virtual_instrument/bench/bench_reader.h"
-
 namespace virtual_instrument {
 namespace {
 
 constexpr std::size_t kLargestFile = 1 << 20;
 
-/// The reason why a file can't be read; empty if it has been read.
-const char* trouble_with(FileState state) {
+const char* reason(FileState state) {
   switch (state) {
     case FileState::kRead:
       break;
@@ -27,7 +24,20 @@ const char* trouble_with(FileState state) {
   return "";
 }
 
+/// Why a file can't be read.
+std::string trouble_with(const std::filesystem::path& file, FileState state) {
+  return file.string() + ": " + reason(state) + "; expected a bench file";
+}
+
 }  // namespace
+
+BenchReading read_bench_file(const std::filesystem::path& file) {
+  const FileReading reading = read_ordinary_file(file, kLargestFile);
+  if (reading.state != FileState::kRead) {
+    return {built_in_bench(), {trouble_with(file, reading.state)}, {}};
+  }
+  return read_bench(reading.text, file.string(), built_in_bench());
+}
 
 BenchSource::BenchSource(std::filesystem::path file, Report report)
     : file_(std::move(file)),
@@ -42,7 +52,7 @@ std::shared_ptr<const Bench> BenchSource::current() {
   const FileReading file = read_ordinary_file(file_, kLargestFile);
   const FileState before = std::exchange(state_, file.state);
   if (state_ != FileState::kRead && state_ != before) {
-    report_(file_.string() + ": " + trouble_with(state_) + "; expected a bench file");
+    report_(trouble_with(file_, state_));
   }
   // Compares the text itself, since file times are too coarse on some file systems.
   if (!file.text.empty() && file.text != text_) {

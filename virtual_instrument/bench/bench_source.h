@@ -8,12 +8,17 @@
 #include <string>
 
 #include "virtual_instrument/bench/bench.h"
+#include "virtual_instrument/bench/bench_reader.h"
 #include "virtual_instrument/platform/ordinary_file.h"
 
 namespace virtual_instrument {
 
 /// How often threads that wait for a change of the bench look at it.
 inline constexpr std::chrono::milliseconds kBenchPeriod{100};
+
+/// Reads a file over the built-in bench, once. That the file is missing, is no ordinary one or is
+/// larger than 1 MiB is a problem too.
+BenchReading read_bench_file(const std::filesystem::path& file);
 
 /// Holds the bench in force. With a file, each query reads the file again, so that a person can
 /// change the bench while the program runs. A file that can't be read, is no ordinary one, is

@@ -9,7 +9,6 @@
 #include "virtual_instrument/measurement/single_phase_ratio.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
 #include "virtual_instrument/model/iron_shape.h"
-#include "virtual_instrument/recording/nested_records.h"
 #include "virtual_instrument/recording/record.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 
@@ -39,13 +38,13 @@ class DemonstrationSet {
     three_phase_ratio("demo-ratio-down", KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1);
     single_phase_ratio();
     magnetic_balance();
-    resistance("demo-resistance", KVR_TEST_RESISTANCE, resistance_test(unit_, settings()));
-    resistance("demo-continuous", KVR_TEST_RESISTANCE_CONT,
-               continuous_resistance_test(unit_, settings(), 12, 2));
+    keep("demo-resistance", KVR_TEST_RESISTANCE, resistance_test(unit_, settings()));
+    keep("demo-continuous", KVR_TEST_RESISTANCE_CONT,
+         continuous_resistance_test(unit_, settings(), 12, 2));
     dynamic_resistance();
-    impedance("demo-impedance", KVR_TEST_SCI, short_circuit_impedance_test(unit_, settings()));
-    impedance("demo-stray-loss", KVR_TEST_FRSL,
-              stray_loss_response_test(unit_, settings(), {25, 50, 100, 200, 400}));
+    keep("demo-impedance", KVR_TEST_SCI, short_circuit_impedance_test(unit_, settings()));
+    keep("demo-stray-loss", KVR_TEST_FRSL,
+         stray_loss_response_test(unit_, settings(), {25, 50, 100, 200, 400}));
     efficiency();
     heat_run();
     return std::move(records_);
@@ -60,49 +59,40 @@ class DemonstrationSet {
     return settings;
   }
 
-  /// Calls `make` only when the record can own its result, so that an exception leaks nothing.
-  template <typename Data, typename Make>
-  void keep(const char* record_id, kvr_TestType type, Data** kvr_TestRecord::*family, Make make) {
-    keep(record_id, type, nameplate_setup(unit_), family, make);
+  void keep(const char* record_id, kvr_TestType type, const TestResult& result) {
+    keep(record_id, type, nameplate_setup(unit_), result);
   }
 
-  template <typename Data, typename Make>
   void keep(const char* record_id, kvr_TestType type, const kvr_TestSetup& setup,
-            Data** kvr_TestRecord::*family, Make make) {
+            const TestResult& result) {
     const std::int64_t time = kMorning + kBetweenTests * std::ssize(records_);
-    RecordNest record = new_record(
-        {"T-500-11", "Demonstration", record_id, KVR_SAVE_NEW_RECORD, type, setup, time});
-    Data**& results = (*record).*family;
-    results = new Data* [1] {};
-    results[0] = make();
-    records_.push_back({std::move(record), time});
+    records_.push_back({make_record({"T-500-11", "Demonstration", record_id, KVR_SAVE_NEW_RECORD,
+                                     type, setup, time},
+                                    {result, ""}, false),
+                        time});
   }
 
   void excitation(const char* record_id) {
     const ThreePhaseRatio result = excitation_test(unit_, settings());
     require_result(result.code, record_id);
-    keep(record_id, KVR_TEST_EXCITATION, &kvr_TestRecord::data_ratio_3ph,
-         [&] { return new_data(result); });
+    keep(record_id, KVR_TEST_EXCITATION, result);
   }
 
   void single_phase_excitation() {
     const kvr_TestData_Ratio_1ph result = single_phase_excitation_test(unit_, settings());
-    keep("demo-excite-1ph", KVR_TEST_EXCITATION, &kvr_TestRecord::data_ratio_1ph,
-         [&] { return new kvr_TestData_Ratio_1ph(result); });
+    keep("demo-excite-1ph", KVR_TEST_EXCITATION, result);
   }
 
   void demagnetisation() {
     const DemagTest result = demag_test(unit_, settings());
     require_result(result.code, "demo-demag");
     unit_.core.residual_flux = result.residual_flux;
-    keep("demo-demag", KVR_TEST_DEMAG, &kvr_TestRecord::data_demag,
-         [&] { return new_data(result); });
+    keep("demo-demag", KVR_TEST_DEMAG, result);
   }
 
   void go_no_go() {
     const kvr_TestData_GoNoGo result = go_no_go_test(unit_, settings());
-    keep("demo-go-no-go", KVR_TEST_GONOGO, &kvr_TestRecord::data_gonogo,
-         [&] { return new kvr_TestData_GoNoGo(result); });
+    keep("demo-go-no-go", KVR_TEST_GONOGO, result);
   }
 
   /// The built-in instrument, with this test's noise.
@@ -124,7 +114,7 @@ class DemonstrationSet {
         measure_three_phase_ratio(unit_, request, bench(), settings().seed);
     require_result(result.code, record_id);
     unit_.core.residual_flux = result.residual_flux;
-    keep(record_id, type, &kvr_TestRecord::data_ratio_3ph, [&] { return new_data(result); });
+    keep(record_id, type, result);
   }
 
   /// The setup that an operator enters for a pair of windings: no group, and the ratio to 1.
@@ -152,42 +142,30 @@ class DemonstrationSet {
         measure_single_phase_ratio(unit_, request, bench(), settings().seed);
     require_result(result.code, kId);
     unit_.core.residual_flux = result.residual_flux;
-    keep(kId, KVR_TEST_RATIO_DOWN, request.setup, &kvr_TestRecord::data_ratio_1ph,
-         [&] { return new kvr_TestData_Ratio_1ph(result.data); });
+    keep(kId, KVR_TEST_RATIO_DOWN, request.setup, result.data);
   }
 
   void magnetic_balance() {
     const MagneticBalanceTest result = magnetic_balance_test(unit_, settings());
     require_result(result.code, "demo-balance");
-    keep("demo-balance", KVR_TEST_MBALANCE, &kvr_TestRecord::data_mbalance,
-         [&] { return new kvr_TestData_MagneticBalance(result.data); });
-  }
-
-  void resistance(const char* record_id, kvr_TestType type, const ResistanceTest& result) {
-    keep(record_id, type, &kvr_TestRecord::data_resistance, [&] { return new_data(result); });
+    keep("demo-balance", KVR_TEST_MBALANCE, result.data);
   }
 
   void dynamic_resistance() {
     const DynamicResistanceTest result = dynamic_resistance_test(unit_, settings());
     require_result(result.code, "demo-drm");
-    keep("demo-drm", KVR_TEST_DRM, &kvr_TestRecord::data_drm, [&] { return new_data(result); });
-  }
-
-  void impedance(const char* record_id, kvr_TestType type, const ImpedanceTest& result) {
-    keep(record_id, type, &kvr_TestRecord::data_impedance, [&] { return new_data(result); });
+    keep("demo-drm", KVR_TEST_DRM, result);
   }
 
   void efficiency() {
     const kvr_TestData_Efficiency result = efficiency_test(unit_, settings());
-    keep("demo-efficiency", KVR_TEST_EFFICIENCY, &kvr_TestRecord::data_efficiency,
-         [&] { return new kvr_TestData_Efficiency(result); });
+    keep("demo-efficiency", KVR_TEST_EFFICIENCY, result);
   }
 
   void heat_run() {
     constexpr CoolingCurve kCurve{20, 60, 600};
     const ResistanceTest result = heat_run_test(unit_, settings(), kCurve, 8, 60);
-    keep("demo-heat-run", KVR_TEST_HEATRUN, &kvr_TestRecord::data_heatrun,
-         [&] { return new_data(result); });
+    keep("demo-heat-run", KVR_TEST_HEATRUN, result);
   }
 
   TransformerUnit unit_ = demonstration_unit();

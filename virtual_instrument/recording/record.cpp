@@ -1,5 +1,7 @@
 #include "virtual_instrument/recording/record.h"
 
+#include <type_traits>
+
 #include "virtual_instrument/recording/nested_records.h"
 #include "virtual_instrument/vocabulary/text_field.h"
 #include "virtual_instrument/vocabulary/time_text.h"
@@ -7,17 +9,48 @@
 namespace virtual_instrument {
 namespace {
 
-// The record points to the array before it is filled, so that freeing the record always frees all
-// of it.
-
-void set_result(kvr_TestRecord& record, const kvr_TestData_Ratio_1ph& data) {
-  record.data_ratio_1ph = new kvr_TestData_Ratio_1ph* [1] {};
-  record.data_ratio_1ph[0] = new kvr_TestData_Ratio_1ph(data);
+/// The array of the record in which a result of its kind stands.
+auto family(const kvr_TestRecord& /*record*/, const kvr_TestData_Ratio_1ph& /*data*/) {
+  return &kvr_TestRecord::data_ratio_1ph;
+}
+auto family(const kvr_TestRecord& /*record*/, const ThreePhaseRatio& /*data*/) {
+  return &kvr_TestRecord::data_ratio_3ph;
+}
+auto family(const kvr_TestRecord& record, const ResistanceTest& /*data*/) {
+  return record.test_type == KVR_TEST_HEATRUN ? &kvr_TestRecord::data_heatrun
+                                              : &kvr_TestRecord::data_resistance;
+}
+auto family(const kvr_TestRecord& /*record*/, const DemagTest& /*data*/) {
+  return &kvr_TestRecord::data_demag;
+}
+auto family(const kvr_TestRecord& /*record*/, const ImpedanceTest& /*data*/) {
+  return &kvr_TestRecord::data_impedance;
+}
+auto family(const kvr_TestRecord& /*record*/, const kvr_TestData_Efficiency& /*data*/) {
+  return &kvr_TestRecord::data_efficiency;
+}
+auto family(const kvr_TestRecord& /*record*/, const kvr_TestData_MagneticBalance& /*data*/) {
+  return &kvr_TestRecord::data_mbalance;
+}
+auto family(const kvr_TestRecord& /*record*/, const kvr_TestData_GoNoGo& /*data*/) {
+  return &kvr_TestRecord::data_gonogo;
+}
+auto family(const kvr_TestRecord& /*record*/, const DynamicResistanceTest& /*data*/) {
+  return &kvr_TestRecord::data_drm;
 }
 
-void set_result(kvr_TestRecord& record, const ThreePhaseRatio& data) {
-  record.data_ratio_3ph = new kvr_TestData_Ratio_3ph* [1] {};
-  record.data_ratio_3ph[0] = new_data(data);
+template <typename Data>
+Data* new_data(const Data& data) {
+  return new Data(data);
+}
+
+/// The record points to the array before it is filled, so that freeing the record always frees all
+/// of it.
+template <typename Result>
+void set_result(kvr_TestRecord& record, const Result& result) {
+  auto& results = record.*family(record, result);
+  results = new std::remove_reference_t<decltype(*results)>[1] {};
+  results[0] = new_data(result);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "api/request_records.h"
 #include "api/result_records.h"
 #include "record_form/record_nest.h"
-#include "virtual_instrument/measurement/three_phase_ratio.h"
+#include "virtual_instrument/measurement/measurements.h"
 
 // Makes the record of a finished test.
 
@@ -23,8 +23,14 @@ struct RecordHead {
   std::int64_t time;  ///< seconds since 1970
 };
 
+/// What a test of any kind found.
+using TestResult =
+    std::variant<kvr_TestData_Ratio_1ph, ThreePhaseRatio, ResistanceTest, DemagTest, ImpedanceTest,
+                 kvr_TestData_Efficiency, kvr_TestData_MagneticBalance, kvr_TestData_GoNoGo,
+                 DynamicResistanceTest>;
+
 struct RecordedTest {
-  std::variant<kvr_TestData_Ratio_1ph, ThreePhaseRatio> data;
+  TestResult data;
   std::string raw_data;
 };
 
