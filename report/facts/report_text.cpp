@@ -86,7 +86,7 @@ bool is_single_phase(const std::vector<NamedText>& lines) {
   return false;
 }
 
-kvr_TestType type_of(std::string_view heading) {
+kvr_TestType type_of_heading(std::string_view heading) {
   if (heading.find("Ratio Test UP") != std::string_view::npos) {
     return KVR_TEST_RATIO_UP;
   }
@@ -132,7 +132,7 @@ std::vector<ReportText> parse_report_text(std::string_view bytes) {
       take_header(*block.record.nest, line);
     } else {
       if (line.starts_with("TEST #")) {
-        block.record.nest->test_type = type_of(line);
+        block.record.nest->test_type = type_of_heading(line);
       }
       block.record.lines.emplace_back(name, value);
     }

@@ -39,7 +39,7 @@ class RowReader {
   std::size_t next_ = 0;
 };
 
-kvr_TestType type_of(std::string_view mode) {
+kvr_TestType direction_of(std::string_view mode) {
   return mode == "UP" ? KVR_TEST_RATIO_UP : KVR_TEST_RATIO_DOWN;
 }
 
@@ -65,7 +65,7 @@ void set_names(kvr_TestData_Ratio_Phase& phase, std::string_view label) {
 }
 
 void fill(kvr_TestData_Ratio_1ph& test, RowReader row) {
-  test.direction = type_of(row.text());
+  test.direction = direction_of(row.text());
   kvr_TestData_Ratio_Phase& phase = test.phase;
   row.numbers(test.test_voltage, phase.voltage_h, phase.voltage_x, phase.tnr, phase.tnr_error,
               phase.current_rms, phase.voltage_rms);
@@ -76,7 +76,7 @@ void fill(kvr_TestData_Ratio_1ph& test, RowReader row) {
 void fill(kvr_TestData_Ratio_3ph& test, RowReader row) {
   auto& [a, b, c] = test.phases;
   test.testing_mode = mode_of(row.text());
-  test.test_type = type_of(row.text());
+  test.test_type = direction_of(row.text());
   test.tested_phase = kAllPhases;
   row.numbers(test.test_voltage, a.voltage_h, b.voltage_h, c.voltage_h, a.voltage_x, b.voltage_x,
               c.voltage_x);
@@ -170,7 +170,7 @@ Record record_of(const Series& series, const std::string& name) {
   set_field(nest.timestamp, series.date);
   if (count > 0) {
     set_field(nest.record_id, series.rows.front().front());
-    nest.test_type = type_of(series.rows.front()[series.is_three_phase ? 2 : 1]);
+    nest.test_type = direction_of(series.rows.front()[series.is_three_phase ? 2 : 1]);
   }
   if (series.is_three_phase) {
     fill_all(nest.data_ratio_3ph, series.rows);

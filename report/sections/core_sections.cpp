@@ -14,8 +14,6 @@ namespace {
 
 constexpr std::size_t kDrawnSampleSets = 3;
 
-double number_of(float value) { return static_cast<double>(value); }
-
 std::string label_of(const kvr_TestData_MagneticBalance& test, std::size_t row) {
   const auto& each = test.rows[row];
   const std::string_view label =

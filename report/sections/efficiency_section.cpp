@@ -7,34 +7,32 @@
 namespace report {
 namespace {
 
-using Phase = kvr_TestData_Efficiency_Phase;
+using EfficiencyPhase = kvr_TestData_Efficiency_Phase;
 using Test = kvr_TestData_Efficiency;
-
-double number_of(float value) { return static_cast<double>(value); }
 
 struct Row {
   std::string_view name;
   std::string_view unit;
-  float Phase::*value;
+  float EfficiencyPhase::*value;
   float Test::*total;  ///< null for a quantity without a total
 };
 
 constexpr Row kRows[] = {
-    {"turns ratio", "", &Phase::ratio_tnr, nullptr},
-    {"load resistance, line", "\xce\xa9", &Phase::load_rs_line, nullptr},
-    {"load resistance, zero", "\xce\xa9", &Phase::load_rs_zero, nullptr},
-    {"no-load eddy resistance, measured", "\xce\xa9", &Phase::noload_eddy_resistance_measured,
-     nullptr},
-    {"no-load eddy resistance, corrected", "\xce\xa9", &Phase::noload_eddy_resistance_corrected,
-     nullptr},
-    {"load losses, I\xc2\xb2R", "W", &Phase::load_i2r, nullptr},
-    {"load losses, stray and eddy", "W", &Phase::load_stray_eddy, nullptr},
-    {"load losses", "W", &Phase::load_losses, &Test::total_load_losses},
-    {"hysteresis losses", "W", &Phase::hysteresis, &Test::total_hysteresis},
-    {"eddy current losses", "W", &Phase::eddy_current, &Test::total_eddy_current},
-    {"I\xc2\xb2R without load", "W", &Phase::i2r_no_load, nullptr},
-    {"no-load losses", "W", &Phase::no_load_losses, &Test::total_no_load_losses},
-    {"total losses", "W", &Phase::total_losses, &Test::total_losses},
+    {"turns ratio", "", &EfficiencyPhase::ratio_tnr, nullptr},
+    {"load resistance, line", "\xce\xa9", &EfficiencyPhase::load_rs_line, nullptr},
+    {"load resistance, zero", "\xce\xa9", &EfficiencyPhase::load_rs_zero, nullptr},
+    {"no-load eddy resistance, measured", "\xce\xa9",
+     &EfficiencyPhase::noload_eddy_resistance_measured, nullptr},
+    {"no-load eddy resistance, corrected", "\xce\xa9",
+     &EfficiencyPhase::noload_eddy_resistance_corrected, nullptr},
+    {"load losses, I\xc2\xb2R", "W", &EfficiencyPhase::load_i2r, nullptr},
+    {"load losses, stray and eddy", "W", &EfficiencyPhase::load_stray_eddy, nullptr},
+    {"load losses", "W", &EfficiencyPhase::load_losses, &Test::total_load_losses},
+    {"hysteresis losses", "W", &EfficiencyPhase::hysteresis, &Test::total_hysteresis},
+    {"eddy current losses", "W", &EfficiencyPhase::eddy_current, &Test::total_eddy_current},
+    {"I\xc2\xb2R without load", "W", &EfficiencyPhase::i2r_no_load, nullptr},
+    {"no-load losses", "W", &EfficiencyPhase::no_load_losses, &Test::total_no_load_losses},
+    {"total losses", "W", &EfficiencyPhase::total_losses, &Test::total_losses},
 };
 
 bool is_three_phase(const Test& test) {
@@ -60,7 +58,7 @@ Table loss_table(const Test& test, const std::string& label) {
   for (const Row& row : kRows) {
     std::vector<Cell> cells{text_cell(row.name), text_cell(row.unit)};
     for (std::size_t i = 0; i < phases; ++i) {
-      const Phase& phase = test.phases[i];
+      const EfficiencyPhase& phase = test.phases[i];
       cells.push_back(phase.status == KVR_RES_OK || !has_phases
                           ? significant_cell(number_of(phase.*row.value), 6)
                           : text_cell(CodeToText(phase.status)));
@@ -94,7 +92,7 @@ void add_findings(Section& section, const Test& test, const Settings& settings) 
   const auto load = settings.number("nameplate.load_losses");
   const auto no_load = settings.number("nameplate.no_load_losses");
   const bool has_phases = is_three_phase(test);
-  const Phase& first = test.phases[0];
+  const EfficiencyPhase& first = test.phases[0];
   const Settings::StatedLimit component = settings.limit("component_losses_percent");
   add_loss(section, "load losses",
            number_of(has_phases ? test.total_load_losses : first.load_losses), load, component,
@@ -111,11 +109,11 @@ void add_findings(Section& section, const Test& test, const Settings& settings) 
 
 void add_chart(Section& section, const Test& test, const std::string& label) {
   Chart chart{"Losses by part, test " + label, "phase (1 is A)", "losses, W", false, false, {}};
-  const std::pair<std::string_view, float Phase::*> parts[] = {
-      {"load, I\xc2\xb2R", &Phase::load_i2r},
-      {"load, stray and eddy", &Phase::load_stray_eddy},
-      {"no load, hysteresis", &Phase::hysteresis},
-      {"no load, eddy currents", &Phase::eddy_current}};
+  const std::pair<std::string_view, float EfficiencyPhase::*> parts[] = {
+      {"load, I\xc2\xb2R", &EfficiencyPhase::load_i2r},
+      {"load, stray and eddy", &EfficiencyPhase::load_stray_eddy},
+      {"no load, hysteresis", &EfficiencyPhase::hysteresis},
+      {"no load, eddy currents", &EfficiencyPhase::eddy_current}};
   const std::size_t phases = is_three_phase(test) ? 3 : 1;
   for (const auto& [name, value] : parts) {
     Series series{std::string(name), SeriesStyle::kBars, {}};

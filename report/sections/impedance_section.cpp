@@ -12,17 +12,15 @@
 namespace report {
 namespace {
 
-using Phase = kvr_TestData_Impedance_Phase;
-
-double number_of(float value) { return static_cast<double>(value); }
+using ImpedancePhase = kvr_TestData_Impedance_Phase;
 
 struct Reading {
   std::string test;
   std::string phase;
-  const Phase* data;
+  const ImpedancePhase* data;
 };
 
-std::string phase_name(const Phase& phase, std::size_t index) {
+std::string phase_name(const ImpedancePhase& phase, std::size_t index) {
   const std::string_view name = field_text(phase.phase_name);
   return name.empty() ? std::string(1, static_cast<char>('A' + index)) : std::string(name);
 }

@@ -19,8 +19,6 @@ namespace {
 
 using Phase = kvr_TestData_Ratio_Phase;
 
-double number_of(float value) { return static_cast<double>(value); }
-
 /// Which fields the source of a record states.
 struct Stated {
   bool details;  ///< all that the client library returns

@@ -19,6 +19,8 @@ namespace report {
 
 constexpr std::string_view kNotStated = "not stated";
 
+inline double number_of(float value) { return static_cast<double>(value); }
+
 struct Cell {
   std::string shown;
   std::string exact = {};  ///< in CSV; empty if the same

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kLongestText = 200;
 constexpr double kHighestVoltage = 10000;
-constexpr std::size_t kMostTests = 100000;
+constexpr std::size_t kMostTestsOfASeries = 100000;
 constexpr double kHighestRatio = 1e9;
 
 template <class Value>
@@ -56,7 +56,7 @@ bool is_repetition(const std::string& text) {
   }
   std::size_t count = 0;
   const auto [stop, bad] = std::from_chars(x + 1, end, count);
-  return bad == std::errc() && stop == end && count > 0 && count <= kMostTests;
+  return bad == std::errc() && stop == end && count > 0 && count <= kMostTestsOfASeries;
 }
 
 /// Nothing for a value that is no plan of voltages.

@@ -14,7 +14,7 @@ using namespace toml_file;
 
 namespace {
 
-constexpr std::size_t kMostTests = 10000;
+constexpr std::size_t kMostTestsOfAPlan = 10000;
 constexpr std::size_t kLongestItemText = 1000;
 
 std::string joined(const std::vector<std::string>& names) {
@@ -124,7 +124,7 @@ class Reader {
 
   void read_tests(const TomlValue& value) {
     const auto* list = value.as<TomlList>();
-    if (list == nullptr || list->empty() || list->size() > kMostTests ||
+    if (list == nullptr || list->empty() || list->size() > kMostTestsOfAPlan ||
         !std::all_of(list->begin(), list->end(),
                      [](const TomlValue& entry) { return entry.as<TomlTable>() != nullptr; })) {
       problem(value.line, "test", "expected 1 to 10000 tables [[test]]");

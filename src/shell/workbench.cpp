@@ -35,7 +35,7 @@ constexpr const char* kUsage =
     "  5  on Windows: logging off\n"
     "  6  SIGTERM; on Windows: shutting down\n";
 
-int refuse(const std::string& what) {
+int refuse_start(const std::string& what) {
   std::cerr << "tester-workbench: " << what << "\ntester-workbench --help says what it takes.\n";
   return kRefused;
 }
@@ -55,10 +55,11 @@ std::optional<int> answer_command_line(const std::vector<std::string>& arguments
     if (*word == "--serialport") {
       ++word;
       if (word == arguments.end() || word->empty() || word->starts_with('-')) {
-        return refuse("--serialport wants a port after it");
+        return refuse_start("--serialport wants a port after it");
       }
     } else if (*word != "--debug" && *word != "--quiet") {
-      return refuse((word->starts_with('-') ? "unknown option '" : "unknown word '") + *word + "'");
+      return refuse_start((word->starts_with('-') ? "unknown option '" : "unknown word '") + *word +
+                          "'");
     }
   }
   return std::nullopt;

@@ -6,7 +6,7 @@
 
 namespace {
 
-using Phase = kvr_TestData_Efficiency_Phase;
+using EfficiencyPhase = kvr_TestData_Efficiency_Phase;
 
 void write_conditions(const kvr_TestData_Efficiency& r, TextWriter& text) {
   text << (r.fast_mode != 0 ? "Mode: Fast\n" : "Mode: Full\n");
@@ -36,29 +36,29 @@ void write_three_phase_efficiency(const kvr_TestData_Efficiency& r, TextWriter& 
   }
   text << "Power Frequency = " << r.setup.line_frequency << '\n';  // not "Line", as for one phase
   text << "kVA = " << Utils::connection(r.setup).kva << '\n';
-  family("ratio_tnr: ", &Phase::ratio_tnr);
-  family("load_rs_line: ", &Phase::load_rs_line);
-  family("load_rs_zero: ", &Phase::load_rs_zero);
-  family("noload_eddy_resistance_measured: ", &Phase::noload_eddy_resistance_measured);
-  family("noload_eddy_resistance_corrected: ", &Phase::noload_eddy_resistance_corrected);
-  family("Load losses I2R ", &Phase::load_i2r);
-  family("Load losses Eddy&Stray ", &Phase::load_stray_eddy);
-  family("Load losses ", &Phase::load_losses);
+  family("ratio_tnr: ", &EfficiencyPhase::ratio_tnr);
+  family("load_rs_line: ", &EfficiencyPhase::load_rs_line);
+  family("load_rs_zero: ", &EfficiencyPhase::load_rs_zero);
+  family("noload_eddy_resistance_measured: ", &EfficiencyPhase::noload_eddy_resistance_measured);
+  family("noload_eddy_resistance_corrected: ", &EfficiencyPhase::noload_eddy_resistance_corrected);
+  family("Load losses I2R ", &EfficiencyPhase::load_i2r);
+  family("Load losses Eddy&Stray ", &EfficiencyPhase::load_stray_eddy);
+  family("Load losses ", &EfficiencyPhase::load_losses);
   text << "Total Load losses = " << r.total_load_losses << '\n';
-  family("Hysteresis losses ", &Phase::hysteresis);
+  family("Hysteresis losses ", &EfficiencyPhase::hysteresis);
   text << "Total Hysteresis = " << r.total_hysteresis << '\n';
-  family("Eddy current losses ", &Phase::eddy_current);
+  family("Eddy current losses ", &EfficiencyPhase::eddy_current);
   text << "Total Eddy current = " << r.total_eddy_current << '\n';
-  family("I^2R No Load ", &Phase::i2r_no_load);
-  family("No Load losses ", &Phase::no_load_losses);
+  family("I^2R No Load ", &EfficiencyPhase::i2r_no_load);
+  family("No Load losses ", &EfficiencyPhase::no_load_losses);
   text << "Total No Load losses = " << r.total_no_load_losses << '\n';
-  family("Total losses ", &Phase::total_losses);
+  family("Total losses ", &EfficiencyPhase::total_losses);
   text << "Total losses = " << r.total_losses << '\n';
   text << "Tx Efficiency % = " << r.efficiency_percent << '\n';
 }
 
 void write_single_phase_efficiency(const kvr_TestData_Efficiency& r, TextWriter& text) {
-  const Phase& phase = r.phases[0];
+  const EfficiencyPhase& phase = r.phases[0];
   text << "Transformer Losses Test\n";
   write_conditions(r, text);
   text << "VH = " << Utils::winding_h(r.setup).voltage << '\n';

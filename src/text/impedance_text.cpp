@@ -5,7 +5,7 @@
 
 namespace {
 
-using Phase = kvr_TestData_Impedance_Phase;
+using ImpedancePhase = kvr_TestData_Impedance_Phase;
 using SingleTest = kvr_TestData_Impedance_SingleTest;
 
 void write_ratings(TextWriter& text, const kvr_TestSetup& setup) {
@@ -20,7 +20,7 @@ void write_ratings(TextWriter& text, const kvr_TestSetup& setup) {
   }
 }
 
-void write_single_phase(TextWriter& text, const Phase& phase) {
+void write_single_phase(TextWriter& text, const ImpedancePhase& phase) {
   text << "Test Frequency = " << phase.test_frequency << '\n';
   text << "Ratio = " << phase.v_ratio << '\n';
   text << "Phase = " << phase.phase_name << '\n';
@@ -38,16 +38,16 @@ void write_three_phase(TextWriter& text, const SingleTest& test) {
   const auto family = [&](std::string_view prefix, auto value) {
     write_formula_lines(text, test.phases, prefix, value);
   };
-  family("Z % ", &Phase::z_percent);
-  write_error_lines(text, test.phases, "Z % error ", &Phase::z_percent_error);
-  family("Z ", &Phase::z);
-  family("test_frequency ", &Phase::test_frequency);
-  family("Xs_h ", &Phase::xs);
-  family("Rs ", &Phase::rs);
-  family("Inductance H ", &Phase::inductance);
-  family("PF % ", &Phase::power_factor);
-  family("V ratio ", &Phase::v_ratio);
-  family("curr_rms A ", &Phase::curr_rms);
+  family("Z % ", &ImpedancePhase::z_percent);
+  write_error_lines(text, test.phases, "Z % error ", &ImpedancePhase::z_percent_error);
+  family("Z ", &ImpedancePhase::z);
+  family("test_frequency ", &ImpedancePhase::test_frequency);
+  family("Xs_h ", &ImpedancePhase::xs);
+  family("Rs ", &ImpedancePhase::rs);
+  family("Inductance H ", &ImpedancePhase::inductance);
+  family("PF % ", &ImpedancePhase::power_factor);
+  family("V ratio ", &ImpedancePhase::v_ratio);
+  family("curr_rms A ", &ImpedancePhase::curr_rms);
 }
 
 void write_single_test(TextWriter& text, const kvr_TestSetup& setup, const SingleTest& test) {

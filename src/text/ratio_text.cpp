@@ -9,7 +9,7 @@ namespace {
 using Phase = kvr_TestData_Ratio_Phase;
 using ThreePhase = kvr_TestData_Ratio_3ph;
 
-constexpr auto degrees = KVR_Text_Output::RadToDegText;
+constexpr auto degree_text = KVR_Text_Output::RadToDegText;
 
 struct Headings {
   kvr_TestType type;
@@ -49,7 +49,7 @@ void write_numbers(TextWriter& text, const ThreePhase& r, const std::string_view
 void write_degrees(TextWriter& text, const ThreePhase& r, const std::string_view (&labels)[3],
                    float Phase::*value) {
   for (int i = 0; i < 3; ++i) {
-    text << labels[i] << degrees(r.phases[i].*value) << '\n';
+    text << labels[i] << degree_text(r.phases[i].*value) << '\n';
   }
 }
 
@@ -103,22 +103,22 @@ void write_three_phase_ratio(TextWriter& text, const ThreePhase& r) {
     text << "Ratio 3PH error % = " << r.ratio_3ph_error << '\n';
     text.precision(kCommonPrecision);
   }
-  text << "Phase 3PH: = " << degrees(r.phase_3ph) << '\n';
+  text << "Phase 3PH: = " << degree_text(r.phase_3ph) << '\n';
 }
 
 void write_sequences(TextWriter& text, const ThreePhase& r) {
   text << "Positive Seq Hi = " << r.positive_seq_hi << '\n';
-  text << "Positive Phase Hi = " << degrees(r.positive_phase_hi) << '\n';
+  text << "Positive Phase Hi = " << degree_text(r.positive_phase_hi) << '\n';
   text << "Negative Seq Hi = " << r.negative_seq_hi << '\n';
-  text << "Negative Phase Hi = " << degrees(r.negative_phase_hi) << '\n';
+  text << "Negative Phase Hi = " << degree_text(r.negative_phase_hi) << '\n';
   text << "Zero Seq Hi = " << r.zero_seq_hi << '\n';
-  text << "Zero Phase Hi = " << degrees(r.zero_phase_hi) << '\n';
+  text << "Zero Phase Hi = " << degree_text(r.zero_phase_hi) << '\n';
   text << "Positive Seq Lo = " << r.positive_seq_lo << '\n';
-  text << "Positive Phase Lo = " << degrees(r.positive_phase_lo) << '\n';
+  text << "Positive Phase Lo = " << degree_text(r.positive_phase_lo) << '\n';
   text << "Negative Seq Lo = " << r.negative_seq_lo << '\n';
-  text << "Negative Phase Lo = " << degrees(r.negative_phase_lo) << '\n';
+  text << "Negative Phase Lo = " << degree_text(r.negative_phase_lo) << '\n';
   text << "Zero Seq Lo = " << r.zero_seq_lo << '\n';
-  text << "Zero Phase Lo = " << degrees(r.zero_phase_lo) << '\n';
+  text << "Zero Phase Lo = " << degree_text(r.zero_phase_lo) << '\n';
 }
 
 void write_distortions(TextWriter& text, const ThreePhase& r) {
@@ -148,13 +148,13 @@ void write_result(TextWriter& text, const Phase& phase, double reference_ratio, 
   text << "Voltage X = " << phase.voltage_x << '\n';
   text << "curr H = " << phase.curr_h << '\n';
   text << "curr X = " << phase.curr_x << '\n';
-  text << "eFi = " << phase.efi << " = " << degrees(phase.efi) << " deg\n";
+  text << "eFi = " << phase.efi << " = " << degree_text(phase.efi) << " deg\n";
   if (detailed) {
-    text << "Phase High = " << degrees(phase.phase_high) << '\n';
-    text << "Phase Low = " << degrees(phase.phase_low) << '\n';
-    text << "phase_shift_absolute = " << degrees(phase.phase_shift_absolute) << '\n';
+    text << "Phase High = " << degree_text(phase.phase_high) << '\n';
+    text << "Phase Low = " << degree_text(phase.phase_low) << '\n';
+    text << "phase_shift_absolute = " << degree_text(phase.phase_shift_absolute) << '\n';
     text << "phase_deviation_from_user_phasing = "
-         << degrees(phase.phase_deviation_from_user_phasing) << '\n';
+         << degree_text(phase.phase_deviation_from_user_phasing) << '\n';
   }
   if (reference_ratio != 0) {
     text.precision(kErrorPrecision);

@@ -31,7 +31,7 @@ void copy_bytes(const kvr_EntryRecord& source, kvr_EntryRecord& target, std::siz
               reinterpret_cast<const char*>(&source) + begin, end - begin);
 }
 
-struct Dispose {
+struct DisposeEntries {
   void operator()(kvr_EntryRecord* record) const { Utils::free_record(record); }
 };
 
@@ -64,7 +64,7 @@ kvr_EntryRecord* Utils::clone_entry_record(const kvr_EntryRecord* source) {
   if (source == nullptr) {
     return nullptr;
   }
-  std::unique_ptr<kvr_EntryRecord, Dispose> clone(new kvr_EntryRecord());
+  std::unique_ptr<kvr_EntryRecord, DisposeEntries> clone(new kvr_EntryRecord());
   for (const List list : kLists) {
     copy_entry_list(source->*list, (*clone).*list);
   }

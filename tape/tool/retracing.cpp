@@ -59,7 +59,7 @@ class Output {
   }
   bool was_overrun() const {
     return std::any_of(std::begin(after_), std::end(after_),
-                       [](unsigned char byte) { return byte != kUntouched; });
+                       [](unsigned char character) { return character != kUntouched; });
   }
 
  private:

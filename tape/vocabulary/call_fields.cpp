@@ -10,7 +10,7 @@ namespace tape {
 namespace {
 
 template <class Record>
-Value block(std::string_view name, const Record* record) {
+Value block_of(std::string_view name, const Record* record) {
   return Value::block(name, record, sizeof(Record));
 }
 
@@ -28,7 +28,7 @@ Value params_block(const kvr_InitParams* params) {
   std::memcpy(&copy, params, sizeof copy);
   const std::uint64_t set[] = {copy.status_callback != nullptr, copy.status_context != nullptr};
   static_assert(offsetof(kvr_InitParams, status_callback) + sizeof set == sizeof copy);
-  Value value = block("kvr_InitParams", &copy);
+  Value value = block_of("kvr_InitParams", &copy);
   std::memcpy(value.bytes.data() + offsetof(kvr_InitParams, status_callback), set, sizeof set);
   return value;
 }
@@ -46,8 +46,8 @@ template <class Request>
 Fields fields_of_test(std::string_view request_name, const kvr_TestRequestHeader* header,
                       const Request* request, const kvr_ProgressHandler* progress,
                       kvr_TestRecord* const* record) {
-  return {{"header", block("kvr_TestRequestHeader", header)},
-          {"request", block(request_name, request)},
+  return {{"header", block_of("kvr_TestRequestHeader", header)},
+          {"request", block_of(request_name, request)},
           {"progress", handler_block(progress)},
           {"record", set_or_null(record)}};
 }
@@ -121,7 +121,7 @@ Fields status_callback_fields(kvr_code code, const char* text) {
 }
 
 Fields progress_callback_fields(const kvr_Progress* progress) {
-  return {{"progress", block("kvr_Progress", progress)}};
+  return {{"progress", block_of("kvr_Progress", progress)}};
 }
 
 Value record_reference(std::int64_t number) {

@@ -31,6 +31,7 @@
 namespace tape {
 
 struct CallTable {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared stands alone
 #define KVR_MEMBER(call) decltype(&::call) call = nullptr;
   KVR_EACH_CALL(KVR_MEMBER)
 #undef KVR_MEMBER

@@ -16,7 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using failing_files::Call;
-using failing_files::Failing;
 
 class FileFaults : public FaultsTest {
  protected:
@@ -76,7 +75,7 @@ TEST_F(FileFaults, LoseOnlyWhatIsNotYetWritten) {
           prepare(scene);
           std::string output;
           {
-            const Failing failing(call, nth, for_ever);
+            const failing_files::Failing failing(call, nth, for_ever);
             output = run(scene).output;
             EXPECT_EQ(failing.has_failed(), nth <= count);
           }

@@ -15,6 +15,9 @@
 
 // An operator for one test: types the test's answers and reads the program's output.
 
+/// What every prompt says to an answer that is no value of its kind.
+inline const std::string kWrongValue = "Wrong value, Please enter again: ";
+
 /// Keeps what is written to it. Several threads may write, as the program's threads do. A program
 /// that writes more than kMostText would never end: the process then ends with a message.
 class CapturedOutput : public std::streambuf {

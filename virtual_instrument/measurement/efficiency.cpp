@@ -4,6 +4,7 @@
 #include <numbers>
 
 #include "virtual_instrument/measurement/measurements.h"
+#include "virtual_instrument/measurement/phase_result.h"
 #include "virtual_instrument/measurement/winding_losses.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
 
@@ -12,8 +13,6 @@ namespace {
 
 /// Growth of the resistance of the core's steel per kelvin, as a fraction.
 constexpr double kSteelCoefficient = 1e-3;
-
-constexpr std::array<const char*, 3> kPhaseNames{"A", "B", "C"};
 
 /// The high side at rated flux, the low side open.
 struct NoLoad {

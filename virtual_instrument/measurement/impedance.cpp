@@ -10,8 +10,6 @@
 namespace virtual_instrument {
 namespace {
 
-constexpr std::array<const char*, 3> kPhaseNames{"A", "B", "C"};
-
 std::string joined_lines(const TransformerUnit& unit) {
   return is_three_phase(unit.group.high) ? "X1-X2-X3" : "X1-X2";
 }

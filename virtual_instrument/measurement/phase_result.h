@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,6 +9,9 @@
 #include "virtual_instrument/measurement/samples.h"
 
 namespace virtual_instrument {
+
+/// Letters of the phases, as results name them.
+inline constexpr std::array<const char*, 3> kPhaseNames{"A", "B", "C"};
 
 struct PhaseNames {
   std::string_view phase;

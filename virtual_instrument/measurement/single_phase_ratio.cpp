@@ -8,14 +8,13 @@
 #include "virtual_instrument/measurement/phase_result.h"
 #include "virtual_instrument/measurement/ratio_setup.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
+#include "virtual_instrument/model/index.h"
 
 namespace virtual_instrument {
 namespace {
 
 /// The selections 1 to 6 of a request: lines to each other, then lines to the neutral.
 constexpr TerminalPair kSelections[] = {{1, 2}, {2, 3}, {3, 1}, {1, 0}, {2, 0}, {3, 0}};
-constexpr const char* kPhaseNames[] = {"A", "B", "C"};
-
 constexpr bool is_selection(std::int32_t number) {
   return number >= 1 && number <= static_cast<std::int32_t>(std::size(kSelections));
 }
@@ -30,7 +29,7 @@ constexpr Side excited_side(kvr_TestType direction) {
   return direction == KVR_TEST_RATIO_UP || direction == KVR_TEST_RATIO_CT ? Side::low : Side::high;
 }
 
-struct Attempt {
+struct SinglePhaseAttempt {
   kvr_code code;
   kvr_TestType direction;
   SampledTest samples;  ///< only of an attempt without an open lead
@@ -47,7 +46,7 @@ class SinglePhaseRatioTest {
         pairs_{kSelections[request.high_side_phase - 1], kSelections[request.low_side_phase - 1]} {}
 
   SinglePhaseRatio run() {
-    const Attempt test = settled_attempt();
+    const SinglePhaseAttempt test = settled_attempt();
     SinglePhaseRatio result{test.code, repeat_request<kvr_TestData_Ratio_1ph>(request_), {}, {}};
     result.residual_flux = unit_.core.residual_flux;
     if (test.code == KVR_RES_OK) {
@@ -58,18 +57,18 @@ class SinglePhaseRatioTest {
 
  private:
   /// An automatic test steps down first, then steps up if should_step_up() says so.
-  Attempt settled_attempt() {
+  SinglePhaseAttempt settled_attempt() {
     if (request_.test_type != KVR_TEST_RATIO_AUTO) {
       return attempt(request_.test_type);
     }
-    Attempt down = attempt(KVR_TEST_RATIO_DOWN);
+    SinglePhaseAttempt down = attempt(KVR_TEST_RATIO_DOWN);
     return down.code == KVR_RES_OK && should_step_up(down.samples, request_.test_voltage, bench_)
                ? attempt(KVR_TEST_RATIO_UP)
                : down;
   }
 
-  Attempt attempt(kvr_TestType direction) {
-    Attempt made{lead_code(unit_, Side::high, pairs_[Side::high]), direction, {}};
+  SinglePhaseAttempt attempt(kvr_TestType direction) {
+    SinglePhaseAttempt made{lead_code(unit_, Side::high, pairs_[Side::high]), direction, {}};
     if (made.code == KVR_RES_OK) {
       made.code = lead_code(unit_, Side::low, pairs_[Side::low]);
     }
@@ -90,7 +89,7 @@ class SinglePhaseRatioTest {
     return made;
   }
 
-  kvr_code limit(const Attempt& made) const {
+  kvr_code limit(const SinglePhaseAttempt& made) const {
     const double ratio =
         rms(made.samples.voltage[Side::high]) / rms(made.samples.voltage[Side::low]);
     return made.direction == KVR_TEST_RATIO_UP && ratio > kHighestStepUpRatio
@@ -98,10 +97,10 @@ class SinglePhaseRatioTest {
                : check_limits(made.samples, 0, bench_.instrument);
   }
 
-  void fill(SinglePhaseRatio& result, const Attempt& test) const {
+  void fill(SinglePhaseRatio& result, const SinglePhaseAttempt& test) const {
     const std::string high = pair_name(Side::high, pairs_[Side::high]);
     const std::string low = pair_name(Side::low, pairs_[Side::low]);
-    const PhaseNames names{kPhaseNames[pairs_[Side::high].plus - 1], high, low};
+    const PhaseNames names{kPhaseNames[index(pairs_[Side::high].plus - 1)], high, low};
     result.data.direction = test.direction;
     result.data.reference_ratio = nameplate_ratio(request_.setup);
     result.data.phase =

@@ -14,7 +14,7 @@
 namespace virtual_instrument {
 namespace {
 
-struct Attempt {
+struct ThreePhaseAttempt {
   DirectionResult result;
   std::array<double, 3> residual_flux;
   int clock;  ///< as it was found
@@ -32,7 +32,7 @@ class ThreePhaseRatioTest {
   }
 
   /// `clock` spares finding it with one source.
-  Attempt run(std::optional<int> clock = std::nullopt) {
+  ThreePhaseAttempt run(std::optional<int> clock = std::nullopt) {
     if (request_.testing_mode == KVR_TESTING_MODE_3PH_1_1) {
       one_by_one(clock);
     } else {
@@ -122,14 +122,14 @@ bool is_direction(kvr_TestType type) {
 
 /// The voltage at which an automatic test steps up: the one asked for, or as much less as the high
 /// side needs to stay within what the instrument can take.
-double step_up_voltage(const Attempt& down, const kvr_Ratio3phRequest& request,
+double step_up_voltage(const ThreePhaseAttempt& down, const kvr_Ratio3phRequest& request,
                        const InstrumentSettings& limits) {
   constexpr double kMargin = 0.9;
   return std::min<double>(request.test_voltage,
                           kMargin * limits.maximum_induced_voltage / down.result.voltage_ratio);
 }
 
-ThreePhaseRatio outcome(const Attempt& attempt) {
+ThreePhaseRatio outcome(const ThreePhaseAttempt& attempt) {
   const DirectionResult& result = attempt.result;
   return {result.code,  result.data,     std::nullopt,
           std::nullopt, result.raw_data, attempt.residual_flux};
@@ -144,7 +144,7 @@ ThreePhaseRatio measure_both(TransformerUnit unit, const kvr_Ratio3phRequest& re
                              const Bench& bench, Noise& noise) {
   kvr_Ratio3phRequest directed = request;
   directed.test_type = KVR_TEST_RATIO_DOWN;
-  const Attempt down = ThreePhaseRatioTest(unit, directed, bench, noise).run();
+  const ThreePhaseAttempt down = ThreePhaseRatioTest(unit, directed, bench, noise).run();
   ThreePhaseRatio result = outcome(down);
   if (!has_result(down.result.code)) {
     return result;
@@ -158,7 +158,7 @@ ThreePhaseRatio measure_both(TransformerUnit unit, const kvr_Ratio3phRequest& re
   unit.core.residual_flux = down.residual_flux;
   directed.test_type = KVR_TEST_RATIO_UP;
   directed.test_voltage = static_cast<float>(voltage);
-  const Attempt up = ThreePhaseRatioTest(unit, directed, bench, noise).run(down.clock);
+  const ThreePhaseAttempt up = ThreePhaseRatioTest(unit, directed, bench, noise).run(down.clock);
   result.residual_flux = up.residual_flux;
   if (!has_result(up.result.code)) {
     return result;

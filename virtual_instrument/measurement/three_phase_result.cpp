@@ -18,8 +18,6 @@ namespace {
 
 using Readings = std::array<PhaseReading, 3>;
 
-constexpr std::array<const char*, 3> kPhaseNames{"A", "B", "C"};
-
 PhaseNames names(const kvr_TestData_Ratio_Phase& phase) {
   return {phase.phase_name, phase.high_side_phase, phase.low_side_phase};
 }

@@ -12,9 +12,6 @@ std::size_t node_index(Side side, int terminal) {
   return static_cast<std::size_t>(terminal_node(side, terminal));
 }
 
-/// In ohm. Bolted: far below the windings of any low side.
-constexpr double kJumperResistance = 1e-6;
-
 }  // namespace
 
 std::vector<double> terminal_waveform(const Spectrum& spectrum) {
@@ -55,21 +52,6 @@ Spectrum terminal_current(const PeriodicState& state, const std::vector<VoltageS
 std::vector<VoltageSource> pair_sources(Side side, TerminalPair pair, double voltage) {
   return {{terminal_node(side, pair.plus), voltage * std::numbers::sqrt2},
           {terminal_node(side, pair.minus), 0}};
-}
-
-Branch jumper(Side side, TerminalPair pair) {
-  Branch branch{};
-  branch.from = terminal_node(side, pair.plus);
-  branch.to = terminal_node(side, pair.minus);
-  branch.resistance = kJumperResistance;
-  return branch;
-}
-
-void join_lines(Network& network, const TransformerUnit& unit, Side side) {
-  const int lines = is_three_phase(unit.group.high) ? 3 : 2;
-  for (int terminal = 1; terminal < lines; ++terminal) {
-    network.branches.push_back(jumper(side, {terminal, terminal + 1}));
-  }
 }
 
 std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, Side side) {

@@ -26,12 +26,6 @@ Spectrum terminal_current(const PeriodicState& state, const std::vector<VoltageS
 /// Sources for an r.m.s. voltage between two terminals.
 std::vector<VoltageSource> pair_sources(Side side, TerminalPair pair, double voltage);
 
-/// A jumper between two terminals.
-Branch jumper(Side side, TerminalPair pair);
-
-/// Joins all lines of a side.
-void join_lines(Network& network, const TransformerUnit& unit, Side side);
-
 /// The pairs of a side that single-phase measurements use: line to neutral, or line to line without
 /// a neutral. One pair in a single-phase unit.
 std::vector<TerminalPair> phase_pairs(const TransformerUnit& unit, Side side);

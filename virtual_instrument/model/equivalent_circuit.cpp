@@ -15,9 +15,6 @@ namespace {
 /// Far above any winding, so that the current into the meters of these tests is negligible.
 constexpr double kMeterResistance = 1e9;
 
-/// Far below any winding.
-constexpr double kJumperResistance = 1e-6;
-
 double reactive_power(const CircuitTest& test, double phases_root) {
   const double apparent = phases_root * test.voltage * test.current;
   if (!(test.power > 0) || test.power > apparent) {
@@ -34,17 +31,6 @@ double rms_of_spectrum(const Spectrum& spectrum) {
     sum += std::norm(spectrum[harmonic]) / 2;
   }
   return std::sqrt(sum);
-}
-
-void join_lines(Network& network, const TransformerUnit& unit, Side side) {
-  const int lines = is_three_phase(unit.group.high) ? 3 : 2;
-  for (int terminal = 1; terminal < lines; ++terminal) {
-    Branch jumper{};
-    jumper.from = terminal_node(side, terminal);
-    jumper.to = terminal_node(side, terminal + 1);
-    jumper.resistance = kJumperResistance;
-    network.branches.push_back(jumper);
-  }
 }
 
 CircuitTest read(const TransformerUnit& unit, const Network& network, Side side, double voltage,

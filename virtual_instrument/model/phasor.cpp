@@ -6,7 +6,7 @@
 namespace virtual_instrument {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+using std::numbers::pi;
 
 /// The cosine series, or the sine series over its argument, summed from the last term. `square` is
 /// that of the argument.
@@ -43,7 +43,7 @@ Complex phasor_at(double turns) {
   const double whole = std::floor(turns + 0.5);
   const double rest = turns - whole;                   // -1/2 to 1/2
   const double quarters = std::floor(rest * 4 + 0.5);  // -2 to 2
-  const Complex near = first_octant((rest - quarters / 4) * 2 * kPi);
+  const Complex near = first_octant((rest - quarters / 4) * 2 * pi);
   switch (static_cast<int>(quarters)) {
     case 1:
       return {-near.imag(), near.real()};
@@ -62,9 +62,9 @@ double angle(Complex phasor) {
   if (x == 0 && y == 0) {
     return 0;
   }
-  double first_quadrant = y <= x ? arc_tangent(y / x) : kPi / 2 - arc_tangent(x / y);
+  double first_quadrant = y <= x ? arc_tangent(y / x) : pi / 2 - arc_tangent(x / y);
   if (phasor.real() < 0) {
-    first_quadrant = kPi - first_quadrant;
+    first_quadrant = pi - first_quadrant;
   }
   return phasor.imag() < 0 ? -first_quadrant : first_quadrant;
 }
@@ -74,13 +74,13 @@ double magnitude(Complex phasor) { return std::sqrt(std::norm(phasor)); }
 Complex quotient(Complex a, Complex b) { return a * std::conj(b) / std::norm(b); }
 
 double fold_angle(double radians) {
-  const double turns = std::ceil(radians / (2 * kPi) - 0.5);
-  return radians - turns * 2 * kPi;
+  const double turns = std::ceil(radians / (2 * pi) - 0.5);
+  return radians - turns * 2 * pi;
 }
 
-double radians(double degrees) { return degrees * kPi / 180; }
+double radians(double degrees) { return degrees * pi / 180; }
 
-double degrees(double radians) { return radians * 180 / kPi; }
+double degrees(double radians) { return radians * 180 / pi; }
 
 double exponential(double x) {
   const double twos = std::floor(x / std::numbers::ln2 + 0.5);

@@ -9,6 +9,9 @@
 namespace virtual_instrument {
 namespace {
 
+/// In ohm. Bolted: far below the windings of any low side.
+constexpr double kJumperResistance = 1e-6;
+
 /// Copper's resistance, extrapolated linearly, vanishes at this temperature below zero.
 constexpr double kCopperConstant = 234.5;
 
@@ -129,6 +132,21 @@ Network unit_network(const TransformerUnit& unit, double input_resistance) {
     add_shorted_turns(network, unit, fault);
   }
   return network;
+}
+
+Branch jumper(Side side, TerminalPair pair) {
+  Branch branch{};
+  branch.from = terminal_node(side, pair.plus);
+  branch.to = terminal_node(side, pair.minus);
+  branch.resistance = kJumperResistance;
+  return branch;
+}
+
+void join_lines(Network& network, const TransformerUnit& unit, Side side) {
+  const int lines = is_three_phase(unit.group.high) ? 3 : 2;
+  for (int terminal = 1; terminal < lines; ++terminal) {
+    network.branches.push_back(jumper(side, {terminal, terminal + 1}));
+  }
 }
 
 kvr_TestSetup nameplate_setup(const TransformerUnit& unit) {

@@ -84,6 +84,12 @@ double copper_factor(double from, double to);
 /// contact has an input of this resistance and the unit's capacitance to earth.
 Network unit_network(const TransformerUnit& unit, double input_resistance);
 
+/// A jumper between two terminals.
+Branch jumper(Side side, TerminalPair pair);
+
+/// Joins all lines of a side.
+void join_lines(Network& network, const TransformerUnit& unit, Side side);
+
 /// Whether a terminal exists outside the unit and its lead makes contact.
 bool lead_connected(const TransformerUnit& unit, Side side, int terminal);
 

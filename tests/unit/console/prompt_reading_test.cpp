@@ -15,8 +15,6 @@ namespace {
 using testing::Each;
 using testing::IsEmpty;
 
-const std::string kWrongValue = "Wrong value, Please enter again: ";
-
 /// Reads the next line, to see what a prompt has left.
 std::string next_line() {
   std::string line;

@@ -14,8 +14,6 @@ namespace {
 using testing::Each;
 using testing::IsEmpty;
 
-const std::string kWrongValue = "Wrong value, Please enter again: ";
-
 class PromptTestId : public SessionTest {};
 
 const std::string kAskTestId = "Test ID (leave empty for date/time): ";

@@ -12,7 +12,7 @@
 
 namespace {
 
-class RunFiles : public FlowTest {
+class RunFileTexts : public FlowTest {
  protected:
   /// The rows of a record, in the number format of a series file.
   static std::string rows(void (*write)(std::ostream&, const kvr_TestRecord&),
@@ -35,7 +35,7 @@ class RunFiles : public FlowTest {
   }
 };
 
-TEST_F(RunFiles, OfASeriesAreNamedAfterVersionAndTestId) {
+TEST_F(RunFileTexts, OfASeriesAreNamedAfterVersionAndTestId) {
   EXPECT_EQ(series_file_name("T1"), results.prefix() + "1.2-T1.csv");
   EXPECT_EQ(series_file_name("a/b=c"), results.prefix() + "1.2-a/b=c.csv");
   device_software_version = "";
@@ -44,18 +44,18 @@ TEST_F(RunFiles, OfASeriesAreNamedAfterVersionAndTestId) {
   EXPECT_EQ(series_file_name("T1"), "-T1.csv");
 }
 
-TEST_F(RunFiles, OfASeriesWithoutATestIdAreNamedAfterTheTime) {
+TEST_F(RunFileTexts, OfASeriesWithoutATestIdAreNamedAfterTheTime) {
   EXPECT_EQ(series_file_name(""), results.prefix() + "1.2-range-test-15-03-2021 12-00-00.csv");
   device_software_version = "";
   EXPECT_EQ(series_file_name(""), results.prefix() + "-range-test-15-03-2021 12-00-00.csv");
 }
 
-TEST_F(RunFiles, OfASingleTestAreNamedAfterTheRecord) {
+TEST_F(RunFileTexts, OfASingleTestAreNamedAfterTheRecord) {
   EXPECT_EQ(report_file_name("T1"), results.prefix() + "T1.csv");
   EXPECT_EQ(report_file_name(""), results.prefix() + ".csv");
 }
 
-TEST_F(RunFiles, OfASeriesBeginWithTheirHead) {
+TEST_F(RunFileTexts, OfASeriesBeginWithTheirHead) {
   write_series_file(results.prefix() + "series.csv", "the;columns");
   EXPECT_EQ(results.read("series.csv"),
             "sep=;\n"
@@ -67,13 +67,13 @@ TEST_F(RunFiles, OfASeriesBeginWithTheirHead) {
             "the;columns\n");
 }
 
-TEST_F(RunFiles, OfASeriesReplaceAFileOfTheirName) {
+TEST_F(RunFileTexts, OfASeriesReplaceAFileOfTheirName) {
   results.write("series.csv", std::string(10000, 'x'));
   write_series_file(results.prefix() + "series.csv", "columns");
   EXPECT_EQ(results.read("series.csv"), series_head("columns"));
 }
 
-TEST_F(RunFiles, OfASeriesHoldNumbersWithEightDecimals) {
+TEST_F(RunFileTexts, OfASeriesHoldNumbersWithEightDecimals) {
   {
     const Console console;
     std::ofstream file = open_series_file(results.prefix() + "series.csv", "columns");
@@ -82,7 +82,7 @@ TEST_F(RunFiles, OfASeriesHoldNumbersWithEightDecimals) {
   EXPECT_EQ(results.read("series.csv"), series_head("columns") + "2.00000000;10000000000.00000000");
 }
 
-TEST_F(RunFiles, OfASeriesAreLostSilently) {
+TEST_F(RunFileTexts, OfASeriesAreLostSilently) {
   const Console console;
   const std::string name = results.prefix() + "no such folder/series.csv";
   std::ofstream file = open_series_file(name, "columns");
@@ -92,7 +92,7 @@ TEST_F(RunFiles, OfASeriesAreLostSilently) {
   EXPECT_TRUE(results.empty());
 }
 
-TEST_F(RunFiles, HaveColumnLinesOfTheirOwnLength) {
+TEST_F(RunFileTexts, HaveColumnLinesOfTheirOwnLength) {
   const auto columns = [](const std::string& line) {
     return std::count(line.begin(), line.end(), ';') + 1;
   };
@@ -100,14 +100,14 @@ TEST_F(RunFiles, HaveColumnLinesOfTheirOwnLength) {
   EXPECT_EQ(columns(kThreePhaseColumns), 69);
 }
 
-TEST_F(RunFiles, OfASinglePhaseSeriesHaveThisColumnLine) {
+TEST_F(RunFileTexts, OfASinglePhaseSeriesHaveThisColumnLine) {
   EXPECT_STREQ(kSinglePhaseColumns,
                "Test ID;Mode;Voltage;Voltage Hi;Voltage Lo;V Ratio; V Ratio RE;Current_rms;"
                "Voltage_rms;Power_A;Watt_A;Factor_A;Phase AB;Phase ab;D_Fi;deviation from phasing;"
                "PGA_1;PGA_2;PGA_3;PGA_4;LT_H;LT_X");
 }
 
-TEST_F(RunFiles, OfAThreePhaseSeriesHaveThisColumnLine) {
+TEST_F(RunFileTexts, OfAThreePhaseSeriesHaveThisColumnLine) {
   EXPECT_STREQ(
       kThreePhaseColumns,
       "Test ID;Type;Mode;Voltage;Voltage A;Voltage B;Voltage C;Voltage a;Voltage b;Voltage c;"
@@ -138,13 +138,13 @@ const std::string kSinglePhaseResult =
 
 // 1 rad is 57.2957795 degrees, and 3.5 rad 200.535233 in single precision, which folds to
 // -159.464767.
-TEST_F(RunFiles, WriteASinglePhaseRowOfThirteenValues) {
+TEST_F(RunFileTexts, WriteASinglePhaseRowOfThirteenValues) {
   EXPECT_EQ(single_phase_rows(kSinglePhaseResult),
             "T1;UP;47.00000000;46.50000000;23.25000000;2.00000000;-0.12500000;0.06250000;"
             "46.75000000;57.295780;-57.295780;-159.464767;0.000000;\n");
 }
 
-TEST_F(RunFiles, WidenSinglePrecisionNumbers) {
+TEST_F(RunFileTexts, WidenSinglePrecisionNumbers) {
   const std::string row = single_phase_rows(
       "data_count = 1\n"
       "data_ratio_1ph[0].phase.voltage_h = 0.1\n"
@@ -155,7 +155,7 @@ TEST_F(RunFiles, WidenSinglePrecisionNumbers) {
             "16777216.00000000;0.000000;0.000000;0.000000;0.000000;\n");
 }
 
-TEST_F(RunFiles, CallEveryDirectionButUpDown) {
+TEST_F(RunFileTexts, CallEveryDirectionButUpDown) {
   for (std::uint32_t direction = 0; direction < 20; ++direction) {
     const std::string row =
         single_phase_rows("record_id = T1\ndata_count = 1\ndata_ratio_1ph[0].direction = " +
@@ -164,7 +164,7 @@ TEST_F(RunFiles, CallEveryDirectionButUpDown) {
   }
 }
 
-TEST_F(RunFiles, WriteARowForEachResult) {
+TEST_F(RunFileTexts, WriteARowForEachResult) {
   const std::string row =
       ";0.00000000;0.00000000;0.00000000;0.00000000;0.00000000;0.00000000;"
       "0.00000000;0.000000;0.000000;0.000000;0.000000;\n";
@@ -176,14 +176,14 @@ TEST_F(RunFiles, WriteARowForEachResult) {
             "T1;UP" + row + "T1;DOWN" + row);
 }
 
-TEST_F(RunFiles, WriteNoRowWithoutResults) {
+TEST_F(RunFileTexts, WriteNoRowWithoutResults) {
   EXPECT_EQ(single_phase_rows("data_count = 0\ntest_count = 1\ndata_ratio_1ph[0].direction = 2\n"),
             "");
   EXPECT_EQ(three_phase_rows("data_count = 0\ntest_count = 1\ndata_ratio_3ph[0].test_type = 2\n"),
             "");
 }
 
-TEST_F(RunFiles, PassOverMissingResults) {
+TEST_F(RunFileTexts, PassOverMissingResults) {
   EXPECT_EQ(single_phase_rows("data_count = 3\n"), "");
   EXPECT_EQ(three_phase_rows("data_count = 3\n"), "");
   EXPECT_EQ(single_phase_rows("data_count = 2\ndata_ratio_1ph[0] = null\n"
@@ -192,7 +192,7 @@ TEST_F(RunFiles, PassOverMissingResults) {
             "0.00000000;0.000000;0.000000;0.000000;0.000000;\n");
 }
 
-TEST_F(RunFiles, TakeAnIdThatFillsItsField) {
+TEST_F(RunFileTexts, TakeAnIdThatFillsItsField) {
   const std::string id(30, 'T');
   EXPECT_TRUE(single_phase_rows("record_id = " + id +
                                 "\nasset_id = A\ndata_count = 1\n"
@@ -255,7 +255,7 @@ std::string three_phase_result() {
   return text;
 }
 
-TEST_F(RunFiles, WriteAThreePhaseRowOf54Values) {
+TEST_F(RunFileTexts, WriteAThreePhaseRowOf54Values) {
   const std::string row = three_phase_rows(three_phase_result());
   EXPECT_EQ(row,
             "T3;3Ph 3-1;UP;12.50000000;"
@@ -280,7 +280,7 @@ TEST_F(RunFiles, WriteAThreePhaseRowOf54Values) {
   EXPECT_EQ(std::count(row.begin(), row.end(), ';'), 54);
 }
 
-TEST_F(RunFiles, PutTheThreePhaseRatioUnderAnotherColumn) {
+TEST_F(RunFileTexts, PutTheThreePhaseRatioUnderAnotherColumn) {
   const std::string line =
       std::string(kThreePhaseColumns) + "\n" + three_phase_rows(three_phase_result());
   std::istringstream lines(line);
@@ -302,7 +302,7 @@ TEST_F(RunFiles, PutTheThreePhaseRatioUnderAnotherColumn) {
   EXPECT_EQ(column(header, 54), "Neg_Ph Hi");
 }
 
-TEST_F(RunFiles, NameTheTestingMode) {
+TEST_F(RunFileTexts, NameTheTestingMode) {
   const std::pair<std::string, std::string> kModes[] = {
       {"0", "Unknown"}, {"1", "1Ph"},       {"2", "3Ph 3-3"},
       {"3", "3Ph 1-1"}, {"4", "3Ph 3-1"},   {"5", "3Ph AUTO"},
@@ -314,7 +314,7 @@ TEST_F(RunFiles, NameTheTestingMode) {
   }
 }
 
-TEST_F(RunFiles, NameTheDirectionOfAThreePhaseTest) {
+TEST_F(RunFileTexts, NameTheDirectionOfAThreePhaseTest) {
   for (std::uint32_t type = 0; type < 20; ++type) {
     const std::string row = three_phase_rows(
         "record_id = T1\ntest_type = 2\ndata_count = 1\n"
@@ -324,7 +324,7 @@ TEST_F(RunFiles, NameTheDirectionOfAThreePhaseTest) {
   }
 }
 
-TEST_F(RunFiles, KeepARawTextAsItIs) {
+TEST_F(RunFileTexts, KeepARawTextAsItIs) {
   const std::string raw = "any;text\n\tof the library, \xC3\xB8 = 5";
   const Console console;
   write_raw_file(results.prefix() + "T1.csv", raw);
@@ -332,14 +332,14 @@ TEST_F(RunFiles, KeepARawTextAsItIs) {
   EXPECT_EQ(console.output(), "Saved RAW data to " + results.prefix() + "T1.csv.RAW.csv");
 }
 
-TEST_F(RunFiles, ReplaceARawFileOfTheirName) {
+TEST_F(RunFileTexts, ReplaceARawFileOfTheirName) {
   results.write("T1.csv.RAW.csv", "of an earlier run");
   const Console console;
   write_raw_file(results.prefix() + "T1.csv", "");
   EXPECT_EQ(results.read("T1.csv.RAW.csv"), "");
 }
 
-TEST_F(RunFiles, PutARawTextWithoutANameIntoTheWorkingFolder) {
+TEST_F(RunFileTexts, PutARawTextWithoutANameIntoTheWorkingFolder) {
   const Console console;
   write_raw_file("", "raw");
   EXPECT_EQ(working_folder.read(".RAW.csv"), "raw");
@@ -347,7 +347,7 @@ TEST_F(RunFiles, PutARawTextWithoutANameIntoTheWorkingFolder) {
   EXPECT_TRUE(results.empty());
 }
 
-TEST_F(RunFiles, OfRawDataAreLostSilently) {
+TEST_F(RunFileTexts, OfRawDataAreLostSilently) {
   const Console console;
   write_raw_file(results.prefix() + "no such folder/T1.csv", "raw");
   EXPECT_EQ(console.output(),

@@ -17,7 +17,6 @@ const std::string kMenu =
     "4. A B C, a b c\n"
     "0. Cancel\n";
 const std::string kQuestion = "Vector group, such as Dyn11 (leave empty for terminal pairs): ";
-const std::string kWrongValue = "Wrong value, Please enter again: ";
 
 class LabelMenu : public SessionTest {
  protected:

@@ -2,19 +2,9 @@
 
 #include <string>
 
-#include "support/record_text.h"
-#include "text/text_output.h"
+#include "unit/text/body_text.h"
 
 namespace {
-
-using Text = KVR_Text_Output;
-
-/// The text after the header line.
-std::string tests_of(const std::string& record) {
-  OwnedRecord owned = parse_record(record, "record");
-  const std::string text = Text::ResultsToString(owned.get());
-  return text.substr(text.find('\n') + 1);
-}
 
 const std::string kDemag =
     "test_type = 10\n"

@@ -5,31 +5,17 @@
 #include <sstream>
 #include <string>
 
-#include "support/record_text.h"
 #include "support/thrown_exception.h"
-#include "text/result_bodies.h"
 #include "text/text_output.h"
+#include "unit/text/body_text.h"
 
 namespace {
 
-std::ostringstream prepared_stream() {
-  std::ostringstream out;
-  out << std::fixed;
-  out.precision(8);
-  return out;
+std::string efficiency_body(const std::string& record) {
+  return body_text("test_type = 13\n" + record, write_efficiency_body);
 }
 
-std::string body_of(const std::string& record) {
-  OwnedRecord owned = parse_record("test_type = 13\n" + record, "record");
-  std::ostringstream out = prepared_stream();
-  {
-    TextWriter text(out);
-    write_efficiency_body(*owned.get(), 0, text);
-  }
-  return out.str();
-}
-
-std::string phase(int i) {
+std::string efficiency_phase(int i) {
   const std::string path = "data_efficiency[0].phases[" + std::to_string(i) + "].";
   const std::string letter(1, static_cast<char>('A' + i));
   const std::string digit = std::to_string(i + 1);
@@ -57,7 +43,7 @@ const std::string kRecord =
     "data_efficiency[0].setup.line_frequency = 60\n"
     "data_efficiency[0].setup.temperature_from = 20.1\n"
     "data_efficiency[0].setup.temperature_to = 75\n" +
-    phase(0) + phase(1) + phase(2) +
+    efficiency_phase(0) + efficiency_phase(1) + efficiency_phase(2) +
     "data_efficiency[0].total_load_losses = 1.5\n"
     "data_efficiency[0].total_no_load_losses = 2.5\n"
     "data_efficiency[0].total_eddy_current = 3.5\n"
@@ -128,18 +114,18 @@ const std::string kSinglePhaseLosses =
     "Total losses, W = 81.50000000\n";
 
 TEST(EfficiencyBody, OfThreePhases) {
-  EXPECT_EQ(body_of(kRecord),
+  EXPECT_EQ(efficiency_body(kRecord),
             "Efficiency\n" + kThreePhaseTop + kThreePhaseLosses + "Time, sec = 1\n");
 }
 
 TEST(EfficiencyBody, OfOnePhase) {
-  EXPECT_EQ(body_of(kRecord + "data_efficiency[0].setup.windings[0].winding_type = 6\n"),
+  EXPECT_EQ(efficiency_body(kRecord + "data_efficiency[0].setup.windings[0].winding_type = 6\n"),
             "Efficiency\n" + kSinglePhaseTop + kSinglePhaseLosses + "Time, sec = 1\n");
 }
 
 TEST(EfficiencyBody, WindingOfTheHighSideDecidesWhich) {
   for (int winding = 0; winding < 16; ++winding) {
-    const std::string text = body_of(
+    const std::string text = efficiency_body(
         kRecord + "data_efficiency[0].setup.windings[0].winding_type = " + std::to_string(winding));
     const bool is_three_phase = winding >= 1 && winding <= 5;
     EXPECT_EQ(text.starts_with("Efficiency\nMode: Full\n"), is_three_phase) << winding;
@@ -147,9 +133,10 @@ TEST(EfficiencyBody, WindingOfTheHighSideDecidesWhich) {
         << winding;
   }
   // The low side of the setup is the high side of the pair X to Y.
-  const std::string text = body_of(kRecord + "data_efficiency[0].setup.connection_type = 2\n" +
-                                   "data_efficiency[0].setup.windings[1].winding_type = 6\n" +
-                                   "data_efficiency[0].setup.connections[2].kva = 7\n");
+  const std::string text =
+      efficiency_body(kRecord + "data_efficiency[0].setup.connection_type = 2\n" +
+                      "data_efficiency[0].setup.windings[1].winding_type = 6\n" +
+                      "data_efficiency[0].setup.connections[2].kva = 7\n");
   EXPECT_NE(text.find("Transformer Losses Test\n"), std::string::npos);
   EXPECT_NE(text.find("VH = 10500.00000000\nLine Frequency = 60\nkVA = 7.00000000\n"),
             std::string::npos)
@@ -159,8 +146,8 @@ TEST(EfficiencyBody, WindingOfTheHighSideDecidesWhich) {
 TEST(EfficiencyBody, ModeIsFastForAnyValueButZero) {
   for (const char* const mode : {"1", "2", "255"}) {
     const std::string fast = kRecord + "data_efficiency[0].fast_mode = " + mode + "\n";
-    EXPECT_TRUE(body_of(fast).starts_with("Efficiency\nMode: Fast\nObject temp = "));
-    EXPECT_TRUE(body_of(fast + "data_efficiency[0].setup.windings[0].winding_type = 12")
+    EXPECT_TRUE(efficiency_body(fast).starts_with("Efficiency\nMode: Fast\nObject temp = "));
+    EXPECT_TRUE(efficiency_body(fast + "data_efficiency[0].setup.windings[0].winding_type = 12")
                     .starts_with("Efficiency\nTransformer Losses Test\nMode: Fast\nObject temp"));
   }
 }
@@ -168,17 +155,19 @@ TEST(EfficiencyBody, ModeIsFastForAnyValueButZero) {
 TEST(EfficiencyBody, FirstPhaseDecidesWhetherCorrectionsAreShown) {
   const std::string corrections = "Corrections applied ( from 20.10000038 C to 75.00000000 C)\n";
   const std::string corrected = kRecord + "data_efficiency[0].phases[0].corrected = 1\n";
-  EXPECT_TRUE(body_of(corrected).starts_with("Efficiency\nMode: Full\n" + corrections + "VH = "));
-  EXPECT_TRUE(body_of(corrected + "data_efficiency[0].setup.windings[0].winding_type = 6")
+  EXPECT_TRUE(
+      efficiency_body(corrected).starts_with("Efficiency\nMode: Full\n" + corrections + "VH = "));
+  EXPECT_TRUE(efficiency_body(corrected + "data_efficiency[0].setup.windings[0].winding_type = 6")
                   .starts_with("Efficiency\nTransformer Losses Test\nMode: Full\n" + corrections +
                                "VH = "));
-  EXPECT_EQ(body_of(kRecord + "data_efficiency[0].phases[1].corrected = 1\n"), body_of(kRecord));
+  EXPECT_EQ(efficiency_body(kRecord + "data_efficiency[0].phases[1].corrected = 1\n"),
+            efficiency_body(kRecord));
 }
 
 TEST(EfficiencyBody, TimeIsInWholeSeconds) {
   const auto time_of = [](const char* duration) {
     const std::string text =
-        body_of(kRecord + "data_efficiency[0].duration_ms = " + std::string(duration));
+        efficiency_body(kRecord + "data_efficiency[0].duration_ms = " + std::string(duration));
     return text.substr(text.rfind("Time, sec"));
   };
   EXPECT_EQ(time_of("0"), "Time, sec = 0\n");
@@ -189,9 +178,9 @@ TEST(EfficiencyBody, TimeIsInWholeSeconds) {
 }
 
 TEST(EfficiencyBody, FailedPhasesLoseTheirLinesAndTotalsStay) {
-  const std::string text = body_of(kRecord + "data_efficiency[0].phases[0].status = 156\n" +
-                                   "data_efficiency[0].phases[1].status = 21\n" +
-                                   "data_efficiency[0].phases[2].status = 156\n");
+  const std::string text = efficiency_body(kRecord + "data_efficiency[0].phases[0].status = 156\n" +
+                                           "data_efficiency[0].phases[1].status = 21\n" +
+                                           "data_efficiency[0].phases[2].status = 156\n");
   const std::string error = "ERROR KVR_RES_SOCKET_ERROR\n";
   std::string errors;
   for (int i = 0; i < 8; ++i) {
@@ -208,8 +197,8 @@ TEST(EfficiencyBody, FailedPhasesLoseTheirLinesAndTotalsStay) {
 }
 
 TEST(EfficiencyBody, WhatIsMissingHasNoLines) {
-  EXPECT_EQ(body_of(""), "");
-  EXPECT_EQ(body_of("data_efficiency[0] = null"), "");
+  EXPECT_EQ(efficiency_body(""), "");
+  EXPECT_EQ(efficiency_body("data_efficiency[0] = null"), "");
 }
 
 TEST(EfficiencyBody, UnknownPairThrowsAfterTheFirstLine) {

@@ -4,27 +4,17 @@
 #include <sstream>
 #include <string>
 
-#include "support/record_text.h"
 #include "support/thrown_exception.h"
-#include "text/result_bodies.h"
 #include "text/text_output.h"
+#include "unit/text/body_text.h"
 
 namespace {
 
-std::string body_of(const std::string& record) {
-  OwnedRecord owned = parse_record("test_type = 11\n" + record, "record");
-  std::ostringstream out;
-  out << std::fixed;
-  out.precision(8);
-  {
-    TextWriter text(out);
-    write_impedance_body(*owned.get(), 0, text);
-  }
-  EXPECT_EQ(out.precision(), 8);
-  return out.str();
+std::string impedance_body(const std::string& record) {
+  return body_text("test_type = 11\n" + record, write_impedance_body);
 }
 
-std::string phase(int i) {
+std::string impedance_phase(int i) {
   const std::string path = "data_impedance[0].tests.tests[0].phases[" + std::to_string(i) + "].";
   const std::string letter(1, static_cast<char>('A' + i));
   const std::string digit = std::to_string(i + 1);
@@ -57,7 +47,7 @@ const std::string kThreePhases =
     "data_impedance[0].tests.tests[0].avg_z = 2.75\n"
     "data_impedance[0].tests.tests[0].avg_z_percent = 21.5\n"
     "data_impedance[0].tests.tests[0].avg_power_factor = 0.2\n" +
-    phase(0) + phase(1) + phase(2);
+    impedance_phase(0) + impedance_phase(1) + impedance_phase(2);
 
 const std::string kThreePhaseLines =
     "Z % A: (H1)/(X1) = 11.50000000\n"
@@ -99,22 +89,24 @@ const std::string kThreePhaseBlock =
     "avg_power_factor = 0.20000000\n" +
     kThreePhaseLines + "\n";
 
-TEST(ImpedanceBody, OfThreePhases) { EXPECT_EQ(body_of(kThreePhases), "sci\n" + kThreePhaseBlock); }
+TEST(ImpedanceBody, OfThreePhases) {
+  EXPECT_EQ(impedance_body(kThreePhases), "sci\n" + kThreePhaseBlock);
+}
 
 TEST(ImpedanceBody, FirstPhaseOfTheFirstTestDecidesWhetherCorrectionsAreShown) {
   const std::string tests = "data_impedance[0].tests.tests";
-  EXPECT_EQ(body_of(kThreePhases + tests + "[0].phases[0].corrected = 255\n"),
+  EXPECT_EQ(impedance_body(kThreePhases + tests + "[0].phases[0].corrected = 255\n"),
             "sci\nCorrections applied ( from 20.10000038 C to 75.00000000 C)\n" + kThreePhaseBlock);
-  EXPECT_EQ(body_of(kThreePhases + tests + "[0].phases[1].corrected = 1\n"),
+  EXPECT_EQ(impedance_body(kThreePhases + tests + "[0].phases[1].corrected = 1\n"),
             "sci\n" + kThreePhaseBlock);
   const std::string two_tests = kThreePhases + "data_impedance[0].tests.count = 2\n";
-  EXPECT_EQ(body_of(two_tests + tests + "[1].phases[0].corrected = 1\n"),
-            body_of(two_tests + tests + "[1].phases[0].corrected = 0\n"));
+  EXPECT_EQ(impedance_body(two_tests + tests + "[1].phases[0].corrected = 1\n"),
+            impedance_body(two_tests + tests + "[1].phases[0].corrected = 0\n"));
 }
 
 TEST(ImpedanceBody, OfOnePhase) {
-  EXPECT_EQ(body_of(kThreePhases + "data_impedance[0].tests.tests[0].phase_mode = 1\n"
-                                   "data_impedance[0].test_type = 12\n"),
+  EXPECT_EQ(impedance_body(kThreePhases + "data_impedance[0].tests.tests[0].phase_mode = 1\n"
+                                          "data_impedance[0].test_type = 12\n"),
             "frsl\n"
             "VH = 110000.00000000\n"
             "VX = 10500.50000000\n"
@@ -135,45 +127,48 @@ TEST(ImpedanceBody, OfOnePhase) {
 TEST(ImpedanceBody, CapacitanceIsScaledInDoublePrecision) {
   // In single precision it would be 123.00000763.
   const std::string text =
-      body_of(kThreePhases +
-              "data_impedance[0].tests.tests[0].phase_mode = 1\n"
-              "data_impedance[0].tests.tests[0].phases[0].capacitance = 0.000123\n");
+      impedance_body(kThreePhases +
+                     "data_impedance[0].tests.tests[0].phase_mode = 1\n"
+                     "data_impedance[0].tests.tests[0].phases[0].capacitance = 0.000123\n");
   EXPECT_NE(text.find("\ncapacitance, uF = 123.00000526\n"), std::string::npos) << text;
 }
 
 TEST(ImpedanceBody, PhaseModesOtherThanOneAreThreePhases) {
   for (const char* const mode : {"0", "2", "3", "-1"}) {
-    EXPECT_EQ(body_of(kThreePhases + "data_impedance[0].tests.tests[0].phase_mode = " + mode),
-              "sci\n" + kThreePhaseBlock);
+    EXPECT_EQ(
+        impedance_body(kThreePhases + "data_impedance[0].tests.tests[0].phase_mode = " + mode),
+        "sci\n" + kThreePhaseBlock);
   }
 }
 
 TEST(ImpedanceBody, SinglePhaseBlockPrintsTheNumbersOfAFailedPhase) {
   const std::string one = kThreePhases + "data_impedance[0].tests.tests[0].phase_mode = 1\n";
-  EXPECT_EQ(body_of(one + "data_impedance[0].tests.tests[0].phases[0].status = 30"), body_of(one));
+  EXPECT_EQ(impedance_body(one + "data_impedance[0].tests.tests[0].phases[0].status = 30"),
+            impedance_body(one));
 }
 
 TEST(ImpedanceBody, CtWindingsShowTheirCurrents) {
-  EXPECT_EQ(body_of(kThreePhases + "data_impedance[0].setup.windings[0].winding_type = 11"),
+  EXPECT_EQ(impedance_body(kThreePhases + "data_impedance[0].setup.windings[0].winding_type = 11"),
             "sci\nCH = 1.00000000\nCX = 2.00000000\n" +
                 kThreePhaseBlock.substr(kThreePhaseBlock.find("avg_z = ")));
-  EXPECT_EQ(body_of(kThreePhases + "data_impedance[0].setup.windings[1].winding_type = 11"),
+  EXPECT_EQ(impedance_body(kThreePhases + "data_impedance[0].setup.windings[1].winding_type = 11"),
             "sci\n" + kThreePhaseBlock);  // the high side decides
 }
 
 TEST(ImpedanceBody, RatingsAreThoseOfTheJoinedPair) {
-  const std::string text = body_of(kThreePhases +
-                                   "data_impedance[0].setup.connection_type = 2\n"
-                                   "data_impedance[0].setup.windings[2].voltage = 400\n");
+  const std::string text = impedance_body(kThreePhases +
+                                          "data_impedance[0].setup.connection_type = 2\n"
+                                          "data_impedance[0].setup.windings[2].voltage = 400\n");
   EXPECT_TRUE(text.starts_with("sci\nVH = 10500.50000000\nVX = 400.00000000\n")) << text;
 }
 
 TEST(ImpedanceBody, EachTestHasABlockOfItsOwn) {
-  const std::string text = body_of(kThreePhases + "data_impedance[0].tests.count = 3\n" +
-                                   "data_impedance[0].tests.tests[1].phase_mode = 1\n" +
-                                   "data_impedance[0].tests.tests[2].phases[0].status = 156\n" +
-                                   "data_impedance[0].tests.tests[2].phases[1].status = 156\n" +
-                                   "data_impedance[0].tests.tests[2].phases[2].status = 156\n");
+  const std::string text =
+      impedance_body(kThreePhases + "data_impedance[0].tests.count = 3\n" +
+                     "data_impedance[0].tests.tests[1].phase_mode = 1\n" +
+                     "data_impedance[0].tests.tests[2].phases[0].status = 156\n" +
+                     "data_impedance[0].tests.tests[2].phases[1].status = 156\n" +
+                     "data_impedance[0].tests.tests[2].phases[2].status = 156\n");
   EXPECT_EQ(text, "sci\n" + kThreePhaseBlock +
                       "VH = 110000.00000000\n"
                       "VX = 10500.50000000\n"
@@ -199,7 +194,7 @@ TEST(ImpedanceBody, EachTestHasABlockOfItsOwn) {
 
 TEST(ImpedanceBody, FailedPhaseHasOneErrorLineInEachFamily) {
   const std::string text =
-      body_of(kThreePhases + "data_impedance[0].tests.tests[0].phases[1].status = 30\n");
+      impedance_body(kThreePhases + "data_impedance[0].tests.tests[0].phases[1].status = 30\n");
   std::string expected = "sci\n" + kThreePhaseBlock;
   for (std::size_t at = 0; (at = expected.find(" B: (H2)", at)) != std::string::npos;) {
     const std::size_t begin = expected.rfind('\n', at) + 1;
@@ -212,25 +207,25 @@ TEST(ImpedanceBody, FailedPhaseHasOneErrorLineInEachFamily) {
 
 TEST(ImpedanceBody, EmptyListHasNeitherTemperatureNorRatings) {
   // The pair is not used either.
-  EXPECT_EQ(body_of("data_impedance[0].test_type = 11\n"
-                    "data_impedance[0].setup.connection_type = 3\n"
-                    "data_impedance[0].tests.count = 0\n"
-                    "data_impedance[0].tests.tests[0].phases[0].corrected = 1\n"),
+  EXPECT_EQ(impedance_body("data_impedance[0].test_type = 11\n"
+                           "data_impedance[0].setup.connection_type = 3\n"
+                           "data_impedance[0].tests.count = 0\n"
+                           "data_impedance[0].tests.tests[0].phases[0].corrected = 1\n"),
             "sci\nNo result");
 }
 
 TEST(ImpedanceBody, OtherTypesHaveAMessage) {
   for (const char* const type : {"0", "10", "13", "4294967295"}) {
-    EXPECT_EQ(body_of(kThreePhases + "data_impedance[0].test_type = " + type),
+    EXPECT_EQ(impedance_body(kThreePhases + "data_impedance[0].test_type = " + type),
               "ResultsToText_Impedance - Testing mode not supported: " + std::string(type) + "\n");
   }
 }
 
 TEST(ImpedanceBody, WhatIsMissingHasNoLines) {
-  EXPECT_EQ(body_of(""), "");
-  EXPECT_EQ(body_of("data_impedance[0] = null"), "");
-  EXPECT_EQ(body_of("data_impedance[0].test_type = 11"), "sci\n");
-  EXPECT_EQ(body_of("data_impedance[0].test_type = 11\ndata_impedance[0].tests.count = 2"),
+  EXPECT_EQ(impedance_body(""), "");
+  EXPECT_EQ(impedance_body("data_impedance[0] = null"), "");
+  EXPECT_EQ(impedance_body("data_impedance[0].test_type = 11"), "sci\n");
+  EXPECT_EQ(impedance_body("data_impedance[0].test_type = 11\ndata_impedance[0].tests.count = 2"),
             "sci\n");
 }
 

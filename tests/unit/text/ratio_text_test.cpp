@@ -8,18 +8,11 @@
 #include "support/record_text.h"
 #include "text/result_bodies.h"
 #include "text/text_output.h"
+#include "unit/text/body_text.h"
 
 namespace {
 
 using Text = KVR_Text_Output;
-
-/// A stream as ResultsToText prepares it.
-std::ostringstream prepared_stream() {
-  std::ostringstream out;
-  out << std::fixed;
-  out.precision(8);
-  return out;
-}
 
 std::string text_of(const kvr_TestData_Ratio_Phase& phase, double reference_ratio,
                     bool detailed = true) {

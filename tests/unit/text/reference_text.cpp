@@ -21,7 +21,7 @@ std::ostream& operator<<(std::ostream& o, N number) {
 }
 
 template <std::size_t n>
-string text(const char (&field)[n]) {
+string field_text(const char (&field)[n]) {
   string s;
   for (std::size_t i = 0; i < n && field[i] != '\0'; ++i) {
     s += field[i];
@@ -207,12 +207,12 @@ string test_type_word(std::uint32_t t) {
 
 string header(const kvr_TestRecord& r) {
   std::ostringstream o;
-  o << "record_id: " << text(r.record_id) << " group_id: " << text(r.group_id)
-    << " asset_id: " << text(r.asset_id);
+  o << "record_id: " << field_text(r.record_id) << " group_id: " << field_text(r.group_id)
+    << " asset_id: " << field_text(r.asset_id);
   o << " \t" << test_type_word(r.test_type);
   o << " \t" << vector_group(r.setup);
   o << " \t #" << r.test_count;
-  o << " \t" << text(r.timestamp);
+  o << " \t" << field_text(r.timestamp);
   return o.str();
 }
 
@@ -233,8 +233,8 @@ void formula(std::ostream& o, const Phase (&phases)[3], const string& prefix, Va
   for (int i = 0; i < 3; ++i) {
     const Phase& p = phases[i];
     if (passes(o, p)) {
-      o << prefix << text(p.phase_name) << ": (" << text(p.high_side_phase) << ")/("
-        << text(p.low_side_phase) << ") = " << N{value(p)} << "\n";
+      o << prefix << field_text(p.phase_name) << ": (" << field_text(p.high_side_phase) << ")/("
+        << field_text(p.low_side_phase) << ") = " << N{value(p)} << "\n";
     }
   }
 }
@@ -244,7 +244,7 @@ void error(std::ostream& o, const Phase (&phases)[3], const string& prefix, Valu
   o.precision(4);
   for (int i = 0; i < 3; ++i) {
     if (passes(o, phases[i])) {
-      o << prefix << text(phases[i].phase_name) << " % = " << N{value(phases[i])} << "\n";
+      o << prefix << field_text(phases[i].phase_name) << " % = " << N{value(phases[i])} << "\n";
     }
   }
   o.precision(8);
@@ -262,8 +262,8 @@ void phase_vr(const kvr_TestData_Ratio_Phase& p, double reference, std::ostream&
   if (p.tvr != 0 && p.tvr != p.tnr) {
     o << "TVR = " << N{p.tvr} << "\n";
   }
-  o << "High side Phase = " << text(p.high_side_phase) << "\n";
-  o << "Low side Phase = " << text(p.low_side_phase) << "\n";
+  o << "High side Phase = " << field_text(p.high_side_phase) << "\n";
+  o << "Low side Phase = " << field_text(p.low_side_phase) << "\n";
   o << "Voltage H = " << N{p.voltage_h} << "\n";
   o << "Voltage X = " << N{p.voltage_x} << "\n";
   o << "curr H = " << N{p.curr_h} << "\n";
@@ -296,8 +296,8 @@ void vr_3ph(const kvr_TestData_Ratio_3ph& r, std::ostream& o) {
     }
     for (int i = 0; i < 3; ++i) {
       if (passes(o, p[i])) {
-        o << "TVR Ratio " << text(p[i].tvr_name) << ": (" << text(p[i].tvr_high) << ")/("
-          << text(p[i].tvr_low) << ") = " << N{p[i].tvr} << "\n";
+        o << "TVR Ratio " << field_text(p[i].tvr_name) << ": (" << field_text(p[i].tvr_high)
+          << ")/(" << field_text(p[i].tvr_low) << ") = " << N{p[i].tvr} << "\n";
       }
     }
     if (p[0].true_ratio > 0.1) {
@@ -308,12 +308,12 @@ void vr_3ph(const kvr_TestData_Ratio_3ph& r, std::ostream& o) {
     }
     for (int i = 0; i < 3; ++i) {
       if (passes(o, p[i])) {
-        o << "Voltage " << text(p[i].high_side_phase) << " = " << N{p[i].voltage_h} << "\n";
+        o << "Voltage " << field_text(p[i].high_side_phase) << " = " << N{p[i].voltage_h} << "\n";
       }
     }
     for (int i = 0; i < 3; ++i) {
       if (passes(o, p[i])) {
-        o << "Voltage " << text(p[i].low_side_phase) << " = " << N{p[i].voltage_x} << "\n";
+        o << "Voltage " << field_text(p[i].low_side_phase) << " = " << N{p[i].voltage_x} << "\n";
       }
     }
     o << "Current_rms_A = " << N{p[0].current_rms} << "\n";
@@ -499,7 +499,7 @@ void impedance(const kvr_TestData_Impedance& r, std::ostream& o) {
     if (t.phase_mode == 1) {
       o << "Test Frequency = " << N{p[0].test_frequency} << "\n";
       o << "Ratio = " << N{p[0].v_ratio} << "\n";
-      o << "Phase = " << text(p[0].phase_name) << "\n";
+      o << "Phase = " << field_text(p[0].phase_name) << "\n";
       o << "Z = " << N{p[0].z} << "\n";
       o << "Z% = " << N{p[0].z_percent} << "\n";
       o << "Rs = " << N{p[0].rs} << "\n";
@@ -607,7 +607,8 @@ void efficiency(const kvr_TestData_Efficiency& r, std::ostream& o) {
 }
 
 void point(const kvr_TestData_Point& p, std::ostream& o) {
-  o << text(p.name) << " Ua=" << N{p.ua} << " V, Ia=" << N{p.ia} << ", Ii=" << N{p.ii} << " A";
+  o << field_text(p.name) << " Ua=" << N{p.ua} << " V, Ia=" << N{p.ia} << ", Ii=" << N{p.ii}
+    << " A";
   if (p.state != 6) {
     o << ", Rm=" << N{p.rm} << " Ohm,"
       << "%  stability: " << N{p.stability};
@@ -662,7 +663,7 @@ void point(const kvr_TestData_Point& p, std::ostream& o) {
   }
   o << "\n";
   if (p.transition != nullptr) {
-    o << "transition " << text(p.name) << " from " << p.transition->from << " to "
+    o << "transition " << field_text(p.name) << " from " << p.transition->from << " to "
       << p.transition->to << " status: ";
     if (p.transition->status != 0) {
       o << CodeToText(p.transition->status);
@@ -710,7 +711,7 @@ void demag(const kvr_TestData_Demag& r, std::ostream& o) {
     for (std::uint32_t k = 0; k < r.phase_count; ++k) {
       const kvr_TestData_Demag_Phase* p = r.phases[k];
       if (p != nullptr) {
-        o << "demag_phase = " << text(p->demag_phase) << "\n";
+        o << "demag_phase = " << field_text(p->demag_phase) << "\n";
         const float initial = p->remanence_initial * 100.0F;
         o << "remanence_initial = " << N{initial} << "%"
           << "\n";
@@ -726,7 +727,7 @@ void demag(const kvr_TestData_Demag& r, std::ostream& o) {
 void balance(const kvr_TestData_MagneticBalance& r, std::ostream& o) {
   string labels[3];
   for (int k = 0; k < 3; ++k) {
-    labels[k] = r.side == 0 ? text(r.rows[k].low_label) : text(r.rows[k].high_label);
+    labels[k] = r.side == 0 ? field_text(r.rows[k].low_label) : field_text(r.rows[k].high_label);
   }
   o << "Magnetic Balance: "
     << "\n";

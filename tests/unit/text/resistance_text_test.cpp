@@ -3,29 +3,15 @@
 #include <sstream>
 #include <string>
 
-#include "support/record_text.h"
-#include "text/result_bodies.h"
 #include "text/text_output.h"
+#include "unit/text/body_text.h"
 
 namespace {
 
 using Text = KVR_Text_Output;
 
-std::ostringstream prepared_stream() {
-  std::ostringstream out;
-  out << std::fixed;
-  out.precision(8);
-  return out;
-}
-
-std::string body_of(const std::string& record) {
-  OwnedRecord owned = parse_record("test_type = 8\n" + record, "record");
-  std::ostringstream out = prepared_stream();
-  {
-    TextWriter text(out);
-    write_resistance_body(*owned.get(), 0, text);
-  }
-  return out.str();
+std::string resistance_body(const std::string& record) {
+  return body_text("test_type = 8\n" + record, write_resistance_body);
 }
 
 const std::string kPoint = "data_resistance[0].sides.primary.taps[0].points[0].";
@@ -160,12 +146,12 @@ TEST(TapsText, NullArrayGivesNothing) {
 }
 
 TEST(ResistanceBody, HasSidesThenDuration) {
-  EXPECT_EQ(body_of("data_resistance[0].duration_ms = 61234\n" +    //
-                    kSides + "primary.count = 1\n" +                //
-                    kSides + "primary.taps[0].tap = 9\n" +          //
-                    kSides + "primary.taps[0].point_count = 1\n" +  //
-                    kSides + "primary.taps[0].points[0].name = H1-H0\n" + kSides +
-                    "primary.taps[0].points[0].state = 8\n"),
+  EXPECT_EQ(resistance_body("data_resistance[0].duration_ms = 61234\n" +    //
+                            kSides + "primary.count = 1\n" +                //
+                            kSides + "primary.taps[0].tap = 9\n" +          //
+                            kSides + "primary.taps[0].point_count = 1\n" +  //
+                            kSides + "primary.taps[0].points[0].name = H1-H0\n" + kSides +
+                            "primary.taps[0].points[0].state = 8\n"),
             "primary tap: 9\n"
             "H1-H0 Ua=0.00000000 V, Ia=0.00000000, Ii=0.00000000 A, Rm=0.00000000 Ohm,%  "
             "stability: 0.00000000 AUTO SAVED\n"
@@ -173,13 +159,13 @@ TEST(ResistanceBody, HasSidesThenDuration) {
 }
 
 TEST(ResistanceBody, WithoutSidesIsTheDurationAlone) {
-  EXPECT_EQ(body_of("data_resistance[0].duration_ms = 4294967295"),
+  EXPECT_EQ(resistance_body("data_resistance[0].duration_ms = 4294967295"),
             "Test duration(ms) = 4294967295\n");
 }
 
 TEST(ResistanceBody, WhatIsMissingHasNoLines) {
-  EXPECT_EQ(body_of(""), "");
-  EXPECT_EQ(body_of("data_resistance[0] = null"), "");
+  EXPECT_EQ(resistance_body(""), "");
+  EXPECT_EQ(resistance_body("data_resistance[0] = null"), "");
 }
 
 TEST(ResistanceBody, ContinuousTestIsRenderedTheSame) {

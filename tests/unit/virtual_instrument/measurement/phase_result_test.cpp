@@ -7,7 +7,7 @@
 namespace virtual_instrument {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+using std::numbers::pi;
 constexpr PhaseNames kNames{"B", "H2-H0", "X2-X0"};
 
 /// 100 V on the high side; the low side has 8 V and lags by 0.1 rad, the current 0.5 A and 0.4 rad.
@@ -69,30 +69,30 @@ TEST(PhaseResult, OfACurrentTransformerIsLowOverHigh) {
 }
 
 TEST(PhaseResult, OfOppositeWindingsIsHalfATurnWithEitherSign) {
-  for (const double lead : {kPi, -kPi, kPi - 1e-9, kPi + 1e-9}) {
+  for (const double lead : {pi, -pi, pi - 1e-9, pi + 1e-9}) {
     const SampledTest test = sine_test(Side::high, {sine(100), sine(10, lead)}, sine(1));
-    const kvr_TestData_Ratio_Phase result = phase_result(test, kNames, {false, 1, 10, kPi, 0});
-    EXPECT_NEAR(std::abs(result.phase_shift_absolute), kPi, 1e-6) << lead;
+    const kvr_TestData_Ratio_Phase result = phase_result(test, kNames, {false, 1, 10, pi, 0});
+    EXPECT_NEAR(std::abs(result.phase_shift_absolute), pi, 1e-6) << lead;
     EXPECT_NEAR(result.phase_deviation_from_user_phasing, 0, 1e-6) << lead;
   }
 }
 
 TEST(PhaseDeviation, CountsFromTheEnteredShiftOrTheNearestHour) {
   EXPECT_NEAR(phase_deviation(0.6, 0.5), 0.1, 1e-15);
-  EXPECT_NEAR(phase_deviation(kPi / 6 + 0.01, std::nullopt), 0.01, 1e-15);
-  EXPECT_NEAR(phase_deviation(-kPi + 0.01, kPi), 0.01, 1e-15);
-  EXPECT_NEAR(phase_deviation(-kPi + 0.01, std::nullopt), 0.01, 1e-15);
+  EXPECT_NEAR(phase_deviation(pi / 6 + 0.01, std::nullopt), 0.01, 1e-15);
+  EXPECT_NEAR(phase_deviation(-pi + 0.01, pi), 0.01, 1e-15);
+  EXPECT_NEAR(phase_deviation(-pi + 0.01, std::nullopt), 0.01, 1e-15);
 }
 
 // Both ends of the range are the same angle, and a whole half turn off counts as positive.
 TEST(PhaseDeviation, OfHalfATurnIsPositive) {
-  EXPECT_EQ(phase_deviation(kPi, kPi), 0);
-  EXPECT_EQ(phase_deviation(-kPi, kPi), 0);
-  EXPECT_EQ(phase_deviation(kPi, std::nullopt), 0);
-  EXPECT_EQ(phase_deviation(-kPi, std::nullopt), 0);
-  EXPECT_EQ(phase_deviation(kPi, 0), kPi);
-  EXPECT_EQ(phase_deviation(-kPi, 0), kPi);
-  EXPECT_EQ(phase_deviation(0, kPi), kPi);
+  EXPECT_EQ(phase_deviation(pi, pi), 0);
+  EXPECT_EQ(phase_deviation(-pi, pi), 0);
+  EXPECT_EQ(phase_deviation(pi, std::nullopt), 0);
+  EXPECT_EQ(phase_deviation(-pi, std::nullopt), 0);
+  EXPECT_EQ(phase_deviation(pi, 0), pi);
+  EXPECT_EQ(phase_deviation(-pi, 0), pi);
+  EXPECT_EQ(phase_deviation(0, pi), pi);
 }
 
 TEST(ErrorPercent, IsZeroWithoutAReference) {

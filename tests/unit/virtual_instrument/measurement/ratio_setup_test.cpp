@@ -11,7 +11,7 @@
 namespace virtual_instrument {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+using std::numbers::pi;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 Bench bench() {
@@ -88,9 +88,9 @@ TEST(EnteredPhaseShift, IsThatOfTheClockAndTheAngle) {
   setup.windings[1].phase_shift = 0.5;
   EXPECT_EQ(entered_phase_shift(setup), 0.5);
   setup.connections[0].clock = 6;
-  EXPECT_NEAR(entered_phase_shift(setup).value(), kPi + 0.5, 1e-15);
+  EXPECT_NEAR(entered_phase_shift(setup).value(), pi + 0.5, 1e-15);
   setup.windings[1].phase_shift = 0;
-  EXPECT_DOUBLE_EQ(entered_phase_shift(setup).value(), kPi);
+  EXPECT_DOUBLE_EQ(entered_phase_shift(setup).value(), pi);
   setup.connections[0].clock = 12;
   EXPECT_EQ(entered_phase_shift(setup), 0);
 }
@@ -151,11 +151,11 @@ TEST(ShouldStepUp, DecidesAtItsLimits) {
 }
 
 TEST(CheckLimits, CallsACurrentCapacitiveThatLeadsByMoreThanAnEighthOfATurn) {
-  EXPECT_EQ(limits_code(10, 1, -kPi / 4 + 0.01), KVR_RES_OK);
-  EXPECT_EQ(limits_code(10, 1, -kPi / 4 - 0.01), KVR_RES_DETECTED_CAPACITANCE);
+  EXPECT_EQ(limits_code(10, 1, -pi / 4 + 0.01), KVR_RES_OK);
+  EXPECT_EQ(limits_code(10, 1, -pi / 4 - 0.01), KVR_RES_DETECTED_CAPACITANCE);
   // Between two lines the measured voltage leads the one that drives the current.
-  EXPECT_EQ(limits_code(10, 1, -0.3, -kPi / 6), KVR_RES_OK);
-  EXPECT_EQ(limits_code(10, 1, -0.3, kPi / 6), KVR_RES_DETECTED_CAPACITANCE);
+  EXPECT_EQ(limits_code(10, 1, -0.3, -pi / 6), KVR_RES_OK);
+  EXPECT_EQ(limits_code(10, 1, -0.3, pi / 6), KVR_RES_DETECTED_CAPACITANCE);
 }
 
 TEST(ShouldStepUp, IfTheLowVoltageIsTooSmallAndTheHighOneStaysWithinLimits) {

@@ -446,13 +446,12 @@ TEST(PhaseResult, DeviationIsFromWhatWasEnteredOrTheNearestHour) {
 }
 
 TEST(PhaseResult, DeviationAtHalfATurnIsTheSameFromEitherSide) {
-  constexpr double kPi = std::numbers::pi;
-  for (const double shift : {kPi, -kPi}) {
+  for (const double shift : {std::numbers::pi, -std::numbers::pi}) {
     EXPECT_NEAR(phase_deviation(shift, std::nullopt), 0, 1e-15);
-    EXPECT_NEAR(phase_deviation(shift, kPi), 0, 1e-15);
+    EXPECT_NEAR(phase_deviation(shift, std::numbers::pi), 0, 1e-15);
   }
-  EXPECT_NEAR(phase_deviation(kPi - 0.01, kPi), -0.01, 1e-12);
-  EXPECT_NEAR(phase_deviation(-kPi + 0.01, kPi), 0.01, 1e-12);
+  EXPECT_NEAR(phase_deviation(std::numbers::pi - 0.01, std::numbers::pi), -0.01, 1e-12);
+  EXPECT_NEAR(phase_deviation(-std::numbers::pi + 0.01, std::numbers::pi), 0.01, 1e-12);
 }
 
 }  // namespace

@@ -8,13 +8,13 @@
 namespace virtual_instrument {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+using std::numbers::pi;
 
 TEST(Phasor, UnitPhasorIsCosineAndSine) {
   for (int step = -1000; step <= 1000; ++step) {
     const double turns = step / 317.0;
-    EXPECT_NEAR(phasor_at(turns).real(), std::cos(2 * kPi * turns), 3e-15) << turns;
-    EXPECT_NEAR(phasor_at(turns).imag(), std::sin(2 * kPi * turns), 3e-15) << turns;
+    EXPECT_NEAR(phasor_at(turns).real(), std::cos(2 * pi * turns), 3e-15) << turns;
+    EXPECT_NEAR(phasor_at(turns).imag(), std::sin(2 * pi * turns), 3e-15) << turns;
   }
 }
 
@@ -27,12 +27,12 @@ TEST(Phasor, QuartersOfATurnAreExact) {
 
 TEST(Phasor, AngleIsTheArcTangentInEachQuadrant) {
   for (int step = -180; step <= 180; ++step) {
-    const double x = std::cos(step * kPi / 180);
-    const double y = std::sin(step * kPi / 180);
+    const double x = std::cos(step * pi / 180);
+    const double y = std::sin(step * pi / 180);
     EXPECT_NEAR(angle({3 * x, 3 * y}), std::atan2(y, x), 1e-15) << step;
   }
   EXPECT_EQ(angle({0, 0}), 0);
-  EXPECT_EQ(angle({-2, 0}), kPi);
+  EXPECT_EQ(angle({-2, 0}), pi);
 }
 
 TEST(Phasor, QuotientUndoesTheProduct) {
@@ -43,19 +43,19 @@ TEST(Phasor, QuotientUndoesTheProduct) {
 }
 
 TEST(Phasor, HalfATurnIsPositive) {
-  EXPECT_EQ(fold_angle(kPi), kPi);
-  EXPECT_EQ(fold_angle(-kPi), kPi);
-  EXPECT_EQ(fold_angle(3 * kPi), kPi);
-  EXPECT_EQ(fold_angle(-3 * kPi), kPi);
-  EXPECT_EQ(angle(-1), kPi);
-  EXPECT_EQ(angle(Complex(-1, -0.0)), kPi);
+  EXPECT_EQ(fold_angle(pi), pi);
+  EXPECT_EQ(fold_angle(-pi), pi);
+  EXPECT_EQ(fold_angle(3 * pi), pi);
+  EXPECT_EQ(fold_angle(-3 * pi), pi);
+  EXPECT_EQ(angle(-1), pi);
+  EXPECT_EQ(angle(Complex(-1, -0.0)), pi);
 }
 
 TEST(Phasor, FoldingKeepsAnglesWithinHalfATurn) {
-  EXPECT_NEAR(fold_angle(3 * kPi / 2), -kPi / 2, 1e-15);
-  EXPECT_NEAR(fold_angle(-3 * kPi / 2), kPi / 2, 1e-15);
-  EXPECT_NEAR(fold_angle(0.5 + 2 * kPi), 0.5, 1e-15);
-  EXPECT_NEAR(fold_angle(-0.5 - 4 * kPi), -0.5, 1e-15);
+  EXPECT_NEAR(fold_angle(3 * pi / 2), -pi / 2, 1e-15);
+  EXPECT_NEAR(fold_angle(-3 * pi / 2), pi / 2, 1e-15);
+  EXPECT_NEAR(fold_angle(0.5 + 2 * pi), 0.5, 1e-15);
+  EXPECT_NEAR(fold_angle(-0.5 - 4 * pi), -0.5, 1e-15);
   EXPECT_EQ(fold_angle(1.0), 1.0);
   EXPECT_NEAR(degrees(radians(30)), 30, 1e-14);
 }
