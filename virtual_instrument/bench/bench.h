@@ -78,6 +78,9 @@ struct TransformerSettings {
   double high_reactance;
   double low_resistance;
   double low_reactance;
+  std::array<double, 3> high_resistance_deviation;  ///< percent, limb by limb
+  std::array<double, 3> low_resistance_deviation;   ///< percent, limb by limb
+  Conductor conductor;
   double stray_share;            ///< see LimbWinding
   double reference_temperature;  ///< degrees C, at which the resistances are given
   double temperature;            ///< degrees C, of the windings now

@@ -38,27 +38,45 @@ Key vector_group(std::string name, WindingGroup& target) {
           }};
 }
 
+bool take_number(const TomlValue& value, double low, double high, double& target) {
+  const std::optional<double> given = number_in(value);
+  target = given.value_or(0);
+  return given && target >= low && target <= high;
+}
+
+/// A list of three.
+bool take_limbs(const TomlValue& value, double low, double high, std::array<double, 3>& target) {
+  const auto* list = value.as<TomlList>();
+  bool good = list != nullptr && list->size() == target.size();
+  for (std::size_t limb = 0; good && limb < target.size(); ++limb) {
+    good = take_number((*list)[limb], low, high, target[limb]);
+  }
+  return good;
+}
+
+/// A number for each limb.
+Key limb_numbers(std::string name, std::array<double, 3>& target, double low, double high,
+                 const std::string& unit) {
+  return {
+      std::move(name),
+      "a list of three numbers from " + number_text(low) + " to " + number_text(high) + " " + unit,
+      [&target, low, high](const TomlValue& value) {
+        return take_limbs(value, low, high, target);
+      }};
+}
+
 /// A number for the first limb, whose flux returns in equal parts through the others, or one for
 /// each limb.
 Key limb_fluxes(std::string name, std::array<double, 3>& target, double highest) {
-  const auto take_flux = [highest](const TomlValue& value, double& flux) {
-    flux = number_in(value).value_or(2 * highest);
-    return std::abs(flux) <= highest;
-  };
   return {std::move(name),
           "a number from " + number_text(-highest) + " to " + number_text(highest) +
               " per unit, or three of them",
-          [&target, take_flux](const TomlValue& value) {
-            if (take_flux(value, target[0])) {
+          [&target, highest](const TomlValue& value) {
+            if (take_number(value, -highest, highest, target[0])) {
               target[1] = target[2] = -target[0] / 2;
               return true;
             }
-            const auto* list = value.as<TomlList>();
-            bool good = list != nullptr && list->size() == target.size();
-            for (std::size_t limb = 0; good && limb < target.size(); ++limb) {
-              good = take_flux((*list)[limb], target[limb]);
-            }
-            return good;
+            return take_limbs(value, -highest, highest, target);
           }};
 }
 
@@ -87,6 +105,11 @@ constexpr Named<kvr_TapChangerType> kTapChangers[] = {
     {"none", KVR_TAP_CHANGER_NONE},
     {"DETC", KVR_TAP_CHANGER_DETC},
     {"OLTC", KVR_TAP_CHANGER_OLTC},
+};
+
+constexpr Named<Conductor> kConductors[] = {
+    {"copper", kCopper},
+    {"aluminium", kAluminium},
 };
 
 constexpr Named<CoreForm> kCoreForms[] = {
@@ -275,6 +298,12 @@ std::vector<Key> keys_of(Bench& bench) {
       number("transformer.high_reactance", transformer.high_reactance, 0, kHighestOhm, "ohm"),
       number("transformer.low_resistance", transformer.low_resistance, 1e-6, kHighestOhm, "ohm"),
       number("transformer.low_reactance", transformer.low_reactance, 0, kHighestOhm, "ohm"),
+      limb_numbers("transformer.high_resistance_deviation", transformer.high_resistance_deviation,
+                   -50, 100, "percent"),
+      limb_numbers("transformer.low_resistance_deviation", transformer.low_resistance_deviation,
+                   -50, 100, "percent"),
+      named<Conductor>("transformer.conductor", "\"copper\" or \"aluminium\"", kConductors,
+                       transformer.conductor),
       number("transformer.stray_share", transformer.stray_share, 0, 10, ""),
       number("transformer.reference_temperature", transformer.reference_temperature, -50, 250,
              "degrees C"),

@@ -9,6 +9,10 @@
 namespace virtual_instrument {
 namespace {
 
+std::array<double, 3> fractions(const std::array<double, 3>& percent) {
+  return {percent[0] / 100, percent[1] / 100, percent[2] / 100};
+}
+
 /// Rated voltage over rated current of a limb winding of the high side, in ohm.
 double rated_limb_impedance(const TransformerSettings& settings) {
   const double volts = settings.high_voltage / line_voltage_factor(settings.vector_group.high);
@@ -71,9 +75,10 @@ TransformerUnit make_unit(const Bench& bench) {
   unit.frequency = settings.frequency;
   unit.turns_deviation = settings.turns_deviation;
   unit.windings[Side::high] = {settings.high_resistance, settings.high_reactance / omega,
-                               settings.stray_share};
+                               settings.stray_share, fractions(settings.high_resistance_deviation)};
   unit.windings[Side::low] = {settings.low_resistance, settings.low_reactance / omega,
-                              settings.stray_share};
+                              settings.stray_share, fractions(settings.low_resistance_deviation)};
+  unit.conductor = settings.conductor;
   unit.reference_temperature = settings.reference_temperature;
   unit.temperature = settings.temperature;
   unit.impedance_percent = settings.impedance;

@@ -125,8 +125,8 @@ kvr_TestData_Efficiency efficiency_test(const TransformerUnit& unit,
     const SeriesImpedance between =
         series_impedance(unit, settings, phase, settings.line_frequency, noise);
     const ResistanceParts parts =
-        corrected(part_losses(unit, settings, phase, between.resistance, noise), unit.temperature,
-                  settings.corrected_to);
+        corrected(part_losses(unit, settings, phase, between.resistance, noise), unit.conductor,
+                  unit.temperature, settings.corrected_to);
     fill_load(result, {parts.copper / pairs_per_star(unit), parts.stray / pairs_per_star(unit)},
               rated_current(unit, Side::high));
     fill_no_load(result, full, half, phase, star_voltage(unit), warming);

@@ -89,7 +89,7 @@ ImpedanceTest short_circuit_impedance_test(const TransformerUnit& unit,
       [&](std::size_t phase, const SeriesImpedance& measured) {
         return correcting
                    ? corrected(part_losses(unit, settings, phase, measured.resistance, noise),
-                               unit.temperature, settings.corrected_to)
+                               unit.conductor, unit.temperature, settings.corrected_to)
                          .total()
                    : measured.resistance;
       });

@@ -22,8 +22,9 @@ ResistanceParts part_losses(const TransformerUnit& unit, const FamilySettings& s
   return {copper, resistance - copper};
 }
 
-ResistanceParts corrected(const ResistanceParts& parts, double from, double to) {
-  const double factor = copper_factor(from, to);
+ResistanceParts corrected(const ResistanceParts& parts, Conductor conductor, double from,
+                          double to) {
+  const double factor = heating_factor(conductor, from, to);
   return {parts.copper * factor, parts.stray / factor};
 }
 

@@ -33,7 +33,8 @@ ResistanceParts part_losses(const TransformerUnit& unit, const FamilySettings& s
                             std::size_t phase, double resistance, Noise& noise);
 
 /// The same at another temperature, in degrees C.
-ResistanceParts corrected(const ResistanceParts& parts, double from, double to);
+ResistanceParts corrected(const ResistanceParts& parts, Conductor conductor, double from,
+                          double to);
 
 /// Impedances of the equivalent star between two lines: 2, or 1 in a single-phase unit.
 double pairs_per_star(const TransformerUnit& unit);

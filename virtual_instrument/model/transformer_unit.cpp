@@ -12,9 +12,6 @@ namespace {
 /// In ohm. Bolted: far below the windings of any low side.
 constexpr double kJumperResistance = 1e-6;
 
-/// Copper's resistance, extrapolated linearly, vanishes at this temperature below zero.
-constexpr double kCopperConstant = 234.5;
-
 /// Gives a terminal without a lead a defined potential.
 constexpr double kInsulationConductance = 1e-11;
 
@@ -28,15 +25,16 @@ double relative_turns(const TransformerUnit& unit, Side side) {
                             : 1 / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
 }
 
-Branch winding_branch(const TransformerUnit& unit, Side side, double turns) {
+Branch winding_branch(const TransformerUnit& unit, Side side, int limb, double turns) {
   const LimbWinding& winding = unit.windings[side];
+  const double resistance = winding.resistance * (1 + winding.deviation[index(limb)]);
   const double omega = 2 * std::numbers::pi * unit.frequency;
-  const double hot = copper_factor(unit.reference_temperature, unit.temperature);
+  const double hot = heating_factor(unit.conductor, unit.reference_temperature, unit.temperature);
   Branch branch{};
-  branch.resistance = winding.resistance * hot * std::abs(turns);
-  // The losses of eddy currents fall as the resistance of copper rises with temperature.
+  branch.resistance = resistance * hot * std::abs(turns);
+  // The losses of eddy currents fall as the resistance of the metal rises with temperature.
   branch.eddy_resistance =
-      winding.resistance * winding.stray_share / (hot * omega * omega) * std::abs(turns);
+      resistance * winding.stray_share / (hot * omega * omega) * std::abs(turns);
   branch.inductance = winding.leakage_inductance * turns * turns;
   return branch;
 }
@@ -65,7 +63,8 @@ void add_windings(Network& network, const TransformerUnit& unit, Side side,
   for (std::size_t phase = 0; phase < windings.size(); ++phase) {
     const PhaseWinding& winding = windings[phase];
     const double tap = side == Side::high ? tap_factor(unit) : 1;
-    Branch branch = winding_branch(unit, side, tap * sound_part(unit, side, winding.limb));
+    Branch branch =
+        winding_branch(unit, side, winding.limb, tap * sound_part(unit, side, winding.limb));
     branch.from = terminal_node(side, winding.terminals.plus);
     branch.to = terminal_node(side, winding.terminals.minus);
     for (int limb = 0; limb < 3; ++limb) {
@@ -78,7 +77,7 @@ void add_windings(Network& network, const TransformerUnit& unit, Side side,
 }
 
 void add_shorted_turns(Network& network, const TransformerUnit& unit, const ShortedTurns& fault) {
-  Branch branch = winding_branch(unit, fault.side, fault.fraction);
+  Branch branch = winding_branch(unit, fault.side, fault.limb, fault.fraction);
   branch.resistance += fault.resistance;
   branch.turns[index(fault.limb)] = fault.fraction * relative_turns(unit, fault.side);
   network.branches.push_back(branch);
@@ -104,8 +103,8 @@ double rated_flux(const TransformerUnit& unit) {
   return std::numbers::sqrt2 * limb_voltage / (2 * std::numbers::pi * unit.frequency);
 }
 
-double copper_factor(double from, double to) {
-  return (kCopperConstant + to) / (kCopperConstant + from);
+double heating_factor(Conductor conductor, double from, double to) {
+  return (conductor.zero + to) / (conductor.zero + from);
 }
 
 bool lead_connected(const TransformerUnit& unit, Side side, int terminal) {

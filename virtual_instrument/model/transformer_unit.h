@@ -11,11 +11,20 @@
 
 namespace virtual_instrument {
 
-/// A limb winding of one side; all limbs are alike.
+/// The metal of windings. Its resistance, extrapolated linearly, vanishes at `zero` degrees C below
+/// freezing (IEC 60076-1, IEEE C57.12.90).
+struct Conductor {
+  double zero;
+};
+inline constexpr Conductor kCopper{234.5};
+inline constexpr Conductor kAluminium{225};
+
+/// The limb windings of one side. They differ in nothing but their resistance.
 struct LimbWinding {
   double resistance;          ///< ohm, direct current, at the reference temperature
   double leakage_inductance;  ///< H
   double stray_share;  ///< increase of resistance by stray eddies at rated frequency, a fraction
+  std::array<double, 3> deviation{};  ///< of each limb's resistance, a fraction
 };
 
 struct TapChanger {
@@ -51,6 +60,7 @@ struct TransformerUnit {
   double frequency;        ///< Hz, rated
   double turns_deviation;  ///< deviation of the turns ratio from the rated one, percent
   BySide<LimbWinding> windings;
+  Conductor conductor = kCopper;
   double reference_temperature;  ///< degrees C
   double temperature;            ///< degrees C, present temperature of the windings
   double impedance_percent;      ///< on the nameplate; 0 if it has none
@@ -77,8 +87,8 @@ double rated_current(const TransformerUnit& unit, Side side);
 /// Peak flux of a limb at rated voltage and frequency, in Vs.
 double rated_flux(const TransformerUnit& unit);
 
-/// Factor by which copper's resistance changes between two temperatures in degrees C.
-double copper_factor(double from, double to);
+/// Factor by which resistance changes between two temperatures in degrees C.
+double heating_factor(Conductor conductor, double from, double to);
 
 /// The unit as a network of eight nodes, see terminal_node(). Each terminal whose lead makes
 /// contact has an input of this resistance and the unit's capacitance to earth.

@@ -114,6 +114,9 @@ transformer.high_resistance: a number from 1e-06 to 1e+12 ohm
 transformer.high_reactance: a number from 0 to 1e+12 ohm
 transformer.low_resistance: a number from 1e-06 to 1e+12 ohm
 transformer.low_reactance: a number from 0 to 1e+12 ohm
+transformer.high_resistance_deviation: a list of three numbers from -50 to 100 percent
+transformer.low_resistance_deviation: a list of three numbers from -50 to 100 percent
+transformer.conductor: "copper" or "aluminium"
 transformer.stray_share: a number from 0 to 10
 transformer.reference_temperature: a number from -50 to 250 degrees C
 transformer.temperature: a number from -50 to 250 degrees C
@@ -192,6 +195,18 @@ TEST(BenchKeys, TakeNumbersUpToTheirLimitsAndNoFurther) {
     }
   }
   EXPECT_EQ(numbers, 42);
+}
+
+TEST(BenchKeys, TakeANumberForEachLimb) {
+  const std::string key = "transformer.high_resistance_deviation";
+  const std::string expected = "a list of three numbers from -50 to 100 percent";
+  EXPECT_EQ(expectation_of(key, "[-50, 0.5, 100]"), "");
+  for (const char* const wrong : {"1", "[1, 2]", "[1, 2, 3, 4]", "[1, 2, 100.1]", "[-50.1, 0, 0]",
+                                  "[0, nan, 0]", "[0, 0, \"1\"]"}) {
+    EXPECT_EQ(expectation_of(key, wrong), expected) << wrong;
+  }
+  EXPECT_THAT(bench_of(with(key, "[1, 2, 3]")).transformer.high_resistance_deviation,
+              testing::ElementsAre(1, 2, 3));
 }
 
 TEST(BenchKeys, TakeWholeNumbersUpToTheirLimitsAndNoFurther) {

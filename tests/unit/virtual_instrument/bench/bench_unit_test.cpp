@@ -1,6 +1,6 @@
 #include "virtual_instrument/bench/bench_unit.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cmath>
@@ -91,6 +91,18 @@ Reading read(const TransformerSettings& settings, Side side, double voltage,
 /// How much the measured ratio exceeds the rated one, in percent.
 double ratio_error(const Reading& reading) {
   return (std::abs(reading.high / reading.low) / (8000.0 / 240.0) - 1) * 100;
+}
+
+TEST(BenchUnit, HasTheMetalAndTheResistancesOfItsLimbs) {
+  TransformerSettings settings = textbook();
+  EXPECT_EQ(unit_of(settings).conductor.zero, 234.5);
+  settings.conductor = kAluminium;
+  settings.high_resistance_deviation = {0, 3, -1};
+  settings.low_resistance_deviation = {2, 0, 0};
+  const TransformerUnit unit = unit_of(settings);
+  EXPECT_EQ(unit.conductor.zero, 225);
+  EXPECT_THAT(unit.windings[Side::high].deviation, testing::ElementsAre(0, 0.03, -0.01));
+  EXPECT_THAT(unit.windings[Side::low].deviation, testing::ElementsAre(0.02, 0, 0));
 }
 
 TEST(BenchUnit, ReadsTheErrorOfTheTextbookCircuit) {

@@ -44,14 +44,39 @@ TEST(FamilySettings, AreThoseOfADemonstrationInstrument) {
 
 // ---- resistance
 
-TEST(Resistance, GrowsWithTheTemperatureOfCopper) {
-  TransformerUnit unit = three_phase_unit();
+double growth_from_20_to_75(TransformerUnit unit) {
   const FamilySettings settings = family_settings(50);
   const double cold = first_reading(resistance_test(unit, settings), Side::high);
   unit.temperature = 75;
-  const double hot = first_reading(resistance_test(unit, settings), Side::high);
-  EXPECT_NEAR(hot / cold, 1.2161, 0.00005);
-  EXPECT_NEAR(copper_factor(20, 75), 1.2161, 0.00005);
+  return first_reading(resistance_test(unit, settings), Side::high) / cold;
+}
+
+TEST(Resistance, GrowsWithTheTemperatureOfTheMetal) {
+  TransformerUnit unit = three_phase_unit();
+  EXPECT_NEAR(growth_from_20_to_75(unit), 1.2161, 0.00005);
+  EXPECT_NEAR(heating_factor(kCopper, 20, 75), 1.2161, 0.00005);
+  unit.conductor = kAluminium;
+  EXPECT_NEAR(growth_from_20_to_75(unit), 1.2245, 0.00005);
+  EXPECT_NEAR(heating_factor(kAluminium, 20, 75), 1.2245, 0.00005);
+}
+
+TEST(Resistance, DiffersByThatOfEachLimb) {
+  TransformerUnit unit = three_phase_unit();
+  unit.windings[Side::high].deviation = {0, 0.03, 0};
+  const ResistanceTest test = resistance_test(unit, family_settings(50));
+  const double each = unit.windings[Side::high].resistance;
+  const auto between = [each](double winding, double others) {
+    return each / (1 / winding + 1 / others);
+  };
+  std::vector<double> expected;  // a winding beside the two others of the delta
+  for (const PhaseWinding& winding : phase_windings(unit.group)[Side::high]) {
+    expected.push_back(winding.limb == 1 ? between(1.03, 2) : between(1, 2.03));
+  }
+  const std::vector<ResistancePoint>& points = test.sides[index(Side::high)].front().points;
+  ASSERT_EQ(points.size(), expected.size());
+  for (std::size_t phase = 0; phase < points.size(); ++phase) {
+    EXPECT_NEAR(points[phase].data.rm, expected[phase], expected[phase] * 2e-4) << phase;
+  }
 }
 
 TEST(Resistance, IsThatOfTheWindingsBetweenTheTerminals) {

@@ -36,12 +36,14 @@ TEST(WindingLosses, PartsAreSeparatedByAReadingAtHalfTheFrequency) {
   }
 }
 
-TEST(WindingLosses, CopperRisesAndStrayFallsWithTemperature) {
-  const double factor = (234.5 + 75) / (234.5 + 20);
-  const ResistanceParts hot = corrected({2, 0.5}, 20, 75);
-  EXPECT_DOUBLE_EQ(hot.copper, 2 * factor);
-  EXPECT_DOUBLE_EQ(hot.stray, 0.5 / factor);
-  EXPECT_DOUBLE_EQ(hot.total(), 2 * factor + 0.5 / factor);
+TEST(WindingLosses, ResistanceRisesAndStrayFallsWithTemperature) {
+  for (const Conductor conductor : {kCopper, kAluminium}) {
+    const double factor = (conductor.zero + 75) / (conductor.zero + 20);
+    const ResistanceParts hot = corrected({2, 0.5}, conductor, 20, 75);
+    EXPECT_DOUBLE_EQ(hot.copper, 2 * factor);
+    EXPECT_DOUBLE_EQ(hot.stray, 0.5 / factor);
+    EXPECT_DOUBLE_EQ(hot.total(), 2 * factor + 0.5 / factor);
+  }
 }
 
 TEST(WindingLosses, BaseImpedanceDrawsRatedPower) {
