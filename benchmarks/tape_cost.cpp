@@ -6,7 +6,7 @@
 #include <fstream>
 #include <functional>
 
-#include "contract/client_api_table.h"
+#include "api/call_table.h"
 #include "contract/shared_library.h"
 #include "flows/requests.h"
 
