@@ -6,9 +6,9 @@
 #include <fstream>
 #include <functional>
 
-#include "contract/client_api_table.h"
+#include "api/call_table.h"
 #include "contract/shared_library.h"
-#include "flows/requests.h"
+#include "unit/virtual_instrument/requests.h"
 
 // What the recorder of kvr-tape adds to a call, in one process: the same calls of the same session,
 // straight to the virtual instrument and through the recorder in turn. The fastest round counts,
@@ -48,12 +48,8 @@ void connect(const ClientApiTable& calls) {
 }
 
 void test_with_raw_data(const ClientApiTable& calls) {
-  kvr_Ratio1phRequest request = make_ratio_1ph_request();
-  request.test_type = KVR_TEST_RATIO_DOWN;
-  request.test_voltage = 8.0F;
-  request.setup.raw_data_requested = 1;
-  set_nameplate_ratio(request.setup, 10);
-  kvr_TestRequestHeader header = make_request_header("", KVR_SAVE_NOTHING);
+  kvr_Ratio1phRequest request = virtual_instrument::ratio_1ph_request(KVR_TEST_RATIO_DOWN, 8, 10);
+  kvr_TestRequestHeader header = virtual_instrument::request_header("", KVR_SAVE_NOTHING);
   kvr_TestRecord* record = nullptr;
   if (calls.kvr_Test_Ratio_1ph(&header, &request, nullptr, &record) != KVR_RES_OK) {
     std::fputs("a test is refused\n", stderr);

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "virtual_instrument/store/checksum.h"
+#include "record_form/checksum.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ std::optional<std::string> take_input(std::string_view& body) {
 std::string first_line(std::size_t count, std::string_view body) {
   char line[64];
   std::snprintf(line, sizeof line, "corpus of %zu inputs, CRC-32 %08x\n", count,
-                virtual_instrument::crc32(std::as_bytes(std::span(body))));
+                crc32(std::as_bytes(std::span(body))));
   return line;
 }
 

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "report/facts/checksums.h"
+#include "tape/format/sha256.h"
 
 namespace report {
 
@@ -25,7 +25,7 @@ std::string name_of(const std::filesystem::path& path) {
 }
 
 SourceFile source_file(const std::filesystem::path& path, std::string_view bytes) {
-  return {name_of(path), bytes.size(), sha256(bytes)};
+  return {name_of(path), bytes.size(), tape::sha256(bytes)};
 }
 
 std::string file_uri(const std::filesystem::path& path) {

@@ -7,8 +7,8 @@
 #include <span>
 #include <string_view>
 
+#include "record_form/checksum.h"
 #include "record_form/record_codec.h"
-#include "report/facts/checksums.h"
 #include "report/facts/facts.h"
 
 namespace report {

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <array>
 
-#include "report/facts/checksums.h"
 #include "report/figures/numbers.h"
 #include "report/page/csv.h"
 #include "report/page/front_matter.h"
 #include "report/page/style.h"
+#include "tape/format/sha256.h"
 
 namespace report {
 namespace {
@@ -230,7 +230,7 @@ std::string identification_of(const std::vector<SourceFile>& files) {
   for (const SourceFile& file : files) {
     sums += file.sha256 + "\n";
   }
-  return sha256(sums).substr(0, kIdentification);
+  return tape::sha256(sums).substr(0, kIdentification);
 }
 
 std::string render_page(const PageContent& content, const Settings& settings) {

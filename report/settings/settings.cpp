@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "toml/toml_keys.h"
+#include "toml/toml_problems.h"
 
 namespace report {
 namespace {
@@ -199,17 +200,16 @@ std::optional<Conductor> Settings::conductor() const {
 SettingsResult read_settings(std::string_view text, std::string_view file_name) {
   SettingsResult result;
   std::map<std::string, unsigned, std::less<>> lines;
-  const auto problem = [&](unsigned line, std::string_view key, std::string_view expected) {
-    result.problems.push_back(std::string(file_name) + ":" + std::to_string(line) + ": " +
-                              (key.empty() ? "" : std::string(key) + ": ") + std::string(expected));
-  };
+  toml_file::Problems problems(file_name);
   if (text.size() > kLongestFile) {
-    problem(1, "", "expected at most 1 MiB");
+    problems.add(1, "", "expected at most 1 MiB");
+    result.problems = problems.in_order();
     return result;
   }
   const auto parsed = toml_file::read_toml(text);
   if (const auto* const mistake = std::get_if<TomlMistake>(&parsed)) {
-    problem(mistake->line, "", mistake->expected);
+    problems.add(mistake->line, "", mistake->expected);
+    result.problems = problems.in_order();
     return result;
   }
   for (const auto& [name, value] : values_of(std::get<TomlTable>(parsed))) {
@@ -217,22 +217,23 @@ SettingsResult read_settings(std::string_view text, std::string_view file_name) 
         std::find_if(setting_keys().begin(), setting_keys().end(),
                      [&name = name](const SettingKey& each) { return each.key == name; });
     if (key == setting_keys().end()) {
-      problem(value->line, toml_file::on_one_line(name),
-              "no such key; kvr-report --example lists them");
+      problems.add(value->line, name, "no such key; kvr-report --example lists them");
     } else if (!take(result.settings, *key, *value)) {
-      problem(value->line, name, expectation(*key));
+      problems.add(value->line, name, expectation(*key));
     } else if (const std::string further = further_expectation(result.settings, key->key);
                !further.empty()) {
-      problem(value->line, name, further);
+      problems.add(value->line, name, further);
     }
     lines[name] = value->line;
   }
   for (const auto& [key, other] : kEqualLengths) {
     if (lines.contains(key) &&
         result.settings.numbers(key).size() != result.settings.numbers(other).size()) {
-      problem(lines.find(key)->second, key, "expected as many values as " + std::string(other));
+      problems.add(lines.find(key)->second, key,
+                   "expected as many values as " + std::string(other));
     }
   }
+  result.problems = problems.in_order();
   return result;
 }
 

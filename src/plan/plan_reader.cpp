@@ -9,6 +9,7 @@
 #include "plan/record_ids.h"
 #include "plan/verdict.h"
 #include "toml/toml_document.h"
+#include "toml/toml_problems.h"
 
 using namespace toml_file;
 
@@ -28,36 +29,26 @@ std::string joined(const std::vector<std::string>& names) {
 /// Collects what is read of one document.
 class Reader {
  public:
-  explicit Reader(const std::string& name) { reading_.plan.file = name; }
+  explicit Reader(const std::string& name) : problems_(name) { reading_.plan.file = name; }
 
   PlanReading read(std::string_view text, const std::vector<std::string>& replacements) {
     auto document = read_toml(text);
     if (const auto* mistake = std::get_if<TomlMistake>(&document)) {
-      problem(mistake->line, "", mistake->expected);
+      problems_.add(mistake->line, "", mistake->expected);
     } else {
       auto& tables = std::get<TomlTable>(document);
       for (const std::string& replacement : replacements) {
         if (const auto wrong = replace_value(tables, replacement)) {
-          problem(0, replacement, *wrong);
+          problems_.add(0, replacement, *wrong);
         }
       }
       read_tables(tables);
     }
-    // Tables come in the order of their names, people read from the top.
-    std::stable_sort(found_.begin(), found_.end(),
-                     [](const Found& a, const Found& b) { return a.line < b.line; });
-    for (Found& found : found_) {
-      reading_.problems.push_back(std::move(found.text));
-    }
+    reading_.problems = problems_.in_order();
     return std::move(reading_);
   }
 
  private:
-  struct Found {
-    unsigned line;
-    std::string text;
-  };
-
   void read_tables(const TomlTable& document) {
     const TomlEntry* tests = nullptr;
     for (const TomlEntry& entry : document) {
@@ -71,12 +62,12 @@ class Reader {
       } else if (table != nullptr && entry.key == "limits") {
         common_limits_ = table;
       } else {
-        problem(entry.value.line, entry.key,
-                "expected one of the tables connection, item, run, limits, test");
+        problems_.add(entry.value.line, entry.key,
+                      "expected one of the tables connection, item, run, limits, test");
       }
     }
     if (tests == nullptr) {
-      problem(1, "test", "missing; expected tables [[test]]");
+      problems_.add(1, "test", "missing; expected tables [[test]]");
       return;
     }
     read_tests(tests->value);
@@ -92,9 +83,9 @@ class Reader {
       const auto known = std::find_if(keys.begin(), keys.end(),
                                       [&full](const Key& each) { return each.name == full; });
       if (known == keys.end()) {
-        problem(value.line, full, "no such key; expected one of " + names_in(name, keys));
+        problems_.add(value.line, full, "no such key; expected one of " + names_in(name, keys));
       } else if (!known->take(value)) {
-        problem(value.line, full, "expected " + known->expected);
+        problems_.add(value.line, full, "expected " + known->expected);
       }
     }
   }
@@ -114,8 +105,8 @@ class Reader {
       const auto number = number_in(value);
       const auto text = number ? number_text(*number) : text_in(value);
       if (!text || text->size() > kLongestItemText) {
-        problem(value.line, "item." + key,
-                "expected a text of at most 1000 characters, or a number");
+        problems_.add(value.line, "item." + key,
+                      "expected a text of at most 1000 characters, or a number");
       } else {
         reading_.plan.item.emplace_back(key, *text);
       }
@@ -127,7 +118,7 @@ class Reader {
     if (list == nullptr || list->empty() || list->size() > kMostTestsOfAPlan ||
         !std::all_of(list->begin(), list->end(),
                      [](const TomlValue& entry) { return entry.as<TomlTable>() != nullptr; })) {
-      problem(value.line, "test", "expected 1 to 10000 tables [[test]]");
+      problems_.add(value.line, "test", "expected 1 to 10000 tables [[test]]");
       return;
     }
     for (const TomlValue& entry : *list) {
@@ -149,8 +140,8 @@ class Reader {
     const TomlValue* const said = find(given, "kind");
     if (said == nullptr || !kind.take(*said)) {
       // Which keys the others may be depends on it, so they wait.
-      problem(said == nullptr ? line : said->line, "test.kind",
-              (said == nullptr ? "missing; expected " : "expected ") + kind.expected);
+      problems_.add(said == nullptr ? line : said->line, "test.kind",
+                    (said == nullptr ? "missing; expected " : "expected ") + kind.expected);
       return;
     }
     test.voltages = voltage_plan_of("");
@@ -158,20 +149,20 @@ class Reader {
     std::erase_if(others, [](const TomlEntry& entry) {
       return entry.key == "kind" || entry.key == "limits";
     });
-    const std::size_t before = found_.size();
+    const std::size_t before = problems_.size();
     read_table("test", others, keys_of(test));
     const TomlValue* const own_limits = find(given, "limits");
     const TomlTable* limits = common_limits_;
     if (own_limits != nullptr) {
       limits = own_limits->as<TomlTable>();
       if (limits == nullptr) {
-        problem(own_limits->line, "test.limits", "expected a table");
+        problems_.add(own_limits->line, "test.limits", "expected a table");
       }
     }
     if (limits != nullptr) {
       read_limits(test, *limits, own_limits == nullptr, own_limits ? own_limits->line : line);
     }
-    if (found_.size() == before) {
+    if (problems_.size() == before) {
       check_agreements(test, given, line);
     }
   }
@@ -182,18 +173,18 @@ class Reader {
     for (const auto& [name, value] : limits) {
       if (std::find(known.begin(), known.end(), name) == known.end()) {
         if (!common) {
-          problem(value.line, "test.limits." + name,
-                  "no such number of a result; expected one of " + joined(known));
+          problems_.add(value.line, "test.limits." + name,
+                        "no such number of a result; expected one of " + joined(known));
         }
         continue;
       }
       Limit limit{name, 0, 0};
       const Key key = limit_key(limit);
       if (!key.take(value)) {
-        problem(value.line, (common ? "limits." : "test.limits.") + name,
-                "expected " + key.expected);
+        problems_.add(value.line, (common ? "limits." : "test.limits.") + name,
+                      "expected " + key.expected);
       } else if (needs_nameplate_ratio(name) && test.nameplate_ratio == 0) {
-        problem(line, "test.nameplate_ratio", "missing; the limit of " + name + " needs it");
+        problems_.add(line, "test.nameplate_ratio", "missing; the limit of " + name + " needs it");
       }
       test.limits.push_back(limit);
     }
@@ -206,20 +197,20 @@ class Reader {
     std::vector<std::string> known = quantities(true);
     for (const auto& [name, value] : *common_limits_) {
       if (std::find(known.begin(), known.end(), name) == known.end()) {
-        problem(value.line, "limits." + name,
-                "no such number of a result; expected one of " + joined(known));
+        problems_.add(value.line, "limits." + name,
+                      "no such number of a result; expected one of " + joined(known));
       }
     }
   }
 
   void check_agreements(PlannedTest& test, const TomlTable& given, unsigned line) {
     if (find(given, "clock") != nullptr && find(given, "shift") != nullptr) {
-      problem(line, "test.shift", "expected a clock or a shift, not both");
+      problems_.add(line, "test.shift", "expected a clock or a shift, not both");
     }
     const TomlValue* const method = find(given, "method");
     if (method != nullptr && test.direction == KVR_TEST_RATIO_AUTO && text_in(*method) != "auto") {
-      problem(method->line, "test.method",
-              "a test of the direction \"auto\" chooses its method itself");
+      problems_.add(method->line, "test.method",
+                    "a test of the direction \"auto\" chooses its method itself");
     }
     if (test.all_methods) {
       test.voltages = for_all_methods(test.voltages);
@@ -235,27 +226,17 @@ class Reader {
       }
       const auto id = made_record_id(test.id, reading_.plan, i + 1);
       if (!id) {
-        problem(lines_[i], "test.id", kExpectedId);
+        problems_.add(lines_[i], "test.id", kExpectedId);
       } else if (!used.insert(*id).second) {
-        problem(lines_[i], "test.id", "another test of the plan has the ID " + *id);
+        problems_.add(lines_[i], "test.id", "another test of the plan has the ID " + *id);
       } else {
         test.id = *id;
       }
     }
   }
 
-  void problem(unsigned line, const std::string& key, const std::string& what) {
-    const std::string where = line == 0 ? "-e" : reading_.plan.file + ":" + std::to_string(line);
-    const std::string text = where + ": " + (key.empty() ? "" : key + ": ") + what;
-    const std::string shown = on_one_line(text);
-    if (std::none_of(found_.begin(), found_.end(),
-                     [&shown](const Found& found) { return found.text == shown; })) {
-      found_.push_back({line, shown});
-    }
-  }
-
   PlanReading reading_;
-  std::vector<Found> found_;
+  Problems problems_;
   std::vector<unsigned> lines_;  ///< of the tests
   const TomlTable* common_limits_ = nullptr;
 };

@@ -60,7 +60,7 @@ auto record_output(kvr_TestRecord* const* record, bool is_stored = false) {
 kvr_code kvr_Lib_Initialize(kvr_InitParams* params) {
   return record_call(
       "kvr_Lib_Initialize", [&] { return initialize_fields(params); },
-      [&](const CallTable& real) {
+      [&](const ClientApiTable& real) {
         kvr_InitParams* copy = recorded(params);
         const kvr_code code = real.kvr_Lib_Initialize(copy);
         copy_back(copy, params);
@@ -72,7 +72,7 @@ kvr_code kvr_Lib_Initialize(kvr_InitParams* params) {
 kvr_code kvr_Lib_InitializeTestStation(const char* port, kvr_InitParams* params) {
   return record_call(
       "kvr_Lib_InitializeTestStation", [&] { return test_station_fields(port, params); },
-      [&](const CallTable& real) {
+      [&](const ClientApiTable& real) {
         kvr_InitParams* copy = recorded(params);
         const kvr_code code = real.kvr_Lib_InitializeTestStation(port, copy);
         copy_back(copy, params);
@@ -83,8 +83,8 @@ kvr_code kvr_Lib_InitializeTestStation(const char* port, kvr_InitParams* params)
 
 kvr_code kvr_Lib_Shutdown() {
   const kvr_code code = record_call(
-      "kvr_Lib_Shutdown", no_fields, [](const CallTable& real) { return real.kvr_Lib_Shutdown(); },
-      only_code);
+      "kvr_Lib_Shutdown", no_fields,
+      [](const ClientApiTable& real) { return real.kvr_Lib_Shutdown(); }, only_code);
   recorder().sync();
   return code;
 }
@@ -92,7 +92,7 @@ kvr_code kvr_Lib_Shutdown() {
 kvr_code kvr_SetClientKey(const char* key) {
   return record_call(
       "kvr_SetClientKey", [&] { return key_fields(key); },
-      [&](const CallTable& real) { return real.kvr_SetClientKey(key); }, only_code);
+      [&](const ClientApiTable& real) { return real.kvr_SetClientKey(key); }, only_code);
 }
 
 kvr_code kvr_ConnectAPI(kvr_ConnectionType* type, std::int32_t setting, const char* client_name,
@@ -100,7 +100,7 @@ kvr_code kvr_ConnectAPI(kvr_ConnectionType* type, std::int32_t setting, const ch
   return record_call(
       "kvr_ConnectAPI",
       [&] { return connect_fields(type, setting, client_name, firmware_version); },
-      [&](const CallTable& real) {
+      [&](const ClientApiTable& real) {
         return real.kvr_ConnectAPI(type, setting, client_name, firmware_version);
       },
       Output<kFirmwareTextSize>("firmware_version", kFirmwareText, firmware_version));
@@ -109,45 +109,45 @@ kvr_code kvr_ConnectAPI(kvr_ConnectionType* type, std::int32_t setting, const ch
 std::int32_t kvr_CheckConnection() {
   return record_call(
       "kvr_CheckConnection", no_fields,
-      [](const CallTable& real) { return real.kvr_CheckConnection(); }, only_code);
+      [](const ClientApiTable& real) { return real.kvr_CheckConnection(); }, only_code);
 }
 
 const char* kvr_CodeToString(kvr_code code) {
   return record_call(
       "kvr_CodeToString", [&] { return code_fields(code); },
-      [&](const CallTable& real) { return real.kvr_CodeToString(code); }, text_fields);
+      [&](const ClientApiTable& real) { return real.kvr_CodeToString(code); }, text_fields);
 }
 
 kvr_code kvr_GetClientAPIInfo(kvr_ClientAPIInfo* info) {
   return record_call(
       "kvr_GetClientAPIInfo", [&] { return output_fields("info", info); },
-      [&](const CallTable& real) { return real.kvr_GetClientAPIInfo(info); },
+      [&](const ClientApiTable& real) { return real.kvr_GetClientAPIInfo(info); },
       Output<sizeof *info>("info", "kvr_ClientAPIInfo", info));
 }
 
 kvr_code kvr_GetDeviceInfo(kvr_DeviceInfo* info) {
   return record_call(
       "kvr_GetDeviceInfo", [&] { return output_fields("info", info); },
-      [&](const CallTable& real) { return real.kvr_GetDeviceInfo(info); },
+      [&](const ClientApiTable& real) { return real.kvr_GetDeviceInfo(info); },
       Output<sizeof *info>("info", "kvr_DeviceInfo", info));
 }
 
 kvr_code kvr_GetStatus(kvr_Status* status) {
   return record_call(
       "kvr_GetStatus", [&] { return output_fields("status", status); },
-      [&](const CallTable& real) { return real.kvr_GetStatus(status); },
+      [&](const ClientApiTable& real) { return real.kvr_GetStatus(status); },
       Output<sizeof *status>("status", "kvr_Status", status));
 }
 
 kvr_code kvr_LockAPI() {
   return record_call(
-      "kvr_LockAPI", no_fields, [](const CallTable& real) { return real.kvr_LockAPI(); },
+      "kvr_LockAPI", no_fields, [](const ClientApiTable& real) { return real.kvr_LockAPI(); },
       only_code);
 }
 
 kvr_code kvr_UnlockAPI() {
   const kvr_code code = record_call(
-      "kvr_UnlockAPI", no_fields, [](const CallTable& real) { return real.kvr_UnlockAPI(); },
+      "kvr_UnlockAPI", no_fields, [](const ClientApiTable& real) { return real.kvr_UnlockAPI(); },
       only_code);
   recorder().sync();  // a run of tests ends here, and what it measured can't be had again
   return code;
@@ -156,14 +156,14 @@ kvr_code kvr_UnlockAPI() {
 kvr_code kvr_CancelOperation() {
   return record_call(
       "kvr_CancelOperation", no_fields,
-      [](const CallTable& real) { return real.kvr_CancelOperation(); }, only_code);
+      [](const ClientApiTable& real) { return real.kvr_CancelOperation(); }, only_code);
 }
 
 kvr_code kvr_Test_Ratio_1ph(kvr_TestRequestHeader* header, kvr_Ratio1phRequest* request,
                             kvr_ProgressHandler* progress, kvr_TestRecord** record) {
   return record_call(
       "kvr_Test_Ratio_1ph", [&] { return test_fields(header, request, progress, record); },
-      [&](const CallTable& real) {
+      [&](const ClientApiTable& real) {
         return real.kvr_Test_Ratio_1ph(header, request, recorded(progress), record);
       },
       record_output(record));
@@ -173,7 +173,7 @@ kvr_code kvr_Test_Ratio_3ph(kvr_TestRequestHeader* header, kvr_Ratio3phRequest* 
                             kvr_ProgressHandler* progress, kvr_TestRecord** record) {
   return record_call(
       "kvr_Test_Ratio_3ph", [&] { return test_fields(header, request, progress, record); },
-      [&](const CallTable& real) {
+      [&](const ClientApiTable& real) {
         return real.kvr_Test_Ratio_3ph(header, request, recorded(progress), record);
       },
       record_output(record));
@@ -185,7 +185,7 @@ kvr_code kvr_FreeTestRecord(kvr_TestRecord* record) {
       [&] {
         return Fields{{"record", record_reference(recorder().records.release(record))}};
       },
-      [&](const CallTable& real) { return real.kvr_FreeTestRecord(record); }, only_code);
+      [&](const ClientApiTable& real) { return real.kvr_FreeTestRecord(record); }, only_code);
 }
 
 kvr_code kvr_CheckRecordExists(const char* record_id, bool* exists) {
@@ -195,7 +195,7 @@ kvr_code kvr_CheckRecordExists(const char* record_id, bool* exists) {
   }
   return record_call(
       "kvr_CheckRecordExists", [&] { return exists_fields(record_id, exists); },
-      [&](const CallTable& real) { return real.kvr_CheckRecordExists(record_id, exists); },
+      [&](const ClientApiTable& real) { return real.kvr_CheckRecordExists(record_id, exists); },
       [&](kvr_code code) {
         Fields fields = code_fields(code);
         unsigned char now = before;
@@ -211,27 +211,27 @@ kvr_code kvr_CheckRecordExists(const char* record_id, bool* exists) {
 kvr_code kvr_ReadRecord(const char* record_id, std::int32_t setting, kvr_TestRecord** record) {
   return record_call(
       "kvr_ReadRecord", [&] { return read_fields(record_id, setting, record); },
-      [&](const CallTable& real) { return real.kvr_ReadRecord(record_id, setting, record); },
+      [&](const ClientApiTable& real) { return real.kvr_ReadRecord(record_id, setting, record); },
       record_output(record, true));
 }
 
 kvr_code kvr_DeleteRecord(const char* record_id) {
   return record_call(
       "kvr_DeleteRecord", [&] { return delete_fields(record_id); },
-      [&](const CallTable& real) { return real.kvr_DeleteRecord(record_id); }, only_code);
+      [&](const ClientApiTable& real) { return real.kvr_DeleteRecord(record_id); }, only_code);
 }
 
 kvr_code kvr_ClearTestDatabase() {
   return record_call(
       "kvr_ClearTestDatabase", no_fields,
-      [](const CallTable& real) { return real.kvr_ClearTestDatabase(); }, only_code);
+      [](const ClientApiTable& real) { return real.kvr_ClearTestDatabase(); }, only_code);
 }
 
 kvr_code kvr_ListRecords(kvr_TestLabelsList** list, void* filter, std::int32_t sort_key,
                          std::int32_t ascending) {
   return record_call(
       "kvr_ListRecords", [&] { return list_fields(list, filter, sort_key, ascending); },
-      [&](const CallTable& real) {
+      [&](const ClientApiTable& real) {
         return real.kvr_ListRecords(list, filter, sort_key, ascending);
       },
       [&](kvr_code code) {
@@ -248,5 +248,5 @@ kvr_code kvr_FreeTestLabelsList(kvr_TestLabelsList* list) {
       [&] {
         return Fields{{"list", list_reference(recorder().lists.release(list))}};
       },
-      [&](const CallTable& real) { return real.kvr_FreeTestLabelsList(list); }, only_code);
+      [&](const ClientApiTable& real) { return real.kvr_FreeTestLabelsList(list); }, only_code);
 }

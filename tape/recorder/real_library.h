@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "tape/vocabulary/call_table.h"
+#include "api/call_table.h"
 
 // The library that the recorder stands in front of. KVR_TAPE_LIBRARY names its file; without it, it
 // is the file beside the recorder whose name ends with "-real".
@@ -10,7 +10,7 @@ namespace tape {
 
 struct RealLibrary {
   std::filesystem::path file;
-  CallTable calls;
+  ClientApiTable calls;
 };
 
 /// Loads it and finds all 22 calls. Ends the process with kNoRealLibrary and a message when there

@@ -16,7 +16,7 @@ class Recorder {
   /// Loads the library and begins the tape.
   Recorder();
 
-  const CallTable& calls() const { return real_.calls; }
+  const ClientApiTable& calls() const { return real_.calls; }
 
   /// The lines of a call or callback; both do nothing but stop the tape when memory runs out.
   std::uint64_t enter(EventKind kind, std::string_view name, Fields fields);

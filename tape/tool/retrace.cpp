@@ -8,13 +8,13 @@
 namespace tape {
 namespace {
 
-CallTable load(const std::string& file) {
+ClientApiTable load(const std::string& file) {
   std::string error;
   void* library = platform::load_library(std::filesystem::absolute(file), error);
   if (library == nullptr) {
     throw CommandError{error};
   }
-  CallTable calls;
+  ClientApiTable calls;
 #define KVR_FIND(call)                                                                          \
   calls.call = reinterpret_cast<decltype(calls.call)>(platform::find_function(library, #call)); \
   if (calls.call == nullptr) {                                                                  \
@@ -26,7 +26,7 @@ CallTable load(const std::string& file) {
 }
 
 /// Whether the library stands in front of a virtual instrument: asked in a session of its own.
-bool is_virtual(const CallTable& calls) {
+bool is_virtual(const ClientApiTable& calls) {
   kvr_InitParams params{};
   kvr_ConnectionType type = KVR_CONNECTION_USB_WIFI;
   char firmware[kFirmwareTextSize] = {};
@@ -54,7 +54,7 @@ int retrace(const RetraceOptions& options, std::ostream& out) {
   const Tape tape = read_tape(options.tape);
   const Tolerance tolerance =
       options.tolerance.empty() ? Tolerance() : Tolerance(options.tolerance);
-  const CallTable calls = load(options.library);
+  const ClientApiTable calls = load(options.library);
   if (runs_tests(tape) && !options.energise && !is_virtual(calls)) {
     throw CommandError{
         "the tape runs tests, and this is no virtual instrument: --energise allows it"};

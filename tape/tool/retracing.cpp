@@ -83,7 +83,7 @@ struct Argument {
 
 }  // namespace
 
-Retracing::Retracing(const Tape& tape, const CallTable& calls, const Tolerance& tolerance)
+Retracing::Retracing(const Tape& tape, const ClientApiTable& calls, const Tolerance& tolerance)
     : tape_(tape), calls_(calls), tolerance_(tolerance), happened_(tape.events.size()) {}
 
 std::vector<std::string> Retracing::run() {

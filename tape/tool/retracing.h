@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "api/call_table.h"
 #include "tape/format/reader.h"
 #include "tape/format/tolerance.h"
-#include "tape/vocabulary/call_table.h"
 
 // Makes the calls of a tape's client of another library, each thread of the client on a thread of
 // its own, and compares what comes back with the tape field by field.
@@ -17,7 +17,7 @@ namespace tape {
 
 class Retracing {
  public:
-  Retracing(const Tape& tape, const CallTable& calls, const Tolerance& tolerance);
+  Retracing(const Tape& tape, const ClientApiTable& calls, const Tolerance& tolerance);
 
   /// All differences, in the order in which they were seen.
   std::vector<std::string> run();
@@ -46,7 +46,7 @@ class Retracing {
   static void on_progress(void* context, const kvr_Progress* progress);
 
   const Tape& tape_;
-  const CallTable& calls_;
+  const ClientApiTable& calls_;
   const Tolerance& tolerance_;
   std::mutex mutex_;
   std::condition_variable changed_;

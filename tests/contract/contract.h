@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "api/call_table.h"
 #include "api/client_api.h"
-#include "contract/client_api_table.h"
 
 // Helpers for writing the rules of the contract. The rules know the calls and the records, and
 // nothing of the library that implements them.

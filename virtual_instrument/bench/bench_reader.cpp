@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "toml/toml_document.h"
+#include "toml/toml_problems.h"
 #include "virtual_instrument/bench/bench_agreements.h"
 #include "virtual_instrument/bench/bench_keys.h"
 
@@ -74,33 +75,23 @@ bool is_list_of_tables(const TomlValue& value) {
 /// Collects what is read of one document.
 class Reader {
  public:
-  Reader(std::string_view name, const Bench& base) : name_(name) { reading_.bench = base; }
+  Reader(std::string_view name, const Bench& base) : problems_(name) { reading_.bench = base; }
 
   BenchReading read(std::string_view text) {
     const auto document = read_toml(text);
     if (const auto* mistake = std::get_if<TomlMistake>(&document)) {
-      problem(mistake->line, "", mistake->expected);
+      problems_.add(mistake->line, "", mistake->expected);
     } else {
       read_tables(std::get<TomlTable>(document));
     }
-    if (found_.empty()) {
+    if (problems_.empty()) {
       check_agreements();
     }
-    // Tables come in the order of their names, people read from the top.
-    std::stable_sort(found_.begin(), found_.end(),
-                     [](const Found& a, const Found& b) { return a.line < b.line; });
-    for (Found& found : found_) {
-      reading_.problems.push_back(std::move(found.text));
-    }
+    reading_.problems = problems_.in_order();
     return std::move(reading_);
   }
 
  private:
-  struct Found {
-    unsigned line;
-    std::string text;
-  };
-
   void read_tables(const TomlTable& document) {
     reading_.bench.faults.clear();
     reading_.bench.defects.shorted_turns.clear();
@@ -114,7 +105,7 @@ class Reader {
       } else if (const auto* table = value.as<TomlTable>(); table && is_table(name, keys)) {
         read_table(name, *table, keys);
       } else {
-        problem(value.line, name, "expected one of the tables " + tables(keys));
+        problems_.add(value.line, name, "expected one of the tables " + tables(keys));
       }
     }
   }
@@ -124,9 +115,9 @@ class Reader {
       const std::string full = full_name(name, key);
       const Key* known = find_key(full, keys);
       if (known == nullptr) {
-        problem(value.line, full, "no such key; expected one of " + keys_in(name, keys));
+        problems_.add(value.line, full, "no such key; expected one of " + keys_in(name, keys));
       } else if (!known->take(value)) {
-        problem(value.line, full, "expected " + known->expected);
+        problems_.add(value.line, full, "expected " + known->expected);
       } else {
         reading_.given.push_back(full);
         lines_.emplace(full, value.line);
@@ -139,7 +130,7 @@ class Reader {
   void read_list(std::string_view name, const TomlValue& value, std::vector<Entry>& entries,
                  std::initializer_list<std::string_view> required) {
     if (!is_list_of_tables(value)) {
-      problem(value.line, name, "expected tables [[" + std::string(name) + "]]");
+      problems_.add(value.line, name, "expected tables [[" + std::string(name) + "]]");
       return;
     }
     const TomlList& list = *value.as<TomlList>();
@@ -151,7 +142,7 @@ class Reader {
       for (const std::string_view key : required) {
         if (!has(table, key)) {
           const std::string full = full_name(name, key);
-          problem(entry.line, full, "missing; expected " + find_key(full, keys)->expected);
+          problems_.add(entry.line, full, "missing; expected " + find_key(full, keys)->expected);
         }
       }
     }
@@ -165,24 +156,15 @@ class Reader {
       }
       for (const std::string_view key : agreement.keys) {
         if (const auto given = lines_.find(key); given != lines_.end()) {
-          problem(given->second, key, std::string(agreement.expected));
+          problems_.add(given->second, key, std::string(agreement.expected));
           break;
         }
       }
     }
   }
 
-  void problem(unsigned line_number, std::string_view key, const std::string& what) {
-    std::string line = name_ + ":" + std::to_string(line_number) + ": ";
-    if (!key.empty()) {
-      line += std::string(key) + ": ";
-    }
-    found_.push_back({line_number, on_one_line(line + what)});
-  }
-
-  const std::string name_;
   BenchReading reading_;
-  std::vector<Found> found_;
+  Problems problems_;
   std::map<std::string, unsigned, std::less<>> lines_;  ///< of the keys and lists that are given
 };
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "record_form/checksum.h"
 #include "record_form/record_codec.h"
-#include "virtual_instrument/store/checksum.h"
 #include "virtual_instrument/store/patient_lock.h"
 
 namespace virtual_instrument {

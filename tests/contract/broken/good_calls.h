@@ -1,6 +1,6 @@
 #pragma once
 
-#include "contract/client_api_table.h"
+#include "api/call_table.h"
 
 // The virtual instrument's calls under other names, for libraries that break one thing and leave
 // all else to the virtual instrument.

@@ -6,9 +6,9 @@
 #include <numbers>
 
 #include "common/field_text.h"
-#include "report/facts/checksums.h"
 #include "report/facts/raw_samples.h"
 #include "support/temporary_folder.h"
+#include "tape/format/sha256.h"
 #include "virtual_instrument/demonstration/demonstration.h"
 
 namespace report {
@@ -40,14 +40,6 @@ class FactsTest : public testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST(Checksums, OfKnownTexts) {
-  EXPECT_EQ(sha256(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
-  EXPECT_EQ(sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-  EXPECT_EQ(sha256(std::string(1'000'000, 'a')),
-            "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
-  EXPECT_EQ(crc32(std::as_bytes(std::span("123456789", 9))), 0xcbf43926U);
-}
-
 TEST_F(FactsTest, OfAStoreAreItsRecordsInTheirOrder) {
   const std::filesystem::path path = demonstration();
   const std::string before = read_bytes(path);
@@ -56,7 +48,7 @@ TEST_F(FactsTest, OfAStoreAreItsRecordsInTheirOrder) {
   EXPECT_EQ(field_text(facts.records.front().nest->record_id), "demo-excitation");
   EXPECT_EQ(field_text(facts.records.back().nest->record_id), "demo-heat-run");
   EXPECT_EQ(facts.files.front().name, "records.db");
-  EXPECT_EQ(facts.files.front().sha256, sha256(before));
+  EXPECT_EQ(facts.files.front().sha256, tape::sha256(before));
   EXPECT_EQ(read_bytes(path), before);
   EXPECT_FALSE(std::filesystem::exists(path.string() + "-wal"));
   EXPECT_TRUE(facts.remarks.empty());
@@ -131,7 +123,7 @@ TEST_F(FactsTest, OfASeriesFileGoByPosition) {
   EXPECT_EQ(facts.remarks, std::vector<std::string>{
                                "3.4-a;b.csv has a row with too few values, which is left out."});
   ASSERT_EQ(facts.files.size(), 2U);
-  EXPECT_EQ(facts.files[1].sha256, sha256(kRaw));
+  EXPECT_EQ(facts.files[1].sha256, tape::sha256(kRaw));
   const auto samples = samples_in(record.raw_data);
   ASSERT_EQ(samples.size(), 1U);
   EXPECT_EQ(samples[0].title, "phase A: H1-H2 and X1-X2, excited H1-H2");

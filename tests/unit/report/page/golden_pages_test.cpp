@@ -18,9 +18,9 @@
 #include "common/field_text.h"
 #include "demonstration_page.h"
 #include "record_form/record_codec.h"
-#include "report/facts/checksums.h"
 #include "report/program.h"
 #include "support/record_text.h"
+#include "tape/format/sha256.h"
 #include "text/text_output.h"
 #include "virtual_instrument/demonstration/demonstration.h"
 
@@ -179,7 +179,7 @@ TEST(GoldenPages, OfTheExampleInTheDocumentation) {
     }
   }
   ASSERT_EQ(content.sections.size(), 4U);
-  content.files.push_back({"demonstration", forms.size(), sha256(forms)});
+  content.files.push_back({"demonstration", forms.size(), tape::sha256(forms)});
   compare(fs::path(KVR_TEST_DATA_DIR).parent_path() / "docs" / "example-report.html",
           render_page(content, settings));
 }

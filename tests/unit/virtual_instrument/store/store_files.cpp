@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "record_form/checksum.h"
 #include "record_form/record_codec.h"
-#include "virtual_instrument/store/checksum.h"
 #include "virtual_instrument/store/sqlite_connection.h"
 
 namespace fs = std::filesystem;
@@ -57,9 +57,9 @@ void fill_store(const fs::path& file, int count, const kvr_TestRecord& record, b
     numbered_id.copy(numbered.record_id, kIdSize - 1);
     const kvr_TestLabel label = label_of(numbered);
     const auto label_bytes = std::as_bytes(std::span(&label, 1));
-    std::uint32_t checksum = virtual_instrument::crc32(label_bytes);
-    checksum = virtual_instrument::crc32(std::as_bytes(std::span(&number, 1)), checksum);
-    checksum = virtual_instrument::crc32(std::as_bytes(std::span(family)), checksum);
+    std::uint32_t checksum = crc32(label_bytes);
+    checksum = crc32(std::as_bytes(std::span(&number, 1)), checksum);
+    checksum = crc32(std::as_bytes(std::span(family)), checksum);
     database.prepare("INSERT INTO records VALUES (?, ?, ?, ?, ?, ?)")
         .bind(number)
         .bind(std::string_view(numbered_id))
@@ -75,7 +75,7 @@ void fill_store(const fs::path& file, int count, const kvr_TestRecord& record, b
     database.prepare("INSERT INTO tests (record, data, data_checksum) VALUES (?, ?, ?)")
         .bind(number)
         .bind(std::span<const std::byte>(data))
-        .bind(std::int64_t{virtual_instrument::crc32(data)})
+        .bind(std::int64_t{crc32(data)})
         .run();
   }
   transaction.commit();

@@ -1,10 +1,9 @@
-#include "virtual_instrument/store/checksum.h"
+#include "record_form/checksum.h"
 
 #include <gtest/gtest.h>
 
 #include <string_view>
 
-namespace virtual_instrument {
 namespace {
 
 std::uint32_t crc32_of(std::string_view text) { return crc32(std::as_bytes(std::span(text))); }
@@ -20,4 +19,3 @@ TEST(Checksum, ContinuesAfterEarlierBytes) {
 }
 
 }  // namespace
-}  // namespace virtual_instrument

@@ -1,8 +1,7 @@
-#include "virtual_instrument/store/checksum.h"
+#include "record_form/checksum.h"
 
 #include <array>
 
-namespace virtual_instrument {
 namespace {
 
 constexpr std::uint32_t kReversedPolynomial = 0xEDB88320;
@@ -31,5 +30,3 @@ std::uint32_t crc32(std::span<const std::byte> bytes, std::uint32_t before) {
   }
   return ~remainder;
 }
-
-}  // namespace virtual_instrument

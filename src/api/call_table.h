@@ -2,7 +2,8 @@
 
 #include "api/client_api.h"
 
-// The 22 calls of one library as a table of pointers, for what does not reach them by the linker.
+// The 22 calls as a list, and as a table of pointers for callers that do not reach them through the
+// linker.
 
 #define KVR_EACH_CALL(USE)           \
   USE(kvr_Lib_Initialize)            \
@@ -28,13 +29,9 @@
   USE(kvr_ListRecords)               \
   USE(kvr_FreeTestLabelsList)
 
-namespace tape {
-
-struct CallTable {
+struct ClientApiTable {
 // NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared stands alone
 #define KVR_MEMBER(call) decltype(&::call) call = nullptr;
   KVR_EACH_CALL(KVR_MEMBER)
 #undef KVR_MEMBER
 };
-
-}  // namespace tape
