@@ -28,6 +28,7 @@ class Terminal:
         self.position = 0   # after what has been expected
         self.status = None
         self.shown = shown  # output is copied to our own
+        self.processes = f"{devices}/../proc"
         self.master = os.open(f"{devices}/pts/ptmx", os.O_RDWR | os.O_NOCTTY | os.O_CLOEXEC)
         fcntl.ioctl(self.master, TIOCSPTLCK, struct.pack("i", 0))
         number = struct.unpack("i", fcntl.ioctl(self.master, TIOCGPTN, struct.pack("i", 0)))[0]
@@ -96,12 +97,21 @@ class Terminal:
                 self.status = os.waitstatus_to_exitcode(status)
         return self.status is not None
 
+    def threads(self):
+        """What each thread of the program does, by name: its state and where the system has it wait."""
+        for task in sorted(os.listdir(f"{self.processes}/{self.process}/task")):
+            texts = []
+            for name in ("comm", "stat", "wchan"):
+                with open(f"{self.processes}/{self.process}/task/{task}/{name}", encoding="utf-8") as file:
+                    texts.append(file.read().strip())
+            yield f"thread {texts[0]}: {texts[1].rpartition(')')[2].split()[0]} {texts[2]}"
+
     def expect_end(self, status, seconds=20):
         """Waits for the end, with an exit status or minus the number of a signal."""
         deadline = time.monotonic() + seconds
         while not self.has_ended():
             if time.monotonic() > deadline:
-                raise Failure(f"did not end within {seconds} s", self.seen)
+                raise Failure(f"did not end within {seconds} s", self.seen, *self.threads())
             if not self.read_for(0.05):
                 time.sleep(0.05)
         while self.read_for(0.1):

@@ -26,7 +26,7 @@ CONDITION = re.compile(r"\b(if|for|while|switch|case)\b|\?|&&|\|\|")
 def measured(build):
     report = subprocess.run(
         ["gcovr", "--root", ROOT, "--filter", "src/", "--filter", "virtual_instrument/",
-         "--exclude-unreachable-branches", "--json", "-", "-j", "2", build],
+         "--exclude-unreachable-branches", "--json", "-", build],
         check=True, capture_output=True, text=True, cwd=ROOT).stdout
     return json.loads(report)["files"]
 

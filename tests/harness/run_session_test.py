@@ -153,6 +153,24 @@ class RunSession(RunnerTest):
                 "---- output\n--debug\n\n---- ends with\nstatus 0\n\n---- no files\n")
         self.assertEqual(self.run_session(text, "--program", "sh=/bin/sh"), (0, ""))
 
+    def test_program_that_wine_did_not_start_is_started_again(self):
+        tries = pathlib.Path(self.folder.name) / "tries"
+        wine = pathlib.Path(self.folder.name) / "wine"
+        text = ("A shell.\n\n---- program sh\n\n---- script\n\n---- answers\necho said\n\n"
+                "---- output\nsaid\n\n---- ends with\nstatus 0\n\n---- no files\n")
+        for failures, status, started in ((0, 0, 1), (2, 0, 3), (3, 1, 3)):
+            wine.write_text("#!/bin/sh\n"
+                            f"echo >> {tries}\n"
+                            f"[ $(wc -l < {tries}) -le {failures} ] || exec \"$@\"\n"
+                            "echo 'wine: a wine server seems to be running, but I cannot connect "
+                            "to it.' >&2\n"
+                            "exit 1\n")
+            wine.chmod(0o755)
+            tries.write_text("")
+            self.assertEqual(self.run_session(text, "--program", "sh=/bin/sh",
+                                              "--launcher", str(wine))[0], status)
+            self.assertEqual(len(tries.read_text()), started)
+
     def test_program_whose_output_never_ends(self):
         question = f"Next{os.getpid()}"
         for end in ("status 0", "waiting"):

@@ -43,8 +43,8 @@ TEST(Settings, ProblemsAreToldAllAtOnceWithTheirLines) {
           "or 3",
           "r.toml:9: report.date: expected a date, YYYY-MM-DD",
           "r.toml:11: heat_run.times: expected a list of numbers",
-          "r.toml:14: current_transformer.power_factor: expected a number from 0 to 1",
           "r.toml:12: heat_run.resistances: expected as many values as heat_run.times",
+          "r.toml:14: current_transformer.power_factor: expected a number from 0 to 1",
       }));
 }
 
