@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -13,6 +14,7 @@
 #include "panel/commands.h"
 #include "panel/kinds.h"
 #include "virtual_instrument/bench/bench_unit.h"
+#include "virtual_instrument/measurement/current_errors.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 #include "virtual_instrument/vocabulary/code_sentences.h"
 
@@ -67,7 +69,10 @@ void show_nameplate(const TransformerUnit& unit, Lines& lines) {
     lines.line("tap", std::to_string(unit.taps.position) + " of " +
                           std::to_string(unit.taps.first) + " to " +
                           std::to_string(unit.taps.last) + ", " + number(unit.taps.step) +
-                          " percent each");
+                          " percent each" + (unit.taps.side == Side::low ? ", low side" : ""));
+  }
+  if (unit.is_autotransformer) {
+    lines.line("autotransformer", "the low winding is a part of the high one");
   }
 }
 
@@ -75,14 +80,30 @@ std::string impedance_text(double resistance, double reactance) {
   return quantity(resistance, "ohm") + ", " + quantity(reactance, "ohm") + " reactance";
 }
 
-void show_circuit(const virtual_instrument::TransformerSettings& settings,
-                  const TransformerUnit& unit, Lines& lines) {
-  const double square = rated_turns_ratio(unit) * rated_turns_ratio(unit);
-  lines.line("high winding", impedance_text(settings.high_resistance, settings.high_reactance));
-  lines.line("low winding",
+void show_circuit(const Bench& bench, const TransformerUnit& unit, Lines& lines) {
+  const virtual_instrument::TransformerSettings& settings = bench.transformer;
+  const double turns = rated_turns_ratio(unit) - (unit.is_autotransformer ? 1 : 0);
+  const double square = turns * turns;
+  lines.line(unit.is_autotransformer ? "series winding" : "high winding",
+             impedance_text(settings.high_resistance, settings.high_reactance));
+  lines.line(unit.is_autotransformer ? "common winding" : "low winding",
              impedance_text(settings.low_resistance * square, settings.low_reactance * square));
   lines.line("core, in parallel",
              impedance_text(settings.core_resistance, settings.magnetizing_reactance));
+  if (bench.tertiary.voltage > 0) {
+    lines.line("tertiary, as it is",
+               impedance_text(bench.tertiary.resistance, bench.tertiary.reactance));
+  }
+  if (bench.burden.resistance > 0 || bench.burden.reactance > 0) {
+    lines.line("burden, as it is", impedance_text(bench.burden.resistance, bench.burden.reactance));
+  }
+}
+
+void show_current_errors(const TransformerUnit& unit, Lines& lines) {
+  for (const auto& errors : virtual_instrument::current_errors(unit)) {
+    lines.line(number(errors.share * 100) + " percent",
+               number(errors.ratio) + " percent, " + number(errors.displacement) + " minutes");
+  }
 }
 
 std::string failed(kvr_code code) { return virtual_instrument::code_sentence(code); }
@@ -213,7 +234,15 @@ int show_bench(const std::string& bench_file, std::ostream& out, std::ostream& w
   show_nameplate(unit, lines);
   lines.title("Equivalent circuit of a limb at " + number(unit.reference_temperature) +
               " degrees C, seen from the high side");
-  show_circuit(bench->transformer, unit, lines);
+  show_circuit(*bench, unit, lines);
+  if (unit.group.high == KVR_WINDING_CT) {
+    lines.title("Errors of the current with the burden, at shares of the rated current");
+    try {
+      show_current_errors(unit, lines);
+    } catch (const std::runtime_error&) {
+      lines.line("no more", "the core cannot give the voltage that the burden needs");
+    }
+  }
   lines.title("What the tests find without noise, at " +
               quantity(settings_for({}, unit, *bench).family.test_voltage, "V"));
   show_expected(*bench, unit, lines);

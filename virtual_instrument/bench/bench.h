@@ -32,6 +32,8 @@ struct InstrumentSettings {
   double maximum_induced_voltage;     ///< V
   double voltage_range;               ///< V, peak, of the converters
   double current_range;               ///< A, peak, of the converters
+  double source_resistance;           ///< ohm
+  double source_inductance;           ///< mH
 };
 
 struct ConnectionSettings {
@@ -99,6 +101,21 @@ struct TransformerSettings {
   std::array<double, 3> residual_flux;  ///< limb by limb, before the first test
   double remanence_excess;              ///< see Core
   double capacitance;                   ///< nF, from each connected terminal to earth
+  double winding_capacitance;           ///< nF, see TransformerUnit
+  bool autotransformer;
+};
+
+/// A delta inside the unit, see BuriedDelta. Its values are those of one limb winding.
+struct TertiarySettings {
+  double voltage;  ///< V; 0 without such a winding
+  double resistance;
+  double reactance;
+};
+
+/// What is connected to the low side, see TransformerUnit.
+struct BurdenSettings {
+  double resistance;
+  double reactance;
 };
 
 struct MeasurementSettings {
@@ -142,6 +159,8 @@ struct Bench {
   StatusSettings status;
   TransformerSettings transformer;
   TapChanger taps;
+  TertiarySettings tertiary;
+  BurdenSettings burden;
   UnitFaults defects;
   MeasurementSettings measurement;
   StoreSettings store;

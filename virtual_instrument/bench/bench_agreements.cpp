@@ -46,14 +46,35 @@ bool has_sound_turns(const Bench& bench) {
   return true;
 }
 
+/// By how much the present tap, or another position, changes the turns of its side.
+double tap_factor(const TapChanger& taps, int position) {
+  return 1 + (position - taps.middle) * taps.step / 100;
+}
+
+constexpr double kLeastTapFactor = 0.1;
+
+/// Whether a tenth of the high side's turns is left for the series winding at each position.
+bool has_series_winding(const Bench& bench) {
+  const TransformerSettings& settings = bench.transformer;
+  if (!settings.autotransformer) {
+    return true;
+  }
+  const double low =
+      settings.low_voltage / settings.high_voltage / (1 + settings.turns_deviation / 100);
+  const auto series = [&bench, low](int position) {
+    const double factor = tap_factor(bench.taps, position);
+    return bench.taps.side == Side::high ? factor - low : 1 - factor * low;
+  };
+  return can_be_autotransformer(settings.vector_group) &&
+         std::min(series(bench.taps.first), series(bench.taps.last)) >= kLeastTapFactor;
+}
+
 /// Whether phases fail in nothing but tests.
 bool fails_phases_of_tests(const Bench& bench) {
   return std::all_of(bench.faults.begin(), bench.faults.end(), [](const Fault& fault) {
     return fault.failed_phases == std::array<bool, 3>{} || fault.call.starts_with("kvr_Test_");
   });
 }
-
-constexpr double kLeastTapFactor = 0.1;
 
 const Agreement kAgreements[] = {
     {{"instrument.maximum_voltage", "instrument.minimum_voltage"},
@@ -74,10 +95,19 @@ const Agreement kAgreements[] = {
     {{"taps.step", "taps.first", "taps.last"},
      "expected steps that leave a tenth of the turns at each position",
      [](const Bench& bench) {
-       const auto turns = [&bench](int position) {
-         return 1 + (position - bench.taps.middle) * bench.taps.step / 100;
-       };
-       return std::min(turns(bench.taps.first), turns(bench.taps.last)) >= kLeastTapFactor;
+       return std::min(tap_factor(bench.taps, bench.taps.first),
+                       tap_factor(bench.taps, bench.taps.last)) >= kLeastTapFactor;
+     }},
+    {{"transformer.autotransformer", "transformer.vector_group", "transformer.high_voltage",
+      "transformer.low_voltage", "taps.step"},
+     "expected Ii0 or a star-star group with clock 0, and a series winding of a tenth of the turns "
+     "or "
+     "more at each tap, for an autotransformer",
+     has_series_winding},
+    {{"tertiary.voltage", "transformer.vector_group"},
+     "expected a tertiary in a three-phase unit alone",
+     [](const Bench& bench) {
+       return bench.tertiary.voltage == 0 || is_three_phase(bench.transformer.vector_group.high);
      }},
     {{"leads.reversed", "shorted_turns", "transformer.vector_group"},
      "expected limb A alone in a single-phase unit",

@@ -107,6 +107,11 @@ constexpr Named<kvr_TapChangerType> kTapChangers[] = {
     {"OLTC", KVR_TAP_CHANGER_OLTC},
 };
 
+constexpr Named<Side> kSideNames[] = {
+    {"high", Side::high},
+    {"low", Side::low},
+};
+
 constexpr Named<Conductor> kConductors[] = {
     {"copper", kCopper},
     {"aluminium", kAluminium},
@@ -269,6 +274,8 @@ std::vector<Key> keys_of(Bench& bench) {
              "V"),
       number("instrument.voltage_range", instrument.voltage_range, 1e-6, 1e9, "V"),
       number("instrument.current_range", instrument.current_range, 1e-6, 1e9, "A"),
+      number("instrument.source_resistance", instrument.source_resistance, 0, 1e6, "ohm"),
+      number("instrument.source_inductance", instrument.source_inductance, 0, 1e6, "mH"),
 
       code("connection.refused", connection.refused),
       flag("connection.lost", connection.lost),
@@ -328,9 +335,19 @@ std::vector<Key> keys_of(Bench& bench) {
       limb_fluxes("transformer.residual_flux", transformer.residual_flux, 10),
       number("transformer.remanence_excess", transformer.remanence_excess, 0, 1000, ""),
       number("transformer.capacitance", transformer.capacitance, 0, 1e6, "nF"),
+      number("transformer.winding_capacitance", transformer.winding_capacitance, 0, 1e6, "nF"),
+      flag("transformer.autotransformer", transformer.autotransformer),
+
+      number("tertiary.voltage", bench.tertiary.voltage, 0, 1e7, "V"),
+      number("tertiary.resistance", bench.tertiary.resistance, 1e-6, kHighestOhm, "ohm"),
+      number("tertiary.reactance", bench.tertiary.reactance, 0, kHighestOhm, "ohm"),
+
+      number("burden.resistance", bench.burden.resistance, 0, kHighestOhm, "ohm"),
+      number("burden.reactance", bench.burden.reactance, 0, kHighestOhm, "ohm"),
 
       named<kvr_TapChangerType>("taps.type", "\"none\", \"DETC\" or \"OLTC\"", kTapChangers,
                                 bench.taps.type),
+      named<Side>("taps.side", "\"high\" or \"low\"", kSideNames, bench.taps.side),
       whole("taps.first", bench.taps.first, 0, 1000),
       whole("taps.last", bench.taps.last, 0, 1000),
       whole("taps.middle", bench.taps.middle, 0, 1000),

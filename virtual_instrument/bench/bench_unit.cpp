@@ -19,6 +19,12 @@ double rated_limb_impedance(const TransformerSettings& settings) {
   return 3 * volts * volts / (settings.kva * 1000);
 }
 
+BuriedDelta buried_delta(const TertiarySettings& tertiary, const TransformerSettings& settings,
+                         double omega) {
+  const double high = settings.high_voltage / line_voltage_factor(settings.vector_group.high);
+  return {tertiary.voltage / high, tertiary.resistance, tertiary.reactance / omega};
+}
+
 /// Flux outside the limbs of a three-phase core.
 OutsidePath outside_path(const TransformerSettings& settings) {
   switch (settings.core_form) {
@@ -86,6 +92,11 @@ TransformerUnit make_unit(const Bench& bench) {
   unit.core = make_core(settings, omega, rated_flux(unit));
   unit.capacitance = settings.capacitance * 1e-9;
   unit.faults = bench.defects;
+  unit.is_autotransformer = settings.autotransformer;
+  unit.winding_capacitance = settings.winding_capacitance * 1e-9;
+  unit.tertiary = buried_delta(bench.tertiary, settings, omega);
+  unit.burden = {bench.burden.resistance, bench.burden.reactance / omega};
+  unit.source = {bench.instrument.source_resistance, bench.instrument.source_inductance * 1e-3};
   return unit;
 }
 

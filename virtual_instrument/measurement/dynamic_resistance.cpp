@@ -31,8 +31,16 @@ double transition_resistance(const TransformerUnit& unit, double ms) {
   return 0;
 }
 
-/// Direct current through phase A of the high side, with the low side's lines joined, so that only
-/// leakage slows it down.
+double tap_resistance(TransformerUnit unit, int position) {
+  unit.taps.position = position;
+  const Side side = unit.taps.side;
+  const TerminalPair pair = phase_pairs(unit, side).front();
+  return dc_resistance(unit_network(unit, kInputResistance), terminal_node(side, pair.plus),
+                       terminal_node(side, pair.minus));
+}
+
+/// Direct current through phase A of the side with the tap changer, with the other side's lines
+/// joined, so that only leakage slows it down.
 struct Loop {
   double inductance;  ///< H
   double source;      ///< ohm, in series with the unit
@@ -40,24 +48,15 @@ struct Loop {
 };
 
 Loop loop_of(const TransformerUnit& unit, const FamilySettings& settings) {
-  const TerminalPair pair = phase_pairs(unit, Side::high).front();
-  const double resistance =
-      dc_resistance(unit_network(unit, kInputResistance), terminal_node(Side::high, pair.plus),
-                    terminal_node(Side::high, pair.minus));
-  const double low = unit.windings[Side::low].leakage_inductance;
-  const double turns = turns_ratio(unit);
+  const Side side = unit.taps.side;
+  const double resistance = tap_resistance(unit, unit.taps.position);
+  const double other = unit.windings[other_side(side)].leakage_inductance;
+  const double turns = side == Side::high ? turns_ratio(unit) : 1 / turns_ratio(unit);
   Loop loop{};
-  loop.inductance = unit.windings[Side::high].leakage_inductance + low * turns * turns;
+  loop.inductance = unit.windings[side].leakage_inductance + other * turns * turns;
   loop.voltage = settings.direct_voltage;
   loop.source = std::max(0.0, settings.direct_voltage / settings.direct_current - resistance);
   return loop;
-}
-
-double tap_resistance(TransformerUnit unit, int position) {
-  unit.taps.position = position;
-  const TerminalPair pair = phase_pairs(unit, Side::high).front();
-  return dc_resistance(unit_network(unit, kInputResistance), terminal_node(Side::high, pair.plus),
-                       terminal_node(Side::high, pair.minus));
 }
 
 /// One step of the current over kSampleMs, by the exact solution of a constant circuit.

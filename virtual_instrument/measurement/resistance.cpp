@@ -97,9 +97,14 @@ double settling_time(const DirectCircuit& circuit) {
   return circuit.charging_time + natural_logarithm_of_settled() * circuit.time_constant;
 }
 
+/// The tap's position on the side of the tap changer; 1 on the other.
+int position_on(const TransformerUnit& unit, Side side) {
+  return side == unit.taps.side ? unit.taps.position : 1;
+}
+
 ResistanceTap read_tap(const TransformerUnit& unit, const FamilySettings& settings, Side side,
                        Bridge& bridge, double& seconds) {
-  ResistanceTap tap{side == Side::high ? unit.taps.position : 1, {}};
+  ResistanceTap tap{position_on(unit, side), {}};
   for (const TerminalPair& pair : phase_pairs(unit, side)) {
     const DirectCircuit circuit = direct_circuit(unit, settings, side, pair);
     tap.points.push_back(bridge.read(circuit, side, pair, settling_time(circuit)));
@@ -115,20 +120,22 @@ ResistanceTest resistance_test(const TransformerUnit& unit, const FamilySettings
   ResistanceTest test{};
   double seconds = 0;
   TransformerUnit stepped = unit;
-  const bool has_taps = unit.taps.type != KVR_TAP_CHANGER_NONE;
-  const int first = has_taps ? unit.taps.first : unit.taps.position;
-  const int last = has_taps ? unit.taps.last : unit.taps.position;
-  for (int position = first; position <= last; ++position) {
-    stepped.taps.position = position;
-    ResistanceTap tap = read_tap(stepped, settings, Side::high, bridge, seconds);
-    // Only for a changer that works under load does the test record the transition.
-    if (position > first && unit.taps.type == KVR_TAP_CHANGER_OLTC) {
-      tap.points.front().transition =
-          kvr_TestData_Transition{KVR_RES_OK, position - 1, position, {}};
+  for (const Side side : kSides) {
+    const bool has_taps = unit.taps.type != KVR_TAP_CHANGER_NONE && side == unit.taps.side;
+    const int first = has_taps ? unit.taps.first : unit.taps.position;
+    const int last = has_taps ? unit.taps.last : unit.taps.position;
+    for (int position = first; position <= last; ++position) {
+      stepped.taps.position = position;
+      ResistanceTap tap = read_tap(stepped, settings, side, bridge, seconds);
+      // Only for a changer that works under load does the test record the transition.
+      if (position > first && unit.taps.type == KVR_TAP_CHANGER_OLTC) {
+        tap.points.front().transition =
+            kvr_TestData_Transition{KVR_RES_OK, position - 1, position, {}};
+      }
+      test.sides[index(side)].push_back(tap);
     }
-    test.sides[index(Side::high)].push_back(tap);
+    stepped.taps.position = unit.taps.position;
   }
-  test.sides[index(Side::low)].push_back(read_tap(unit, settings, Side::low, bridge, seconds));
   test.duration_ms = milliseconds(seconds);
   return test;
 }
@@ -139,7 +146,7 @@ ResistanceTest continuous_resistance_test(const TransformerUnit& unit,
   Bridge bridge(settings);
   const TerminalPair pair = phase_pairs(unit, Side::high).front();
   const DirectCircuit circuit = direct_circuit(unit, settings, Side::high, pair);
-  ResistanceTap tap{unit.taps.position, {}};
+  ResistanceTap tap{position_on(unit, Side::high), {}};
   for (int number = 1; number <= count; ++number) {
     tap.points.push_back(bridge.read(circuit, Side::high, pair, number * interval));
   }
@@ -159,7 +166,7 @@ ResistanceTest heat_run_test(TransformerUnit unit, const FamilySettings& setting
   ResistanceTest test{milliseconds(count * interval), {}};
   for (const Side side : kSides) {
     const TerminalPair pair = phase_pairs(unit, side).front();
-    ResistanceTap tap{side == Side::high ? unit.taps.position : 1, {}};
+    ResistanceTap tap{position_on(unit, side), {}};
     for (int number = 1; number <= count; ++number) {
       unit.temperature = temperature_at(curve, number * interval);
       // The source was on before the first reading, so only the temperature still changes.

@@ -1,5 +1,7 @@
 #include "virtual_instrument/model/harmonic_circuit.h"
 
+#include <utility>
+
 #include "virtual_instrument/model/index.h"
 
 namespace virtual_instrument {
@@ -15,26 +17,54 @@ void join(SquareMatrix<Complex>& cells, std::size_t row, int unknown, double sig
   }
 }
 
+void add_admittance(SquareMatrix<Complex>& cells, int from, int to, Complex admittance) {
+  for (const int node : {from, to}) {
+    if (node != kDriven) {
+      cells(index(node), index(node)) += admittance;
+    }
+  }
+  if (from != kDriven && to != kDriven) {
+    cells(index(from), index(to)) -= admittance;
+    cells(index(to), index(from)) -= admittance;
+  }
+}
+
 }  // namespace
 
 HarmonicCircuit::HarmonicCircuit(const Network& network, const std::vector<VoltageSource>& sources,
                                  int harmonic, double omega)
-    : network_(network), unknown_(network.node_conductance.size(), 0) {
+    : network_(network),
+      unknown_(network.node_conductance.size(), 0),
+      known_(network.node_conductance.size(), 0) {
+  const Complex impedance(network.source.resistance, omega * network.source.inductance);
+  const Complex source_admittance = impedance == Complex(0) ? 0 : reciprocal(impedance);
+  const auto fixes_voltage = [&source_admittance](const VoltageSource& source) {
+    return source_admittance == Complex(0) || is_return(source);
+  };
   for (const VoltageSource& source : sources) {
-    unknown_[index(source.node)] = kDriven;
+    unknown_[index(source.node)] = fixes_voltage(source) ? kDriven : 0;
   }
   std::size_t nodes = 0;
   for (int& unknown : unknown_) {
     unknown = unknown == kDriven ? kDriven : static_cast<int>(nodes++);
   }
   branch_start_ = nodes;
-  const LinearEquations<Complex> equations(matrix(omega));
-  known_.assign(unknown_.size(), 0);
-  if (harmonic == 1) {
-    for (const VoltageSource& source : sources) {
-      known_[index(source.node)] = source.voltage;
+  SquareMatrix<Complex> cells = matrix(omega);
+  std::vector<Complex> side(size());
+  for (const VoltageSource& source : sources) {
+    const Complex voltage = harmonic == 1 ? source.voltage : 0;
+    if (fixes_voltage(source)) {
+      known_[index(source.node)] = voltage;
+    } else {
+      const std::size_t row = index(unknown_[index(source.node)]);
+      cells(row, row) += source_admittance;
+      side[row] += source_admittance * voltage;
     }
-    source_ = equations.solve(source_side());
+  }
+  const LinearEquations<Complex> equations(std::move(cells));
+  if (harmonic == 1) {
+    add_known_voltages(side, omega);
+    source_ = equations.solve(side);
   } else {
     source_.assign(size(), 0);
   }
@@ -67,6 +97,10 @@ SquareMatrix<Complex> HarmonicCircuit::matrix(double omega) const {
       cells(index(unknown_[node]), index(unknown_[node])) = node_admittance(network_, node, omega);
     }
   }
+  for (const Capacitor& capacitor : network_.capacitors) {
+    add_admittance(cells, unknown_[index(capacitor.from)], unknown_[index(capacitor.to)],
+                   admittance(capacitor, omega));
+  }
   for (std::size_t number = 0; number < network_.branches.size(); ++number) {
     const Branch& branch = network_.branches[number];
     const std::size_t row = branch_start_ + number;
@@ -78,13 +112,20 @@ SquareMatrix<Complex> HarmonicCircuit::matrix(double omega) const {
   return cells;
 }
 
-std::vector<Complex> HarmonicCircuit::source_side() const {
-  std::vector<Complex> side(size());
+/// Adds what the sources do as far as they fix voltages of nodes.
+void HarmonicCircuit::add_known_voltages(std::vector<Complex>& side, double omega) const {
+  for (const Capacitor& capacitor : network_.capacitors) {
+    for (const auto& [node, other] :
+         {std::pair(capacitor.from, capacitor.to), std::pair(capacitor.to, capacitor.from)}) {
+      if (unknown_[index(node)] != kDriven) {
+        side[index(unknown_[index(node)])] += admittance(capacitor, omega) * known_[index(other)];
+      }
+    }
+  }
   for (std::size_t number = 0; number < network_.branches.size(); ++number) {
     const Branch& branch = network_.branches[number];
     side[branch_start_ + number] = known_[index(branch.to)] - known_[index(branch.from)];
   }
-  return side;
 }
 
 std::vector<Complex> HarmonicCircuit::flux_side(std::size_t limb, double omega) const {

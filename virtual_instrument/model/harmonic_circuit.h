@@ -32,7 +32,7 @@ class HarmonicCircuit {
  private:
   std::size_t size() const;
   SquareMatrix<Complex> matrix(double omega) const;
-  std::vector<Complex> source_side() const;
+  void add_known_voltages(std::vector<Complex>& side, double omega) const;
   std::vector<Complex> flux_side(std::size_t limb, double omega) const;
   Complex force(const std::vector<Complex>& solution, int limb) const;
   Complex combined(std::size_t unknown, const LimbFluxes& flux) const;

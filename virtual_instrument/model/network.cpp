@@ -5,6 +5,12 @@
 
 namespace virtual_instrument {
 
+bool is_return(const VoltageSource& source) { return source.voltage == Complex(0); }
+
+Complex admittance(const Capacitor& capacitor, double omega) {
+  return {0, omega * capacitor.capacitance};
+}
+
 Complex node_admittance(const Network& network, std::size_t node, double omega) {
   return {network.node_conductance[node], omega * network.node_capacitance[node]};
 }

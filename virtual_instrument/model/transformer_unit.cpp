@@ -1,5 +1,6 @@
 #include "virtual_instrument/model/transformer_unit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <numbers>
@@ -15,14 +16,35 @@ constexpr double kJumperResistance = 1e-6;
 /// Gives a terminal without a lead a defined potential.
 constexpr double kInsulationConductance = 1e-11;
 
+/// Turns of a side in units of a limb winding of the high side at the middle tap. `tap` is the
+/// factor by which the present tap changes those of its side.
+double side_turns(const TransformerUnit& unit, Side side, double tap) {
+  const double tapped = side == unit.taps.side ? tap : 1;
+  return side == Side::high ? tapped
+                            : tapped / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
+}
+
 double tap_factor(const TransformerUnit& unit) {
   return 1 + (unit.taps.position - unit.taps.middle) * unit.taps.step / 100;
 }
 
-/// Turns of a limb winding in units of the high side's at the middle tap.
 double relative_turns(const TransformerUnit& unit, Side side) {
-  return side == Side::high ? tap_factor(unit)
-                            : 1 / (rated_turns_ratio(unit) * (1 + unit.turns_deviation / 100));
+  return side_turns(unit, side, tap_factor(unit));
+}
+
+/// Turns of a side's own limb winding: of an autotransformer's high side, the series winding.
+double winding_turns(const TransformerUnit& unit, Side side, double tap) {
+  const bool is_series = unit.is_autotransformer && side == Side::high;
+  return side_turns(unit, side, tap) - (is_series ? side_turns(unit, Side::low, tap) : 0);
+}
+
+/// The turns now, as a fraction of those at the middle tap.
+double turns_in_use(const TransformerUnit& unit, Side side) {
+  const bool is_series = unit.is_autotransformer && side == Side::high;
+  if (!is_series) {
+    return side == unit.taps.side ? tap_factor(unit) : 1;
+  }
+  return winding_turns(unit, side, tap_factor(unit)) / winding_turns(unit, side, 1);
 }
 
 Branch winding_branch(const TransformerUnit& unit, Side side, int limb, double turns) {
@@ -62,15 +84,16 @@ void add_windings(Network& network, const TransformerUnit& unit, Side side,
                   const std::vector<PhaseWinding>& windings) {
   for (std::size_t phase = 0; phase < windings.size(); ++phase) {
     const PhaseWinding& winding = windings[phase];
-    const double tap = side == Side::high ? tap_factor(unit) : 1;
-    Branch branch =
-        winding_branch(unit, side, winding.limb, tap * sound_part(unit, side, winding.limb));
+    Branch branch = winding_branch(unit, side, winding.limb,
+                                   turns_in_use(unit, side) * sound_part(unit, side, winding.limb));
     branch.from = terminal_node(side, winding.terminals.plus);
-    branch.to = terminal_node(side, winding.terminals.minus);
+    branch.to = unit.is_autotransformer && side == Side::high
+                    ? terminal_node(Side::low, winding.terminals.plus)
+                    : terminal_node(side, winding.terminals.minus);
     for (int limb = 0; limb < 3; ++limb) {
-      branch.turns[index(limb)] = direction(unit, side, phase, winding, limb) *
-                                  winding.turns[index(limb)] * relative_turns(unit, side) *
-                                  sound_part(unit, side, limb);
+      branch.turns[index(limb)] =
+          direction(unit, side, phase, winding, limb) * winding.turns[index(limb)] *
+          winding_turns(unit, side, tap_factor(unit)) * sound_part(unit, side, limb);
     }
     network.branches.push_back(branch);
   }
@@ -79,11 +102,71 @@ void add_windings(Network& network, const TransformerUnit& unit, Side side,
 void add_shorted_turns(Network& network, const TransformerUnit& unit, const ShortedTurns& fault) {
   Branch branch = winding_branch(unit, fault.side, fault.limb, fault.fraction);
   branch.resistance += fault.resistance;
-  branch.turns[index(fault.limb)] = fault.fraction * relative_turns(unit, fault.side);
+  branch.turns[index(fault.limb)] =
+      fault.fraction * winding_turns(unit, fault.side, tap_factor(unit));
   network.branches.push_back(branch);
 }
 
+/// The two sides of an autotransformer end at the same point.
+void join_sides(Network& network, const TransformerUnit& unit) {
+  const int end = is_three_phase(unit.group.high) ? 0 : 2;
+  Branch branch{};
+  branch.from = terminal_node(Side::high, end);
+  branch.to = terminal_node(Side::low, end);
+  branch.resistance = kJumperResistance;
+  network.branches.push_back(branch);
+}
+
+void add_tertiary(Network& network, const TransformerUnit& unit) {
+  Branch branch{};  // a closed loop
+  branch.resistance = 3 * unit.tertiary.resistance *
+                      heating_factor(unit.conductor, unit.reference_temperature, unit.temperature);
+  branch.inductance = 3 * unit.tertiary.leakage_inductance;
+  branch.turns = {unit.tertiary.turns, unit.tertiary.turns, unit.tertiary.turns};
+  network.branches.push_back(branch);
+}
+
+void add_burden(Network& network, const TransformerUnit& unit, TerminalPair pair) {
+  Branch branch = jumper(Side::low, pair);
+  branch.resistance = std::max(branch.resistance, unit.burden.resistance);
+  branch.inductance = unit.burden.inductance;
+  network.branches.push_back(branch);
+}
+
+/// What only some units have.
+void add_extras(Network& network, const TransformerUnit& unit) {
+  if (unit.is_autotransformer) {
+    join_sides(network, unit);
+  }
+  if (unit.tertiary.turns > 0) {
+    add_tertiary(network, unit);
+  }
+  if (unit.burden.resistance > 0 || unit.burden.inductance > 0) {
+    const kvr_WindingType type = winding_type(unit.group, Side::low);
+    for (const TerminalPair& pair : terminal_pairs(type)) {
+      if (!has_neutral(type) || pair.minus == 0) {
+        add_burden(network, unit, pair);
+      }
+    }
+  }
+  for (int terminal = 0; unit.winding_capacitance > 0 && terminal < 4; ++terminal) {
+    if (lead_connected(unit, Side::high, terminal) && lead_connected(unit, Side::low, terminal)) {
+      network.capacitors.push_back({terminal_node(Side::high, terminal),
+                                    terminal_node(Side::low, terminal), unit.winding_capacitance});
+    }
+  }
+  network.source = unit.source;
+}
+
 }  // namespace
+
+bool can_be_autotransformer(const WindingGroup& group) {
+  const auto is_star = [](kvr_WindingType type) {
+    return type == KVR_WINDING_Y || type == KVR_WINDING_YN;
+  };
+  return group.clock == 0 &&
+         (!is_three_phase(group.high) || (is_star(group.high) && is_star(group.low)));
+}
 
 double rated_turns_ratio(const TransformerUnit& unit) {
   return unit.rated_voltage[Side::high] / unit.rated_voltage[Side::low] * turns_factor(unit.group);
@@ -130,6 +213,7 @@ Network unit_network(const TransformerUnit& unit, double input_resistance) {
   for (const ShortedTurns& fault : unit.faults.shorted_turns) {
     add_shorted_turns(network, unit, fault);
   }
+  add_extras(network, unit);
   return network;
 }
 
@@ -158,7 +242,7 @@ kvr_TestSetup nameplate_setup(const TransformerUnit& unit) {
     winding.tap_changer = KVR_TAP_CHANGER_NONE;
     winding.winding_setting = 1;
   }
-  setup.windings[index(Side::high)].tap_changer = unit.taps.type;
+  setup.windings[index(unit.taps.side)].tap_changer = unit.taps.type;
   setup.windings[2].winding_setting = 1;
   setup.connection_type = kConnectionHToX;
   setup.connections[0].clock = unit.group.clock;

@@ -35,6 +35,15 @@ struct TapChanger {
   int position;                  ///< at present
   double step;                   ///< percent of the turns, added from one position to the next
   double transition_resistance;  ///< ohm, across the contacts while they move
+  Side side = Side::high;
+};
+
+/// A third winding in delta that is not led out. It carries what the three limbs have in common:
+/// zero-sequence current, and harmonics of multiples of three.
+struct BuriedDelta {
+  double turns = 0;  ///< of a limb winding, in units of the high side's; 0 without such a winding
+  double resistance = 0;          ///< ohm, of each limb winding, at the reference temperature
+  double leakage_inductance = 0;  ///< H, of each limb winding
 };
 
 /// Turns that touch each other and form a closed loop.
@@ -64,11 +73,23 @@ struct TransformerUnit {
   double reference_temperature;  ///< degrees C
   double temperature;            ///< degrees C, present temperature of the windings
   double impedance_percent;      ///< on the nameplate; 0 if it has none
-  TapChanger taps;               ///< of the high side
-  Core core;                     ///< seen from a limb winding of the high side, middle tap
-  double capacitance;            ///< F, from each connected terminal to earth
+  TapChanger taps;
+  Core core;           ///< seen from a limb winding of the high side, middle tap
+  double capacitance;  ///< F, from each connected terminal to earth
   UnitFaults faults;
+  /// The low side's winding is a part of the high side's, and the `windings` of the high side are
+  /// those of the rest, the series winding.
+  bool is_autotransformer = false;
+  double winding_capacitance = 0;  ///< F, between terminals of the two sides with the same number
+  BuriedDelta tertiary{};
+  /// On each pair of the low side's terminals that has a phase voltage; none if both are 0.
+  SeriesElement burden{};
+  SeriesElement source{};  ///< of the instrument that feeds the unit
 };
+
+/// Whether there are autotransformers of this group: both sides in star, or of one phase, without a
+/// phase shift.
+bool can_be_autotransformer(const WindingGroup& group);
 
 /// A node of the unit's network.
 inline int terminal_node(Side side, int terminal) {

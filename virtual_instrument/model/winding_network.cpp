@@ -113,6 +113,12 @@ class PeriodicSolver {
     for (std::size_t h = 0; h < sum.size(); ++h) {
       const double omega = 2 * std::numbers::pi * frequency_ * static_cast<double>(h);
       sum[h] = node_admittance(network_, index(node), omega) * state.node_voltage[index(node)][h];
+      for (const Capacitor& capacitor : network_.capacitors) {
+        const double sign = (capacitor.from == node ? 1 : 0) - (capacitor.to == node ? 1 : 0);
+        sum[h] += sign * admittance(capacitor, omega) *
+                  (state.node_voltage[index(capacitor.from)][h] -
+                   state.node_voltage[index(capacitor.to)][h]);
+      }
       for (std::size_t number = 0; number < network_.branches.size(); ++number) {
         const Branch& branch = network_.branches[number];
         const double sign = (branch.from == node ? 1 : 0) - (branch.to == node ? 1 : 0);

@@ -88,6 +88,8 @@ instrument.maximum_current: a number from 1e-06 to 1e+06 A
 instrument.maximum_induced_voltage: a number from 1e-06 to 1e+09 V
 instrument.voltage_range: a number from 1e-06 to 1e+09 V
 instrument.current_range: a number from 1e-06 to 1e+09 A
+instrument.source_resistance: a number from 0 to 1e+06 ohm
+instrument.source_inductance: a number from 0 to 1e+06 mH
 connection.refused: the name or the number of a code
 connection.lost: true or false
 connection.lost_after: a number from 0 to 1e+06 s
@@ -135,7 +137,15 @@ transformer.saturated_reactance: a number from 1e-06 to 1e+12 ohm
 transformer.residual_flux: a number from -10 to 10 per unit, or three of them
 transformer.remanence_excess: a number from 0 to 1000
 transformer.capacitance: a number from 0 to 1e+06 nF
+transformer.winding_capacitance: a number from 0 to 1e+06 nF
+transformer.autotransformer: true or false
+tertiary.voltage: a number from 0 to 1e+07 V
+tertiary.resistance: a number from 1e-06 to 1e+12 ohm
+tertiary.reactance: a number from 0 to 1e+12 ohm
+burden.resistance: a number from 0 to 1e+12 ohm
+burden.reactance: a number from 0 to 1e+12 ohm
 taps.type: "none", "DETC" or "OLTC"
+taps.side: "high" or "low"
 taps.first: a whole number from 0 to 1000
 taps.last: a whole number from 0 to 1000
 taps.middle: a whole number from 0 to 1000
@@ -194,7 +204,7 @@ TEST(BenchKeys, TakeNumbersUpToTheirLimitsAndNoFurther) {
       ++numbers;
     }
   }
-  EXPECT_EQ(numbers, 42);
+  EXPECT_EQ(numbers, 50);
 }
 
 TEST(BenchKeys, TakeANumberForEachLimb) {
