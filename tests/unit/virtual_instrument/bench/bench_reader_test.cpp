@@ -55,9 +55,9 @@ TEST(BenchReader, EveryShippedBenchIsRead) {
     text << file.rdbuf();
     EXPECT_THAT(read(text.str()).problems, IsEmpty()) << names.back();
   }
-  EXPECT_THAT(names,
-              testing::UnorderedElementsAre("default.toml", "single-phase.toml", "dyn11.toml",
-                                            "current-transformer.toml", "faulty-unit.toml"));
+  EXPECT_THAT(names, testing::UnorderedElementsAre("autotransformer.toml", "default.toml",
+                                                   "single-phase.toml", "dyn11.toml",
+                                                   "current-transformer.toml", "faulty-unit.toml"));
 }
 
 TEST(BenchReader, TheBuiltInBenchIsHealthy) {
