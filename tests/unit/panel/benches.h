@@ -17,8 +17,8 @@ inline std::string random_bench(std::uint32_t seed) {
   const double kva = pick(1, 500);
   const double impedance = high * high / (kva * 1000);
   const double ratio = pick(1, 40);
-  std::string text =
-      "[transformer]\nvector_group = \"" + std::string(groups[random() % 12]) + "\"\n";
+  const std::string group = groups[random() % 12];
+  std::string text = "[transformer]\nvector_group = \"" + group + "\"\n";
   const auto set = [&text](const char* key, double value) {
     text += std::string(key) + " = " + std::to_string(value) + "\n";
   };
@@ -36,9 +36,29 @@ inline std::string random_bench(std::uint32_t seed) {
   set("temperature", pick(-10, 90));
   text += random() % 4 == 0 ? "saturation = false\n" : "";
   text += random() % 3 == 0 ? "residual_flux = 0.4\n" : "";
+  const bool can_be_autotransformer = (group == "YNyn0" || group == "Ii0") && ratio > 1.3;
+  text += can_be_autotransformer && random() % 2 == 0 ? "autotransformer = true\n" : "";
+  text += random() % 4 == 0 ? "winding_capacitance = 1.0\n" : "";
   text += "[taps]\ntype = \"" + std::string(random() % 2 == 0 ? "OLTC" : "none") +
           "\"\nfirst = 1\nlast = 5\nmiddle = 3\nposition = 2\nstep = 2.5\ntransition_resistance = "
           "5.0\n";
+  text += random() % 4 == 0 ? "side = \"low\"\n" : "";
+  if (group.find_first_of("DYZ") == 0 && random() % 4 == 0) {
+    text += "[tertiary]\n";
+    set("voltage", high / 5);
+    set("resistance", impedance * 0.001);
+    set("reactance", impedance * 0.004);
+  }
+  if (random() % 6 == 0) {
+    text += "[burden]\n";
+    set("resistance", impedance * 20 / (ratio * ratio));
+    set("reactance", impedance * 10 / (ratio * ratio));
+  }
+  if (random() % 6 == 0) {
+    text += "[instrument]\n";
+    set("source_resistance", impedance * 0.01);
+    set("source_inductance", impedance * 0.05);
+  }
   text += random() % 5 == 0 ? "[leads]\nopen = [\"H1\"]\n" : "";
   return text + "[measurement]\nduration = 0.0\n";
 }

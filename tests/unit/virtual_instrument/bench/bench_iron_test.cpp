@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "virtual_instrument/bench/bench_reader.h"
-#include "virtual_instrument/bench/bench_unit.h"
+#include "unit/virtual_instrument/bench/units_of_benches.h"
 #include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
 #include "virtual_instrument/model/equivalent_circuit.h"
@@ -17,12 +16,6 @@
 
 namespace virtual_instrument {
 namespace {
-
-TransformerUnit unit_of(const std::string& keys) {
-  const BenchReading reading = read_bench("[transformer]\n" + keys, "b.toml", built_in_bench());
-  EXPECT_TRUE(reading.problems.empty()) << keys;
-  return make_unit(reading.bench);
-}
 
 constexpr const char* kLinear = "saturation = false\n";
 
@@ -184,14 +177,15 @@ TEST(Bank, IsThreeSinglePhaseUnits) {
   }
 }
 
-struct Fault {
+struct ShortedUnit {
   std::string keys;
   double volts;
 };
 
 TEST(ShortedTurns, LeaveTheSoundPhasesTheirExcitingCurrent) {
-  for (const Fault& fault : {Fault{kLinear, 100}, Fault{"", 100}, Fault{"", kRated},
-                             Fault{"zero_sequence_impedance = 50\n", 100}}) {
+  for (const ShortedUnit& fault :
+       {ShortedUnit{kLinear, 100}, ShortedUnit{"", 100}, ShortedUnit{"", kRated},
+        ShortedUnit{"zero_sequence_impedance = 50\n", 100}}) {
     const TransformerUnit sound = unit_of(fault.keys);
     TransformerUnit faulty = sound;
     faulty.faults.shorted_turns = {{Side::low, 0, 0.02, 0.001}};

@@ -10,8 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "virtual_instrument/bench/bench_reader.h"
-#include "virtual_instrument/bench/bench_unit.h"
+#include "unit/virtual_instrument/bench/units_of_benches.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
 
 // The pictures of docs/virtual-instrument-model.md are drawn from the model itself, from the unit
@@ -34,10 +33,6 @@ std::string text(const char* format, const Values&... values) {
 
 std::string words(double x, double y, const std::string& said) {
   return text("<text x=\"%.0f\" y=\"%.0f\">", x, y) + said + "</text>\n";
-}
-
-TransformerUnit unit_of(const std::string& keys) {
-  return make_unit(read_bench("[transformer]\n" + keys, "b.toml", built_in_bench()).bench);
 }
 
 // ---- the loop

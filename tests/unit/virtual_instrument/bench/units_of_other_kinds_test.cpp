@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "virtual_instrument/bench/bench_reader.h"
-#include "virtual_instrument/bench/bench_unit.h"
+#include "unit/virtual_instrument/bench/units_of_benches.h"
 #include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
+#include "virtual_instrument/model/equivalent_circuit.h"
 
 // Autotransformers, a buried delta, a burden, capacitance between the windings, taps of the low
 // side and a source that is not stiff, against the circuit of each on paper.
@@ -30,12 +30,6 @@ BenchReading reading_of(const std::string& text) {
   return read_bench(text, "b.toml", built_in_bench());
 }
 
-TransformerUnit unit_of(const std::string& text) {
-  const BenchReading reading = reading_of(text);
-  EXPECT_EQ(reading.problems, std::vector<std::string>{});
-  return make_unit(reading.bench);
-}
-
 PeriodicState excite(const Network& network, Side side, TerminalPair pair, double volts) {
   return solve_network(network, pair_sources(side, pair, volts), 50);
 }
@@ -49,7 +43,7 @@ void expect_near(Complex seen, Complex expected, double fraction) {
 }
 
 TEST(Autotransformer, HasTheRatioOfItsVoltagesAndWindingsInSeries) {
-  const TransformerUnit unit = unit_of(kSinglePhase + "autotransformer = true\n");
+  const TransformerUnit unit = unit_of_bench(kSinglePhase + "autotransformer = true\n");
   const Network network = unit_network(unit, kInputResistance);
   for (const Side side : kSides) {
     const PeriodicState state = excite(network, side, {1, 2}, 100);
@@ -64,7 +58,7 @@ TEST(Autotransformer, HasTheRatioOfItsVoltagesAndWindingsInSeries) {
 }
 
 TEST(Autotransformer, HasTheShortCircuitImpedanceOfItsSeriesWindingAgainstTheCommonOne) {
-  const TransformerUnit unit = unit_of(kSinglePhase + "autotransformer = true\n");
+  const TransformerUnit unit = unit_of_bench(kSinglePhase + "autotransformer = true\n");
   Network network = unit_network(unit, kInputResistance);
   network.branches.push_back(jumper(Side::low, {1, 2}));
   const PeriodicState state = excite(network, Side::high, {1, 2}, 10);
@@ -74,7 +68,7 @@ TEST(Autotransformer, HasTheShortCircuitImpedanceOfItsSeriesWindingAgainstTheCom
 }
 
 TEST(Autotransformer, OfThreePhasesJoinsItsNeutrals) {
-  const TransformerUnit unit = unit_of(
+  const TransformerUnit unit = unit_of_bench(
       "[transformer]\nautotransformer = true\nhigh_voltage = 1000\nlow_voltage = 400\n"
       "[taps]\nfirst = 1\nlast = 5\nmiddle = 3\nposition = 4\nstep = 2\n");
   const Network network = unit_network(unit, kInputResistance);
@@ -134,9 +128,9 @@ TEST(BuriedDelta, CarriesZeroSequenceCurrent) {
       "magnetizing_reactance = 1e9\n";
   const std::string delta = "[tertiary]\nvoltage = 400\nresistance = 0.02\nreactance = 0.06\n";
   const double turns = 2400 / std::numbers::sqrt3 / 400;
-  expect_near(zero_sequence_impedance(unit_of(bank + delta)),
+  expect_near(zero_sequence_impedance(unit_of_bench(bank + delta)),
               Complex(0.45 + turns * turns * 0.02, 0.75 + turns * turns * 0.06), 1e-4);
-  EXPECT_GT(std::abs(zero_sequence_impedance(unit_of(bank))), 1e8);
+  EXPECT_GT(std::abs(zero_sequence_impedance(unit_of_bench(bank))), 1e8);
   EXPECT_EQ(reading_of("[transformer]\nvector_group = \"Ii0\"\n[tertiary]\nvoltage = 1\n").problems,
             std::vector<std::string>{
                 "b.toml:4: tertiary.voltage: expected a tertiary in a three-phase unit alone"});
@@ -150,12 +144,13 @@ TEST(BuriedDelta, TakesThirdHarmonicsOutOfTheLines) {
     return magnitude(state.source_current[3][3]);  // in the neutral
   };
   const std::string bank = "[transformer]\ncore_form = \"bank\"\n";
-  EXPECT_LT(third_harmonic(unit_of(bank + "[tertiary]\nvoltage = 400\nresistance = 1e-3\n")),
-            0.1 * third_harmonic(unit_of(bank)));
+  EXPECT_LT(third_harmonic(unit_of_bench(bank + "[tertiary]\nvoltage = 400\nresistance = 1e-3\n")),
+            0.1 * third_harmonic(unit_of_bench(bank)));
 }
 
 TEST(Burden, LowersTheVoltageOfTheLowSideByWhatItsCurrentDropsInTheWindings) {
-  const TransformerUnit unit = unit_of(kSinglePhase + "[burden]\nresistance = 8\nreactance = 6\n");
+  const TransformerUnit unit =
+      unit_of_bench(kSinglePhase + "[burden]\nresistance = 8\nreactance = 6\n");
   const PeriodicState state =
       excite(unit_network(unit, kInputResistance), Side::high, {1, 2}, 1000);
   const Complex burden(8, 6);
@@ -169,8 +164,8 @@ TEST(Burden, IsOnEachPhaseOfAThreePhaseUnit) {
        {std::pair("YNyn0", std::vector<TerminalPair>{{1, 0}, {2, 0}, {3, 0}}),
         std::pair("Dy11", std::vector<TerminalPair>{{1, 3}, {2, 1}, {3, 2}})}) {
     const Network network =
-        unit_network(unit_of("[transformer]\nvector_group = \"" + std::string(group) +
-                             "\"\n[burden]\nresistance = 7\nreactance = 0.1\n"),
+        unit_network(unit_of_bench("[transformer]\nvector_group = \"" + std::string(group) +
+                                   "\"\n[burden]\nresistance = 7\nreactance = 0.1\n"),
                      kInputResistance);
     std::vector<TerminalPair> found;
     for (const Branch& branch : network.branches) {
@@ -185,18 +180,18 @@ TEST(Burden, IsOnEachPhaseOfAThreePhaseUnit) {
 }
 
 TEST(WindingCapacitance, TakesACurrentThatTheWindingsCarryToo) {
-  const TransformerUnit unit = unit_of(kSinglePhase + "winding_capacitance = 1000\n");
+  const TransformerUnit unit = unit_of_bench(kSinglePhase + "winding_capacitance = 1000\n");
   const PeriodicState state = excite(unit_network(unit, 1e15), Side::high, {1, 2}, 1000);
   // Both capacitances in series, between windings whose voltages differ by 0.6 of the high one.
   const Complex expected(0, kOmega * 0.5e-6 * 0.6 * 0.6 * 1000 * std::numbers::sqrt2);
   expect_near(state.source_current[0][1], expected, 1e-3);
   const TransformerUnit open =
-      unit_of(kSinglePhase + "winding_capacitance = 1000\n[leads]\nopen = [\"X1\"]\n");
+      unit_of_bench(kSinglePhase + "winding_capacitance = 1000\n[leads]\nopen = [\"X1\"]\n");
   EXPECT_EQ(unit_network(open, 1e15).capacitors.size(), 1U);
 }
 
 TEST(Source, LosesVoltageInItsOwnImpedance) {
-  const TransformerUnit unit = unit_of(
+  const TransformerUnit unit = unit_of_bench(
       "[transformer]\nvector_group = \"Ii0\"\nhigh_voltage = 1000\nlow_voltage = 400\n"
       "frequency = 50\n[instrument]\nsource_resistance = 40\nsource_inductance = 200\n");
   const PeriodicState state =
@@ -214,7 +209,7 @@ const std::string kTaps =
     "step = 5\ntransition_resistance = 2\n";
 
 TEST(TapsOfTheLowSide, ChangeItsTurnsAndResistance) {
-  const TransformerUnit unit = unit_of(kSinglePhase + kTaps);
+  const TransformerUnit unit = unit_of_bench(kSinglePhase + kTaps);
   EXPECT_NEAR(turns_ratio(unit), 2.5 / 1.05, 1e-12);
   EXPECT_NEAR(rated_turns_ratio(unit), 2.5, 1e-12);
   const Network network = unit_network(unit, kInputResistance);
@@ -228,7 +223,7 @@ TEST(TapsOfTheLowSide, ChangeItsTurnsAndResistance) {
 }
 
 TEST(TapsOfTheLowSide, AreSteppedThroughThere) {
-  const TransformerUnit unit = unit_of(kSinglePhase + kTaps);
+  const TransformerUnit unit = unit_of_bench(kSinglePhase + kTaps);
   const FamilySettings settings = family_settings(50);
   const ResistanceTest test = resistance_test(unit, settings);
   ASSERT_EQ(test.sides[0].size(), 1U);
