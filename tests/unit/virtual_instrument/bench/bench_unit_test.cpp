@@ -47,7 +47,7 @@ TransformerSettings saturating() {
   return settings;
 }
 
-TransformerUnit unit_of(const TransformerSettings& settings) {
+TransformerUnit unit_with(const TransformerSettings& settings) {
   Bench bench = built_in_bench();
   bench.transformer = settings;
   return make_unit(bench);
@@ -81,7 +81,7 @@ struct Reading {
 
 Reading read(const TransformerSettings& settings, Side side, double voltage,
              double frequency = 60) {
-  const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), side, voltage, frequency));
+  const PeriodWaveforms waves = waveforms_of(excite(unit_with(settings), side, voltage, frequency));
   const auto phasor = [](const std::vector<double>& channel) {
     return fundamental(channel, kFinestSteps);
   };
@@ -95,11 +95,11 @@ double ratio_error(const Reading& reading) {
 
 TEST(BenchUnit, HasTheMetalAndTheResistancesOfItsLimbs) {
   TransformerSettings settings = textbook();
-  EXPECT_EQ(unit_of(settings).conductor.zero, 234.5);
+  EXPECT_EQ(unit_with(settings).conductor.zero, 234.5);
   settings.conductor = kAluminium;
   settings.high_resistance_deviation = {0, 3, -1};
   settings.low_resistance_deviation = {2, 0, 0};
-  const TransformerUnit unit = unit_of(settings);
+  const TransformerUnit unit = unit_with(settings);
   EXPECT_EQ(unit.conductor.zero, 225);
   EXPECT_THAT(unit.windings[Side::high].deviation, testing::ElementsAre(0, 0.03, -0.01));
   EXPECT_THAT(unit.windings[Side::low].deviation, testing::ElementsAre(0.02, 0, 0));
@@ -181,7 +181,7 @@ TEST(BenchUnit, RunsIntoSaturationOnOneSideOfTheResidualFlux) {
   const Reading clean = read(settings, Side::high, 5000);
   settings.residual_flux[0] = 0.8;
   settings.remanence_excess = 0;
-  const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), Side::high, 5000));
+  const PeriodWaveforms waves = waveforms_of(excite(unit_with(settings), Side::high, 5000));
   const auto [low, high] = std::minmax_element(waves.current.begin(), waves.current.end());
   EXPECT_GT(*high, -2 * *low);
   EXPECT_GT(rms(waves.current), 2 * clean.current_rms);
@@ -192,7 +192,7 @@ TEST(BenchUnit, RunsIntoSaturationOnOneSideOfTheResidualFlux) {
 }
 
 TEST(BenchUnit, FluxIsTheIntegralOfTheInducedVoltage) {
-  const TransformerUnit unit = unit_of(saturating());
+  const TransformerUnit unit = unit_with(saturating());
   const PeriodWaveforms waves = waveforms_of(excite(unit, Side::high, 10000));
   const double step = 1.0 / 60 / kFinestSteps;
   std::vector<double> flux;
@@ -249,7 +249,7 @@ TEST(BenchUnit, FindsASteadyStateWithNextToNoResistance) {
     for (const double reactance : {0.0, 120.0}) {
       settings.high_reactance = reactance;
       for (const double voltage : {24.0, 8000.0}) {
-        const PeriodWaveforms waves = waveforms_of(excite(unit_of(settings), Side::high, voltage));
+        const PeriodWaveforms waves = waveforms_of(excite(unit_with(settings), Side::high, voltage));
         const double mean =
             std::accumulate(waves.current.begin(), waves.current.end(), 0.0) / kFinestSteps;
         EXPECT_NEAR(mean / rms(waves.current), 0, 1e-9);
@@ -261,7 +261,7 @@ TEST(BenchUnit, FindsASteadyStateWithNextToNoResistance) {
 TEST(BenchUnit, TakesTheTurnsFromTheRatedRatioAndItsDeviation) {
   TransformerSettings settings = textbook();
   settings.turns_deviation = 0.5;
-  EXPECT_DOUBLE_EQ(turns_ratio(unit_of(settings)), 8000.0 / 240 * 1.005);
+  EXPECT_DOUBLE_EQ(turns_ratio(unit_with(settings)), 8000.0 / 240 * 1.005);
 }
 
 }  // namespace
