@@ -331,10 +331,12 @@ INSTANTIATE_TEST_SUITE_P(
                 "empty_id_format"},
         Mistake{"[colours]\nred = 1\n",
                 "b.toml:1: colours: expected one of the tables instrument, connection, status, "
-                "transformer, taps, leads, measurement, store, shorted_turns, faults"},
+                "transformer, tertiary, burden, taps, leads, measurement, store, shorted_turns, "
+                "faults"},
         Mistake{"store = 1\n",
                 "b.toml:1: store: expected one of the tables instrument, connection, status, "
-                "transformer, taps, leads, measurement, store, shorted_turns, faults"},
+                "transformer, tertiary, burden, taps, leads, measurement, store, shorted_turns, "
+                "faults"},
         Mistake{"[faults]\ncall = \"kvr_GetStatus\"\n",
                 "b.toml:1: faults: expected tables [[faults]]"},
         Mistake{"[[faults]]\ncode = 1\n",
