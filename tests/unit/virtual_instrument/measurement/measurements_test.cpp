@@ -74,10 +74,11 @@ TEST(Resistance, DiffersByThatOfEachLimb) {
   const std::vector<ResistancePoint>& points = test.sides[index(Side::high)].front().points;
   ASSERT_EQ(points.size(), 3U);
   for (const PhaseWinding& winding : phase_windings(unit.group)[Side::high]) {
-    const auto [plus, minus] = winding.terminals;
-    const auto point = std::find_if(points.begin(), points.end(), [&](const auto& each) {
-      return std::string_view(each.data.name) == pair_name(Side::high, {plus, minus}) ||
-             each.data.name == pair_name(Side::high, {minus, plus});
+    const TerminalPair pair = winding.terminals;
+    const auto point = std::find_if(points.begin(), points.end(), [&pair](const auto& read) {
+      const std::string_view name = read.data.name;
+      return name == pair_name(Side::high, pair) ||
+             name == pair_name(Side::high, {pair.minus, pair.plus});
     });
     ASSERT_NE(point, points.end());
     const double expected = winding.limb == 1 ? between(1.03, 2) : between(1, 2.03);
