@@ -73,7 +73,8 @@ TEST(Resistance, DiffersByThatOfEachLimb) {
   // A winding beside the two others of the delta.
   const std::vector<ResistancePoint>& points = test.sides[index(Side::high)].front().points;
   ASSERT_EQ(points.size(), 3U);
-  for (const PhaseWinding& winding : phase_windings(unit.group)[Side::high]) {
+  const auto windings = phase_windings(unit.group);
+  for (const PhaseWinding& winding : windings[Side::high]) {
     const TerminalPair pair = winding.terminals;
     const auto point = std::find_if(points.begin(), points.end(), [&pair](const auto& read) {
       const std::string_view name = read.data.name;
