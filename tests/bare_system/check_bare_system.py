@@ -230,7 +230,7 @@ def check_lost_connection(system):
 
 
 def check_closed_terminal(system):
-    """At the first question and at the main menu: as a stop by a hang-up."""
+    """At the first question and at the main menu: as a stop by a hang-up, within 6 seconds."""
     for connected in (False, True):
         with system.terminal("scripts/run") as terminal:
             terminal.expect("0. Cancel\n")
@@ -238,7 +238,7 @@ def check_closed_terminal(system):
                 terminal.send("1\n")
                 terminal.expect(MAIN_MENU)
             terminal.close()
-            terminal.expect_end(2)
+            terminal.expect_end(2, 6)
 
 
 def check_tests(system):

@@ -3,6 +3,7 @@
 import fcntl
 import os
 import select
+import signal
 import struct
 import termios
 import time
@@ -37,6 +38,7 @@ class Terminal:
         if self.process == 0:
             try:
                 os.setsid()
+                signal.signal(signal.SIGHUP, signal.SIG_DFL)  # under nohup it is ignored
                 fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
                 for descriptor in (0, 1, 2):
                     os.dup2(slave, descriptor)
