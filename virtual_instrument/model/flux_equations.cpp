@@ -152,7 +152,7 @@ SquareMatrix<double> FluxEquations::jacobian(const std::vector<double>& fluxes) 
     // A symmetrical curve has the same slope half a period later.
     Slope harmonics{};
     for (std::size_t harmonic = 0; harmonic < harmonics.size();
-         harmonic += is_symmetrical(core_) ? 2 : 1) {
+         harmonic += is_symmetrical(core_) ? 2U : 1U) {
       harmonics[harmonic] = harmonic_of(slope, harmonic);
     }
     add_curve(cells, path, harmonics);
