@@ -1,21 +1,23 @@
 // breaks: events
 // A release is reported after the event that follows it.
+#include <atomic>
+
 #include "contract/broken/good_calls.h"
 
 namespace {
 
-kvr_StatusCallback callback = nullptr;
-bool released = false;
+// The thread of a lost session may still look at them while the next session begins.
+std::atomic<kvr_StatusCallback> callback = nullptr;
+std::atomic<bool> released = false;
 
 void tell(void* context, kvr_code code, const char* text) {
   if (code == KVR_RES_EMERGENCY_STOP_RELEASED) {
     released = true;
     return;
   }
-  callback(context, code, text);
-  if (released) {
-    released = false;
-    callback(context, KVR_RES_EMERGENCY_STOP_RELEASED, text);
+  callback.load()(context, code, text);
+  if (released.exchange(false)) {
+    callback.load()(context, KVR_RES_EMERGENCY_STOP_RELEASED, text);
   }
 }
 
