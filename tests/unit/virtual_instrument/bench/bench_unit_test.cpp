@@ -249,7 +249,8 @@ TEST(BenchUnit, FindsASteadyStateWithNextToNoResistance) {
     for (const double reactance : {0.0, 120.0}) {
       settings.high_reactance = reactance;
       for (const double voltage : {24.0, 8000.0}) {
-        const PeriodWaveforms waves = waveforms_of(excite(unit_with(settings), Side::high, voltage));
+        const PeriodWaveforms waves =
+            waveforms_of(excite(unit_with(settings), Side::high, voltage));
         const double mean =
             std::accumulate(waves.current.begin(), waves.current.end(), 0.0) / kFinestSteps;
         EXPECT_NEAR(mean / rms(waves.current), 0, 1e-9);
