@@ -2,15 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <thread>
 #include <vector>
 
 #include "console/stop_handling.h"
+#include "support/sweep_stride.h"
 
 namespace {
 
@@ -28,12 +27,6 @@ constexpr std::int32_t kCodes[] = {
 
 constexpr std::size_t kNamedCodes = 189;
 static_assert(std::size(kCodes) == kNamedCodes + 6);
-
-/// n for every n-th run.
-std::size_t stride() {
-  const char* const text = std::getenv("KVR_SWEEP_STRIDE");
-  return text == nullptr ? 8 : std::max<std::size_t>(1, std::strtoul(text, nullptr, 10));
-}
 
 /// Each fault that a session of `calls` calls can have, except a lost connection.
 std::vector<Fault> all_faults(std::size_t calls) {
@@ -127,7 +120,7 @@ class Sweep : public BoundarySweep {
     const std::vector<Fault> faults = all_faults(calls);
     const auto begin = std::chrono::steady_clock::now();
     std::size_t runs = 0;
-    for (std::size_t i = 0; i < faults.size(); i += stride()) {
+    for (std::size_t i = 0; i < faults.size(); i += sweep_stride(8)) {
       ++runs;
       if (!check(program, faults[i])) {
         FAIL() << faults[i].text();
