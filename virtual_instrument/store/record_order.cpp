@@ -1,27 +1,48 @@
 #include "virtual_instrument/store/record_order.h"
 
 #include <algorithm>
-#include <iterator>
-#include <numeric>
+#include <array>
 #include <string>
 #include <string_view>
 
+#include "common/field_text.h"
 #include "virtual_instrument/store/vector_group_name.h"
 
 namespace virtual_instrument {
 namespace {
 
-using Order = std::vector<std::uint32_t>;
+template <class Key>
+struct Keyed {
+  Key key;
+  std::uint32_t position;  ///< in the order in which the records were begun
+};
 
+/// The keys stand side by side: those of the labels themselves are too far apart to be compared
+/// quickly.
 template <class KeyOf>
-void sort_by(Order& order, bool ascending, const std::vector<StoredLabel>& labels, KeyOf key_of) {
-  using Key = decltype(key_of(labels.front()));
-  std::vector<Key> keys;
-  keys.reserve(labels.size());
-  std::transform(labels.begin(), labels.end(), std::back_inserter(keys), key_of);
-  std::stable_sort(order.begin(), order.end(), [&](std::uint32_t left, std::uint32_t right) {
-    return ascending ? keys[left] < keys[right] : keys[right] < keys[left];
+void fill_sorted(kvr_TestLabel* entries, const std::vector<StoredLabel>& labels, bool ascending,
+                 KeyOf key_of) {
+  using Entry = Keyed<decltype(key_of(labels.front()))>;
+  std::vector<Entry> order;
+  order.reserve(labels.size());
+  for (const StoredLabel& stored : labels) {
+    order.push_back({key_of(stored), static_cast<std::uint32_t>(order.size())});
+  }
+  std::stable_sort(order.begin(), order.end(), [&](const Entry& left, const Entry& right) {
+    return ascending ? left.key < right.key : right.key < left.key;
   });
+  std::transform(order.begin(), order.end(), entries,
+                 [&](const Entry& entry) { return labels[entry.position].label; });
+}
+
+/// An ID, zero from its end on.
+using IdBytes = std::array<unsigned char, kIdSize>;
+
+IdBytes id_bytes(const kvr_TestLabel& label) {
+  IdBytes bytes{};
+  const std::string_view id = field_text(label.record_id);
+  std::copy(id.begin(), id.end(), bytes.begin());
+  return bytes;
 }
 
 }  // namespace
@@ -34,26 +55,21 @@ void FreeLabels::operator()(kvr_TestLabelsList* list) const {
 }
 
 Labels ordered_list(const std::vector<StoredLabel>& labels, SortKey key, bool ascending) {
-  Order order(labels.size());
-  std::iota(order.begin(), order.end(), 0U);
-  switch (key) {
-    case SortKey::kDateTime:
-      sort_by(order, ascending, labels, [](const StoredLabel& stored) { return stored.time; });
-      break;
-    case SortKey::kTestId:
-      sort_by(order, ascending, labels,
-              [](const StoredLabel& stored) { return std::string_view(stored.label.record_id); });
-      break;
-    case SortKey::kVectorGroup:
-      sort_by(order, ascending, labels,
-              [](const StoredLabel& stored) { return vector_group_name(stored.label.setup); });
-      break;
-  }
   Labels list(new kvr_TestLabelsList{});
   list->entries = new kvr_TestLabel[labels.size()];
   list->count = static_cast<std::uint32_t>(labels.size());
-  std::transform(order.begin(), order.end(), list->entries,
-                 [&](std::uint32_t position) { return labels[position].label; });
+  const auto fill = [&](auto key_of) { fill_sorted(list->entries, labels, ascending, key_of); };
+  switch (key) {
+    case SortKey::kDateTime:
+      fill([](const StoredLabel& stored) { return stored.time; });
+      break;
+    case SortKey::kTestId:
+      fill([](const StoredLabel& stored) { return id_bytes(stored.label); });
+      break;
+    case SortKey::kVectorGroup:
+      fill([](const StoredLabel& stored) { return vector_group_name(stored.label.setup); });
+      break;
+  }
   return list;
 }
 

@@ -250,6 +250,7 @@ kvr_code SqliteStore::clear() {
 kvr_code SqliteStore::list(SortKey key, bool ascending, Labels& labels) {
   return guarded([&] {
     std::vector<StoredLabel> stored;
+    stored.reserve(static_cast<std::size_t>(database_->integer("SELECT count(*) FROM records")));
     SqliteStatement row =
         database_->prepare("SELECT " + std::string(kHeadColumns) + " FROM records ORDER BY number");
     while (row.step()) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <string_view>
 
 namespace {
@@ -12,6 +13,20 @@ TEST(Checksum, IsTheCommonCrc32) {
   EXPECT_EQ(crc32_of("123456789"), 0xCBF43926U);
   EXPECT_EQ(crc32_of("a"), 0xE8B7BE43U);
   EXPECT_EQ(crc32_of(""), 0U);
+}
+
+TEST(Checksum, TakesTextsOfAnyLength) {
+  EXPECT_EQ(crc32_of("The quick brown fox jumps over the lazy dog"), 0x414FA339U);
+  // Whole strides and the bytes behind them give what one byte after the other gives.
+  std::string text;
+  for (int length = 0; length < 40; ++length) {
+    std::uint32_t by_bytes = 0;
+    for (const char& character : text) {
+      by_bytes = crc32(std::as_bytes(std::span(&character, 1)), by_bytes);
+    }
+    EXPECT_EQ(crc32_of(text), by_bytes) << length;
+    text += static_cast<char>(0x9D * length + 7);
+  }
 }
 
 TEST(Checksum, ContinuesAfterEarlierBytes) {
