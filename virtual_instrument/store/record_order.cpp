@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
-#include <string_view>
+#include <iterator>
 
-#include "common/field_text.h"
 #include "virtual_instrument/store/vector_group_name.h"
 
 namespace virtual_instrument {
@@ -40,8 +38,8 @@ using IdBytes = std::array<unsigned char, kIdSize>;
 
 IdBytes id_bytes(const kvr_TestLabel& label) {
   IdBytes bytes{};
-  const std::string_view id = field_text(label.record_id);
-  std::copy(id.begin(), id.end(), bytes.begin());
+  const auto* const end = std::find(std::begin(label.record_id), std::end(label.record_id), '\0');
+  std::copy(std::begin(label.record_id), end, bytes.begin());
   return bytes;
 }
 
