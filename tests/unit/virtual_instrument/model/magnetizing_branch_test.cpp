@@ -7,7 +7,7 @@
 namespace virtual_instrument {
 namespace {
 
-constexpr MagnetizingBranch kCore{0, 10, 1.5, 0.02, 1.15, 0.08, 0.1, 0};
+const MagnetizingBranch kCore{0, 10, 1.5, 0.02, 1.15, 0.08, 0.1, 0};
 
 TEST(MagnetizingBranch, IsLinearWithoutItsTwoFurtherTerms) {
   MagnetizingBranch core = kCore;
