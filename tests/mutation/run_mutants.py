@@ -121,8 +121,8 @@ def compiler_flags(folder):
 
 def build(tree, folder, targets):
     subprocess.run(["cmake", "-S", tree, "-B", folder, "-G", "Ninja",
-                    "-DCMAKE_BUILD_TYPE=Debug", "-DKVR_BUILD_TESTS=ON",
-                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
+                    "-DCMAKE_BUILD_TYPE=Release", "-DKVR_BUILD_TESTS=ON",
+                    "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DCMAKE_UNITY_BUILD=ON",
                     f"-DCMAKE_CXX_FLAGS=-w -D_GLIBCXX_ASSERTIONS -include {HERE}/mutant.h"],
                    check=True, stdout=subprocess.DEVNULL)
     subprocess.run(["cmake", "--build", folder, "--target", *targets], check=True)
