@@ -54,7 +54,7 @@ std::string text_of(const Groups& groups, const std::string& more_of_transformer
 
 /// Linear, with hardly any exciting current.
 const std::string kIdealCore =
-    "saturation = false\ncore_resistance = 1e9\nmagnetizing_reactance = 1e9\n";
+    "saturation = false\ncore_resistance = 1e7\nmagnetizing_reactance = 1e7\n";
 
 std::string without_core(const Groups& groups) {
   std::string text = text_of(groups);
@@ -164,12 +164,14 @@ TEST(ThreeWindings, ADefectShowsInEveryPair) {
           groups);
     }
   }
-  // A delta with one winding reversed is a short circuit of all limbs.
+  // A delta with one winding reversed carries current as soon as that limb has flux, and forces
+  // flux through the third limb. The second pair of lines, the fourth of the currents, excites A
+  // and B.
   const std::string delta = text_of({"YNyn0", "d11"}, "saturation = false\n");
   const Bench reversed = three_winding_bench(delta + "[leads]\nreversed = [\"YB\"]\n");
   const double healthy =
-      std::abs(currents_between_lines(three_winding_bench(delta), kPlaces[0].first)[0]);
-  EXPECT_GT(std::abs(currents_between_lines(reversed, kPlaces[0].first)[0]), 20 * healthy);
+      std::abs(currents_between_lines(three_winding_bench(delta), kPlaces[0].first)[3]);
+  EXPECT_GT(std::abs(currents_between_lines(reversed, kPlaces[0].first)[3]), 3 * healthy);
 }
 
 TEST(ThreeWindings, TheTurnsOfEachDeviateOnTheirOwn) {
@@ -296,7 +298,7 @@ TEST(ThreeWindings, AnOpenDeltaClosesTheZeroSequenceAndAnOpenStarDoesNot) {
   expect_near(impedance({"YNd1", "yn0"}, WindingPair::h_y),
               Complex(0.5, 1.5) + 6.25 / 3 * Complex(0.08, 0.2));
   for (const WindingPair pair : kEachPair) {
-    EXPECT_GT(std::abs(impedance({"YNyn0", "yn0"}, pair)), 1e6);
+    EXPECT_GT(std::abs(impedance({"YNyn0", "yn0"}, pair)), 1e5);
   }
 }
 
