@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <map>
 
 #include "panel/commands.h"
 
@@ -15,6 +16,11 @@ constexpr const char* kFooter =
     "  0  done\n"
     "  1  the command line or the bench can't be used\n"
     "  2  refused by the instrument\n";
+
+const std::map<std::string, virtual_instrument::WindingPair> kPairs{
+    {"H-X", virtual_instrument::WindingPair::h_x},
+    {"H-Y", virtual_instrument::WindingPair::h_y},
+    {"X-Y", virtual_instrument::WindingPair::x_y}};
 
 /// From just above 0 to a value that no unit exceeds; NaN is neither.
 const CLI::Validator kPositive(
@@ -73,12 +79,15 @@ class Commands {
   void add_measure() {
     CLI::App* measure = add("measure", "make tests on the unit of a bench", [this] {
       order_.bench_file = bench_;
+      order_.windings = kPairs.at(windings_);
       return panel::measure(order_, std::cout, std::cerr);
     });
     add_bench(*measure);
     measure->footer("Tests:\n" + panel::list_of_kinds());
     measure->add_option("KIND", order_.kinds, "tests, one after the other on the same unit")
         ->required();
+    measure->add_option("--windings", windings_, "that the tests join; without it H-X")
+        ->check(CLI::IsMember(kPairs));
     measure->add_option("--id", order_.id, "ID of the record; else one of date and time");
     measure->add_option("--asset", order_.asset, "the unit's name");
     measure->add_flag("--add", order_.add, "add the test to the record of that ID");
@@ -163,6 +172,7 @@ class Commands {
   CLI::App app_{"The virtual instrument's own front panel.", "instrument-panel"};
   std::function<int()> command_;
   std::string bench_;
+  std::string windings_ = "H-X";
   std::vector<std::string> ids_;
   std::vector<std::string> files_;
   panel::MeasureOrder order_;

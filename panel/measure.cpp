@@ -50,7 +50,7 @@ class Panel {
   Panel(const MeasureOrder& order, const Bench& bench)
       : order_(order),
         bench_(bench),
-        unit_(make_unit(bench)),
+        unit_(make_unit(bench, order.windings)),
         settings_(settings_for(order, unit_, bench)),
         store_(open_store(bench.store)) {}
 
@@ -119,6 +119,11 @@ int measure(const MeasureOrder& order, std::ostream& out, std::ostream& words) {
   if (!bench || !fits(id_of(order, kinds.size() - 1), "ID", words) ||
       !fits(order.asset, "asset", words)) {
     return kWrong;
+  }
+  if (!has_pair(*bench, order.windings)) {
+    words << kinds.front()->name << ": "
+          << virtual_instrument::code_sentence(KVR_RES_TEST_CONFIG_INCOMPATIBLE) << '\n';
+    return kRefused;
   }
   Panel panel(order, *bench);
   for (const Kind* kind : kinds) {

@@ -18,6 +18,7 @@ struct MeasureOrder {
   std::string id = {};          ///< empty for one made from date and time
   std::string asset = {};
   bool add = false;  ///< to the record of that ID
+  virtual_instrument::WindingPair windings = virtual_instrument::WindingPair::h_x;  ///< to test
   std::optional<double> frequency = {};
   std::optional<double> voltage = {};
   std::optional<double> direct_voltage = {};

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -24,6 +25,7 @@ namespace {
 using virtual_instrument::Bench;
 using virtual_instrument::Side;
 using virtual_instrument::TransformerUnit;
+using virtual_instrument::WindingPair;
 
 /// With five significant digits.
 std::string number(double value) {
@@ -55,6 +57,15 @@ class Lines {
  private:
   std::ostream& out_;
 };
+
+/// Of a tertiary that is led out.
+void show_third_winding(const Bench& bench, Lines& lines) {
+  const TransformerUnit unit = make_unit(bench, WindingPair::h_y);
+  lines.line("tertiary", group_name(unit.group) + " with the high side, " +
+                             quantity(unit.rated_voltage[Side::low], "V") + ", " +
+                             number(unit.kva) + " kVA, " +
+                             quantity(rated_current(unit, Side::low), "A"));
+}
 
 void show_nameplate(const TransformerUnit& unit, Lines& lines) {
   lines.line("vector group", group_name(unit.group));
@@ -220,6 +231,12 @@ void show_expected(const Bench& bench, const TransformerUnit& unit, Lines& lines
   }
 }
 
+void show_pair(const Bench& bench, const TransformerUnit& unit, const std::string& title,
+               Lines& lines) {
+  lines.title(title + ", at " + quantity(settings_for({}, unit, bench).family.test_voltage, "V"));
+  show_expected(bench, unit, lines);
+}
+
 }  // namespace
 
 int show_bench(const std::string& bench_file, std::ostream& out, std::ostream& words) {
@@ -232,6 +249,9 @@ int show_bench(const std::string& bench_file, std::ostream& out, std::ostream& w
   Lines lines(out);
   out << "Unit\n";
   show_nameplate(unit, lines);
+  if (has_pair(*bench, WindingPair::h_y)) {
+    show_third_winding(*bench, lines);
+  }
   lines.title("Equivalent circuit of a limb at " + number(unit.reference_temperature) +
               " degrees C, seen from the high side");
   show_circuit(*bench, unit, lines);
@@ -243,9 +263,12 @@ int show_bench(const std::string& bench_file, std::ostream& out, std::ostream& w
       lines.line("no more", "the core cannot give the voltage that the burden needs");
     }
   }
-  lines.title("What the tests find without noise, at " +
-              quantity(settings_for({}, unit, *bench).family.test_voltage, "V"));
-  show_expected(*bench, unit, lines);
+  show_pair(*bench, unit, "What the tests find without noise", lines);
+  for (const auto& [pair, name] : {std::pair(WindingPair::h_y, "H-Y"), {WindingPair::x_y, "X-Y"}}) {
+    if (has_pair(*bench, pair)) {
+      show_pair(*bench, make_unit(*bench, pair), "The same of " + std::string(name), lines);
+    }
+  }
   return kDone;
 }
 

@@ -105,12 +105,30 @@ struct TransformerSettings {
   bool autotransformer;
 };
 
-/// A delta inside the unit, see BuriedDelta. Its values are those of one limb winding.
+/// How a third winding is joined. One that is not led out has no clock.
+struct ThirdConnection {
+  kvr_WindingType type;
+  std::optional<int> clock;  ///< against the high side
+};
+
+/// A third winding: a delta inside the unit, see BuriedDelta, or led out as Y. Resistance and
+/// reactance are those of one limb winding.
 struct TertiarySettings {
+  ThirdConnection connection;
   double voltage;  ///< V; 0 without such a winding
+  double kva;      ///< of a test with it; 0 for that of the unit
   double resistance;
   double reactance;
+  double turns_deviation;  ///< percent
+  double high_impedance;   ///< percent, on the nameplate, with H and at `kva`; 0 if it has none
+  double low_impedance;    ///< the same with X
+  std::array<bool, 4> open_lead;
+  std::array<bool, 3> reversed_winding;
 };
+
+inline bool is_led_out(const TertiarySettings& tertiary) {
+  return tertiary.connection.clock.has_value();
+}
 
 /// What is connected to the low side, see TransformerUnit.
 struct BurdenSettings {

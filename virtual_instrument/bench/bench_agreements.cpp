@@ -33,11 +33,29 @@ bool has_halves_of_defects(const Bench& bench) {
   });
 }
 
+/// Whether only a winding that is led out has defects of the winding Y.
+bool has_winding_of_defects(const Bench& bench) {
+  const TertiarySettings& tertiary = bench.tertiary;
+  return is_led_out(tertiary) ||
+         (tertiary.open_lead == std::array<bool, 4>{} &&
+          tertiary.reversed_winding == std::array<bool, 3>{} &&
+          std::none_of(bench.defects.shorted_turns.begin(), bench.defects.shorted_turns.end(),
+                       [](const ShortedTurns& t) { return t.on_third; }));
+}
+
+/// Whether a winding that is led out is there, in a unit that can have it.
+bool has_third_winding(const Bench& bench) {
+  const WindingGroup& group = bench.transformer.vector_group;
+  const ThirdConnection& third = bench.tertiary.connection;
+  return !is_led_out(bench.tertiary) ||
+         (bench.tertiary.voltage > 0 && exists({group.high, third.type, *third.clock}));
+}
+
 /// Whether each winding keeps some turns that are not shorted.
 bool has_sound_turns(const Bench& bench) {
-  BySide<std::array<double, 3>> shorted{};
+  std::array<std::array<double, 3>, 3> shorted{};
   for (const ShortedTurns& turns : bench.defects.shorted_turns) {
-    double& share = shorted[turns.side][index(turns.limb)];
+    double& share = shorted[turns.on_third ? 2 : index(turns.side)][index(turns.limb)];
     share += turns.fraction;
     if (share > 0.9) {
       return false;
@@ -109,6 +127,24 @@ const Agreement kAgreements[] = {
      [](const Bench& bench) {
        return bench.tertiary.voltage == 0 || is_three_phase(bench.transformer.vector_group.high);
      }},
+    {{"tertiary.group", "tertiary.voltage", "transformer.vector_group"},
+     "expected of a tertiary that is led out a voltage, and a clock number that its windings and "
+     "those of the high side can have",
+     has_third_winding},
+    {{"tertiary.group", "transformer.autotransformer"},
+     "expected no autotransformer with a tertiary that is led out",
+     [](const Bench& bench) {
+       return !is_led_out(bench.tertiary) || !bench.transformer.autotransformer;
+     }},
+    {{"tertiary.group", "burden.resistance", "burden.reactance"},
+     "expected no burden with a tertiary that is led out",
+     [](const Bench& bench) {
+       return !is_led_out(bench.tertiary) ||
+              (bench.burden.resistance == 0 && bench.burden.reactance == 0);
+     }},
+    {{"leads.open", "leads.reversed", "shorted_turns", "tertiary.group"},
+     "expected leads and windings of Y with a tertiary that is led out alone",
+     has_winding_of_defects},
     {{"leads.reversed", "shorted_turns", "transformer.vector_group"},
      "expected limb A alone in a single-phase unit",
      has_limbs_of_defects},

@@ -38,6 +38,30 @@ Key vector_group(std::string name, WindingGroup& target) {
           }};
 }
 
+/// The name of a vector group ends with this part: without a clock for a winding inside the unit.
+Key third_connection(std::string name, ThirdConnection& target) {
+  return {
+      std::move(name),
+      "d for a delta inside the unit; or d, y or yn, then a clock number, for a winding that is "
+      "led out",
+      [&target](const TomlValue& value) {
+        const std::string given = text_in(value).value_or("");
+        target = {KVR_WINDING_D, std::nullopt};
+        if (given == "d") {
+          return true;
+        }
+        // "N" before the letter would belong to the high side.
+        for (const char* const high : {"Y", "D"}) {
+          const std::optional<WindingGroup> group = parse_group(high + given);
+          if (group && !is_zigzag(group->low) && !given.starts_with('N')) {
+            target = {group->low, group->clock};
+            return true;
+          }
+        }
+        return false;
+      }};
+}
+
 bool take_number(const TomlValue& value, double low, double high, double& target) {
   const std::optional<double> given = number_in(value);
   target = given.value_or(0);
@@ -128,28 +152,30 @@ constexpr Named<CoreForm> kCoreForms[] = {
 struct Place {
   Side side;
   int number;
+  bool on_third;  ///< whatever the side
 };
 
-/// "H" or "X" and one of `numbers`.
+/// "H", "X" or "Y" and one of `numbers`.
 std::optional<Place> place_of(std::string_view name, std::string_view numbers) {
   const std::size_t number = name.size() == 2 ? numbers.find(name[1]) : std::string_view::npos;
-  if (number == std::string_view::npos || (name[0] != 'H' && name[0] != 'X')) {
+  if (number == std::string_view::npos || (name[0] != 'H' && name[0] != 'X' && name[0] != 'Y')) {
     return std::nullopt;
   }
-  return Place{name[0] == 'H' ? Side::high : Side::low, static_cast<int>(number)};
+  return Place{name[0] == 'H' ? Side::high : Side::low, static_cast<int>(number), name[0] == 'Y'};
 }
 
 constexpr std::string_view kTerminalNumbers = "0123";
 constexpr std::string_view kLimbLetters = "ABC";
 
-Key terminals(std::string name, BySide<std::array<bool, 4>>& target) {
-  return {std::move(name), "a list of terminals, of H0 to H3 and X0 to X3",
-          [&target](const TomlValue& value) {
+Key terminals(std::string name, BySide<std::array<bool, 4>>& target, std::array<bool, 4>& third) {
+  return {std::move(name), "a list of terminals, of H0 to H3, X0 to X3 and Y0 to Y3",
+          [&target, &third](const TomlValue& value) {
             target = {};
-            return take_texts(value, [&target](const std::string& text) {
+            third = {};
+            return take_texts(value, [&target, &third](const std::string& text) {
               const auto place = place_of(text, kTerminalNumbers);
               if (place) {
-                target[place->side][index(place->number)] = true;
+                (place->on_third ? third : target[place->side])[index(place->number)] = true;
               }
               return place.has_value();
             });
@@ -159,24 +185,26 @@ Key terminals(std::string name, BySide<std::array<bool, 4>>& target) {
 /// A half of a zigzag winding: as in "XA1".
 bool take_half(std::string_view name, BySide<std::array<std::array<bool, 2>, 3>>& target) {
   const auto place = place_of(name.substr(0, 2), kLimbLetters);
-  if (!place || name.size() != 3 || (name[2] != '1' && name[2] != '2')) {
+  if (!place || place->on_third || name.size() != 3 || (name[2] != '1' && name[2] != '2')) {
     return false;
   }
   target[place->side][index(place->number)][name[2] == '1' ? 0 : 1] = true;
   return true;
 }
 
-Key reversed_windings(std::string name, UnitFaults& target) {
+Key reversed_windings(std::string name, UnitFaults& target, std::array<bool, 3>& third) {
   return {
       std::move(name),
-      "a list of limb windings, of HA, HB, HC, XA, XB and XC, and of halves of zigzag windings, "
-      "of HA1, HA2, ... XC2",
-      [&target](const TomlValue& value) {
+      "a list of limb windings, of HA, HB, HC, XA, XB, XC, YA, YB and YC, and of halves of zigzag "
+      "windings, of HA1, HA2, ... XC2",
+      [&target, &third](const TomlValue& value) {
         target.reversed_winding = {};
         target.reversed_half = {};
-        return take_texts(value, [&target](const std::string& text) {
+        third = {};
+        return take_texts(value, [&target, &third](const std::string& text) {
           if (const auto place = place_of(text, kLimbLetters)) {
-            target.reversed_winding[place->side][index(place->number)] = true;
+            (place->on_third ? third : target.reversed_winding[place->side])[index(place->number)] =
+                true;
             return true;
           }
           return take_half(text, target.reversed_half);
@@ -199,12 +227,13 @@ Key phases(std::string name, std::array<bool, 3>& target) {
 }
 
 Key winding(std::string name, ShortedTurns& target) {
-  return {std::move(name), "a limb winding: HA, HB, HC, XA, XB or XC",
+  return {std::move(name), "a limb winding: HA, HB, HC, XA, XB, XC, YA, YB or YC",
           [&target](const TomlValue& value) {
             const auto place = place_of(text_in(value).value_or(""), kLimbLetters);
             if (place) {
               target.side = place->side;
               target.limb = place->number;
+              target.on_third = place->on_third;
             }
             return place.has_value();
           }};
@@ -255,6 +284,7 @@ std::vector<Key> keys_of(Bench& bench) {
   ConnectionSettings& connection = bench.connection;
   StatusSettings& status = bench.status;
   TransformerSettings& transformer = bench.transformer;
+  TertiarySettings& tertiary = bench.tertiary;
   MeasurementSettings& measurement = bench.measurement;
   return {
       whole("instrument.type", instrument.type, kLowest, kHighest),
@@ -338,9 +368,14 @@ std::vector<Key> keys_of(Bench& bench) {
       number("transformer.winding_capacitance", transformer.winding_capacitance, 0, 1e6, "nF"),
       flag("transformer.autotransformer", transformer.autotransformer),
 
-      number("tertiary.voltage", bench.tertiary.voltage, 0, 1e7, "V"),
-      number("tertiary.resistance", bench.tertiary.resistance, 1e-6, kHighestOhm, "ohm"),
-      number("tertiary.reactance", bench.tertiary.reactance, 0, kHighestOhm, "ohm"),
+      third_connection("tertiary.group", tertiary.connection),
+      number("tertiary.voltage", tertiary.voltage, 0, 1e7, "V"),
+      number("tertiary.resistance", tertiary.resistance, 1e-6, kHighestOhm, "ohm"),
+      number("tertiary.reactance", tertiary.reactance, 0, kHighestOhm, "ohm"),
+      number("tertiary.kva", tertiary.kva, 0, 1e7, "kVA"),
+      number("tertiary.turns_deviation", tertiary.turns_deviation, -50, 50, "percent"),
+      number("tertiary.high_impedance", tertiary.high_impedance, 0, 100, "percent"),
+      number("tertiary.low_impedance", tertiary.low_impedance, 0, 100, "percent"),
 
       number("burden.resistance", bench.burden.resistance, 0, kHighestOhm, "ohm"),
       number("burden.reactance", bench.burden.reactance, 0, kHighestOhm, "ohm"),
@@ -355,8 +390,8 @@ std::vector<Key> keys_of(Bench& bench) {
       number("taps.step", bench.taps.step, -20, 20, "percent"),
       number("taps.transition_resistance", bench.taps.transition_resistance, 0, 1e6, "ohm"),
 
-      terminals("leads.open", bench.defects.open_lead),
-      reversed_windings("leads.reversed", bench.defects),
+      terminals("leads.open", bench.defects.open_lead, bench.tertiary.open_lead),
+      reversed_windings("leads.reversed", bench.defects, bench.tertiary.reversed_winding),
 
       number("measurement.duration", measurement.duration, 0, 86400, "s"),
       whole("measurement.steps", measurement.steps, 1, 1000000),

@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <limits>
 #include <numbers>
+#include <vector>
 
 #include "virtual_instrument/model/iron_shape.h"
+#include "virtual_instrument/model/third_winding.h"
 
 namespace virtual_instrument {
 namespace {
@@ -69,11 +71,34 @@ Core make_core(const TransformerSettings& settings, double omega, double rated_f
   return core;
 }
 
-}  // namespace
+/// Puts shorted turns to the winding where they are; those of Y are on the low side of its pairs.
+UnitFaults faults_of(UnitFaults faults, bool of_third) {
+  std::erase_if(faults.shorted_turns,
+                [of_third](const ShortedTurns& turns) { return turns.on_third != of_third; });
+  return faults;
+}
 
-TransformerUnit make_unit(const Bench& bench) {
+ThirdWinding third_winding(const Bench& bench, double omega) {
+  const TertiarySettings& settings = bench.tertiary;
+  ThirdWinding third{};
+  third.type = settings.connection.type;
+  third.clock = settings.connection.clock.value_or(0);
+  third.rated_voltage = settings.voltage;
+  third.kva = settings.kva > 0 ? settings.kva : bench.transformer.kva;
+  third.turns_deviation = settings.turns_deviation;
+  third.winding = {
+      settings.resistance, settings.reactance / omega, bench.transformer.stray_share, {}};
+  third.impedance_percent_h = settings.high_impedance;
+  third.impedance_percent_x = settings.low_impedance;
+  third.faults.shorted_turns = faults_of(bench.defects, true).shorted_turns;
+  third.faults.open_lead[Side::low] = settings.open_lead;
+  third.faults.reversed_winding[Side::low] = settings.reversed_winding;
+  return third;
+}
+
+/// The windings H and X, with a tertiary only if that is buried.
+TransformerUnit two_windings(const Bench& bench, double omega) {
   const TransformerSettings& settings = bench.transformer;
-  const double omega = 2 * std::numbers::pi * settings.frequency;
   TransformerUnit unit{};
   unit.group = settings.vector_group;
   unit.rated_voltage = {settings.high_voltage, settings.low_voltage};
@@ -91,13 +116,27 @@ TransformerUnit make_unit(const Bench& bench) {
   unit.taps = bench.taps;
   unit.core = make_core(settings, omega, rated_flux(unit));
   unit.capacitance = settings.capacitance * 1e-9;
-  unit.faults = bench.defects;
+  unit.faults = faults_of(bench.defects, false);
   unit.is_autotransformer = settings.autotransformer;
   unit.winding_capacitance = settings.winding_capacitance * 1e-9;
-  unit.tertiary = buried_delta(bench.tertiary, settings, omega);
+  if (!is_led_out(bench.tertiary)) {
+    unit.tertiary = buried_delta(bench.tertiary, settings, omega);
+  }
   unit.burden = {bench.burden.resistance, bench.burden.reactance / omega};
   unit.source = {bench.instrument.source_resistance, bench.instrument.source_inductance * 1e-3};
   return unit;
+}
+
+}  // namespace
+
+bool has_pair(const Bench& bench, WindingPair pair) {
+  return pair == WindingPair::h_x || is_led_out(bench.tertiary);
+}
+
+TransformerUnit make_unit(const Bench& bench, WindingPair pair) {
+  const double omega = 2 * std::numbers::pi * bench.transformer.frequency;
+  const TransformerUnit h_x = two_windings(bench, omega);
+  return is_led_out(bench.tertiary) ? unit_of_pair(h_x, third_winding(bench, omega), pair) : h_x;
 }
 
 }  // namespace virtual_instrument

@@ -5,7 +5,11 @@
 
 namespace virtual_instrument {
 
-/// The transformer on a bench, with the residual flux from which the bench begins.
-TransformerUnit make_unit(const Bench& bench);
+/// Whether the transformer has both windings of a pair outside.
+bool has_pair(const Bench& bench, WindingPair pair);
+
+/// The transformer on a bench as a test of these windings meets it, with the residual flux from
+/// which the bench begins. REQUIRES: has_pair(bench, pair).
+TransformerUnit make_unit(const Bench& bench, WindingPair pair = WindingPair::h_x);
 
 }  // namespace virtual_instrument

@@ -105,6 +105,17 @@ bool conducts(const TransformerUnit& unit, Side side) {
   return true;
 }
 
+/// No code names an open circuit of Y.
+kvr_code open_circuit_code(const TransformerUnit& unit, Side side) {
+  constexpr std::array<kvr_code, 3> kCodes{KVR_RES_OPEN_CIRCUIT_H, KVR_RES_OPEN_CIRCUIT_X,
+                                           KVR_RES_OPEN_LEAD};
+  return kCodes[winding_index(unit.pair, side)];
+}
+
+kvr_code short_circuit_code(const TransformerUnit& unit) {
+  return unit.pair == WindingPair::x_y ? KVR_RES_SHORT_CIRCUIT_X : KVR_RES_SHORT_CIRCUIT_H;
+}
+
 /// Smallest impedance of a phase of the high side, with the low side open or its lines joined.
 Complex smallest_impedance(const TransformerUnit& unit, const FamilySettings& settings, bool joined,
                            Noise& noise) {
@@ -152,7 +163,7 @@ DemagTest demag_test(const TransformerUnit& unit, const FamilySettings& settings
   for (std::size_t limb = 0; limb < pairs.size(); ++limb) {
     const LimbDemag result = demagnetise(unit.core, limb, settings.direct_voltage);
     kvr_TestData_Demag_Phase phase{};
-    fill_field(phase.demag_phase, pair_name(Side::high, pairs[limb]));
+    fill_field(phase.demag_phase, pair_name(Side::high, pairs[limb], unit.pair));
     phase.remanence_initial = static_cast<float>(std::abs(unit.core.residual_flux[limb]) / knee);
     phase.remanence_after_demag = static_cast<float>(std::abs(result.residual) / knee);
     test.phases.push_back(phase);
@@ -179,8 +190,8 @@ MagneticBalanceTest magnetic_balance_test(const TransformerUnit& unit,
   const auto low_pairs = limb_pairs(unit, Side::low);
   for (int row = 0; row < 3; ++row) {
     kvr_TestData_MagneticBalance_Row& result = test.data.rows[row];
-    fill_field(result.high_label, pair_name(Side::high, high_pairs[index(row)]));
-    fill_field(result.low_label, pair_name(Side::low, low_pairs[index(row)]));
+    fill_field(result.high_label, pair_name(Side::high, high_pairs[index(row)], unit.pair));
+    fill_field(result.low_label, pair_name(Side::low, low_pairs[index(row)], unit.pair));
     for (int column = 0; column < 3; ++column) {
       result.cell[column].value = static_cast<float>(
           volts(network, settings, *side, pairs[index(row)], pairs[index(column)], noise));
@@ -219,16 +230,18 @@ kvr_TestData_Ratio_1ph single_phase_excitation_test(const TransformerUnit& unit,
       unit_network(unit, kInputResistance),
       {Side::high, {1, 2}, settings.test_voltage, settings.line_frequency, Side::low, {1, 2}},
       settings.measurement, noise);
-  data.phase = phase_result(test, {"A", "H1-H2", "X1-X2"},
-                            {false, 1, data.reference_ratio, std::nullopt, 0});
+  const std::string high = pair_name(Side::high, {1, 2}, unit.pair);
+  const std::string low = pair_name(Side::low, {1, 2}, unit.pair);
+  data.phase =
+      phase_result(test, {"A", high, low}, {false, 1, data.reference_ratio, std::nullopt, 0});
   return data;
 }
 
 kvr_TestData_GoNoGo go_no_go_test(const TransformerUnit& unit, const FamilySettings& settings) {
   Noise noise(settings.seed);
   kvr_TestData_GoNoGo data{};
-  data.status_open_circuit = !conducts(unit, Side::high)  ? KVR_RES_OPEN_CIRCUIT_H
-                             : !conducts(unit, Side::low) ? KVR_RES_OPEN_CIRCUIT_X
+  data.status_open_circuit = !conducts(unit, Side::high)  ? open_circuit_code(unit, Side::high)
+                             : !conducts(unit, Side::low) ? open_circuit_code(unit, Side::low)
                                                           : KVR_RES_OK;
   if (data.status_open_circuit != KVR_RES_OK) {
     data.status_short_circuit = KVR_RES_NOT_TESTED;
@@ -240,7 +253,7 @@ kvr_TestData_GoNoGo go_no_go_test(const TransformerUnit& unit, const FamilySetti
   const Complex open = smallest_impedance(unit, settings, false, noise);
   const Complex joined = smallest_impedance(unit, settings, true, noise);
   data.status_short_circuit =
-      magnitude(open) < kNear * magnitude(joined) ? KVR_RES_SHORT_CIRCUIT_H : KVR_RES_OK;
+      magnitude(open) < kNear * magnitude(joined) ? short_circuit_code(unit) : KVR_RES_OK;
   const double inductance = open.imag() / (2 * std::numbers::pi * settings.line_frequency);
   data.status_minimum_inductance =
       inductance < settings.minimum_inductance ? KVR_RES_INDUCTANCE_TOO_LOW : KVR_RES_OK;

@@ -119,8 +119,10 @@ kvr_TestData_Efficiency efficiency_test(const TransformerUnit& unit,
     }
     result.corrected = correcting ? 1 : 0;
     fill_field(result.phase_name, kPhaseNames[phase]);
-    fill_field(result.high_side_phase, pair_name(Side::high, phase_pairs(unit, Side::high)[phase]));
-    fill_field(result.low_side_phase, pair_name(Side::low, phase_pairs(unit, Side::low)[phase]));
+    fill_field(result.high_side_phase,
+               pair_name(Side::high, phase_pairs(unit, Side::high)[phase], unit.pair));
+    fill_field(result.low_side_phase,
+               pair_name(Side::low, phase_pairs(unit, Side::low)[phase], unit.pair));
     result.ratio_tnr = static_cast<float>(turns_ratio(unit));
     const SeriesImpedance between =
         series_impedance(unit, settings, phase, settings.line_frequency, noise);

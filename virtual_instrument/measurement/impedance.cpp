@@ -11,7 +11,9 @@ namespace virtual_instrument {
 namespace {
 
 std::string joined_lines(const TransformerUnit& unit) {
-  return is_three_phase(unit.group.high) ? "X1-X2-X3" : "X1-X2";
+  const std::string pair = pair_name(Side::low, {1, 2}, unit.pair);
+  return is_three_phase(unit.group.high) ? pair + "-" + terminal_name(Side::low, 3, unit.pair)
+                                         : pair;
 }
 
 kvr_TestData_Impedance_Phase phase_of(const TransformerUnit& unit, std::size_t phase,
@@ -20,7 +22,7 @@ kvr_TestData_Impedance_Phase phase_of(const TransformerUnit& unit, std::size_t p
   kvr_TestData_Impedance_Phase result{};
   result.status = KVR_RES_OK;
   fill_field(result.phase_name, kPhaseNames[phase]);
-  fill_field(result.high_side_phase, pair_name(Side::high, line_pairs(unit)[phase]));
+  fill_field(result.high_side_phase, pair_name(Side::high, line_pairs(unit)[phase], unit.pair));
   fill_field(result.low_side_phase, joined_lines(unit));
   const Complex z(resistance, measured.reactance);
   const double omega = 2 * std::numbers::pi * frequency;

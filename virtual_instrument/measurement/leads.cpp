@@ -5,9 +5,17 @@
 namespace virtual_instrument {
 
 kvr_code lead_code(const TransformerUnit& unit, Side side, int terminal) {
-  const int first = side == Side::high ? KVR_RES_OPEN_LEAD_H0 : KVR_RES_OPEN_LEAD_X0;
-  return lead_connected(unit, side, terminal) ? KVR_RES_OK
-                                              : static_cast<kvr_code>(first + terminal);
+  if (lead_connected(unit, side, terminal)) {
+    return KVR_RES_OK;
+  }
+  switch (winding_letter(unit.pair, side)) {
+    case 'H':
+      return static_cast<kvr_code>(KVR_RES_OPEN_LEAD_H0 + terminal);
+    case 'X':
+      return static_cast<kvr_code>(KVR_RES_OPEN_LEAD_X0 + terminal);
+    default:
+      return KVR_RES_OPEN_LEAD;  // no code names a lead of Y
+  }
 }
 
 kvr_code lead_code(const TransformerUnit& unit, Side side, TerminalPair pair) {

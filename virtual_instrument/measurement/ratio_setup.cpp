@@ -3,6 +3,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "virtual_instrument/bench/bench_unit.h"
+
 namespace virtual_instrument {
 namespace {
 
@@ -25,29 +27,34 @@ kvr_code check_setup(const kvr_TestSetup& setup, float test_voltage, const Bench
   if (setup.connection_type > kConnectionXToY) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  if (setup.connection_type != kConnectionHToX) {
-    return KVR_RES_TEST_CONFIG_INCOMPATIBLE;  // no unit has a third winding
+  if (!has_pair(bench, pair_of(setup))) {
+    return KVR_RES_TEST_CONFIG_INCOMPATIBLE;
   }
-  const float high = setup.windings[0].voltage;
-  const float low = setup.windings[1].voltage;
+  const float high = winding_of(setup, Side::high).voltage;
+  const float low = winding_of(setup, Side::low).voltage;
   if (!is_voltage(high) || !is_voltage(low) || (high > 0 && low == 0)) {
     return KVR_RES_INCORRECT_PARAMETERS;
   }
-  return std::isfinite(setup.windings[1].phase_shift) ? KVR_RES_OK : KVR_RES_INCORRECT_PARAMETERS;
+  return std::isfinite(winding_of(setup, Side::low).phase_shift) ? KVR_RES_OK
+                                                                 : KVR_RES_INCORRECT_PARAMETERS;
 }
 
 double nameplate_ratio(const kvr_TestSetup& setup) {
-  const double high = setup.windings[0].voltage;
-  return high == 0 ? 0 : high / setup.windings[1].voltage;
+  const double high = winding_of(setup, Side::high).voltage;
+  return high == 0 ? 0 : high / winding_of(setup, Side::low).voltage;
 }
 
 std::optional<double> entered_phase_shift(const kvr_TestSetup& setup) {
-  const std::int32_t clock = setup.connections[0].clock;
-  const double angle = setup.windings[1].phase_shift;
+  const std::int32_t clock = connection_of(setup).clock;
+  const double angle = winding_of(setup, Side::low).phase_shift;
   if (clock == kClockUnknown) {
     return angle == 0 ? std::nullopt : std::optional(angle);
   }
   return (clock % 12) * std::numbers::pi / 6 + angle;
+}
+
+WindingGroup entered_windings(const kvr_TestSetup& setup) {
+  return {winding_of(setup, Side::high).winding_type, winding_of(setup, Side::low).winding_type, 0};
 }
 
 kvr_code check_limits(const SampledTest& test, double voltage_lead,

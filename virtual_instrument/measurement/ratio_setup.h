@@ -35,6 +35,9 @@ double nameplate_ratio(const kvr_TestSetup& setup);
 /// neither is known.
 std::optional<double> entered_phase_shift(const kvr_TestSetup& setup);
 
+/// The windings that the operator entered, with a clock of 0.
+WindingGroup entered_windings(const kvr_TestSetup& setup);
+
 /// The highest ratio of voltages at which the instrument steps up.
 inline constexpr double kHighestStepUpRatio = 500;
 

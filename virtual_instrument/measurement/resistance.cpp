@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <string>
 
 #include "virtual_instrument/measurement/measurements.h"
 #include "virtual_instrument/measurement/unit_waveforms.h"
@@ -44,7 +45,7 @@ DirectCircuit direct_circuit(const TransformerUnit& unit, const FamilySettings& 
   // A tenth of the rated current saturates the core and doesn't warm the winding.
   circuit.current = std::min({settings.direct_current, 0.1 * rated_current(unit, side),
                               settings.direct_voltage / circuit.resistance});
-  const auto turns = turns_between(phase_windings(unit.group)[side], pair).value();
+  const auto turns = turns_between(unit_windings(unit)[side], pair).value();
   const double relative = side == Side::high ? 1 : 1 / turns_ratio(unit);
   const double pair_turns =
       (std::abs(turns[0]) + std::abs(turns[1]) + std::abs(turns[2])) * relative;
@@ -62,11 +63,11 @@ class Bridge {
   explicit Bridge(const FamilySettings& settings) : settings_(settings), noise_(settings.seed) {}
 
   /// A reading `seconds` after the source was switched on.
-  ResistancePoint read(const DirectCircuit& circuit, Side side, TerminalPair pair, double seconds) {
+  ResistancePoint read(const DirectCircuit& circuit, const std::string& name, double seconds) {
     const double settling = std::max(0.0, seconds - circuit.charging_time);
     const double left = exponential(-std::min(settling / circuit.time_constant, 600.0));
     ResistancePoint point{};
-    fill_field(point.data.name, pair_name(side, pair));
+    fill_field(point.data.name, name);
     // While the current settles, part of the voltage still builds up flux.
     const double voltage = noisy(circuit.current * circuit.resistance * (1 + left));
     const double current = noisy(circuit.current);
@@ -107,7 +108,8 @@ ResistanceTap read_tap(const TransformerUnit& unit, const FamilySettings& settin
   ResistanceTap tap{position_on(unit, side), {}};
   for (const TerminalPair& pair : phase_pairs(unit, side)) {
     const DirectCircuit circuit = direct_circuit(unit, settings, side, pair);
-    tap.points.push_back(bridge.read(circuit, side, pair, settling_time(circuit)));
+    tap.points.push_back(
+        bridge.read(circuit, pair_name(side, pair, unit.pair), settling_time(circuit)));
     seconds += settling_time(circuit);
   }
   return tap;
@@ -132,7 +134,7 @@ ResistanceTest resistance_test(const TransformerUnit& unit, const FamilySettings
         tap.points.front().transition =
             kvr_TestData_Transition{KVR_RES_OK, position - 1, position, {}};
       }
-      test.sides[index(side)].push_back(tap);
+      test.sides[winding_index(unit.pair, side)].push_back(tap);
     }
     stepped.taps.position = unit.taps.position;
   }
@@ -146,13 +148,14 @@ ResistanceTest continuous_resistance_test(const TransformerUnit& unit,
   Bridge bridge(settings);
   const TerminalPair pair = phase_pairs(unit, Side::high).front();
   const DirectCircuit circuit = direct_circuit(unit, settings, Side::high, pair);
+  const std::string name = pair_name(Side::high, pair, unit.pair);
   ResistanceTap tap{position_on(unit, Side::high), {}};
   for (int number = 1; number <= count; ++number) {
-    tap.points.push_back(bridge.read(circuit, Side::high, pair, number * interval));
+    tap.points.push_back(bridge.read(circuit, name, number * interval));
   }
   ResistanceTest test{};
   test.duration_ms = milliseconds(count * interval);
-  test.sides[index(Side::high)].push_back(tap);
+  test.sides[winding_index(unit.pair, Side::high)].push_back(tap);
   return test;
 }
 
@@ -171,12 +174,13 @@ ResistanceTest heat_run_test(TransformerUnit unit, const FamilySettings& setting
       unit.temperature = temperature_at(curve, number * interval);
       // The source was on before the first reading, so only the temperature still changes.
       const DirectCircuit circuit = direct_circuit(unit, settings, side, pair);
-      ResistancePoint point = bridge.read(circuit, side, pair, settling_time(circuit) * 2);
+      ResistancePoint point =
+          bridge.read(circuit, pair_name(side, pair, unit.pair), settling_time(circuit) * 2);
       point.data.state = KVR_POINT_AUTO_SAVED;
       point.data.stabilization_ms = milliseconds(number * interval);
       tap.points.push_back(point);
     }
-    test.sides[index(side)].push_back(tap);
+    test.sides[winding_index(unit.pair, side)].push_back(tap);
   }
   return test;
 }

@@ -98,8 +98,9 @@ class SinglePhaseRatioTest {
   }
 
   void fill(SinglePhaseRatio& result, const SinglePhaseAttempt& test) const {
-    const std::string high = pair_name(Side::high, pairs_[Side::high]);
-    const std::string low = pair_name(Side::low, pairs_[Side::low]);
+    const WindingPair windings = pair_of(request_.setup);
+    const std::string high = pair_name(Side::high, pairs_[Side::high], windings);
+    const std::string low = pair_name(Side::low, pairs_[Side::low], windings);
     const PhaseNames names{kPhaseNames[index(pairs_[Side::high].plus - 1)], high, low};
     result.data.direction = test.direction;
     result.data.reference_ratio = nameplate_ratio(request_.setup);

@@ -27,7 +27,7 @@ class ThreePhaseRatioTest {
                       const Bench& bench, Noise& noise)
       : request_(request),
         circuit_(unit, request, bench, noise),
-        group_{request.setup.windings[0].winding_type, request.setup.windings[1].winding_type, 0} {
+        group_(entered_windings(request.setup)) {
     request_.testing_mode = settled_mode();
   }
 
@@ -59,7 +59,7 @@ class ThreePhaseRatioTest {
   void one_by_one(std::optional<int> clock) {
     const FoundClock found =
         clock ? FoundClock{KVR_RES_OK, *clock}
-              : find_clock_with_one_source(circuit_, group_, request_.setup.connections[0].clock);
+              : find_clock_with_one_source(circuit_, group_, connection_of(request_.setup).clock);
     group_.clock = found.clock;
     if (found.code != KVR_RES_OK) {
       refuse(found.code);
@@ -189,13 +189,14 @@ kvr_code check_three_phase_ratio(const kvr_Ratio3phRequest& request, const Bench
     return code;
   }
   const kvr_TestSetup& setup = request.setup;
-  WindingGroup group{setup.windings[0].winding_type, setup.windings[1].winding_type, 0};
+  WindingGroup group = entered_windings(setup);
   if (!is_three_phase(group.high) || !is_three_phase(group.low)) {
     return KVR_RES_VECTOR_GROUP_INCORRECT;
   }
   // An angle comes with a clock of 0, whatever the windings are.
-  group.clock = setup.connections[0].clock;
-  const bool by_clock = group.clock != kClockUnknown && setup.windings[1].phase_shift == 0;
+  group.clock = connection_of(setup).clock;
+  const bool by_clock =
+      group.clock != kClockUnknown && winding_of(setup, Side::low).phase_shift == 0;
   return by_clock && group.clock != 0 && !exists(group) ? KVR_RES_PHASING_INCORRECT : KVR_RES_OK;
 }
 

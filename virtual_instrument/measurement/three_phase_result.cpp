@@ -30,8 +30,9 @@ void fill_name(char (&field)[size], const std::string& name) {
 
 void fill_phase(kvr_TestData_Ratio_3ph& data, int phase, const PhaseReading& reading,
                 std::optional<double> entered_shift) {
-  const std::string high = pair_name(Side::high, reading.wiring.pairs[Side::high]);
-  const std::string low = pair_name(Side::low, reading.wiring.pairs[Side::low]);
+  const WindingPair windings = pair_of(data.setup);
+  const std::string high = pair_name(Side::high, reading.wiring.pairs[Side::high], windings);
+  const std::string low = pair_name(Side::low, reading.wiring.pairs[Side::low], windings);
   const double reference = data.reference_ratio * data.tvr_multiplier;
   // phase_result() compares the ratio of the pair's voltages with one of the same pair.
   const RatioRules rules{false, reading.turns_per_voltage_ratio,
@@ -40,8 +41,8 @@ void fill_phase(kvr_TestData_Ratio_3ph& data, int phase, const PhaseReading& rea
   kvr_TestData_Ratio_Phase& result = data.phases[phase];
   result = phase_result(reading.pair, {kPhaseNames[index(phase)], high, low}, rules);
   result.tvr = reading.line_ratio > 0 ? reading.line_ratio : result.tnr / data.tvr_multiplier;
-  fill_name(result.tvr_high, pair_name(Side::high, line_pair(phase)));
-  fill_name(result.tvr_low, pair_name(Side::low, line_pair(phase)));
+  fill_name(result.tvr_high, pair_name(Side::high, line_pair(phase), windings));
+  fill_name(result.tvr_low, pair_name(Side::low, line_pair(phase), windings));
   const double shift = angle(reading.high * std::conj(reading.low));
   result.phase_high = static_cast<float>(angle(reading.high));
   result.phase_low = static_cast<float>(angle(reading.low));
@@ -106,8 +107,7 @@ void fill_summary(kvr_TestData_Ratio_3ph& data, const Readings& readings) {
 }
 
 double turns_factor_of(const kvr_TestSetup& setup) {
-  return turns_factor(
-      first_group({setup.windings[0].winding_type, setup.windings[1].winding_type, 0}));
+  return turns_factor(first_group(entered_windings(setup)));
 }
 
 /// The first code of a failed phase; KVR_RES_OK if none failed.

@@ -67,7 +67,7 @@ std::vector<TerminalPair> limb_pairs(const TransformerUnit& unit, Side side) {
   std::vector<TerminalPair> pairs = phase_pairs(unit, side);
   const kvr_WindingType type = winding_type(unit.group, side);
   if (type == KVR_WINDING_D || type == KVR_WINDING_YN) {
-    const auto windings = phase_windings(unit.group);
+    const auto windings = unit_windings(unit);
     for (const PhaseWinding& winding : windings[side]) {
       pairs[index(winding.limb)] = winding.terminals;
     }

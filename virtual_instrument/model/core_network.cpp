@@ -90,6 +90,24 @@ double outside_conductance(const Core& core, double frequency) {
          core.outside.iron_length / core.outside.iron_section;
 }
 
+void refer_core(Core& core, double turns) {
+  const double square = turns * turns;
+  MagnetizingBranch& limb = core.limb;
+  limb.core_conductance /= square;
+  limb.inductance *= square;
+  limb.saturated_inductance *= square;
+  for (double* flux : {&limb.low_flux, &limb.knee_flux, &limb.knee_width, &limb.residual_flux,
+                       &limb.bend_flux, &limb.bend_end, &core.loop.reach}) {
+    *flux *= turns;
+  }
+  for (double& flux : core.residual_flux) {
+    flux *= turns;
+  }
+  limb.bend_current /= turns;
+  core.loop.strength /= turns;
+  core.outside.reluctance /= square;
+}
+
 bool is_linear(const Core& core) {
   return core.limb.low_flux_excess == 0 && std::isinf(core.limb.knee_flux);
 }

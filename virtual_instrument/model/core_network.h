@@ -59,6 +59,9 @@ double loss_conductance(const Core& core, double frequency);
 /// The same of the outer limbs, which have no loop, for their whole length and section.
 double outside_conductance(const Core& core, double frequency);
 
+/// Refers a core to a winding that has `turns` times the turns of the one it refers to now.
+void refer_core(Core& core, double turns);
+
 /// Whether magnetomotive force and flux are proportional.
 bool is_linear(const Core& core);
 

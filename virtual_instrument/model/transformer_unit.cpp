@@ -135,6 +135,7 @@ void add_burden(Network& network, const TransformerUnit& unit, TerminalPair pair
 
 /// What only some units have.
 void add_extras(Network& network, const TransformerUnit& unit) {
+  network.branches.insert(network.branches.end(), unit.loops.begin(), unit.loops.end());
   if (unit.is_autotransformer) {
     join_sides(network, unit);
   }
@@ -159,6 +160,38 @@ void add_extras(Network& network, const TransformerUnit& unit) {
 }
 
 }  // namespace
+
+BySide<std::vector<PhaseWinding>> unit_windings(const TransformerUnit& unit) {
+  return unit.arrangement[Side::high].empty() ? phase_windings(unit.group) : unit.arrangement;
+}
+
+std::vector<Branch> open_loops(const TransformerUnit& unit, Side side) {
+  Network loops{};
+  if (winding_type(unit.group, side) == KVR_WINDING_D) {
+    Network windings{};
+    add_windings(windings, unit, side, unit_windings(unit)[side]);
+    Branch loop{};
+    for (const Branch& branch : windings.branches) {
+      loop.resistance += branch.resistance;
+      loop.eddy_resistance += branch.eddy_resistance;
+      loop.inductance += branch.inductance;
+      for (std::size_t limb = 0; limb < loop.turns.size(); ++limb) {
+        loop.turns[limb] += branch.turns[limb];
+      }
+    }
+    loops.branches.push_back(loop);
+  }
+  for (const ShortedTurns& fault : unit.faults.shorted_turns) {
+    if (fault.side == side) {
+      add_shorted_turns(loops, unit, fault);
+    }
+  }
+  return loops.branches;
+}
+
+double rated_relative_turns(const TransformerUnit& unit, Side side) {
+  return side_turns(unit, side, 1);
+}
 
 bool can_be_autotransformer(const WindingGroup& group) {
   const auto is_star = [](kvr_WindingType type) {
@@ -186,6 +219,10 @@ double rated_flux(const TransformerUnit& unit) {
   return std::numbers::sqrt2 * limb_voltage / (2 * std::numbers::pi * unit.frequency);
 }
 
+double rated_core_flux(const TransformerUnit& unit) {
+  return rated_flux(unit) * unit.core_flux_factor;
+}
+
 double heating_factor(Conductor conductor, double from, double to) {
   return (conductor.zero + to) / (conductor.zero + from);
 }
@@ -200,7 +237,7 @@ bool lead_connected(const TransformerUnit& unit, Side side, int terminal) {
 Network unit_network(const TransformerUnit& unit, double input_resistance) {
   Network network{
       std::vector<double>(8, kInsulationConductance), std::vector<double>(8), {}, unit.core};
-  const auto windings = phase_windings(unit.group);
+  const auto windings = unit_windings(unit);
   for (const Side side : kSides) {
     add_windings(network, unit, side, windings[side]);
     for (int terminal = 0; terminal < 4; ++terminal) {
@@ -235,18 +272,19 @@ void join_lines(Network& network, const TransformerUnit& unit, Side side) {
 kvr_TestSetup nameplate_setup(const TransformerUnit& unit) {
   kvr_TestSetup setup{};
   for (const Side side : kSides) {
-    kvr_WindingSetup& winding = setup.windings[index(side)];
+    kvr_WindingSetup& winding = setup.windings[winding_index(unit.pair, side)];
     winding.winding_type = winding_type(unit.group, side);
     winding.voltage = static_cast<float>(unit.rated_voltage[side]);
     winding.current = static_cast<float>(rated_current(unit, side));
     winding.tap_changer = KVR_TAP_CHANGER_NONE;
+  }
+  setup.windings[winding_index(unit.pair, unit.taps.side)].tap_changer = unit.taps.type;
+  for (kvr_WindingSetup& winding : setup.windings) {
     winding.winding_setting = 1;
   }
-  setup.windings[index(unit.taps.side)].tap_changer = unit.taps.type;
-  setup.windings[2].winding_setting = 1;
-  setup.connection_type = kConnectionHToX;
-  setup.connections[0].clock = unit.group.clock;
-  setup.connections[0].kva = static_cast<float>(unit.kva);
+  setup.connection_type = static_cast<std::uint32_t>(unit.pair);
+  setup.connections[setup.connection_type].clock = unit.group.clock;
+  setup.connections[setup.connection_type].kva = static_cast<float>(unit.kva);
   setup.line_frequency = static_cast<std::int32_t>(std::lround(unit.frequency));
   setup.temperature_from = static_cast<float>(unit.temperature);
   setup.temperature_to = 75;

@@ -50,8 +50,9 @@ struct BuriedDelta {
 struct ShortedTurns {
   Side side;
   int limb;
-  double fraction;    ///< of the limb winding's turns
-  double resistance;  ///< ohm, of the contact
+  double fraction;        ///< of the limb winding's turns
+  double resistance;      ///< ohm, of the contact
+  bool on_third = false;  ///< of a bench: on the third winding, whatever the side
 };
 
 struct UnitFaults {
@@ -84,7 +85,16 @@ struct TransformerUnit {
   BuriedDelta tertiary{};
   /// On each pair of the low side's terminals that has a phase voltage; none if both are 0.
   SeriesElement burden{};
-  SeriesElement source{};  ///< of the instrument that feeds the unit
+  SeriesElement source{};               ///< of the instrument that feeds the unit
+  WindingPair pair = WindingPair::h_x;  ///< the windings that are its two sides
+  /// How the windings lie on the limbs; empty for what phase_windings() says of the group.
+  BySide<std::vector<PhaseWinding>> arrangement{};
+  /// Closed loops of a winding on neither side, at the present temperature of the windings. With
+  /// direct current they change nothing.
+  std::vector<Branch> loops{};
+  /// Peak flux of a limb at the unit's rated voltage, as a multiple of rated_flux(): that of a pair
+  /// may differ a little from it.
+  double core_flux_factor = 1;
 };
 
 /// Whether there are autotransformers of this group: both sides in star, or of one phase, without a
@@ -95,6 +105,15 @@ bool can_be_autotransformer(const WindingGroup& group);
 inline int terminal_node(Side side, int terminal) {
   return side == Side::high ? terminal : 4 + terminal;
 }
+
+/// How the windings of both sides lie on the limbs.
+BySide<std::vector<PhaseWinding>> unit_windings(const TransformerUnit& unit);
+
+/// What a side does while it stands open: the loop of its delta, and its shorted turns.
+std::vector<Branch> open_loops(const TransformerUnit& unit, Side side);
+
+/// Turns of a side in units of a limb winding of the high side, both at the middle tap.
+double rated_relative_turns(const TransformerUnit& unit, Side side);
 
 /// Turns of a limb winding of the high side to one of the low side, at the present tap.
 double turns_ratio(const TransformerUnit& unit);
@@ -107,6 +126,9 @@ double rated_current(const TransformerUnit& unit, Side side);
 
 /// Peak flux of a limb at rated voltage and frequency, in Vs.
 double rated_flux(const TransformerUnit& unit);
+
+/// The flux that is 1 per unit of a bench, as the core's winding links it, in Vs.
+double rated_core_flux(const TransformerUnit& unit);
 
 /// Factor by which resistance changes between two temperatures in degrees C.
 double heating_factor(Conductor conductor, double from, double to);

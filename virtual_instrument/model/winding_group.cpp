@@ -271,6 +271,21 @@ BySide<std::vector<PhaseWinding>> phase_windings(const WindingGroup& group) {
   return {three_windings(group.high, {0, false, false}), {}};
 }
 
+std::vector<PhaseWinding> third_windings(const std::vector<PhaseWinding>& high,
+                                         kvr_WindingType type, int clock) {
+  for (int rotation = 0; rotation < 3; ++rotation) {
+    for (const bool reversed : {false, true}) {
+      for (const bool hand : {false, true}) {
+        std::vector<PhaseWinding> third = three_windings(type, {rotation, reversed, hand});
+        if (clock_between(high, third) == clock) {
+          return third;
+        }
+      }
+    }
+  }
+  return {};
+}
+
 std::array<Complex, 3> line_phasors(const std::vector<PhaseWinding>& windings,
                                     const std::array<Complex, 3>& limbs) {
   // A delta's winding is the difference of two lines, so each line is the sum of two windings; a
@@ -304,14 +319,14 @@ double turns_factor(const WindingGroup& group) {
   return line_voltage_factor(group.low) / line_voltage_factor(group.high);
 }
 
-std::string terminal_name(Side side, int terminal) {
-  std::string name(side == Side::high ? "H" : "X");
+std::string terminal_name(Side side, int terminal, WindingPair windings) {
+  std::string name(1, winding_letter(windings, side));
   return name += std::to_string(terminal);
 }
 
-std::string pair_name(Side side, TerminalPair pair) {
-  std::string name = terminal_name(side, pair.plus);
-  return name.append("-").append(terminal_name(side, pair.minus));
+std::string pair_name(Side side, TerminalPair pair, WindingPair windings) {
+  std::string name = terminal_name(side, pair.plus, windings);
+  return name.append("-").append(terminal_name(side, pair.minus, windings));
 }
 
 std::optional<std::array<double, 3>> turns_between(const std::vector<PhaseWinding>& windings,

@@ -9,6 +9,7 @@
 #include "api/enumerations.h"
 #include "virtual_instrument/model/phasor.h"
 #include "virtual_instrument/model/side.h"
+#include "virtual_instrument/model/winding_pair.h"
 
 // How the windings on the limbs of a core are joined to terminals. A terminal is a number from 0,
 // the neutral, to 3; a limb a number from 0 to 2, also called A, B and C.
@@ -67,6 +68,11 @@ std::optional<WindingGroup> parse_group(std::string_view name);
 /// the group allows it, so that phase B lies in the middle on both sides. REQUIRES: exists(group).
 BySide<std::vector<PhaseWinding>> phase_windings(const WindingGroup& group);
 
+/// The phase windings of a third winding whose clock against these of the high side is `clock`; on
+/// the limb of the same letter wherever that allows it. REQUIRES: the group of the two exists.
+std::vector<PhaseWinding> third_windings(const std::vector<PhaseWinding>& high,
+                                         kvr_WindingType type, int clock);
+
 /// Phasors of the terminals 1 to 3 against their mean, from the voltages induced in whole limb
 /// windings.
 std::array<Complex, 3> line_phasors(const std::vector<PhaseWinding>& windings,
@@ -79,9 +85,9 @@ double line_voltage_factor(kvr_WindingType type);
 /// Turns ratio of whole limb windings in units of the ratio of line voltages.
 double turns_factor(const WindingGroup& group);
 
-/// As in "H1" and "X1-X0".
-std::string terminal_name(Side side, int terminal);
-std::string pair_name(Side side, TerminalPair pair);
+/// As in "H1" and "X1-X0". `windings` are those of the two sides.
+std::string terminal_name(Side side, int terminal, WindingPair windings = WindingPair::h_x);
+std::string pair_name(Side side, TerminalPair pair, WindingPair windings = WindingPair::h_x);
 
 /// Turns of a side between two terminals, by limb; none if no chain of windings joins them.
 std::optional<std::array<double, 3>> turns_between(const std::vector<PhaseWinding>& windings,

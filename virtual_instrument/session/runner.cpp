@@ -128,9 +128,9 @@ const std::array<double, 3>& TestRunner::residual_flux(const Bench& bench) {
 }
 
 MeasuredTest TestRunner::measure(const TestJob& job, const Bench& bench) {
-  TransformerUnit unit = make_unit(bench);
+  TransformerUnit unit = make_unit(bench, pair_of(job.setup));
   const std::array<double, 3>& flux = residual_flux(bench);
-  const double whole = rated_flux(unit);
+  const double whole = rated_core_flux(unit);
   for (std::size_t limb = 0; limb < static_cast<std::size_t>(unit.core.limbs); ++limb) {
     unit.core.residual_flux[limb] = flux[limb] * whole;
   }

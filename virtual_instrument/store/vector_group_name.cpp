@@ -3,22 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "virtual_instrument/model/winding_pair.h"
 #include "virtual_instrument/vocabulary/winding_letters.h"
 
 namespace virtual_instrument {
 namespace {
-
-struct WindingPair {
-  std::uint32_t connection_type;
-  int high;
-  int low;
-};
-
-constexpr WindingPair kWindingPairs[] = {
-    {kConnectionHToX, 0, 1},
-    {kConnectionHToY, 0, 2},
-    {kConnectionXToY, 1, 2},
-};
 
 constexpr double kDegreesPerRadian = 57.29577951308232;
 constexpr float kShownFrom = 4;        // degrees
@@ -42,17 +31,15 @@ std::string shift_text(float phase_shift) {
 }  // namespace
 
 std::string vector_group_name(const kvr_TestSetup& setup) {
-  for (const WindingPair& pair : kWindingPairs) {
-    if (pair.connection_type == setup.connection_type) {
-      const kvr_WindingSetup& high = setup.windings[pair.high];
-      const kvr_WindingSetup& low = setup.windings[pair.low];
-      const std::int32_t clock = setup.connections[setup.connection_type].clock;
-      return std::string(letters_of(high.winding_type, &WindingLetters::high)) +
-             letters_of(low.winding_type, &WindingLetters::low) +
-             (clock == kClockUnknown ? "X" : std::to_string(clock)) + shift_text(low.phase_shift);
-    }
+  if (setup.connection_type > kConnectionXToY) {
+    return {};
   }
-  return {};
+  const kvr_WindingSetup& low = winding_of(setup, Side::low);
+  const std::int32_t clock = connection_of(setup).clock;
+  return std::string(
+             letters_of(winding_of(setup, Side::high).winding_type, &WindingLetters::high)) +
+         letters_of(low.winding_type, &WindingLetters::low) +
+         (clock == kClockUnknown ? "X" : std::to_string(clock)) + shift_text(low.phase_shift);
 }
 
 }  // namespace virtual_instrument

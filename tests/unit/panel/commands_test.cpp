@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
 
 #include "panel/kinds.h"
 #include "support/temporary_folder.h"
@@ -99,6 +100,67 @@ TEST_F(PanelCommands, AStopOfTheInstrumentRefusesEveryTest) {
   EXPECT_EQ(measure({.kinds = {"impedance"}, .bench_file = bench(), .voltage = 251}),
             panel::kRefused);
   EXPECT_EQ(words_.str(), "impedance: The instrument cannot supply this test voltage\n");
+}
+
+constexpr const char* kThreeWindings =
+    "[tertiary]\ngroup = 'd11'\nvoltage = 120\nreactance = 0.02\n";
+
+TEST_F(PanelCommands, EveryKindWorksOnEachPairOfWindings) {
+  using virtual_instrument::WindingPair;
+  for (const auto& [pair, high, group] :
+       {std::tuple(WindingPair::h_x, "H1", "YNyn0"), std::tuple(WindingPair::h_y, "H1", "YNd11"),
+        std::tuple(WindingPair::x_y, "X1", "YNd11")}) {
+    for (const panel::Kind& kind : panel::kinds()) {
+      if (kind.name == "dynamic") {
+        continue;  // needs a tap changer, which this unit does not have
+      }
+      ASSERT_EQ(measure({.kinds = {std::string(kind.name)},
+                         .bench_file = bench(kThreeWindings),
+                         .add = true,
+                         .windings = pair}),
+                panel::kDone)
+          << kind.name << ": " << words_.str();
+      EXPECT_THAT(out_.str(), HasSubstr(group)) << kind.name;
+      if (kind.name == "resistance" || kind.name == "impedance" || kind.name == "excitation-1ph") {
+        EXPECT_THAT(out_.str(), HasSubstr(high)) << kind.name;
+        const char other = high[0] == 'H' ? 'X' : 'H';
+        EXPECT_EQ(out_.str().find(std::string{other, '2'}) == std::string::npos,
+                  pair != WindingPair::h_x)
+            << out_.str();
+      }
+    }
+  }
+}
+
+TEST_F(PanelCommands, APairThatTheUnitDoesNotHaveIsRefused) {
+  EXPECT_EQ(measure({.kinds = {"impedance"},
+                     .bench_file = bench(),
+                     .windings = virtual_instrument::WindingPair::x_y}),
+            panel::kRefused);
+  EXPECT_EQ(words_.str(), "impedance: The test settings do not fit together\n");
+  EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(PanelCommands, ShowHasEachPairOfWindings) {
+  const auto count = [this](const std::string& file, const std::string& text) {
+    out_.str("");
+    EXPECT_EQ(panel::show_bench(file, out_, words_), panel::kDone) << words_.str();
+    std::size_t found = 0;
+    const std::string shown = out_.str();
+    for (std::size_t at = shown.find(text); at != std::string::npos;
+         at = shown.find(text, at + 1)) {
+      ++found;
+    }
+    return found;
+  };
+  EXPECT_EQ(count(bench(), "impedance  "), 1U);
+  EXPECT_EQ(count(bench(), "The same of"), 0U);
+  EXPECT_EQ(count(bench(kThreeWindings), "impedance  "), 3U);
+  EXPECT_EQ(count(bench(kThreeWindings), "The same of H-Y, at 100 V\n"), 1U);
+  EXPECT_EQ(count(bench(kThreeWindings), "The same of X-Y, at 100 V\n"), 1U);
+  EXPECT_EQ(count(bench(kThreeWindings),
+                  "  tertiary                YNd11 with the high side, 120 V, 75 kVA, 360.84 A\n"),
+            1U);
 }
 
 TEST_F(PanelCommands, WithoutAFileForRecordsNothingIsKept) {

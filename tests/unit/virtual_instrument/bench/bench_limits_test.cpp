@@ -139,9 +139,14 @@ transformer.remanence_excess: a number from 0 to 1000
 transformer.capacitance: a number from 0 to 1e+06 nF
 transformer.winding_capacitance: a number from 0 to 1e+06 nF
 transformer.autotransformer: true or false
+tertiary.group: d for a delta inside the unit; or d, y or yn, then a clock number, for a winding that is led out
 tertiary.voltage: a number from 0 to 1e+07 V
 tertiary.resistance: a number from 1e-06 to 1e+12 ohm
 tertiary.reactance: a number from 0 to 1e+12 ohm
+tertiary.kva: a number from 0 to 1e+07 kVA
+tertiary.turns_deviation: a number from -50 to 50 percent
+tertiary.high_impedance: a number from 0 to 100 percent
+tertiary.low_impedance: a number from 0 to 100 percent
 burden.resistance: a number from 0 to 1e+12 ohm
 burden.reactance: a number from 0 to 1e+12 ohm
 taps.type: "none", "DETC" or "OLTC"
@@ -152,8 +157,8 @@ taps.middle: a whole number from 0 to 1000
 taps.position: a whole number from 0 to 1000
 taps.step: a number from -20 to 20 percent
 taps.transition_resistance: a number from 0 to 1e+06 ohm
-leads.open: a list of terminals, of H0 to H3 and X0 to X3
-leads.reversed: a list of limb windings, of HA, HB, HC, XA, XB and XC, and of halves of zigzag windings, of HA1, HA2, ... XC2
+leads.open: a list of terminals, of H0 to H3, X0 to X3 and Y0 to Y3
+leads.reversed: a list of limb windings, of HA, HB, HC, XA, XB, XC, YA, YB and YC, and of halves of zigzag windings, of HA1, HA2, ... XC2
 measurement.duration: a number from 0 to 86400 s
 measurement.steps: a whole number from 1 to 1000000
 measurement.samples_per_period: a power of two from 16 to 512
@@ -164,7 +169,7 @@ measurement.smallest_voltage: a number from 0 to 1e+06 V
 store.file: a text of at most 4096 characters
 store.demonstration: true or false
 store.empty_id_format: letters, digits, - _ . and %Y %m %d %H %M %S, giving at most 24 characters
-shorted_turns.winding: a limb winding: HA, HB, HC, XA, XB or XC
+shorted_turns.winding: a limb winding: HA, HB, HC, XA, XB, XC, YA, YB or YC
 shorted_turns.share: a number from 0.01 to 90 percent
 shorted_turns.resistance: a number from 1e-06 to 1e+06 ohm
 faults.call: the name of an exported call
@@ -204,7 +209,7 @@ TEST(BenchKeys, TakeNumbersUpToTheirLimitsAndNoFurther) {
       ++numbers;
     }
   }
-  EXPECT_EQ(numbers, 50);
+  EXPECT_EQ(numbers, 54);
 }
 
 TEST(BenchKeys, TakeANumberForEachLimb) {
@@ -351,7 +356,24 @@ std::string places_of(const BySide<std::array<bool, count>>& flags, const char* 
   return names;
 }
 
+TEST(BenchKeys, TakeTheConnectionOfATertiaryByName) {
+  const auto connection = [](const std::string& name) {
+    const ThirdConnection taken =
+        bench_of("[transformer]\nvector_group = \"" +
+                 std::string(name == "d0" || name == "yn1" ? "Dyn11" : "YNyn0") +
+                 "\"\n[tertiary]\nvoltage = 1\ngroup = \"" + name + "\"\n")
+            .tertiary.connection;
+    return std::pair(taken.type, taken.clock.value_or(-1));
+  };
+  EXPECT_EQ(connection("d"), std::pair(KVR_WINDING_D, -1));
+  EXPECT_EQ(connection("d11"), std::pair(KVR_WINDING_D, 11));
+  EXPECT_EQ(connection("d0"), std::pair(KVR_WINDING_D, 0));
+  EXPECT_EQ(connection("y6"), std::pair(KVR_WINDING_Y, 6));
+  EXPECT_EQ(connection("yn1"), std::pair(KVR_WINDING_YN, 1));
+}
+
 TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
+  const std::string led_out = "[tertiary]\nvoltage = 1\ngroup = \"d1\"\n";
   for (const std::string name : {"H0", "H1", "H2", "H3", "X0", "X1", "X2", "X3"}) {
     EXPECT_EQ(
         places_of(bench_of(with("leads.open", "[\"" + name + "\"]")).defects.open_lead, "0123"),
@@ -365,12 +387,33 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
     const ShortedTurns turns =
         bench_of(with("shorted_turns.winding", "\"" + name + "\"")).defects.shorted_turns[0];
     EXPECT_EQ((turns.side == Side::high ? "H" : "X") + std::string(1, "ABC"[turns.limb]), name);
+    EXPECT_FALSE(turns.on_third);
+  }
+  for (std::size_t terminal = 0; terminal < 4; ++terminal) {
+    const Bench bench =
+        bench_of(led_out + with("leads.open", "[\"Y" + std::to_string(terminal) + "\"]"));
+    std::array<bool, 4> expected{};
+    expected[terminal] = true;
+    EXPECT_EQ(bench.tertiary.open_lead, expected);
+    EXPECT_EQ(places_of(bench.defects.open_lead, "0123"), "");
+  }
+  for (std::size_t limb = 0; limb < 3; ++limb) {
+    const std::string name{'Y', "ABC"[limb]};
+    const Bench bench = bench_of(led_out + with("leads.reversed", "[\"" + name + "\"]"));
+    std::array<bool, 3> expected{};
+    expected[limb] = true;
+    EXPECT_EQ(bench.tertiary.reversed_winding, expected);
+    EXPECT_EQ(places_of(bench.defects.reversed_winding, "ABC"), "");
+    const ShortedTurns turns = bench_of(led_out + with("shorted_turns.winding", "\"" + name + "\""))
+                                   .defects.shorted_turns[0];
+    EXPECT_TRUE(turns.on_third);
+    EXPECT_EQ(turns.limb, static_cast<int>(limb));
   }
   for (const char* const other : {"[\"XA3\"]", "[\"XA0\"]", "[\"XA11\"]", "[\"YA1\"]", "[\"X1\"]",
                                   "[\"XD1\"]", "[\"\"]", "[\"X\"]"}) {
     EXPECT_NE(expectation_of("leads.reversed", other), "") << other;
   }
-  for (const char* const other : {"[\"G1\"]", "[\"Y1\"]", "[\"H\"]", "[\"\"]", "[\"H11\"]",
+  for (const char* const other : {"[\"G1\"]", "[\"Y4\"]", "[\"H\"]", "[\"\"]", "[\"H11\"]",
                                   "[\"H/\"]", "[\"H4\"]", "[\"1H\"]", "[\"H1\", 1]"}) {
     EXPECT_NE(expectation_of("leads.open", other), "") << other;
   }

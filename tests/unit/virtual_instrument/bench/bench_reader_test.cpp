@@ -55,9 +55,9 @@ TEST(BenchReader, EveryShippedBenchIsRead) {
     text << file.rdbuf();
     EXPECT_THAT(read(text.str()).problems, IsEmpty()) << names.back();
   }
-  EXPECT_THAT(names, testing::UnorderedElementsAre("autotransformer.toml", "default.toml",
-                                                   "single-phase.toml", "dyn11.toml",
-                                                   "current-transformer.toml", "faulty-unit.toml"));
+  EXPECT_THAT(names, testing::UnorderedElementsAre(
+                         "autotransformer.toml", "default.toml", "single-phase.toml", "dyn11.toml",
+                         "three-winding.toml", "current-transformer.toml", "faulty-unit.toml"));
 }
 
 TEST(BenchReader, TheBuiltInBenchIsHealthy) {
@@ -299,23 +299,30 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"[taps]\nlast = 9\nstep = -20\n",
                 "b.toml:3: taps.step: expected steps that leave a tenth of the turns at each "
                 "position"},
-        Mistake{"[leads]\nopen = \"H1\"\n",
-                "b.toml:2: leads.open: expected a list of terminals, of H0 to H3 and X0 to X3"},
-        Mistake{"[leads]\nopen = [\"H1\", \"X4\"]\n",
-                "b.toml:2: leads.open: expected a list of terminals, of H0 to H3 and X0 to X3"},
-        Mistake{"[leads]\nopen = [1]\n",
-                "b.toml:2: leads.open: expected a list of terminals, of H0 to H3 and X0 to X3"},
-        Mistake{"[leads]\nreversed = [\"Y1\"]\n",
-                "b.toml:2: leads.reversed: expected a list of limb windings, of HA, HB, HC, XA, XB "
-                "and XC, and of halves of zigzag windings, of HA1, HA2, ... XC2"},
+        Mistake{
+            "[leads]\nopen = \"H1\"\n",
+            "b.toml:2: leads.open: expected a list of terminals, of H0 to H3, X0 to X3 and Y0 to "
+            "Y3"},
+        Mistake{
+            "[leads]\nopen = [\"H1\", \"X4\"]\n",
+            "b.toml:2: leads.open: expected a list of terminals, of H0 to H3, X0 to X3 and Y0 to "
+            "Y3"},
+        Mistake{
+            "[leads]\nopen = [1]\n",
+            "b.toml:2: leads.open: expected a list of terminals, of H0 to H3, X0 to X3 and Y0 to "
+            "Y3"},
+        Mistake{
+            "[leads]\nreversed = [\"Y1\"]\n",
+            "b.toml:2: leads.reversed: expected a list of limb windings, of HA, HB, HC, XA, XB, "
+            "XC, YA, YB and YC, and of halves of zigzag windings, of HA1, HA2, ... XC2"},
         Mistake{"[transformer]\nvector_group = \"Ii0\"\n[leads]\nreversed = [\"XB\"]\n",
                 "b.toml:4: leads.reversed: expected limb A alone in a single-phase unit"},
         Mistake{"[[shorted_turns]]\nwinding = \"HA\"\nshare = 60\nresistance = 1\n"
                 "[[shorted_turns]]\nwinding = \"HA\"\nshare = 31\nresistance = 1\n",
                 "b.toml:1: shorted_turns: expected at most 90 percent of a winding in all"},
         Mistake{"[[shorted_turns]]\nwinding = \"H1\"\nshare = 1\nresistance = 1\n",
-                "b.toml:2: shorted_turns.winding: expected a limb winding: HA, HB, HC, XA, XB or "
-                "XC"},
+                "b.toml:2: shorted_turns.winding: expected a limb winding: HA, HB, HC, XA, XB, XC, "
+                "YA, YB or YC"},
         Mistake{"[[shorted_turns]]\nwinding = \"HA\"\nshare = 0\nresistance = 1\n",
                 "b.toml:3: shorted_turns.share: expected a number from 0.01 to 90 percent"},
         Mistake{"[[shorted_turns]]\nwinding = \"HA\"\nshare = 1\n",
