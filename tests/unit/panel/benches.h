@@ -1,11 +1,26 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <random>
 #include <string>
+#include <vector>
+
+#include "virtual_instrument/bench/bench_reader.h"
 
 // Benches for the tests of the panel.
 
-/// A bench whose unit, faults and store settings come from a seed. Every one is free of problems.
+/// The bench of a text without problems, as an instrument without noise has it.
+inline virtual_instrument::Bench bench_of(const std::string& text) {
+  virtual_instrument::BenchReading reading =
+      virtual_instrument::read_bench(text, "bench", virtual_instrument::built_in_bench());
+  EXPECT_EQ(reading.problems, std::vector<std::string>()) << text;
+  reading.bench.measurement.noise = 0;
+  return reading.bench;
+}
+
+/// A bench whose unit and faults come from a seed. Every one is free of problems. Some four fifths
+/// have sound windings, and four fifths all their leads.
 inline std::string random_bench(std::uint32_t seed) {
   std::mt19937 random(seed);  // its numbers are the same everywhere, those of distributions are not
   const auto pick = [&random](double low, double high) {
@@ -35,10 +50,14 @@ inline std::string random_bench(std::uint32_t seed) {
   set("saturated_reactance", impedance * pick(0.1, 0.5));
   set("temperature", pick(-10, 90));
   text += random() % 4 == 0 ? "saturation = false\n" : "";
-  text += random() % 3 == 0 ? "residual_flux = 0.4\n" : "";
+  text += random() % 3 == 0 ? "residual_flux = [0.5, -0.3, -0.2]\n" : "";
   const bool can_be_autotransformer = (group == "YNyn0" || group == "Ii0") && ratio > 1.3;
   text += can_be_autotransformer && random() % 2 == 0 ? "autotransformer = true\n" : "";
   text += random() % 4 == 0 ? "winding_capacitance = 1.0\n" : "";
+  text += random() % 4 == 0 ? "conductor = \"aluminium\"\n" : "";
+  text += random() % 2 == 0 ? "stray_share = 0.15\n" : "";
+  const char* const forms[] = {"three-limb", "three-limb", "five-limb", "shell", "bank"};
+  text += "core_form = \"" + std::string(forms[random() % 5]) + "\"\n";
   text += "[taps]\ntype = \"" + std::string(random() % 2 == 0 ? "OLTC" : "none") +
           "\"\nfirst = 1\nlast = 5\nmiddle = 3\nposition = 2\nstep = 2.5\ntransition_resistance = "
           "5.0\n";
@@ -59,6 +78,11 @@ inline std::string random_bench(std::uint32_t seed) {
     set("source_resistance", impedance * 0.01);
     set("source_inductance", impedance * 0.05);
   }
-  text += random() % 5 == 0 ? "[leads]\nopen = [\"H1\"]\n" : "";
+  const char* const open = random() % 5 == 0 ? "\"H1\"" : "";
+  const char* const reversed = random() % 10 == 0 ? "\"XA\"" : "";
+  text += std::string("[leads]\nopen = [") + open + "]\nreversed = [" + reversed + "]\n";
+  if (random() % 10 == 0) {
+    text += "[[shorted_turns]]\nwinding = \"HA\"\nshare = 2.0\nresistance = 0.01\n";
+  }
   return text + "[measurement]\nduration = 0.0\n";
 }

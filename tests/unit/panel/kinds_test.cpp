@@ -5,9 +5,7 @@
 #include <cmath>
 
 #include "panel/order.h"
-#include "support/sweep_stride.h"
 #include "unit/panel/benches.h"
-#include "virtual_instrument/bench/bench_reader.h"
 #include "virtual_instrument/bench/bench_unit.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 
@@ -17,14 +15,6 @@ using virtual_instrument::Bench;
 using virtual_instrument::ImpedanceTest;
 using virtual_instrument::ResistanceTest;
 using virtual_instrument::TransformerUnit;
-
-Bench bench_of(const std::string& text) {
-  virtual_instrument::BenchReading reading =
-      virtual_instrument::read_bench(text, "bench", virtual_instrument::built_in_bench());
-  EXPECT_EQ(reading.problems, std::vector<std::string>()) << text;
-  reading.bench.measurement.noise = 0;
-  return reading.bench;
-}
 
 template <typename Result>
 Result result_of(const char* name, const Bench& bench, const panel::MeasureOrder& order = {}) {
@@ -40,26 +30,6 @@ TEST(PanelKinds, EachHasANameOfItsOwn) {
     EXPECT_EQ(panel::find_kind(kind.name), &kind);
   }
   EXPECT_EQ(panel::find_kind("Excitation"), nullptr);
-}
-
-/// No bench makes a test crash or hang, and figures are numbers.
-TEST(PanelKinds, EveryKindOnRandomBenches) {
-  for (std::size_t seed = 1; seed <= 300; seed += sweep_stride(1)) {
-    const std::string text = random_bench(static_cast<std::uint32_t>(seed));
-    const Bench bench = bench_of(text);
-    for (const panel::Kind& kind : panel::kinds()) {
-      TransformerUnit unit = make_unit(bench);
-      const panel::Measured measured = kind.measure(unit, panel::settings_for({}, unit, bench));
-      for (const double flux : unit.core.residual_flux) {
-        ASSERT_TRUE(std::isfinite(flux)) << kind.name << " on\n" << text;
-      }
-      if (const auto* const test = std::get_if<ImpedanceTest>(&measured.result)) {
-        for (const auto& each : test->tests) {
-          ASSERT_GT(each.avg_z_percent, 0) << kind.name << " on\n" << text;
-        }
-      }
-    }
-  }
 }
 
 /// The resistance in a short circuit is that of the windings: what the impedance test finds, the
