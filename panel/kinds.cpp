@@ -4,6 +4,7 @@
 #include <array>
 #include <iomanip>
 #include <sstream>
+#include <stdexcept>
 #include <utility>
 
 #include "virtual_instrument/vocabulary/code_names.h"
@@ -108,6 +109,14 @@ Settings default_settings(double frequency) {
           .interval = 2,
           .cooling = {.ambient = 20, .rise = 60, .time_constant = 600},
           .frequencies = {25, 50, 100, 200, 400}};
+}
+
+Measured carry_out(const Kind& kind, TransformerUnit& unit, const Settings& settings) {
+  try {
+    return kind.measure(unit, settings);
+  } catch (const std::runtime_error&) {
+    return {KVR_RES_INTERNAL_ERROR, {}};
+  }
 }
 
 std::span<const Kind> kinds() { return kKinds; }

@@ -41,6 +41,11 @@ struct Kind {
   Measured (*measure)(virtual_instrument::TransformerUnit& unit, const Settings& settings);
 };
 
+/// Makes the test. If the unit's circuit can't be solved, the instrument has an internal error, as
+/// in a client's test.
+Measured carry_out(const Kind& kind, virtual_instrument::TransformerUnit& unit,
+                   const Settings& settings);
+
 std::span<const Kind> kinds();
 
 /// A line for each kind: its name and its help.

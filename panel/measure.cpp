@@ -63,7 +63,7 @@ class Panel {
     if (code != KVR_RES_OK) {
       return code;
     }
-    const Measured measured = kind.measure(unit_, settings_);
+    const Measured measured = carry_out(kind, unit_, settings_);
     ++settings_.family.seed;
     ++made_;
     if (!virtual_instrument::is_accepted_code(measured.code)) {

@@ -724,7 +724,7 @@ TEST_F(Agreements, OnEveryShippedBench) {
       ++benches;
     }
   }
-  EXPECT_EQ(benches, 6U);
+  EXPECT_EQ(benches, 7U);
   expect_compared_on(1);
 }
 

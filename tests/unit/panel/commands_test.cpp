@@ -141,6 +141,15 @@ TEST_F(PanelCommands, APairThatTheUnitDoesNotHaveIsRefused) {
   EXPECT_EQ(out_.str(), "");
 }
 
+TEST_F(PanelCommands, AUnitWithoutASteadyStateIsAnErrorOfTheInstrument) {
+  const std::string file = bench(
+      "[transformer]\nsaturation = false\ncore_resistance = 1e9\n"
+      "magnetizing_reactance = 1e9\n");
+  EXPECT_EQ(panel::show_bench(file, out_, words_), panel::kDone) << words_.str();
+  EXPECT_THAT(out_.str(), testing::HasSubstr("The instrument's software has failed\n"));
+  EXPECT_THAT(out_.str(), testing::HasSubstr("\n  go-no-go   "));
+}
+
 TEST_F(PanelCommands, ShowHasEachPairOfWindings) {
   const auto count = [this](const std::string& file, const std::string& text) {
     out_.str("");
