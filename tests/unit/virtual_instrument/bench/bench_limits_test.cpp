@@ -544,6 +544,18 @@ transformer.vector_group: expected halves, such as XA1, of a zigzag winding alon
 )");
 }
 
+TEST(BenchKeys, ReplaceTheWholeListsOfTheBase) {
+  Bench base = built_in_bench();
+  base.defects.open_lead[Side::high] = {true, true, true, true};
+  base.defects.reversed_winding[Side::low] = {true, true, true};
+  const Bench bench =
+      read_bench("[leads]\nopen = [\"X2\"]\nreversed = [\"HB\"]\n", "b.toml", base).bench;
+  EXPECT_THAT(bench.defects.open_lead[Side::high], ElementsAre(false, false, false, false));
+  EXPECT_THAT(bench.defects.open_lead[Side::low], ElementsAre(false, false, true, false));
+  EXPECT_THAT(bench.defects.reversed_winding[Side::high], ElementsAre(false, true, false));
+  EXPECT_THAT(bench.defects.reversed_winding[Side::low], ElementsAre(false, false, false));
+}
+
 // 1000/400 V: with a tenth more turns the low side has 400 / 1100 of the high side's.
 TEST(BenchAgreements, ASeriesWindingIsThatOfTheTurnsThatThereAre) {
   const auto bench = [](const char* low, const char* deviation) {

@@ -306,8 +306,14 @@ TEST(ThreePhaseRatio, RefusesWhatItCannotTest) {
   bad.testing_mode = KVR_TESTING_MODE_1PH;
   EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_INCORRECT_PARAMETERS);
   bad = good;
-  bad.tested_phase = 3;
-  EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_INCORRECT_PARAMETERS);
+  for (const std::int32_t phase : {kAllPhases - 1, 3}) {
+    bad.tested_phase = phase;
+    EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_INCORRECT_PARAMETERS) << phase;
+  }
+  for (const std::int32_t phase : {0, 1, 2}) {
+    bad.tested_phase = phase;
+    EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_OK) << phase;
+  }
   bad = good;
   bad.test_voltage = 251;
   EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_UNSUPPORTED_VOLTAGE);

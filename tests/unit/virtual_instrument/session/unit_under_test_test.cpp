@@ -129,7 +129,7 @@ TEST_F(UnitUnderTest, EachLimbKeepsTheFluxThatATestLeavesInIt) {
   const std::string bench = transformer(kMagnetised);
   start(bench);
   const kvr_Ratio3phRequest request =
-      ratio_3ph_request(KVR_TEST_RATIO_DOWN, 100, KVR_WINDING_YN, KVR_WINDING_YN, 10);
+      ratio_3ph_request(KVR_TEST_RATIO_DOWN, 250, KVR_WINDING_YN, KVR_WINDING_YN, 10);
   const Bench settings = instant(bench);
   TransformerUnit unit = make_unit(settings);
   for (int number = 0; number < 2; ++number) {
