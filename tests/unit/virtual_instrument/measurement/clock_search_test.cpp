@@ -46,18 +46,20 @@ TEST(ClockSearch, FindsEveryClockWithOneSourceWhateverWasEntered) {
 }
 
 TEST(ClockSearch, FindsClocksInSmallVoltages) {
-  for (const char* const name : {"Dyn11", "Dyn5", "YNyn6", "YNd1"}) {
-    TransformerUnit unit = unit_of(parse_group(name).value());
+  for (const WindingGroup& group : three_phase_groups()) {
+    TransformerUnit unit = unit_of(group);
     unit.rated_voltage[Side::low] = 433e-4;
     const FoundClock found = Search(unit).with_one_source(kNoGroupHasIt);
-    EXPECT_EQ(found.code, KVR_RES_OK) << name;
-    EXPECT_EQ(found.clock, unit.group.clock) << name;
+    EXPECT_EQ(found.code, KVR_RES_OK) << group_name(group);
+    EXPECT_EQ(found.clock, group.clock) << group_name(group);
   }
 }
 
 TEST(ClockSearch, FindsNoClockWithoutAVoltage) {
-  Search search(unit_of(parse_group("Dyn11").value()), 0);
-  EXPECT_EQ(search.with_one_source(kNoGroupHasIt).code, KVR_RES_CANNOT_DETECT_PHASING);
+  for (const char* const name : {"Dyn11", "YNyn0"}) {
+    Search search(unit_of(parse_group(name).value()), 0);
+    EXPECT_EQ(search.with_one_source(kNoGroupHasIt).code, KVR_RES_CANNOT_DETECT_PHASING) << name;
+  }
 }
 
 TEST(ClockSearch, TakesTheEnteredClockIfALeadIsOpen) {
