@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -496,6 +497,120 @@ TEST(BenchAgreements, AreToldBeyondTheirLimits) {
   for (const auto& [text, problem] : cases) {
     EXPECT_THAT(problems_of(text), ElementsAre(problem)) << text;
   }
+}
+
+/// The problems of `text` over a bench that has been changed since it was read.
+std::vector<std::string> problems_over(const std::function<void(Bench&)>& change,
+                                       const std::string& text) {
+  Bench base = built_in_bench();
+  change(base);
+  return read_bench(text, "b.toml", base).problems;
+}
+
+// Of the keys that have to agree, the first one that the file holds is at fault.
+TEST(BenchAgreements, AreToldAtTheKeyThatTheFileHolds) {
+  struct Case {
+    std::function<void(Bench&)> change;
+    std::string table;
+    std::string key;
+    std::string value;
+  };
+  const auto reversed = [](Bench& bench) { bench.defects.reversed_winding[Side::high][1] = true; };
+  const auto zigzag = [](Bench& bench) {
+    bench.transformer.vector_group = {KVR_WINDING_Y, KVR_WINDING_ZN, 11};
+    bench.defects.reversed_half[Side::low][0][1] = true;
+  };
+  const auto autotransformer = [](Bench& bench) {
+    bench.transformer.vector_group = {KVR_WINDING_1P, KVR_WINDING_1P, 0};
+    bench.transformer.high_voltage = 1000;
+    bench.transformer.low_voltage = 400;
+    bench.transformer.autotransformer = true;
+  };
+  const Case cases[] = {
+      {[](Bench& bench) { bench.instrument.minimum_voltage = 9; }, "instrument", "maximum_voltage",
+       "8"},
+      {[](Bench& bench) { bench.instrument.maximum_voltage = 9; }, "instrument", "minimum_voltage",
+       "10"},
+      {[](Bench& bench) { bench.taps = {bench.taps.type, 1, 9, 5, 3, 1, 0}; }, "taps", "first",
+       "4"},
+      {[](Bench& bench) { bench.taps = {bench.taps.type, 1, 9, 5, 7, 1, 0}; }, "taps", "last", "6"},
+      {[](Bench& bench) { bench.taps = {bench.taps.type, 1, 9, 5, 7, 1, 0}; }, "taps", "first",
+       "6"},
+      {[](Bench& bench) { bench.taps = {bench.taps.type, 1, 9, 7, 5, 1, 0}; }, "taps", "last", "6"},
+      {[](Bench& bench) { bench.taps = {bench.taps.type, 1, 3, 1, 1, -20, 0}; }, "taps", "last",
+       "9"},
+      {[](Bench& bench) { bench.taps = {bench.taps.type, 8, 9, 9, 9, 20, 0}; }, "taps", "first",
+       "1"},
+      {autotransformer, "transformer", "vector_group", "\"Ii6\""},
+      {autotransformer, "transformer", "high_voltage", "401"},
+      {autotransformer, "transformer", "low_voltage", "999"},
+      {[&](Bench& bench) {
+         autotransformer(bench);
+         bench.taps = {bench.taps.type, 1, 9, 1, 1, 0, 0};
+       },
+       "taps", "step", "-7"},
+      {[](Bench& bench) { bench.tertiary.voltage = 100; }, "transformer", "vector_group",
+       "\"Ii0\""},
+      {[](Bench& bench) {
+         bench.transformer.vector_group = {KVR_WINDING_1P, KVR_WINDING_1P, 0};
+       },
+       "tertiary", "voltage", "100"},
+      {reversed, "transformer", "vector_group", "\"Ii0\""},
+      {zigzag, "transformer", "vector_group", "\"Yyn0\""},
+  };
+  std::string problems;
+  for (const Case& each : cases) {
+    for (const std::string& problem : problems_over(
+             each.change, "[" + each.table + "]\n" + each.key + " = " + each.value + "\n")) {
+      EXPECT_TRUE(problem.starts_with("b.toml:2: ")) << problem;
+      problems += problem.substr(std::string("b.toml:2: ").size()) + "\n";
+    }
+  }
+  EXPECT_EQ(
+      problems,
+      R"(instrument.maximum_voltage: expected a maximum_voltage of at least the minimum_voltage
+instrument.minimum_voltage: expected a maximum_voltage of at least the minimum_voltage
+taps.first: expected a position from first to last
+taps.last: expected a position from first to last
+taps.first: expected a middle from first to last
+taps.last: expected a middle from first to last
+taps.last: expected steps that leave a tenth of the turns at each position
+taps.first: expected steps that leave a tenth of the turns at each position
+transformer.vector_group: expected Ii0 or a star-star group with clock 0, and a series winding of a tenth of the turns or more at each tap, for an autotransformer
+transformer.high_voltage: expected Ii0 or a star-star group with clock 0, and a series winding of a tenth of the turns or more at each tap, for an autotransformer
+transformer.low_voltage: expected Ii0 or a star-star group with clock 0, and a series winding of a tenth of the turns or more at each tap, for an autotransformer
+taps.step: expected Ii0 or a star-star group with clock 0, and a series winding of a tenth of the turns or more at each tap, for an autotransformer
+transformer.vector_group: expected a tertiary in a three-phase unit alone
+tertiary.voltage: expected a tertiary in a three-phase unit alone
+transformer.vector_group: expected limb A alone in a single-phase unit
+transformer.vector_group: expected halves, such as XA1, of a zigzag winding alone
+)");
+}
+
+TEST(BenchKeys, ReplaceTheWholeListsOfTheBase) {
+  Bench base = built_in_bench();
+  base.defects.open_lead[Side::high] = {true, true, true, true};
+  base.defects.reversed_winding[Side::low] = {true, true, true};
+  const Bench bench =
+      read_bench("[leads]\nopen = [\"X2\"]\nreversed = [\"HB\"]\n", "b.toml", base).bench;
+  EXPECT_THAT(bench.defects.open_lead[Side::high], ElementsAre(false, false, false, false));
+  EXPECT_THAT(bench.defects.open_lead[Side::low], ElementsAre(false, false, true, false));
+  EXPECT_THAT(bench.defects.reversed_winding[Side::high], ElementsAre(false, true, false));
+  EXPECT_THAT(bench.defects.reversed_winding[Side::low], ElementsAre(false, false, false));
+}
+
+// 1000/400 V: with a tenth more turns the low side has 400 / 1100 of the high side's.
+TEST(BenchAgreements, ASeriesWindingIsThatOfTheTurnsThatThereAre) {
+  const auto bench = [](const char* low, const char* deviation) {
+    return std::string(
+               "[transformer]\nvector_group = \"Ii0\"\nautotransformer = true\n"
+               "high_voltage = 1000\nlow_voltage = ") +
+           low + "\nturns_deviation = " + deviation + "\n";
+  };
+  EXPECT_THAT(problems_of(bench("989", "10")), IsEmpty());
+  EXPECT_EQ(problems_of(bench("991", "10")).size(), 1U);
+  EXPECT_THAT(problems_of(bench("809", "-10")), IsEmpty());
+  EXPECT_EQ(problems_of(bench("811", "-10")).size(), 1U);
 }
 
 TEST(BenchAgreements, AreToldOnceEachThingByItselfIsGood) {

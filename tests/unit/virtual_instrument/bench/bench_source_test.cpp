@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <future>
+#include <iostream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -127,6 +129,14 @@ TEST_F(BenchSourceTest, LooksComeInTheOrderOfTheReadings) {
   other.join();
   EXPECT_EQ(given->instrument.serial_number, "one");
   EXPECT_THAT(looks, ElementsAre("one", "two"));
+}
+
+TEST(BenchSource, WritesAProblemAsALineToStandardError) {
+  std::ostringstream written;
+  std::streambuf* const before = std::cerr.rdbuf(written.rdbuf());
+  BenchSource::write_to_standard_error("b.toml: is a folder");
+  std::cerr.rdbuf(before);
+  EXPECT_EQ(written.str(), "b.toml: is a folder\n");
 }
 
 TEST(BenchSource, WithoutAFileTheBuiltInBenchHolds) {

@@ -169,6 +169,8 @@ TEST_F(DemonstrationStore, ResistancesAgreeColdAndHot) {
   const kvr_TestData_Taps& taps = *cold->data_resistance[0]->sides->primary;
   ASSERT_EQ(taps.count, 5U);
   const double middle = points_of(taps, 2)[0]->rm;
+  EXPECT_NE(points_of(taps, 2)[1]->rm, points_of(taps, 2)[0]->rm) << "no noise";
+  EXPECT_NEAR(points_of(taps, 2)[1]->rm, middle, middle * 0.001);
   EXPECT_GT(points_of(taps, 0)[0]->rm, middle);
   EXPECT_LT(points_of(taps, 4)[0]->rm, middle);
   EXPECT_NEAR(points_of(*settled->data_resistance[0]->sides->primary, 0).back()->rm, middle,

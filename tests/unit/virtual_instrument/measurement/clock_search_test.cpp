@@ -10,13 +10,13 @@ namespace {
 constexpr int kNoGroupHasIt = 12;
 
 struct Search {
-  explicit Search(const TransformerUnit& tested)
-      : unit(tested), circuit(unit, request(), bench, noise) {}
+  explicit Search(const TransformerUnit& tested, float voltage = 100)
+      : unit(tested), circuit(unit, request(voltage), bench, noise) {}
 
-  static kvr_Ratio3phRequest request() {
+  static kvr_Ratio3phRequest request(float voltage) {
     kvr_Ratio3phRequest request{};
     request.test_type = KVR_TEST_RATIO_DOWN;
-    request.test_voltage = 100;
+    request.test_voltage = voltage;
     request.setup.line_frequency = 50;
     return request;
   }
@@ -42,6 +42,23 @@ TEST(ClockSearch, FindsEveryClockWithOneSourceWhateverWasEntered) {
     const FoundClock found = Search(unit_of(group)).with_one_source((group.clock + 2) % 12);
     EXPECT_EQ(found.code, KVR_RES_OK) << group_name(group);
     EXPECT_EQ(found.clock, group.clock) << group_name(group);
+  }
+}
+
+TEST(ClockSearch, FindsClocksInSmallVoltages) {
+  for (const WindingGroup& group : three_phase_groups()) {
+    TransformerUnit unit = unit_of(group);
+    unit.rated_voltage[Side::low] = 433e-4;
+    const FoundClock found = Search(unit).with_one_source(kNoGroupHasIt);
+    EXPECT_EQ(found.code, KVR_RES_OK) << group_name(group);
+    EXPECT_EQ(found.clock, group.clock) << group_name(group);
+  }
+}
+
+TEST(ClockSearch, FindsNoClockWithoutAVoltage) {
+  for (const char* const name : {"Dyn11", "YNyn0"}) {
+    Search search(unit_of(parse_group(name).value()), 0);
+    EXPECT_EQ(search.with_one_source(kNoGroupHasIt).code, KVR_RES_CANNOT_DETECT_PHASING) << name;
   }
 }
 

@@ -275,6 +275,33 @@ TEST(Impedance, IsCorrectedByItsCopperAndItsStrayPart) {
   EXPECT_NEAR(phase.rs, copper * 1.2161 + (r - copper) / 1.2161, r * 2 * kPermille);
 }
 
+TEST(Impedance, NamesTheLinesOfEachPhaseAndThoseThatAreJoined) {
+  const auto lines = [](const TransformerUnit& unit) {
+    const ImpedanceTest test = short_circuit_impedance_test(unit, family_settings(50));
+    std::string text;
+    for (const kvr_TestData_Impedance_Phase& phase : test.tests.front().phases) {
+      text += std::string(phase.phase_name) + " " + phase.high_side_phase + " " +
+              phase.low_side_phase + "; ";
+    }
+    return text;
+  };
+  EXPECT_EQ(lines(three_phase_unit()), "A H1-H3 X1-X2-X3; B H2-H1 X1-X2-X3; C H3-H2 X1-X2-X3; ");
+  EXPECT_EQ(lines(single_phase_unit()), "A H1-H2 X1-X2;   ;   ; ");
+}
+
+TEST(Impedance, SetupHoldsTheFrequencyAndTheTemperaturesOfTheTest) {
+  FamilySettings settings = family_settings(60);
+  settings.corrected_to = 85;
+  TransformerUnit unit = three_phase_unit();
+  unit.temperature = 31;
+  for (const kvr_TestSetup& setup : {short_circuit_impedance_test(unit, settings).data.setup,
+                                     stray_loss_response_test(unit, settings, {100}).data.setup}) {
+    EXPECT_EQ(setup.line_frequency, 60);
+    EXPECT_EQ(setup.temperature_from, 31);
+    EXPECT_EQ(setup.temperature_to, 85);
+  }
+}
+
 TEST(Impedance, OfASinglePhaseUnitIsReadFromTheFirstPhase) {
   FamilySettings settings = family_settings(60);
   settings.corrected_to = 20;
@@ -454,6 +481,19 @@ TEST(GoNoGo, FaultsShow) {
             KVR_RES_INDUCTANCE_TOO_LOW);
 }
 
+TEST(GoNoGo, ComparesTheInductanceWithTheSmallestOne) {
+  // The magnetizing reactance of 38.45 kohm beside 160 kohm of losses, at 60 Hz.
+  constexpr double kReactance = 38.45e3 / (1 + 38.45e3 * 38.45e3 / (160e3 * 160e3));
+  constexpr double kInductance = kReactance / (2 * std::numbers::pi * 60);
+  FamilySettings settings = family_settings(60);
+  const auto status = [&settings](double smallest) {
+    settings.minimum_inductance = smallest;
+    return go_no_go_test(single_phase_unit(), settings).status_minimum_inductance;
+  };
+  EXPECT_EQ(status(0.98 * kInductance), KVR_RES_OK);
+  EXPECT_EQ(status(1.02 * kInductance), KVR_RES_INDUCTANCE_TOO_LOW);
+}
+
 // ---- tap changer
 
 TEST(DynamicResistance, FindsEachTransitionByItsDip) {
@@ -469,6 +509,33 @@ TEST(DynamicResistance, FindsEachTransitionByItsDip) {
     EXPECT_GE(each.end_time - each.start_time, 43U);
     EXPECT_LE(each.end_time - each.start_time, 120U);
   }
+}
+
+TEST(DynamicResistance, FindsNoTransitionThatDoesNotShow) {
+  TransformerUnit unit = with_tap_changer(three_phase_unit(), KVR_TAP_CHANGER_OLTC);
+  unit.taps.transition_resistance = 0;
+  const DynamicResistanceTest test = dynamic_resistance_test(unit, family_settings(50));
+  EXPECT_EQ(test.code, KVR_RES_OK);
+  EXPECT_EQ(test.data.transition_count, 0U);
+  EXPECT_TRUE(test.transitions.empty());
+}
+
+/// The times at which transitions are found to begin and to end, in ms.
+std::string times_of(const DynamicResistanceTest& test) {
+  std::string text;
+  for (const kvr_TestData_Drm_Transition& each : test.transitions) {
+    text += std::to_string(each.start_time) + "-" + std::to_string(each.end_time) + " ";
+  }
+  return text;
+}
+
+// Without a resistance of the source the current takes longer to recover.
+TEST(DynamicResistance, ASourceThatGivesItsVoltageIsNotInTheWay) {
+  const auto unit = with_tap_changer(three_phase_unit(), KVR_TAP_CHANGER_OLTC);
+  FamilySettings settings = family_settings(50);
+  EXPECT_EQ(times_of(dynamic_resistance_test(unit, settings)), "200-306 400-506 600-707 800-908 ");
+  settings.direct_voltage = 1;
+  EXPECT_EQ(times_of(dynamic_resistance_test(unit, settings)), "200-363 400-566 600-768 800-971 ");
 }
 
 TEST(DynamicResistance, NeedsATapChangerUnderLoad) {

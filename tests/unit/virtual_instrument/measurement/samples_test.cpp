@@ -30,6 +30,7 @@ TEST(Samples, RmsHoldsAllHarmonics) {
 TEST(Samples, PeakIsTheGreatestEitherWay) {
   EXPECT_EQ(peak({1, -3, 2}), 3);
   EXPECT_EQ(peak({1, -3, 4}), 4);
+  EXPECT_EQ(peak({0.25, -0.5}), 0.5);
 }
 
 TEST(Samples, FundamentalIsAnRmsPhasorWithoutHarmonics) {
@@ -45,6 +46,11 @@ TEST(Samples, FrequencyComesFromPassagesThroughZero) {
   EXPECT_EQ(measured_frequency(Samples(100, 0.0), 1000), 0);
   EXPECT_EQ(measured_frequency(Samples{-1, 1, 2, 1}, 1000), 0);
   EXPECT_DOUBLE_EQ(measured_frequency(Samples{-1, 1, -1}, 1000), 500);
+}
+
+// Their r.m.s. value is 4, so that the first sample is at a quarter of it, and not beyond.
+TEST(Samples, FrequencyCountsPassagesFromBeyondAQuarterOfTheRms) {
+  EXPECT_DOUBLE_EQ(measured_frequency(Samples{1, -7, 5, -2, 1}, 1000), 480);
 }
 
 TEST(Samples, FrequencyIsNotMistakenForNoise) {

@@ -82,6 +82,28 @@ TEST(ThreePhaseRatio, ADyn11UnitReadsItsTurnsBetweenItsTerminals) {
   EXPECT_TRUE(result.raw_data.empty());
 }
 
+TEST(ThreePhaseRatio, RatiosOfLinesAreNamedByLinesWherePhasesAreNot) {
+  TransformerUnit unit = three_phase_unit();
+  unit.group = {KVR_WINDING_YN, KVR_WINDING_YN, 0};
+  const ThreePhaseRatio result = measure(unit, step_down(unit));
+  std::string names;
+  for (const kvr_TestData_Ratio_Phase& phase : result.data.phases) {
+    names += std::string(phase.high_side_phase) + " " + phase.low_side_phase + ", " +
+             phase.tvr_high + " " + phase.tvr_low + "; ";
+  }
+  EXPECT_EQ(names,
+            "H1-H0 X1-X0, H1-H3 X1-X3; H2-H0 X2-X0, H2-H1 X2-X1; H3-H0 X3-X0, H3-H2 X3-X2; ");
+}
+
+TEST(ThreePhaseRatio, ALowSideThatShowsNothingHasNoPhases) {
+  TransformerUnit unit = three_phase_unit();
+  unit.rated_voltage[Side::low] = 433e-7;
+  Bench bench = quiet_bench();
+  bench.measurement.smallest_voltage = 0;
+  const ThreePhaseRatio result = measure(unit, step_down(unit), bench);
+  EXPECT_EQ(result.code, KVR_RES_CANNOT_DETECT_PHASING);
+}
+
 TEST(ThreePhaseRatio, ReadingsOfAPhaseAgreeWithEachOther) {
   const ThreePhaseRatio result = measure(three_phase_unit(), step_down(three_phase_unit()));
   const double phase_angle[] = {0, -120, 120};
@@ -284,8 +306,14 @@ TEST(ThreePhaseRatio, RefusesWhatItCannotTest) {
   bad.testing_mode = KVR_TESTING_MODE_1PH;
   EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_INCORRECT_PARAMETERS);
   bad = good;
-  bad.tested_phase = 3;
-  EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_INCORRECT_PARAMETERS);
+  for (const std::int32_t phase : {kAllPhases - 1, 3}) {
+    bad.tested_phase = phase;
+    EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_INCORRECT_PARAMETERS) << phase;
+  }
+  for (const std::int32_t phase : {0, 1, 2}) {
+    bad.tested_phase = phase;
+    EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_OK) << phase;
+  }
   bad = good;
   bad.test_voltage = 251;
   EXPECT_EQ(check_three_phase_ratio(bad, bench), KVR_RES_UNSUPPORTED_VOLTAGE);

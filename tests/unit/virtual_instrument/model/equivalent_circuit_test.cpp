@@ -78,6 +78,38 @@ TEST_P(UnitFromTests, ReadsTheTestsThatItWasMadeFrom) {
 
 INSTANTIATE_TEST_SUITE_P(Units, UnitFromTests, testing::Values(kUnit20kva, kUnit50kva, kUnitDyn11));
 
+TEST(UnitFromTests, HasWhatItsPlateSaysAndNothingMore) {
+  const TransformerUnit unit =
+      unit_from_tests(kUnitDyn11.plate, kUnitDyn11.open_circuit, kUnitDyn11.short_circuit);
+  EXPECT_EQ(group_name(unit.group), "Dyn11");
+  EXPECT_EQ(unit.rated_voltage[Side::high], 11000);
+  EXPECT_EQ(unit.rated_voltage[Side::low], 433);
+  EXPECT_EQ(unit.kva, 500);
+  EXPECT_EQ(unit.frequency, 50);
+  EXPECT_EQ(unit.turns_deviation, 0);
+  EXPECT_EQ(unit.reference_temperature, 20);
+  EXPECT_EQ(unit.temperature, 20);
+  EXPECT_EQ(unit.impedance_percent, 0);
+  EXPECT_EQ(unit.capacitance, 0);
+  const TapChanger& taps = unit.taps;
+  EXPECT_EQ(taps.type, KVR_TAP_CHANGER_NONE);
+  EXPECT_EQ(taps.first, 1);
+  EXPECT_EQ(taps.last, 1);
+  EXPECT_EQ(taps.middle, 1);
+  EXPECT_EQ(taps.position, 1);
+  EXPECT_EQ(taps.step, 0);
+  EXPECT_EQ(taps.transition_resistance, 0);
+  EXPECT_EQ(unit.core.limbs, 3);
+  EXPECT_EQ(unit.core.yoke_ratio, 1);
+  EXPECT_EQ(unit.core.hysteresis_share, 0.6);
+  EXPECT_EQ(unit.core.reference_frequency, 50);
+  EXPECT_EQ(unit.core.limb.low_flux, rated_flux(unit));
+  EXPECT_TRUE(is_linear(unit.core));
+  EXPECT_EQ(unit.core.limb.saturated_inductance, unit.core.limb.inductance);
+  EXPECT_EQ(unit.windings[Side::high].stray_share, 0.1);
+  EXPECT_EQ(unit.windings[Side::low].stray_share, 0.1);
+}
+
 TEST(UnitFromTests, LeavesTheTestsOfTheOtherSideToTheCircuit) {
   const TransformerUnit unit =
       unit_from_tests(kUnit50kva.plate, kUnit50kva.open_circuit, kUnit50kva.short_circuit);

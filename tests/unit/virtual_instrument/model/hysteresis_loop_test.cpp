@@ -9,7 +9,10 @@
 namespace virtual_instrument {
 namespace {
 
-const StopElements kElements = stop_elements({2, 0.5});
+const StopElements& elements() {
+  static const StopElements made = stop_elements({2, 0.5});
+  return made;
+}
 
 std::vector<double> sine(double amplitude, double mean = 0, double fifth = 0) {
   std::vector<double> flux;
@@ -22,7 +25,7 @@ std::vector<double> sine(double amplitude, double mean = 0, double fifth = 0) {
 
 std::vector<double> force_of(const std::vector<double>& flux, const StopState& start = {}) {
   std::vector<double> force(flux.size());
-  add_loop(kElements, start, flux, force);
+  add_loop(elements(), start, flux, force);
   return force;
 }
 
@@ -39,7 +42,7 @@ double area_of(const std::vector<double>& flux, const std::vector<double>& force
 double force_after(const std::vector<double>& changes) {
   StopState state{};
   for (const double change : changes) {
-    move(kElements, state, change);
+    move(elements(), state, change);
   }
   return total_force(state);
 }
@@ -68,15 +71,15 @@ TEST(HysteresisLoop, ABranchAfterAReversalIsTheFirstOneTwiceAsLarge) {
 
 TEST(HysteresisLoop, AMinorLoopClosesAndIsForgotten) {
   StopState state{};
-  move(kElements, state, 0.3);
+  move(elements(), state, 0.3);
   const StopState before = state;
-  move(kElements, state, -0.1);
+  move(elements(), state, -0.1);
   EXPECT_LT(total_force(state), total_force(before));
-  move(kElements, state, 0.1);
+  move(elements(), state, 0.1);
   for (std::size_t number = 0; number < kStopElements; ++number) {
     EXPECT_NEAR(state[number], before[number], 1e-12);
   }
-  move(kElements, state, 0.1);
+  move(elements(), state, 0.1);
   EXPECT_NEAR(total_force(state), force_after({0.4}), 1e-12);
 }
 
@@ -85,49 +88,49 @@ TEST(HysteresisLoop, AlternatingFluxThatFadesOutDemagnetises) {
   double sign = 1;
   double flux = 0;
   for (double swing = 1; swing > 1e-4; swing *= 0.98) {
-    move(kElements, state, sign * swing - flux);
+    move(elements(), state, sign * swing - flux);
     flux = sign * swing;
     sign = -sign;
   }
-  move(kElements, state, -flux);
+  move(elements(), state, -flux);
   EXPECT_NEAR(total_force(state), 0, 0.02);
 }
 
 TEST(HysteresisLoop, WhatFadesOutAfterSaturationHoldsAForce) {
   for (const double amplitude : {0.0, 0.05, 0.2, 0.4}) {
     StopState state{};
-    move(kElements, state, 10);
+    move(elements(), state, 10);
     double flux = 10;
     double sign = -1;
     for (double swing = amplitude; swing > 1e-5; swing *= 0.98) {
-      move(kElements, state, sign * swing - flux);
+      move(elements(), state, sign * swing - flux);
       flux = sign * swing;
       sign = -sign;
     }
-    move(kElements, state, -flux);
-    EXPECT_NEAR(total_force(state), -held_force(kElements, amplitude), 0.02) << amplitude;
-    EXPECT_NEAR(total_force(held_state(kElements, amplitude, 1)), -held_force(kElements, amplitude),
-                1e-12);
-    EXPECT_NEAR(total_force(held_state(kElements, amplitude, -1)), held_force(kElements, amplitude),
-                1e-12);
+    move(elements(), state, -flux);
+    EXPECT_NEAR(total_force(state), -held_force(elements(), amplitude), 0.02) << amplitude;
+    EXPECT_NEAR(total_force(held_state(elements(), amplitude, 1)),
+                -held_force(elements(), amplitude), 1e-12);
+    EXPECT_NEAR(total_force(held_state(elements(), amplitude, -1)),
+                held_force(elements(), amplitude), 1e-12);
   }
-  EXPECT_NEAR(held_force(kElements, 0), 2, 1e-12);
-  EXPECT_EQ(held_force(kElements, 0.5), 0);
+  EXPECT_NEAR(held_force(elements(), 0), 2, 1e-12);
+  EXPECT_EQ(held_force(elements(), 0.5), 0);
 }
 
 TEST(HysteresisLoop, EnclosesItsArea) {
   for (const double amplitude : {0.05, 0.2, 0.5, 1.0, 3.0}) {
     const std::vector<double> flux = sine(amplitude);
-    EXPECT_NEAR(area_of(flux, force_of(flux)) / loop_area(kElements, amplitude), 1, 0.01)
+    EXPECT_NEAR(area_of(flux, force_of(flux)) / loop_area(elements(), amplitude), 1, 0.01)
         << amplitude;
   }
 }
 
 TEST(HysteresisLoop, AreaGrowsWithTheSquareOfTheFluxThenInProportion) {
   for (const double amplitude : {0.01, 0.04, 0.16}) {
-    EXPECT_NEAR(loop_area(kElements, 2 * amplitude) / loop_area(kElements, amplitude), 4, 0.2);
+    EXPECT_NEAR(loop_area(elements(), 2 * amplitude) / loop_area(elements(), amplitude), 4, 0.2);
   }
-  EXPECT_NEAR(loop_area(kElements, 3) - loop_area(kElements, 2), 4 * 2.0, 1e-9);
+  EXPECT_NEAR(loop_area(elements(), 3) - loop_area(elements(), 2), 4 * 2.0, 1e-9);
 }
 
 TEST(HysteresisLoop, OfASymmetricalFluxIsSymmetrical) {
@@ -139,13 +142,13 @@ TEST(HysteresisLoop, OfASymmetricalFluxIsSymmetrical) {
 
 TEST(HysteresisLoop, RepeatsFromTheFirstPeriodOn) {
   const std::vector<double> flux = sine(0.3, 0.1, 0.15);
-  const StopState start = held_state(kElements, 0.1, -1);
+  const StopState start = held_state(elements(), 0.1, -1);
   const std::vector<double> force = force_of(flux, start);
   StopState state = start;
   double last = 0;
   for (int period = 0; period < 3; ++period) {
     for (std::size_t step = 0; step < flux.size(); ++step) {
-      move(kElements, state, flux[step] - last);
+      move(elements(), state, flux[step] - last);
       last = flux[step];
       if (period > 0) {
         EXPECT_NEAR(total_force(state) - total_force(start), force[step], 1e-12);
@@ -155,9 +158,9 @@ TEST(HysteresisLoop, RepeatsFromTheFirstPeriodOn) {
 }
 
 TEST(HysteresisLoop, KnowsItsDerivatives) {
-  const StopState start = held_state(kElements, 0.1, 1);
+  const StopState start = held_state(elements(), 0.1, 1);
   const std::vector<double> flux = sine(0.31, 0.07, 0.17);
-  const LoopDerivatives derivatives = loop_derivatives(kElements, start, flux);
+  const LoopDerivatives derivatives = loop_derivatives(elements(), start, flux);
   ASSERT_GT(derivatives.slips.size(), 4U);
   constexpr double kChange = 1e-7;
   for (std::size_t by = 0; by < flux.size(); by += 3) {

@@ -64,6 +64,18 @@ TEST(IronShape, KeepsLossesAndMagnetizingCurrentAtRatedFlux) {
   }
 }
 
+// Rated flux is in saturation then; the current is kept as far below the knee as it is otherwise.
+TEST(IronShape, KeepsTheCurrentBelowAKneeUnderTheRatedFlux) {
+  Core core = linear_core();
+  core.limb.knee_flux = 1.15 * 0.8;
+  const Spectrum force = force_at(shaped(core), 0.8);
+  double square = force[1].real() * force[1].real();
+  for (std::size_t harmonic = 2; harmonic < force.size(); ++harmonic) {
+    square += std::norm(force[harmonic]);
+  }
+  EXPECT_NEAR(std::sqrt(square), 0.8, 1e-6);
+}
+
 TEST(IronShape, DistortsTheCurrentNearTheKneeAlone) {
   const Core core = shaped(linear_core());
   EXPECT_GT(third_share(core, 1), 0.3);

@@ -185,6 +185,30 @@ INSTANTIATE_TEST_SUITE_P(
                     NamedPairs{{KVR_WINDING_D, KVR_WINDING_Z, 0}, "H1-H3", "X1-X3", ""},
                     NamedPairs{{KVR_WINDING_1P, KVR_WINDING_1P, 6}, "H1-H2", "X2-X1", ""}));
 
+/// A pair, one letter further for each step.
+std::string advanced(Side side, TerminalPair pair, int steps) {
+  const auto next = [steps](int terminal) {
+    return terminal == 0 ? 0 : (terminal - 1 + steps) % 3 + 1;
+  };
+  return pair_name(side, {next(pair.plus), next(pair.minus)});
+}
+
+std::string text_of(const PhaseConnection& phase, int steps) {
+  return advanced(Side::high, phase.pairs[Side::high], steps) + " " +
+         advanced(Side::low, phase.pairs[Side::low], steps) +
+         (phase.shorted ? " " + advanced(phase.shorted_side, *phase.shorted, steps) : "");
+}
+
+TEST(WindingGroup, AllPhasesAreTestedAlikeBetweenTerminalsOfTheirOwn) {
+  for (const WindingGroup& each : three_phase_groups()) {
+    const std::vector<PhaseConnection> phases = phase_connections(each);
+    EXPECT_EQ(text_of(phases[1], 0), text_of(phases[0], 1)) << group_name(each);
+    EXPECT_EQ(text_of(phases[2], 0), text_of(phases[0], 2)) << group_name(each);
+    EXPECT_EQ(phases[1].ratio, phases[0].ratio) << group_name(each);
+    EXPECT_EQ(phases[2].ratio, phases[0].ratio) << group_name(each);
+  }
+}
+
 TEST(WindingGroup, NamesItsPairs) {
   EXPECT_EQ(pair_name(Side::high, {1, 3}), "H1-H3");
   EXPECT_EQ(pair_name(Side::low, {0, 2}), "X0-X2");

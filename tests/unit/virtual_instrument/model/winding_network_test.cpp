@@ -210,6 +210,25 @@ TEST(WindingNetwork, ShortedTurnsDrawCurrent) {
   EXPECT_GT(faulty, 5 * sound);
 }
 
+// Sources at all terminals fix the voltages, so that only the capacitors' own currents come to it.
+TEST(WindingNetwork, SourcesFeedTheCapacitorsBetweenTheWindings) {
+  TransformerUnit unit = t_circuit_unit();
+  const std::vector<VoltageSource> sources{{terminal_node(Side::high, 1), 8000},
+                                           {terminal_node(Side::high, 2), -50},
+                                           {terminal_node(Side::low, 1), Complex(240, 3)},
+                                           {terminal_node(Side::low, 2), Complex(0, 7)}};
+  const PeriodicState without = solve_network(unit_network(unit, 1e12), sources, 60);
+  unit.winding_capacitance = 1e-3;
+  const PeriodicState with = solve_network(unit_network(unit, 1e12), sources, 60);
+  const Complex first = Complex(0, kOmega * 1e-3) * (sources[0].voltage - sources[2].voltage);
+  const Complex second = Complex(0, kOmega * 1e-3) * (sources[1].voltage - sources[3].voltage);
+  const Complex expected[] = {first, second, -first, -second};
+  for (std::size_t number = 0; number < sources.size(); ++number) {
+    const Complex more = with.source_current[number][1] - without.source_current[number][1];
+    EXPECT_NEAR(magnitude(more - expected[number]), 0, 1e-6 * magnitude(first)) << number;
+  }
+}
+
 TEST(WindingNetwork, ResistanceToDirectCurrentFollowsFromTheWindings) {
   TransformerUnit unit = three_limb_unit(1);
   unit.windings = {LimbWinding{3, 0, 0}, LimbWinding{0.006, 0, 0}};

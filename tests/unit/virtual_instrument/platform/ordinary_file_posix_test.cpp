@@ -84,6 +84,40 @@ TEST_F(OrdinaryFilePosixTest, CanBeLongerThanItsStatusSays) {
   EXPECT_THAT(read_ordinary_file("/proc/self/status", 1 << 20).text, testing::HasSubstr("Pid:"));
 }
 
+TEST_F(OrdinaryFilePosixTest, ThatFailsWhileItIsReadIsUnreadable) {
+  if (!fs::exists("/proc/self/mem")) {
+    GTEST_SKIP() << "no such file here";
+  }
+  const FileReading reading = read_ordinary_file("/proc/self/mem", 100);
+  EXPECT_EQ(reading.state, FileState::kUnreadable);
+  EXPECT_EQ(reading.text, "");
+}
+
+/// The number that the next file gets.
+int next_descriptor() {
+  const int next = open("/dev/null", O_RDONLY);
+  close(next);
+  return next;
+}
+
+TEST_F(OrdinaryFilePosixTest, IsClosedAgain) {
+  folder_.write("file", "text");
+  folder_.write("large", std::string(101, 'x'));
+  const int next = next_descriptor();
+  EXPECT_EQ(state("file"), FileState::kRead);
+  EXPECT_EQ(state("large"), FileState::kTooLarge);
+  EXPECT_EQ(next_descriptor(), next);
+}
+
+TEST_F(OrdinaryFilePosixTest, IsReadWhereStandardInputIsClosed) {
+  folder_.write("file", "text");
+  const int input = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  EXPECT_EQ(state("file"), FileState::kRead);
+  dup2(input, STDIN_FILENO);
+  close(input);
+}
+
 // The name changes hands between a look at the file and its opening, at some moments.
 TEST_F(OrdinaryFilePosixTest, ThatTurnsIntoAPipeMeanwhileIsNotWaitedFor) {
   make_pipe("pipe");

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include "support/process.h"
 #include "unit/virtual_instrument/session/client.h"
@@ -352,6 +353,12 @@ TEST_F(Connection, IsLostAsSoonAsTheCableIsPulledAndCanBeMadeAgain) {
   EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);
 }
 
+TEST_F(Connection, ATimeAfterWhichItIsLostBeginsWithIt) {
+  start("[connection]\nlost_after = 60\n");
+  EXPECT_EQ(kvr_CheckConnection(), KVR_RES_OK);
+  EXPECT_EQ(test().code, KVR_RES_OK);
+}
+
 // Nobody calls the library in between, as when the program waits at a menu.
 TEST_F(Connection, TheFileIsWatchedWhileNoCallComes) {
   start();
@@ -377,6 +384,17 @@ bool comes_at_once(const std::function<std::size_t()>& event_after_connecting) {
 TEST_F(Connection, IsLostAtItsTimeAndNotOnlyAtTheNextLookAtTheFile) {
   EXPECT_TRUE(comes_at_once([this, events = std::size_t{0}]() mutable {
     start("[connection]\nlost_after = 0.005\n");
+    return status_.wait_for(++events).size();
+  }));
+}
+
+// The session's thread waits for the next look at the file when the client connects.
+TEST_F(Connection, IsLostAtItsTimeAfterAWaitBeforeIt) {
+  EXPECT_TRUE(comes_at_once([this, events = std::size_t{0}]() mutable {
+    set_bench("[connection]\nlost_after = 0.005\n");
+    EXPECT_EQ(initialize(), KVR_RES_OK);
+    std::this_thread::sleep_for(kBenchPeriod / 5);
+    EXPECT_EQ(connect(), KVR_RES_OK);
     return status_.wait_for(++events).size();
   }));
 }

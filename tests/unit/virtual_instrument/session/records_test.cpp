@@ -359,6 +359,9 @@ TEST_F(Records, AFileThatIsNoStoreIsRefusedUntilAnotherIsPutIn) {
   EXPECT_EQ(status.database_loaded, 0);
   EXPECT_EQ(test("T1", KVR_SAVE_NEW_RECORD).code, KVR_RES_SQL_DATABASE_ERROR);
   EXPECT_EQ(test("T1", KVR_SAVE_NOTHING).code, KVR_RES_OK);
+  const TestAnswer unnamed = test("", KVR_SAVE_NOTHING);
+  ASSERT_EQ(unnamed.code, KVR_RES_OK);
+  EXPECT_STREQ(unnamed.record->record_id, "20240305-120000");
   EXPECT_EQ(kvr_Lib_Shutdown(), KVR_RES_OK);
   std::filesystem::remove(folder_.path() / "records.db");
   start(in_file(folder_.path() / "records.db"));

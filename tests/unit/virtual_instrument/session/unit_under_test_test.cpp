@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "unit/virtual_instrument/session/client.h"
+#include "virtual_instrument/bench/bench_reader.h"
+#include "virtual_instrument/bench/bench_unit.h"
+#include "virtual_instrument/measurement/three_phase_ratio.h"
 #include "virtual_instrument/model/phasor.h"
 #include "virtual_instrument/model/winding_group.h"
 
@@ -14,8 +17,19 @@
 namespace virtual_instrument {
 namespace {
 
+constexpr const char* kMagnetised = "residual_flux = [0.9, -0.5, -0.4]\n";
+
 class UnitUnderTest : public ClientTest {
  protected:
+  /// The bench of that text as set_bench() makes it.
+  static Bench instant(const std::string& text) {
+    return read_bench(text +
+                          "[measurement]\nduration = 0\nnoise = 0\nsamples_per_period = 16\n"
+                          "periods = 2\n",
+                      "bench", built_in_bench())
+        .bench;
+  }
+
   static std::string transformer(const std::string& keys) { return "[transformer]\n" + keys; }
 
   static TestAnswer three_phase(const kvr_Ratio3phRequest& asked) {
@@ -103,14 +117,33 @@ TEST_F(UnitUnderTest, ThreePhasesOfASinglePhaseUnitLackLeads) {
             KVR_RES_OPEN_LEAD_H3);
 }
 
-constexpr const char* kMagnetised = "residual_flux = [0.9, -0.5, -0.4]\n";
-
 TEST_F(UnitUnderTest, ResidualFluxGoesFromTestToTest) {
   start(transformer(kMagnetised));
   const double first = single_phase_error(20);
   single_phase_error(250);
   const double later = single_phase_error(20);
   EXPECT_GT(first, 1.02 * later);
+}
+
+TEST_F(UnitUnderTest, EachLimbKeepsTheFluxThatATestLeavesInIt) {
+  const std::string bench = transformer(kMagnetised);
+  start(bench);
+  const kvr_Ratio3phRequest request =
+      ratio_3ph_request(KVR_TEST_RATIO_DOWN, 250, KVR_WINDING_YN, KVR_WINDING_YN, 10);
+  const Bench settings = instant(bench);
+  TransformerUnit unit = make_unit(settings);
+  for (int number = 0; number < 2; ++number) {
+    const ThreePhaseRatio expected = measure_three_phase_ratio(unit, request, settings, 0);
+    unit.core.residual_flux = expected.residual_flux;
+    const TestAnswer answer = three_phase(request);
+    ASSERT_EQ(answer.code, KVR_RES_OK);
+    for (int phase = 0; phase < 3; ++phase) {
+      EXPECT_NEAR(answer.record->data_ratio_3ph[0]->phases[phase].current_rms /
+                      expected.data.phases[phase].current_rms,
+                  1, 1e-6)
+          << "test " << number << " phase " << phase;
+    }
+  }
 }
 
 TEST_F(UnitUnderTest, AnotherResidualFluxInTheBenchBeginsAnew) {

@@ -182,6 +182,7 @@ TEST(StoreClosing, WithinATimeGivesUpOnACallThatTakesLonger) {
   EXPECT_EQ(busy.store().state(), KVR_RES_OK);
   EXPECT_EQ(busy.finish(), KVR_RES_OK);
   EXPECT_TRUE(busy.store().close_within(std::chrono::milliseconds(0)));
+  EXPECT_EQ(busy.store().state(), KVR_RES_LIB_NOT_INITIALIZED);
   EXPECT_EQ(contents_of(folder.path() / "records.db"), "T1#1:1 ");
 }
 

@@ -412,6 +412,21 @@ TEST_F(StoreFilesTest, AStoreOnADiskThatCannotBeWrittenCanBeRead) {
   expect_reading_only(store);
 }
 
+// SQLite is asked for such a store by a URI, in which some characters have a meaning.
+TEST_F(StoreFilesTest, AStoreThatCannotBeWrittenMayHaveAnyName) {
+  make_store();
+  const bool any_character = fs::path::preferred_separator == '/';
+  for (const std::string name : {"100%25 #1.db", any_character ? "what?mode=rw.db" : "what.db"}) {
+    fs::copy_file(file_, folder_.path() / name);
+    SqliteStore writable({.path = folder_.path() / name});
+    ASSERT_EQ(writable.remove("T1"), KVR_RES_OK);
+  }
+  disk_.set_read_only();
+  for (const std::string name : {"100%25 #1.db", any_character ? "what?mode=rw.db" : "what.db"}) {
+    EXPECT_EQ(contents_of(folder_.path() / name), "T2#1:3 ") << name;
+  }
+}
+
 // Without a write-ahead log SQLite needs no file beside the store, so it notices what others write.
 TEST_F(StoreFilesTest, AStoreThatCannotBeWrittenShowsWhatAnotherWrites) {
   make_store();

@@ -46,6 +46,9 @@ TEST(VectorGroupName, HasLettersClockAndShift) {
       {1, 2, 1, -0.5235988F, "Dy1"},
       {1, 2, 1, 0.0698131F, "Dy1"},
       {1, 2, 1, 0.0872665F, "Dy1+5"},
+      {1, 2, 1, 0.06981317F, "Dy1"},  // 4 degrees
+      {1, 2, 1, 3.1415927F, "Dy1+180"},
+      {1, 2, 1, -3.1415927F, "Dy1"},
       {1, 2, 1, -5.7595863F, "Dy130"},
       {1, 2, 1, 6.0F, "Dy1"},
       {1, 2, 1, std::numeric_limits<float>::quiet_NaN(), "Dy1"},
