@@ -38,7 +38,6 @@ void Session::shut_down() {
     const std::lock_guard lock(mutex_);
     ended_ = true;
     connection_ = Connection::none;
-    locked_ = false;
     runner_.stop(KVR_RES_OPERATION_CANCELLED);
     changed_.notify_all();
   }

@@ -95,6 +95,29 @@ TEST(ThreePhaseRatio, RatiosOfLinesAreNamedByLinesWherePhasesAreNot) {
             "H1-H0 X1-X0, H1-H3 X1-X3; H2-H0 X2-X0, H2-H1 X2-X1; H3-H0 X3-X0, H3-H2 X3-X2; ");
 }
 
+TEST(ThreePhaseRatio, PhasesBesideAnOpenLeadHaveTheirRatioBothWays) {
+  for (const kvr_TestType type : {KVR_TEST_RATIO_DOWN, KVR_TEST_RATIO_UP}) {
+    for (std::size_t open = 1; open <= 3; ++open) {
+      TransformerUnit unit = three_phase_unit();
+      unit.group = {KVR_WINDING_YN, KVR_WINDING_YN, 0};
+      unit.faults.open_lead[type == KVR_TEST_RATIO_DOWN ? Side::low : Side::high][open] = true;
+      kvr_Ratio3phRequest request = request_for(unit, type, KVR_TESTING_MODE_3PH_3_3);
+      request.test_voltage = 10;
+      const ThreePhaseRatio result = measure(unit, request);
+      int tested = 0;
+      for (const kvr_TestData_Ratio_Phase& phase : result.data.phases) {
+        if (phase.status == KVR_RES_OK) {
+          ++tested;
+          EXPECT_NEAR(phase.tnr, 11000.0 / 433, 0.03) << type << " " << open;
+          EXPECT_NEAR(phase.tvr, 11000.0 / 433, 0.03) << type << " " << open;
+          EXPECT_NEAR(phase.phase_shift_absolute, 0, 0.001) << type << " " << open;
+        }
+      }
+      EXPECT_EQ(tested, 2) << type << " " << open;
+    }
+  }
+}
+
 TEST(ThreePhaseRatio, ALowSideThatShowsNothingHasNoPhases) {
   TransformerUnit unit = three_phase_unit();
   unit.rated_voltage[Side::low] = 433e-7;
