@@ -65,7 +65,7 @@ class Commands {
   }
 
  private:
-  CLI::App* add(const char* name, const char* help, std::function<int()> command) {
+  CLI::App* add(const char* name, const char* help, const std::function<int()>& command) {
     CLI::App* made = app_.add_subcommand(name, help);
     made->callback([this, command] { command_ = command; });
     return made;
