@@ -16,7 +16,7 @@ Building 3 of 3
 """
 CONFIGURING = "Configuring (release) ...\n"
 CONFIGURE = "cmake --preset release -D KVR_BUILD_TESTS=OFF"
-BUILD = "cmake --build TREE/build/release --target console-tester tester-workbench tester-run kvr-client-api"
+BUILD = "cmake --build TREE/build/release --target console-tester kvr-client-api"
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
