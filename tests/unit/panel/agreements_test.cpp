@@ -16,7 +16,7 @@
 
 #include "support/sweep_stride.h"
 #include "unit/panel/bench_figures.h"
-#include "unit/panel/benches.h"
+#include "unit/virtual_instrument/bench/random_benches.h"
 
 // Figures of different tests on one bench agree with each other. Each agreement says what physics
 // allows it to differ by; the figures have no noise. Where a fault or an extra part of the unit

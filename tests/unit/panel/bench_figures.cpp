@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "panel/order.h"
-#include "unit/panel/benches.h"
+#include "unit/virtual_instrument/bench/random_benches.h"
 #include "virtual_instrument/bench/bench_unit.h"
 #include "virtual_instrument/vocabulary/code_names.h"
 

@@ -8,7 +8,7 @@
 
 #include "virtual_instrument/bench/bench_reader.h"
 
-// Benches for the tests of the panel.
+// Benches from texts and from seeds, for tests of all that an instrument measures on them.
 
 /// The bench of a text without problems, as an instrument without noise has it.
 inline virtual_instrument::Bench bench_of(const std::string& text) {
