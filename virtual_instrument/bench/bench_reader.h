@@ -25,7 +25,7 @@ BenchReading read_bench(std::string_view text, std::string_view name, const Benc
 /// Every key that a bench can hold, as "table.key", those of a fault apart.
 std::vector<std::string> bench_keys();
 
-/// The contents of default.toml.
+/// default.toml without its comments.
 extern const char* const kBuiltInBenchText;
 
 /// The bench in force without a bench file. Never destroyed.
