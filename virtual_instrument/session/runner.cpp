@@ -33,7 +33,6 @@ void TestRunner::begin(const MeasurementSettings& settings) {
 void TestRunner::end() {
   const std::lock_guard lock(mutex_);
   testing_ = false;
-  stoppable_ = false;
   test_thread_ = {};
   changed_.notify_all();
 }

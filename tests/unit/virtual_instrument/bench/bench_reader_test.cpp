@@ -60,6 +60,12 @@ TEST(BenchReader, EveryShippedBenchIsRead) {
                          "three-winding.toml", "current-transformer.toml", "faulty-unit.toml"));
 }
 
+TEST(BenchReader, ShortedTurnsComeFromTheTextAlone) {
+  Bench base = built_in_bench();
+  base.defects.shorted_turns.push_back({});
+  EXPECT_TRUE(read_bench("", "b.toml", base).bench.defects.shorted_turns.empty());
+}
+
 TEST(BenchReader, TheBuiltInBenchIsHealthy) {
   const Bench& bench = built_in_bench();
   EXPECT_EQ(bench.instrument.type, 0);

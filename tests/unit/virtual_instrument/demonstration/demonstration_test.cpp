@@ -13,6 +13,7 @@
 
 #include "record_form/record_codec.h"
 #include "support/temporary_folder.h"
+#include "unit/virtual_instrument/measurement/figures.h"
 
 namespace virtual_instrument {
 namespace {
@@ -120,6 +121,15 @@ TEST_F(DemonstrationStore, AnAutomaticRatioNestsBothDirections) {
       EXPECT_NEAR(phase.tnr, 44.0013, 0.15);
     }
   }
+}
+
+TEST_F(DemonstrationStore, RatiosAreMeasuredAtAHundredVolts) {
+  EXPECT_EQ(read("demo-ratio-auto")->data_ratio_3ph[0]->step_down->test_voltage, 100);
+  EXPECT_EQ(read("demo-ratio-1ph")->data_ratio_1ph[0]->test_voltage, 100);
+}
+
+TEST_F(DemonstrationStore, TheNoiseOfARecordFollowsFromItsPlaceInTheDay) {
+  EXPECT_EQ(figure(read("demo-ratio-1ph")->data_ratio_1ph[0]->phase.tvr), "44.0183");
 }
 
 TEST_F(DemonstrationStore, RatiosAgree) {

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -38,8 +39,30 @@ std::string whole_file(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+/// Over the built-in bench.
+const std::map<std::string, std::string> kOwnBenches = {
+    {"faulty-tertiary",
+     "[transformer]\nvector_group = \"Dyn11\"\n"
+     "[tertiary]\ngroup = \"yn11\"\nvoltage = 120\nreactance = 0.02\nturns_deviation = 1.5\n"
+     "[[shorted_turns]]\nwinding = \"YA\"\nshare = 3.0\nresistance = 0.002\n"},
+    {"weak-source",
+     "[instrument]\nsource_resistance = 40.0\nsource_inductance = 60.0\n"
+     "[transformer]\nresidual_flux = [0.7, -0.4, -0.3]\nwinding_capacitance = 2.0\n"},
+    {"weak-source-of-a-current-transformer",
+     "[instrument]\nsource_resistance = 5.0\nsource_inductance = 1.0\n"
+     "[transformer]\nvector_group = \"CT\"\nhigh_voltage = 100.0\nlow_voltage = 1.0\n"
+     "[burden]\nresistance = 0.001\nreactance = 0.0005\n"},
+    {"plain-burden",
+     "[transformer]\nvector_group = \"PT\"\nhigh_voltage = 6000.0\nlow_voltage = 100.0\n"
+     "[burden]\nresistance = 0.8\n"},
+    {"small-voltages", "[measurement]\nsmallest_voltage = 15.0\n"},
+};
+
 std::vector<std::string> names_of_benches() {
   std::vector<std::string> names;
+  for (const auto& [name, text] : kOwnBenches) {
+    names.push_back(name);
+  }
   for (const fs::directory_entry& entry : fs::directory_iterator(kShippedBenches)) {
     if (entry.path().extension() == ".toml") {
       names.push_back(entry.path().stem().string());
@@ -54,6 +77,9 @@ std::vector<std::string> names_of_benches() {
 
 std::string text_of_bench(const std::string& name) {
   constexpr std::string_view kRandom = "random-";
+  if (const auto own = kOwnBenches.find(name); own != kOwnBenches.end()) {
+    return own->second;
+  }
   if (name.starts_with(kRandom)) {
     return random_bench(static_cast<std::uint32_t>(std::stoul(name.substr(kRandom.size()))));
   }
@@ -104,7 +130,7 @@ std::string single_phase_ratio(const TransformerUnit& unit, const Bench& bench, 
     return with_code(code, "");
   }
   const SinglePhaseRatio test = measure_single_phase_ratio(unit, request, bench, 1);
-  return with_code(test.code, figures_of(test.data.phase) + figures_of(test.residual_flux));
+  return with_code(test.code, figures_of(test.data) + figures_of(test.residual_flux));
 }
 
 std::string ratio_tests(const TransformerUnit& unit, const Bench& bench) {
@@ -144,7 +170,7 @@ std::string other_tests(const TransformerUnit& unit) {
     });
   }
   text += found("excitation of one winding",
-                [&] { return figures_of(single_phase_excitation_test(unit, settings).phase); });
+                [&] { return figures_of(single_phase_excitation_test(unit, settings)); });
   text += found("demagnetisation", [&] {
     const DemagTest test = demag_test(unit, settings);
     return with_code(test.code, figures_of(test));

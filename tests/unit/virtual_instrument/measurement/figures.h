@@ -83,7 +83,8 @@ inline std::string figures_of(const ImpedanceTest& test) {
 }
 
 inline std::string figures_of(const kvr_TestData_Efficiency& data) {
-  std::string text = figures(data.duration_ms, data.total_load_losses, data.total_no_load_losses,
+  std::string text = figures(data.setup.windings[0].voltage, data.setup.windings[1].voltage) +
+                     figures(data.duration_ms, data.total_load_losses, data.total_no_load_losses,
                              data.total_eddy_current, data.total_hysteresis, data.total_losses,
                              data.efficiency_percent);
   for (const kvr_TestData_Efficiency_Phase& phase : data.phases) {
@@ -133,6 +134,12 @@ inline std::string figures_of(const kvr_TestData_Ratio_3ph& data) {
          figures(data.positive_seq_hi, data.positive_seq_lo, data.positive_phase_hi,
                  data.positive_phase_lo) +
          figures(data.ratio_3ph, data.ratio_3ph_error, data.phase_3ph, data.health_state + 0);
+}
+
+inline std::string figures_of(const kvr_TestData_Ratio_1ph& data) {
+  return figures(data.direction + 0, data.high_side_phase, data.low_side_phase, data.test_voltage,
+                 data.reference_ratio) +
+         figures_of(data.phase);
 }
 
 inline std::string figures_of(const std::array<double, 3>& residual_flux) {

@@ -52,6 +52,21 @@ TEST(EquivalentCircuit, IsSeenFromTheHighSideWhereTheLowSideWasTested) {
   expect_near_share(circuit.series_reactance, 4.007, kPermille);
 }
 
+TEST(EquivalentCircuit, IsTheSameWhicheverSideWasTested) {
+  const CircuitTest open_high{Side::high, 2400, 0.05, 60};
+  const CircuitTest open_low{Side::low, 240, 0.5, 60};
+  const CircuitTest short_high{Side::high, 48, 20, 600};
+  const CircuitTest short_low{Side::low, 4.8, 200, 600};
+  const EquivalentCircuit expected = equivalent_circuit(open_low, short_high, 10);
+  for (const EquivalentCircuit& circuit : {equivalent_circuit(open_high, short_low, 10),
+                                           equivalent_circuit(open_low, short_low, 10)}) {
+    expect_near_share(circuit.core_resistance, expected.core_resistance, 1e-12);
+    expect_near_share(circuit.magnetizing_reactance, expected.magnetizing_reactance, 1e-12);
+    expect_near_share(circuit.series_resistance, expected.series_resistance, 1e-12);
+    expect_near_share(circuit.series_reactance, expected.series_reactance, 1e-12);
+  }
+}
+
 TEST(EquivalentCircuit, RefusesMorePowerThanVoltageAndCurrentMake) {
   EXPECT_THROW(equivalent_circuit({Side::high, 100, 1, 101}, {Side::high, 10, 1, 5}, 1),
                std::invalid_argument);
