@@ -82,8 +82,6 @@ double imbalance(const kvr_TestData_MagneticBalance& data) {
 /// A bench with limits that no excitation test reaches.
 Bench open_bench(const FamilySettings& settings) {
   Bench bench{};
-  bench.instrument.minimum_voltage = 0;
-  bench.instrument.maximum_voltage = settings.test_voltage;
   bench.instrument.maximum_current = 1e6;
   bench.instrument.maximum_induced_voltage = 1e9;
   bench.instrument.voltage_range = 1e9;

@@ -95,7 +95,8 @@ const HarmonicCircuit& FluxEquations::circuit(int harmonic) const {
 
 FluxBalance FluxEquations::balance_at(const std::vector<double>& fluxes) const {
   const PathFluxes flux = free_.path_fluxes(fluxes);
-  FluxBalance balance{std::vector<double>(free_.size()), 0, 0};
+  FluxBalance balance{};
+  balance.residual.resize(free_.size());
   for (const int path : free_.paths()) {
     const Period values = period_of(flux[index(path)]);
     Period force;

@@ -26,7 +26,7 @@ FreeFluxes::FreeFluxes(const Core& core, const std::vector<int>& harmonics) : co
 }
 
 double FreeFluxes::share(int path, int outer) const {
-  if (core_.limbs == 1 || core_.outside.exists) {
+  if (core_.outside.exists) {
     return path == outer || path == kOutside ? 1 : 0;
   }
   if (path == 1) {

@@ -81,8 +81,9 @@ bool is_single_phase(kvr_WindingType type) {
 
 double dot(const Turns& a, const Turns& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
-Turns cross(const Turns& a, const Turns& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+/// The flux that induces no voltage in the shorted winding and returns through the limbs alone.
+Turns flux_beside(const Turns& shorted) {
+  return {shorted[1] - shorted[2], shorted[2] - shorted[0], shorted[0] - shorted[1]};
 }
 
 /// The part of `turns` in which flux can induce a voltage: no flux is the same in all limbs, since
@@ -97,7 +98,7 @@ Turns without_mean(const Turns& turns) {
 std::optional<double> fixed_ratio(const Turns& high, const Turns& low,
                                   const std::optional<Turns>& shorted) {
   if (shorted) {
-    const Turns flux = cross(*shorted, {1, 1, 1});
+    const Turns flux = flux_beside(*shorted);
     const double low_voltage = dot(low, flux);
     const double high_voltage = dot(high, flux);
     if (std::abs(low_voltage) < kNearlyZero || std::abs(high_voltage) < kNearlyZero) {

@@ -131,6 +131,16 @@ TEST_F(BenchSourceTest, LooksComeInTheOrderOfTheReadings) {
   EXPECT_THAT(looks, ElementsAre("one", "two"));
 }
 
+TEST_F(BenchSourceTest, AFileIsReadOnceWithoutASource) {
+  write("[instrument]\nserial_number = \"one\"\n");
+  const BenchReading good = read_bench_file(name());
+  EXPECT_EQ(good.bench.instrument.serial_number, "one");
+  EXPECT_THAT(good.problems, IsEmpty());
+  const BenchReading missing = read_bench_file(name() + "x");
+  EXPECT_EQ(missing.bench.instrument.serial_number, "VI-000001");
+  EXPECT_THAT(missing.problems, ElementsAre(name() + "x: can't be read; expected a bench file"));
+}
+
 TEST(BenchSource, WritesAProblemAsALineToStandardError) {
   std::ostringstream written;
   std::streambuf* const before = std::cerr.rdbuf(written.rdbuf());

@@ -96,6 +96,7 @@ TEST(ThreeWindings, EachPairHasTheRatioAndTheClockOfTheNameplate) {
         const int clock = pair == WindingPair::h_x   ? clocks[0]
                           : pair == WindingPair::h_y ? clocks[1]
                                                      : (clocks[1] - clocks[0] + 12) % 12;
+        EXPECT_EQ(unit.group.clock, clock) << words(groups, pair);
         const double degrees = test.data.phase_3ph * 180 / std::numbers::pi;
         EXPECT_NEAR(std::remainder(degrees - 30 * clock, 360), 0, 0.01) << words(groups, pair);
         for (const kvr_TestData_Ratio_Phase& phase : test.data.phases) {

@@ -265,5 +265,16 @@ TEST(Demonstration, FillsOnlyAnEmptyStore) {
   EXPECT_FALSE(exists);
 }
 
+TEST(Demonstration, LeavesAStoreWithOneRecordAsItIs) {
+  TemporaryFolder folder;
+  SqliteStore store({.path = folder.path() / "records.db"});
+  const DemonstrationRecord only = std::move(demonstration_records().front());
+  ASSERT_EQ(store.save_new(*only.record, only.time), KVR_RES_OK);
+  EXPECT_EQ(fill_with_demonstration(store), KVR_RES_OK);
+  Labels labels;
+  ASSERT_EQ(store.list(SortKey::kTestId, true, labels), KVR_RES_OK);
+  EXPECT_EQ(labels->count, 1);
+}
+
 }  // namespace
 }  // namespace virtual_instrument

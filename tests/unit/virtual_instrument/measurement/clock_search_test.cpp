@@ -55,6 +55,16 @@ TEST(ClockSearch, FindsClocksInSmallVoltages) {
   }
 }
 
+// A reversed winding makes one phase like a clock that the others are unlike.
+TEST(ClockSearch, FindsNoClockThatOnlySomePhasesShow) {
+  for (const char* const name : {"Dd0", "Dyn11", "YNyn0", "YNd1"}) {
+    TransformerUnit unit = unit_of(parse_group(name).value());
+    unit.faults.reversed_winding[Side::low][0] = true;
+    EXPECT_EQ(Search(unit).with_one_source(kNoGroupHasIt).code, KVR_RES_CANNOT_DETECT_PHASING)
+        << name;
+  }
+}
+
 TEST(ClockSearch, FindsNoClockWithoutAVoltage) {
   for (const char* const name : {"Dyn11", "YNyn0"}) {
     Search search(unit_of(parse_group(name).value()), 0);

@@ -181,6 +181,28 @@ TEST(Resistance, ContinuousReadingsFallAsTheCurrentSettles) {
               kPermille * points.back().data.rm);
 }
 
+TEST(Resistance, IsStableOnceATenThousandthOfTheChangeIsLeft) {
+  const ResistanceTest test =
+      continuous_resistance_test(saturating_three_phase_unit(), family_settings(50), 2000, 0.01);
+  int just_above = 0;
+  for (const ResistancePoint& point : test.sides[index(Side::high)].front().points) {
+    const float left = point.data.stability;
+    EXPECT_EQ(point.data.state == KVR_POINT_STABLE, left <= 0.01F) << left << " %";
+    just_above += left > 0.01F && left < 0.02F ? 1 : 0;
+  }
+  EXPECT_GT(just_above, 0);
+}
+
+// The records count milliseconds in 32 bits.
+TEST(Resistance, CountsNoTimeBeyondFourMillionSeconds) {
+  const ResistanceTest test =
+      continuous_resistance_test(saturating_three_phase_unit(), family_settings(50), 3, 1.5e6);
+  const auto& points = test.sides[index(Side::high)].front().points;
+  EXPECT_EQ(points[1].data.stabilization_ms, 3'000'000'000U);
+  EXPECT_EQ(points[2].data.stabilization_ms, 4'000'000'000U);
+  EXPECT_EQ(test.duration_ms, 4'000'000'000U);
+}
+
 TEST(HeatRun, FollowsTheCoolingCurve) {
   const CoolingCurve curve{25, 60, 600};
   TransformerUnit unit = three_phase_unit();
@@ -226,6 +248,7 @@ TEST(Demag, NeedsACoreThatSaturates) {
   const DemagTest test = demag_test(three_phase_unit(), family_settings(50));
   EXPECT_EQ(test.code, KVR_RES_DEMAG_CANNOT_SATURATE);
   EXPECT_TRUE(test.phases.empty());
+  EXPECT_EQ(test.duration_ms, 0U);
 }
 
 // ---- impedance
@@ -432,6 +455,12 @@ TEST(Excitation, TheMiddleLimbDrawsThreeQuarters) {
   EXPECT_STREQ(test.data.phases[2].high_side_phase, "H3-H2");
   EXPECT_NEAR(test.data.phases[2].current_rms / test.data.phases[0].current_rms, 0.75, 0.00075);
   EXPECT_NEAR(test.data.phases[1].current_rms / test.data.phases[0].current_rms, 1, 0.001);
+}
+
+TEST(Excitation, SetupHoldsTheFrequencyOfTheTest) {
+  const ThreePhaseRatio test = excitation_test(three_phase_unit(), family_settings(60));
+  EXPECT_EQ(test.data.setup.line_frequency, 60);
+  EXPECT_NEAR(test.data.phases[0].frequency, 60, 0.01);
 }
 
 TEST(Excitation, OfASinglePhaseUnitIsItsOpenCircuitCurrent) {

@@ -145,8 +145,8 @@ TEST(ShouldStepUp, DecidesAtItsLimits) {
   };
   EXPECT_FALSE(steps_up(1, 0.0625, 1));
   EXPECT_TRUE(steps_up(1, 0.03125, 1));
-  EXPECT_TRUE(steps_up(0.03125 * kHighestStepUpRatio, 0.03125, 0.1));
-  EXPECT_FALSE(steps_up(0.03125 * (kHighestStepUpRatio + 1), 0.03125, 0.1));
+  EXPECT_TRUE(steps_up(0.03125 * 500, 0.03125, 0.1));
+  EXPECT_FALSE(steps_up(0.03125 * 500.5, 0.03125, 0.1));
   EXPECT_TRUE(steps_up(0.03125 * 250, 0.03125, 2));
 }
 

@@ -53,6 +53,10 @@ TEST(Samples, FrequencyCountsPassagesFromBeyondAQuarterOfTheRms) {
   EXPECT_DOUBLE_EQ(measured_frequency(Samples{1, -7, 5, -2, 1}, 1000), 480);
 }
 
+TEST(Samples, FrequencyCountsNoPassageThatEndsAtZero) {
+  EXPECT_DOUBLE_EQ(measured_frequency(Samples{1, -1, 1, -1, -1, 0}, 1000), 500);
+}
+
 TEST(Samples, FrequencyIsNotMistakenForNoise) {
   Noise noise(3);
   Samples samples = wave(10, 0.01, 0, 10);
@@ -114,7 +118,7 @@ TEST_F(SampleTest, NoiseIsAShareOfEachChannelOnItsOwn) {
 }
 
 TEST_F(SampleTest, EveryNumberOfSamplesFitsThePeriod) {
-  for (std::int32_t count = 16; count <= 512; count *= 2) {
+  for (std::int32_t count = 16; count <= kStepsPerPeriod; count *= 2) {
     settings_.samples_per_period = count;
     EXPECT_EQ(sampled().voltage[Side::high].size(), 4U * static_cast<std::size_t>(count));
   }

@@ -445,6 +445,14 @@ TEST(ThreePhaseRatio, ATapOffTheMiddleShowsAsRatioError) {
   EXPECT_NEAR(result.data.ratio_3ph_error - sound, 5, 0.05);
 }
 
+TEST(ThreePhaseRatio, OneSourceFindsNoClockOfAReversedStarWinding) {
+  TransformerUnit unit = three_phase_unit();
+  unit.faults.reversed_winding[Side::low][0] = true;
+  const kvr_Ratio3phRequest request =
+      request_for(unit, KVR_TEST_RATIO_DOWN, KVR_TESTING_MODE_3PH_1_1);
+  EXPECT_EQ(measure(unit, request).code, KVR_RES_CANNOT_DETECT_PHASING);
+}
+
 TEST(ThreePhaseRatio, AReversedStarWindingShowsAsDistortion) {
   TransformerUnit unit = three_phase_unit();
   unit.faults.reversed_winding[Side::low][1] = true;

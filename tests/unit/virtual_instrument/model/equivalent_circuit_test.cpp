@@ -74,6 +74,13 @@ TEST(EquivalentCircuit, RefusesMorePowerThanVoltageAndCurrentMake) {
                std::invalid_argument);
 }
 
+TEST(EquivalentCircuit, TakesTheSmallPowersOfSmallUnits) {
+  const EquivalentCircuit circuit =
+      equivalent_circuit({Side::high, 10, 0.1, 0.5}, {Side::high, 1, 1, 0.25}, 1);
+  EXPECT_DOUBLE_EQ(circuit.core_resistance, 200);
+  EXPECT_DOUBLE_EQ(circuit.series_resistance, 0.25);
+}
+
 class UnitFromTests : public testing::TestWithParam<TestedUnit> {};
 
 TEST_P(UnitFromTests, ReadsTheTestsThatItWasMadeFrom) {

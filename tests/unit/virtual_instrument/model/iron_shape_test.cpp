@@ -50,6 +50,14 @@ double third_share(const Core& core, double amplitude) {
   return magnitude(force[3]) / magnitude(force[1]);
 }
 
+TEST(IronShape, GivesNoBendToALimbThatSaturatesAsItBegins) {
+  Core core = linear_core();
+  core.limb.saturated_inductance = core.limb.inductance;
+  const MagnetizingBranch limb = shaped(core).limb;
+  EXPECT_EQ(limb.bend_flux, 0);
+  EXPECT_EQ(limb.bend_current, 0);
+}
+
 TEST(IronShape, KeepsLossesAndMagnetizingCurrentAtRatedFlux) {
   for (const double loss : {0.1, 0.5}) {
     for (const double share : {0.0, 0.4, 1.0}) {

@@ -33,12 +33,12 @@ TransformerUnit saturating_unit(double residual) {
   return unit;
 }
 
-struct State {
+struct FoundState {
   double current;
   std::complex<double> ratio;
 };
 
-State balanced(const TransformerUnit& unit, double voltage) {
+FoundState balanced(const TransformerUnit& unit, double voltage) {
   const std::vector<VoltageSource> sources = pair_sources(Side::high, {1, 2}, voltage);
   const PeriodicState state = solve_network(unit_network(unit, 1e12), sources, unit.frequency);
   return {rms(waveform(state.source_current[0], 256)),
@@ -50,7 +50,7 @@ std::complex<double> phasor(const std::vector<double>& period) {
   return fundamental(period, kStepsPerPeriod);
 }
 
-State marched(const TransformerUnit& unit, double voltage) {
+FoundState marched(const TransformerUnit& unit, double voltage) {
   const LimbWinding& high = unit.windings[Side::high];
   const SteadyState state =
       solve_steady_state({high.resistance, high.leakage_inductance, unit.core.limb},
@@ -61,8 +61,8 @@ State marched(const TransformerUnit& unit, double voltage) {
 
 void expect_same(double residual, double voltage, double current_tolerance) {
   const TransformerUnit unit = saturating_unit(residual);
-  const State one = balanced(unit, voltage);
-  const State other = marched(unit, voltage);
+  const FoundState one = balanced(unit, voltage);
+  const FoundState other = marched(unit, voltage);
   EXPECT_NEAR(one.current / other.current, 1, current_tolerance) << voltage;
   EXPECT_NEAR(std::abs(one.ratio) / std::abs(other.ratio), 1, 2e-5) << voltage;
   EXPECT_NEAR(std::arg(one.ratio), std::arg(other.ratio), 2e-5) << voltage;

@@ -103,6 +103,33 @@ TEST(WindingGroup, ADeltaGoesTheWayThatPutsItsLettersOnTheLimbsOfTheStar) {
   EXPECT_EQ(delta("YNd11", Side::low), "X1-X3 X2-X1 X3-X2 ");
 }
 
+// So that a core sees the same flux from the third winding as from the first.
+TEST(WindingGroup, AThirdWindingSharesTheLimbsOfTheFirstWhereItCan) {
+  const auto delta_to_star = [](int clock) {
+    const auto star = phase_windings(parse_group("YNyn0").value())[Side::high];
+    std::string found;
+    for (const PhaseWinding& winding : third_windings(star, KVR_WINDING_D, clock)) {
+      found += std::to_string(winding.limb) + ":" + pair_name(Side::low, winding.terminals) + " ";
+    }
+    return found;
+  };
+  EXPECT_EQ(delta_to_star(1), "0:X1-X2 1:X2-X3 2:X3-X1 ");
+  EXPECT_EQ(delta_to_star(5), "0:X1-X3 1:X2-X1 2:X3-X2 ");
+  EXPECT_EQ(delta_to_star(7), "0:X1-X2 1:X2-X3 2:X3-X1 ");
+  EXPECT_EQ(delta_to_star(11), "0:X1-X3 1:X2-X1 2:X3-X2 ");
+  EXPECT_EQ(delta_to_star(0), "");
+}
+
+TEST(WindingGroup, AGroupThatNoWindingsMakeHasAHighSideAlone) {
+  const auto windings = phase_windings(group(KVR_WINDING_D, KVR_WINDING_D, 1));
+  std::string limbs;
+  for (const PhaseWinding& winding : windings[Side::high]) {
+    limbs += std::to_string(winding.limb);
+  }
+  EXPECT_EQ(limbs, "012");
+  EXPECT_TRUE(windings[Side::low].empty());
+}
+
 TEST(WindingGroup, LineVoltageOfAWinding) {
   EXPECT_NEAR(line_voltage_factor(KVR_WINDING_D), 1, 1e-12);
   EXPECT_NEAR(line_voltage_factor(KVR_WINDING_Y), std::sqrt(3.0), 1e-12);
