@@ -409,6 +409,9 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
                                    .defects.shorted_turns[0];
     EXPECT_TRUE(turns.on_third);
     EXPECT_EQ(turns.limb, static_cast<int>(limb));
+    EXPECT_EQ(read_bench("[leads]\nreversed = []\nopen = []\n", "b.toml", bench)
+                  .bench.tertiary.reversed_winding,
+              (std::array<bool, 3>{}));
   }
   for (const char* const other : {"[\"XA3\"]", "[\"XA0\"]", "[\"XA11\"]", "[\"YA1\"]", "[\"X1\"]",
                                   "[\"XD1\"]", "[\"\"]", "[\"X\"]"}) {

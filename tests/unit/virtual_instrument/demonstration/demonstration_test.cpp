@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <set>
@@ -84,6 +85,9 @@ std::string list_of(const std::vector<DemonstrationRecord>& records) {
 }
 
 TEST_F(DemonstrationStore, IsADayOfTests) {
+  constexpr std::chrono::sys_seconds kEightInTheMorning =
+      std::chrono::sys_days{std::chrono::year{2024} / 3 / 5} + std::chrono::hours{8};
+  EXPECT_EQ(demonstration_records().front().time, kEightInTheMorning.time_since_epoch().count());
   EXPECT_EQ(list_of(demonstration_records()),
             R"(demo-excitation 16 0 |11 11000,1,2,1 433,3,3,1 0,0,0,1
 demo-demag 10 20 |11 11000,1,2,1 433,3,3,1 0,0,0,1

@@ -105,6 +105,7 @@ TEST(ClockSearch, NeedsAVoltageOnBothSides) {
     lines[other_side(side)] = {};
     EXPECT_EQ(find_clock_of_lines(group, lines).code, KVR_RES_CANNOT_DETECT_PHASING);
   }
+  EXPECT_EQ(find_clock_of_lines(group, {}).code, KVR_RES_CANNOT_DETECT_PHASING);
 }
 
 TEST(FirstGroup, HasTheLowestClock) {

@@ -4,6 +4,7 @@
 
 #include <numbers>
 #include <stdexcept>
+#include <string>
 
 namespace virtual_instrument {
 namespace {
@@ -68,10 +69,17 @@ TEST(EquivalentCircuit, IsTheSameWhicheverSideWasTested) {
 }
 
 TEST(EquivalentCircuit, RefusesMorePowerThanVoltageAndCurrentMake) {
-  EXPECT_THROW(equivalent_circuit({Side::high, 100, 1, 101}, {Side::high, 10, 1, 5}, 1),
-               std::invalid_argument);
-  EXPECT_THROW(equivalent_circuit({Side::high, 100, 1, 10}, {Side::high, 10, 1, 0}, 1),
-               std::invalid_argument);
+  const auto reason = [](double open_power, double short_power) -> std::string {
+    try {
+      equivalent_circuit({Side::high, 100, 1, open_power}, {Side::high, 10, 1, short_power}, 1);
+    } catch (const std::invalid_argument& error) {
+      return error.what();
+    }
+    return "none";
+  };
+  EXPECT_EQ(reason(101, 5), "a test took more power than its voltage and current make");
+  EXPECT_EQ(reason(10, 0), "a test took more power than its voltage and current make");
+  EXPECT_EQ(reason(100, 10), "none");
 }
 
 TEST(EquivalentCircuit, TakesTheSmallPowersOfSmallUnits) {
@@ -135,6 +143,7 @@ TEST(UnitFromTests, HasWhatItsPlateSaysAndNothingMore) {
 TEST(UnitFromTests, LeavesTheTestsOfTheOtherSideToTheCircuit) {
   const TransformerUnit unit =
       unit_from_tests(kUnit50kva.plate, kUnit50kva.open_circuit, kUnit50kva.short_circuit);
+  EXPECT_EQ(unit.core.limbs, 1);
   const CircuitTest open = open_circuit_test(unit, Side::high, 2400, 60);
   expect_near_share(open.current, 9.65 / 20, kPermille);
   expect_near_share(open.power, 396, kPermille);
