@@ -100,13 +100,10 @@ bool has_record(const SqliteConnection& database, std::string_view record_id) {
 
 }  // namespace
 
-SqliteStore::SqliteStore(const StoreOptions& options) {
-  state_ = guarded([&] {
-    OpenStore opened = open_store(options);
-    database_ = std::move(opened.database);
-    read_only_ = opened.read_only;
-    keeps_log_ = opened.keeps_log;
-  });
+SqliteStore::SqliteStore(const StoreOptions& options) : options_(options) {
+  if (!options_.path.empty()) {
+    state_ = guarded([] {});
+  }
 }
 
 SqliteStore::~SqliteStore() { close(); }
@@ -122,6 +119,13 @@ bool SqliteStore::close_within(std::chrono::milliseconds patience) {
     close_locked();
   }
   return lock.owns_lock();
+}
+
+void SqliteStore::open_locked() {
+  OpenStore opened = open_store(options_);
+  database_ = std::move(opened.database);
+  read_only_ = opened.read_only;
+  keeps_log_ = opened.keeps_log;
 }
 
 /// SQLite moves the log when the last connection closes. If two close at once, each sees the other
@@ -144,6 +148,9 @@ kvr_code SqliteStore::guarded(Operation operation) {
     return state_;
   }
   try {
+    if (database_ == nullptr) {
+      open_locked();
+    }
     operation();
     return KVR_RES_OK;
   } catch (const StoreFailure& failure) {

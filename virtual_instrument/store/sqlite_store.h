@@ -40,7 +40,7 @@ namespace virtual_instrument {
 class SqliteStore {
  public:
   /// Makes the file if it is missing or empty; its folder must exist. state() reports a file that
-  /// can't be used.
+  /// can't be used. A store in memory is made by the first call that needs it.
   explicit SqliteStore(const StoreOptions& options);
   ~SqliteStore();
   SqliteStore(const SqliteStore&) = delete;
@@ -92,14 +92,16 @@ class SqliteStore {
   kvr_code list(SortKey key, bool ascending, Labels& labels);
 
  private:
+  void open_locked();
   void close_locked();
 
   template <class Operation>
   kvr_code guarded(Operation operation);
 
+  const StoreOptions options_;
   std::mutex mutex_;
   std::unique_ptr<SqliteConnection> database_;
-  bool read_only_ = false;
+  std::atomic<bool> read_only_ = false;
   bool keeps_log_ = false;  ///< whether there is a log that this store must move
   std::atomic<kvr_code> state_ = KVR_RES_OK;
 };

@@ -205,6 +205,13 @@ TEST(ThreeWindings, TapsGoWithTheirWinding) {
   };
   EXPECT_EQ(types("\"high\""), "T-- T-- --- ");
   EXPECT_EQ(types("\"low\""), "-T- --- -T- ");
+
+  const Bench on_low = three_winding_bench(text_of({"YNyn0", "yn0"}) + taps + "\"low\"\n");
+  const TapChanger none = make_unit(on_low, WindingPair::h_y).taps;
+  EXPECT_EQ(none.first, 1);
+  EXPECT_EQ(none.last, 1);
+  EXPECT_EQ(none.middle, 1);
+  EXPECT_EQ(none.position, 1);
 }
 
 /// What residual flux is left in the core is the same share of the flux at rated voltage of H.
