@@ -17,6 +17,8 @@
 #define TOML_EXCEPTIONS 1
 #define TOML_ENABLE_FORMATTERS 0
 #define TOML_MAX_NESTED_VALUES 12
+// Off by default for compilers older than ours; otherwise each number takes a stream of its own.
+#define TOML_FLOAT_CHARCONV 1
 #include <toml++/toml.h>
 
 namespace toml_file {

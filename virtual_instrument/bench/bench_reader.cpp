@@ -26,7 +26,8 @@ std::string full_name(std::string_view table, std::string_view key) {
 }
 
 bool is_in(const Key& key, std::string_view table) {
-  return key.name.starts_with(full_name(table, ""));
+  return key.name.size() > table.size() && key.name[table.size()] == '.' &&
+         key.name.starts_with(table);
 }
 
 bool is_table(std::string_view name, const std::vector<Key>& keys) {

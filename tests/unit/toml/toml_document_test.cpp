@@ -63,6 +63,18 @@ TEST(TomlDocument, HoldsValuesOfAllKindsWithTheirLines) {
   EXPECT_EQ(read(""), "{ }");
 }
 
+TEST(TomlDocument, HoldsTheNearestNumber) {
+  const auto number = [](const std::string& text) {
+    const auto document = read_toml("a = " + text + "\n");
+    return std::get<double>(std::get<TomlTable>(document).front().value.content);
+  };
+  EXPECT_EQ(number("0.1"), 0.1);
+  EXPECT_EQ(number("-1.7976931348623157e308"), -1.7976931348623157e308);
+  EXPECT_EQ(number("2.2250738585072014E-308"), 2.2250738585072014e-308);
+  EXPECT_EQ(number("+9_007_199_254_740_993.0"), 9007199254740992.0);
+  EXPECT_THAT(read("a = 1\nb = 1e400\n"), StartsWith("2: "));
+}
+
 TEST(TomlDocument, TakesTablesHoweverTheyAreWritten) {
   EXPECT_EQ(read("a.b = 1\na . 'c' = { d = 2 }\n[e.f]\n[e]\n"),
             "{ a=1:{ b=1:whole 1 c=2:{ d=2:whole 2 } } e=4:{ f=3:{ } } }");
