@@ -100,7 +100,7 @@ Table fit_table(const HeatRun& run, const CoolingFit& fit) {
   return table;
 }
 
-/// The winding's temperature at shut-down, if the cold resistance is stated.
+/// The winding's temperature at shut-down, if the cold resistance is given.
 void add_temperature(Section& section, Table& results, const HeatRun& run, const CoolingFit& fit,
                      const Settings& settings) {
   const auto conductor = settings.conductor();

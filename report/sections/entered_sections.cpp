@@ -74,7 +74,7 @@ Section comparison_with_standard(const Settings& settings) {
   return section;
 }
 
-/// The exciting current is stated as a whole or by its parts, and the loss current by its loss too.
+/// The exciting current is given as a whole or by its parts, and the loss current by its loss too.
 CurrentTransformer stated_transformer(const Settings& settings) {
   const auto number = [&](std::string_view key, double other = std::nan("")) {
     return settings.number("current_transformer." + std::string(key)).value_or(other);

@@ -12,8 +12,8 @@
 #include "report/figures/decision.h"
 #include "report/settings/settings.h"
 
-// A section of the page as data: what is stated, tables, pictures, verdicts. The page only renders
-// it, and a comparison only joins two of them.
+// A section of the page as data: lines, tables, pictures, verdicts. The page only renders it, and a
+// comparison only joins two of them.
 
 namespace report {
 

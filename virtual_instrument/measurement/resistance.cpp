@@ -15,7 +15,8 @@ namespace {
 constexpr double kSettled = 1e-4;
 
 std::uint32_t milliseconds(double seconds) {
-  return static_cast<std::uint32_t>(std::lround(std::min(seconds, 4e6) * 1000));
+  // A long has 32 bits on Windows.
+  return static_cast<std::uint32_t>(std::llround(std::min(seconds, 4e6) * 1000));
 }
 
 double natural_logarithm_of_settled() {

@@ -111,7 +111,7 @@ std::optional<double> fixed_ratio(const Turns& high, const Turns& low,
     return std::nullopt;
   }
   const double ratio = dot(high, low) / low_square;
-  for (std::size_t limb = 0; limb < 3; ++limb) {
+  for (const std::size_t limb : {1U, 2U}) {  // turns add up to nothing, so that two limbs decide
     if (std::abs(high[limb] - ratio * low[limb]) > kNearlyZero) {
       return std::nullopt;
     }

@@ -101,8 +101,9 @@ bool has_record(const SqliteConnection& database, std::string_view record_id) {
 }  // namespace
 
 SqliteStore::SqliteStore(const StoreOptions& options) : options_(options) {
-  if (!options_.path.empty()) {
-    state_ = guarded([] {});
+  const bool in_memory = options_.path.empty();
+  if (!in_memory) {
+    state_ = guarded([] {});  // opens the file, so that what is wrong with it is known from now on
   }
 }
 

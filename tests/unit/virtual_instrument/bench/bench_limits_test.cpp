@@ -397,6 +397,8 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
     expected[terminal] = true;
     EXPECT_EQ(bench.tertiary.open_lead, expected);
     EXPECT_EQ(places_of(bench.defects.open_lead, "0123"), "");
+    EXPECT_EQ(read_bench("[leads]\nopen = []\n", "b.toml", bench).bench.tertiary.open_lead,
+              (std::array<bool, 4>{}));
   }
   for (std::size_t limb = 0; limb < 3; ++limb) {
     const std::string name{'Y', "ABC"[limb]};
@@ -409,9 +411,9 @@ TEST(BenchKeys, TakeTerminalsAndWindingsByName) {
                                    .defects.shorted_turns[0];
     EXPECT_TRUE(turns.on_third);
     EXPECT_EQ(turns.limb, static_cast<int>(limb));
-    EXPECT_EQ(read_bench("[leads]\nreversed = []\nopen = []\n", "b.toml", bench)
-                  .bench.tertiary.reversed_winding,
-              (std::array<bool, 3>{}));
+    EXPECT_EQ(
+        read_bench("[leads]\nreversed = []\n", "b.toml", bench).bench.tertiary.reversed_winding,
+        (std::array<bool, 3>{}));
   }
   for (const char* const other : {"[\"XA3\"]", "[\"XA0\"]", "[\"XA11\"]", "[\"YA1\"]", "[\"X1\"]",
                                   "[\"XD1\"]", "[\"\"]", "[\"X\"]"}) {

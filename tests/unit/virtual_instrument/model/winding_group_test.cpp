@@ -103,7 +103,7 @@ TEST(WindingGroup, ADeltaGoesTheWayThatPutsItsLettersOnTheLimbsOfTheStar) {
   EXPECT_EQ(delta("YNd11", Side::low), "X1-X3 X2-X1 X3-X2 ");
 }
 
-// So that a core sees the same flux from the third winding as from the first.
+// So that a defect of a limb shows in the windings of its letter.
 TEST(WindingGroup, AThirdWindingSharesTheLimbsOfTheFirstWhereItCan) {
   const auto delta_to_star = [](int clock) {
     const auto star = phase_windings(parse_group("YNyn0").value())[Side::high];

@@ -359,6 +359,14 @@ TEST_F(Connection, ATimeAfterWhichItIsLostBeginsWithIt) {
   EXPECT_EQ(test().code, KVR_RES_OK);
 }
 
+// The call comes before the next look at the file.
+TEST_F(Connection, ReleasingTheApiLooksAtTheFile) {
+  start();
+  EXPECT_EQ(kvr_LockAPI(), KVR_RES_OK);
+  set_bench("[connection]\nlost = true\n");
+  EXPECT_EQ(kvr_UnlockAPI(), KVR_RES_PEER_DISCONNECTED);
+}
+
 // Nobody calls the library in between, as when the program waits at a menu.
 TEST_F(Connection, TheFileIsWatchedWhileNoCallComes) {
   start();
