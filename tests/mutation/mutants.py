@@ -133,8 +133,17 @@ class MutantFinder:
         }.get(kind)
         if handler is not None:
             handler(cursor, start, end)
-        for child in cursor.get_children():
+        for child in self.changeable(cursor):
             self.visit(child)
+
+    def changeable(self, cursor):
+        """The children of a cursor, without a condition that only the compiler can decide."""
+        children = list(cursor.get_children())
+        return children[1:] if self.is_decided_by_the_compiler(cursor) else children
+
+    def is_decided_by_the_compiler(self, cursor):
+        return cursor.kind == Kind.IF_STMT and re.match(
+            r"if\s+constexpr\b", self.text(cursor.extent.start.offset, cursor.extent.end.offset))
 
     def operands(self, cursor):
         return [(child.extent.start.offset, child.extent.end.offset)
@@ -195,6 +204,8 @@ class MutantFinder:
         self.add("condition", start, end, f"!({self.text(start, end)})")
 
     def condition(self, cursor, _start, _end):
+        if self.is_decided_by_the_compiler(cursor):
+            return
         for child in cursor.get_children():
             if child.kind.is_expression():
                 self.negate(child)
